@@ -1,0 +1,72 @@
+// language/Interpreter.h
+//
+// The command language: runs source text, keeps global variables and procedures, and calls the host's commands.
+
+#pragma once
+
+#include "language/Value.h"
+
+#include <QHash>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+/// Where a piece of source stands. Lines count from 1; an empty file name means typed text.
+struct SourcePosition
+{
+    QString file;
+    int line = 0;
+};
+
+/// Any failure of a script: syntax, unknown command, failed command. what() is UTF-8 and already carries
+/// "file:line: " in front (or "line N: " for typed text).
+class ScriptError : public std::runtime_error
+{
+public:
+    ScriptError(const QString &reason, const SourcePosition &where);
+    QString message() const;
+};
+
+/// Thrown by a command to fail; the interpreter turns it into a ScriptError that names the command's place.
+class CommandError : public std::runtime_error
+{
+public:
+    explicit CommandError(const QString &reason);
+    QString reason() const;
+};
+
+/// One call of a command, arguments evaluated. In command syntax ("file -force -i x") bare words arrive as texts.
+struct CommandCall
+{
+    QString name;
+    std::vector<Value> arguments;
+    SourcePosition where;
+};
+
+using CommandFunction = std::function<Value(const CommandCall &)>;
+
+class Interpreter
+{
+public:
+    Interpreter();
+    ~Interpreter();
+
+    /// False, and nothing changes, when a command of that name exists.
+    bool addCommand(const QString &name, CommandFunction function);
+    bool removeCommand(const QString &name);
+    bool hasCommand(const QString &name) const;
+    bool hasProcedure(const QString &name) const;
+
+    /// Parses all of \p source, then runs it; the result is that of the last statement. Throws ScriptError.
+    /// Re-entrant: commands may evaluate. Nesting deeper than 200 calls fails instead of overflowing the stack.
+    Value evaluate(const QString &source, const QString &file = QString());
+    /// Calls a procedure or command by name. Throws ScriptError.
+    Value call(const QString &name, const std::vector<Value> &arguments);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d;
+};

@@ -1,0 +1,29 @@
+// openkelda/KStatus.h
+
+#pragma once
+
+#include "openkelda/KString.h"
+
+/// Outcome of a host call: success, or a failure with a text that says why.
+class KStatus
+{
+public:
+    /// Success.
+    KStatus() = default;
+    static KStatus failure(const KString &reason);
+
+    /// True for success.
+    explicit operator bool() const { return m_success; }
+    /// Empty for success.
+    KString errorString() const { return m_reason; }
+
+    friend bool operator==(const KStatus &left, const KStatus &right)
+    {
+        return left.m_success == right.m_success && left.m_reason == right.m_reason;
+    }
+    friend bool operator!=(const KStatus &left, const KStatus &right) { return !(left == right); }
+
+private:
+    bool m_success = true;
+    KString m_reason;
+};

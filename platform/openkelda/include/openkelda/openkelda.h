@@ -1,0 +1,17 @@
+// openkelda/openkelda.h
+//
+// Everything a plug-in needs of the host's API, in one include.
+
+#pragma once
+
+#include "openkelda/KArgs.h"
+#include "openkelda/KCommandResult.h"
+#include "openkelda/KFnPlugin.h"
+#include "openkelda/KGlobal.h"
+#include "openkelda/KObject.h"
+#include "openkelda/KPxCommand.h"
+#include "openkelda/KQtUtil.h"
+#include "openkelda/KStatus.h"
+#include "openkelda/KString.h"
+#include "openkelda/KStringArray.h"
+#include "openkelda/KStringResource.h"
