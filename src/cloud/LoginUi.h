@@ -1,0 +1,65 @@
+// cloud/LoginUi.h
+//
+// The modal dialog that shows a portal's sign-in page and watches its address for the end of the sign-in.
+
+#pragma once
+
+#include <QDialog>
+#include <QObject>
+#include <QPointer>
+#include <QUrl>
+
+class QWebView;
+
+namespace ICloudPortalApi {
+
+class ILogin;
+
+class LoginUi : public QObject
+{
+    Q_OBJECT
+public:
+    using Callback = void (*)(void *context, bool success);
+
+    LoginUi();
+    ~LoginUi() override;
+
+    /// \p login builds the sign-in address and judges page addresses; not owned, must be set before login().
+    void SetILogin(ILogin *login);
+    /// \p callback hears once how the next dialog ended, with \p context as its first argument; null for none.
+    void setCallback(Callback callback, void *context);
+
+    /// Shows the dialog over \p parent (which may be null) and returns at once; the page loads in the event loop.
+    /// False when nothing was opened: the user is signed in already, or no address could be built. The login object's
+    /// IsLogin() may spin the event loop first.
+    bool login(QWidget *parent);
+    /// Ends the dialog as a success: callback, then CleanResources().
+    void loginDone();
+    /// Forgets the callback and hides the dialog; the dialog itself goes with the next login() or with this object.
+    void CleanResources();
+
+signals:
+    void loggedIn(bool success);
+
+public slots:
+    void urlChanged(const QUrl &url);
+    void loadFinished(bool ok);
+    /// Fits the dialog to the page, at most to the screen, and keeps its centre where it was.
+    void contentsSizeChanged(const QSize &size);
+    /// Ends the dialog as a failure: callback, signal, CleanResources().
+    void loginCancelled();
+
+private:
+    QByteArray requestAddress() const;
+    void createDialog(QWidget *parent);
+    void releaseDialog();
+    void finish(bool success);
+
+    ILogin *m_login = nullptr;
+    Callback m_callback = nullptr;
+    void *m_context = nullptr;
+    QPointer<QDialog> m_dialog;
+    QPointer<QWebView> m_view;
+};
+
+} // namespace ICloudPortalApi
