@@ -1,1 +1,75 @@
-// placeholder, replaced by its owner
+#include "TavrinStrings.h"
+
+namespace TavrinStrings {
+
+namespace {
+
+const KStringResourceId *const texts[] = {
+    &kOk,
+    &kHttpRequestTimeout,
+    &kHttpError,
+    &kHttpErrorMessageTitle,
+    &kHttpSuccessMessageTitle,
+    &kHttpCode,
+    &kHttpServerListenError,
+    &KHttpServerErrorGeneric,
+    &kCloudPortalLoginErrorLoadingPage,
+    &kCloudPortalLoginErrorInternal,
+    &kCloudPortalLoginDone,
+    &kCloudPortalWindowLabel,
+    &kCloudPortalMenu,
+    &kCloudPortalNoConnection,
+    &kCloudPortalLogIn,
+    &kCloudPortalLogOut,
+    &kCloudPortalSearch,
+    &kCloudPortalRefresh,
+    &kCloudPortalImportOptions,
+    &kCloudPortalExportOptions,
+    &kCloudPortalImportOptionsTitle,
+    &kCloudPortalExportOptionsTitle,
+    &kCloudPortalFileName,
+    &kCloudPortalFilter,
+    &kCloudPortalImport,
+    &kCloudPortalExportError,
+    &kCloudPortalExport,
+    &kCloudPortalExportAll,
+    &kCloudPortalExportSelection,
+    &kCloudPortalExportTranslatorNotFound,
+    &kCloudPortalHomeFolderName,
+    &kCloudPortalFileExportOverwriteTitle,
+    &kCloudPortalFileExportOverwriteMessage,
+    &kCloudPortalLookIn,
+    &kCloudPortalNext,
+    &kCloudPortalPrevious,
+    &kCloudPortalShow,
+    &kCloudPortalItems,
+    &KCloudPortalDropBoxOAuthTimeout,
+    &KCloudPortalImportSuccess,
+    &KCloudPortalExportSuccess,
+    &kCloudPortalParentDirectory,
+};
+
+const KStringResourceId *const furtherTexts[] = {
+    &kHttpUploadTooLarge,  &kPluginInitializeError, &kPluginUninitializeError,
+    &kPluginRegisterError, &kPluginDeregisterError, &kPluginCommandErrorEnd,
+    &kPluginBusy,
+};
+
+} // namespace
+
+KStatus registerKStringResources()
+{
+    for (const KStringResourceId *id : texts)
+        KStringResource::registerString(*id);
+    for (const KStringResourceId *id : furtherTexts)
+        KStringResource::registerString(*id);
+    return KStatus();
+}
+
+KString getString(const KStringResourceId &id)
+{
+    KStatus status;
+    return KStringResource::getString(id, status);
+}
+
+} // namespace TavrinStrings

@@ -1,0 +1,94 @@
+// TavrinStrings.h
+//
+// The texts that the plug-in shows. Each is a string resource of the host, which may replace it by a localised one;
+// the program refers to a text by its identifier only. Texts that end in a blank get a value appended.
+
+#pragma once
+
+#include <openkelda/KStatus.h>
+#include <openkelda/KString.h>
+#include <openkelda/KStringResource.h>
+
+/// Identifiers live from the loading of the library to its unloading, so a static object must not look one up.
+namespace TavrinStrings {
+
+inline const KStringResourceId kOk("Tavrin", "kOk", "Ok");
+inline const KStringResourceId kHttpRequestTimeout("Tavrin", "kHttpRequestTimeout", "408 Http request timeout");
+inline const KStringResourceId kHttpError("Tavrin", "kHttpError", "http Error: ");
+inline const KStringResourceId kHttpErrorMessageTitle("Tavrin", "kHttpErrorMessageTitle", "Http Error Message");
+inline const KStringResourceId kHttpSuccessMessageTitle("Tavrin", "kHttpSuccessMessageTitle", "Http Success Message");
+inline const KStringResourceId kHttpCode("Tavrin", "kHttpCode", "Http code: ");
+inline const KStringResourceId
+    kHttpServerListenError("Tavrin", "kHttpServerListenError",
+                           "Error listening to localhost because the following port is protected: ");
+inline const KStringResourceId KHttpServerErrorGeneric(
+    "Tavrin", "KHttpServerErrorGeneric",
+    "Sorry but we were not able to connect, it is possible the service is down. Please try again.");
+inline const KStringResourceId kCloudPortalLoginErrorLoadingPage("Tavrin", "kCloudPortalLoginErrorLoadingPage",
+                                                                 "Login Failed. Error loading the login web page.");
+inline const KStringResourceId kCloudPortalLoginErrorInternal("Tavrin", "kCloudPortalLoginErrorInternal",
+                                                              "Login Failed. Unknown error.");
+inline const KStringResourceId kCloudPortalLoginDone("Tavrin", "kCloudPortalLoginDone",
+                                                     "Login successful, you can safely close this web page.");
+inline const KStringResourceId kCloudPortalWindowLabel("Tavrin", "kCloudPortalWindowLabel", "Tavrin");
+inline const KStringResourceId kCloudPortalMenu("Tavrin", "kCloudPortalMenu", "Tavrin...");
+inline const KStringResourceId kCloudPortalNoConnection("Tavrin", "kCloudPortalNoConnection", "No Connection");
+inline const KStringResourceId kCloudPortalLogIn("Tavrin", "kCloudPortalLogIn", "Login");
+inline const KStringResourceId kCloudPortalLogOut("Tavrin", "kCloudPortalLogOut", "Logout");
+inline const KStringResourceId kCloudPortalSearch("Tavrin", "kCloudPortalSearch", "Search");
+inline const KStringResourceId kCloudPortalRefresh("Tavrin", "kCloudPortalRefresh", "Refresh");
+inline const KStringResourceId kCloudPortalImportOptions("Tavrin", "kCloudPortalImportOptions",
+                                                         "Show Import Options after downloading the file");
+inline const KStringResourceId kCloudPortalExportOptions("Tavrin", "kCloudPortalExportOptions", "Show Export Options");
+inline const KStringResourceId kCloudPortalImportOptionsTitle("Tavrin", "kCloudPortalImportOptionsTitle",
+                                                              "Import Options");
+inline const KStringResourceId kCloudPortalExportOptionsTitle("Tavrin", "kCloudPortalExportOptionsTitle",
+                                                              "Export Options");
+inline const KStringResourceId kCloudPortalFileName("Tavrin", "kCloudPortalFileName", "File name: ");
+inline const KStringResourceId kCloudPortalFilter("Tavrin", "kCloudPortalFilter", "Files of type:");
+inline const KStringResourceId kCloudPortalImport("Tavrin", "kCloudPortalImport", "Import");
+inline const KStringResourceId kCloudPortalExportError("Tavrin", "kCloudPortalExportError", "Export Error");
+inline const KStringResourceId kCloudPortalExport("Tavrin", "kCloudPortalExport", "Export");
+inline const KStringResourceId kCloudPortalExportAll("Tavrin", "kCloudPortalExportAll", "Export All");
+inline const KStringResourceId kCloudPortalExportSelection("Tavrin", "kCloudPortalExportSelection", "Export Selection");
+inline const KStringResourceId
+    kCloudPortalExportTranslatorNotFound("Tavrin", "kCloudPortalExportTranslatorNotFound",
+                                         "Cannot find a valid exporter to export this file type.");
+inline const KStringResourceId kCloudPortalHomeFolderName("Tavrin", "kCloudPortalHomeFolderName", "Home");
+inline const KStringResourceId kCloudPortalFileExportOverwriteTitle("Tavrin", "kCloudPortalFileExportOverwriteTitle",
+                                                                    "File Already Exists");
+inline const KStringResourceId kCloudPortalFileExportOverwriteMessage("Tavrin",
+                                                                      "kCloudPortalFileExportOverwriteMessage",
+                                                                      "Do you want to overwrite the file?");
+inline const KStringResourceId kCloudPortalLookIn("Tavrin", "kCloudPortalLookIn", "Look In:");
+inline const KStringResourceId kCloudPortalNext("Tavrin", "kCloudPortalNext", "Next");
+inline const KStringResourceId kCloudPortalPrevious("Tavrin", "kCloudPortalPrevious", "Previous");
+inline const KStringResourceId kCloudPortalShow("Tavrin", "kCloudPortalShow", "show");
+inline const KStringResourceId kCloudPortalItems("Tavrin", "kCloudPortalItems", "items");
+inline const KStringResourceId KCloudPortalDropBoxOAuthTimeout("Tavrin", "KCloudPortalDropBoxOAuthTimeout",
+                                                               "Dropbox authentication timeout");
+inline const KStringResourceId KCloudPortalImportSuccess("Tavrin", "KCloudPortalImportSuccess", "Successful import: ");
+inline const KStringResourceId KCloudPortalExportSuccess("Tavrin", "KCloudPortalExportSuccess", "Successful export: ");
+inline const KStringResourceId kCloudPortalParentDirectory("Tavrin", "kCloudPortalParentDirectory", "Parent Directory");
+
+inline const KStringResourceId kHttpUploadTooLarge("Tavrin", "kHttpUploadTooLarge",
+                                                   "The file is too large to be uploaded.");
+inline const KStringResourceId kPluginInitializeError("Tavrin", "kPluginInitializeError",
+                                                      "TavrinCmd - could not initialize plugin: ");
+inline const KStringResourceId kPluginUninitializeError("Tavrin", "kPluginUninitializeError",
+                                                        "TavrinCmd - could not uninitialize plugin: ");
+inline const KStringResourceId kPluginRegisterError("Tavrin", "kPluginRegisterError",
+                                                    "TavrinCmd - could not register '");
+inline const KStringResourceId kPluginDeregisterError("Tavrin", "kPluginDeregisterError",
+                                                      "TavrinCmd - could not deregister '");
+inline const KStringResourceId kPluginCommandErrorEnd("Tavrin", "kPluginCommandErrorEnd", "' command: ");
+inline const KStringResourceId
+    kPluginBusy("Tavrin", "kPluginBusy",
+                "Tavrin is still talking to a cloud service. Please unload it when that has ended.");
+
+/// Makes every identifier known to the host; always a success. A text that the host already replaced stays replaced.
+KStatus registerKStringResources();
+/// The current text of \p id; its default when the host does not know it.
+KString getString(const KStringResourceId &id);
+
+} // namespace TavrinStrings
