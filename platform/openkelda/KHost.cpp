@@ -1,1 +1,23 @@
-// placeholder, replaced by its owner
+#include "openkelda/host.h"
+
+namespace {
+
+KHost *installedHost = nullptr;
+
+} // namespace
+
+KHost::~KHost()
+{
+    if (installedHost == this)
+        installedHost = nullptr;
+}
+
+KHost *KHost::instance()
+{
+    return installedHost;
+}
+
+void KHost::install(KHost *host)
+{
+    installedHost = host;
+}
