@@ -50,9 +50,8 @@ const KStringResourceId *const texts[] = {
 };
 
 const KStringResourceId *const furtherTexts[] = {
-    &kHttpUploadTooLarge,  &kPluginInitializeError, &kPluginUninitializeError,
-    &kPluginRegisterError, &kPluginDeregisterError, &kPluginCommandErrorEnd,
-    &kPluginBusy,
+    &kHttpUploadTooLarge,  &kHttpFileWriteError,    &kPluginInitializeError, &kPluginUninitializeError,
+    &kPluginRegisterError, &kPluginDeregisterError, &kPluginCommandErrorEnd, &kPluginBusy,
 };
 
 } // namespace

@@ -73,6 +73,7 @@ inline const KStringResourceId kCloudPortalParentDirectory("Tavrin", "kCloudPort
 
 inline const KStringResourceId kHttpUploadTooLarge("Tavrin", "kHttpUploadTooLarge",
                                                    "The file is too large to be uploaded.");
+inline const KStringResourceId kHttpFileWriteError("Tavrin", "kHttpFileWriteError", "The file cannot be written: ");
 inline const KStringResourceId kPluginInitializeError("Tavrin", "kPluginInitializeError",
                                                       "TavrinCmd - could not initialize plugin: ");
 inline const KStringResourceId kPluginUninitializeError("Tavrin", "kPluginUninitializeError",
