@@ -1,0 +1,45 @@
+#include "scene/Mesh.h"
+
+#include <algorithm>
+
+void Bounds::add(const QVector3D &point)
+{
+    if (empty) {
+        low = high = point;
+        empty = false;
+        return;
+    }
+    low = QVector3D(std::min(low.x(), point.x()), std::min(low.y(), point.y()), std::min(low.z(), point.z()));
+    high = QVector3D(std::max(high.x(), point.x()), std::max(high.y(), point.y()), std::max(high.z(), point.z()));
+}
+
+void Bounds::add(const Bounds &other)
+{
+    if (other.empty)
+        return;
+    add(other.low);
+    add(other.high);
+}
+
+void Mesh::addFace(const std::vector<quint32> &corners)
+{
+    m_corners.insert(m_corners.end(), corners.begin(), corners.end());
+    m_faceEnds.push_back(static_cast<quint32>(m_corners.size()));
+    if (corners.size() == 3)
+        ++m_triangles;
+}
+
+const quint32 *Mesh::face(int index, int &count) const
+{
+    const auto at = static_cast<std::size_t>(index);
+    const quint32 begin = at == 0 ? 0 : m_faceEnds[at - 1];
+    count = static_cast<int>(m_faceEnds[at] - begin);
+    return m_corners.data() + begin;
+}
+
+void Mesh::updateBounds()
+{
+    m_bounds = Bounds();
+    for (const QVector3D &point : positions)
+        m_bounds.add(point);
+}

@@ -1,0 +1,49 @@
+// scene/Mesh.h
+//
+// The geometry of one scene object: corner data shared by polygonal faces.
+
+#pragma once
+
+#include <QVector2D>
+#include <QVector3D>
+
+#include <vector>
+
+/// An axis-aligned box; empty until something was added.
+struct Bounds
+{
+    QVector3D low;
+    QVector3D high;
+    bool empty = true;
+
+    void add(const QVector3D &point);
+    void add(const Bounds &other);
+    QVector3D centre() const { return (low + high) / 2; }
+    /// Length of the diagonal; 0 for an empty box.
+    float size() const { return empty ? 0.0F : (high - low).length(); }
+};
+
+class Mesh
+{
+public:
+    std::vector<QVector3D> positions;
+    std::vector<QVector3D> normals; ///< as many as positions, or none
+    std::vector<QVector2D> uvs;     ///< as many as positions, or none; v grows upwards
+
+    /// \p corners are indices into positions, at least three of them.
+    void addFace(const std::vector<quint32> &corners);
+    int faceCount() const { return static_cast<int>(m_faceEnds.size()); }
+    /// Faces with exactly three corners; a polygon that was not triangulated counts none.
+    int triangleCount() const { return m_triangles; }
+    /// The face's corners: \p count of them, valid until the mesh changes.
+    const quint32 *face(int index, int &count) const;
+    const Bounds &bounds() const { return m_bounds; }
+    /// Call once all positions stand.
+    void updateBounds();
+
+private:
+    std::vector<quint32> m_corners;
+    std::vector<quint32> m_faceEnds;
+    int m_triangles = 0;
+    Bounds m_bounds;
+};

@@ -1,0 +1,304 @@
+#include "scene/SceneCommands.h"
+
+#include "host/KeldaHost.h"
+#include "language/Flags.h"
+#include "scene/FileOptions.h"
+#include "scene/ModelExporter.h"
+#include "scene/ModelImporter.h"
+#include "scene/Scene.h"
+#include "scene/Translators.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+KString hostText(const QString &text)
+{
+    return KString(text.toStdString());
+}
+
+const Translator &namedTranslator(const QString &name)
+{
+    const Translator *translator = Translators::find(name);
+    if (!translator)
+        throw CommandError(QStringLiteral("unknown file translator \"%1\"").arg(name));
+    return *translator;
+}
+
+/// All plain arguments, arrays taken apart.
+QStringList plainNames(const Flags &flags)
+{
+    QStringList names;
+    for (const Value &value : flags.plain())
+        names.append(value.toStringList());
+    return names;
+}
+
+void requireKnown(const Scene &scene, const QStringList &names)
+{
+    for (const QString &name : names) {
+        if (!scene.find(name))
+            throw CommandError(QStringLiteral("there is no object named \"%1\"").arg(name));
+    }
+}
+
+/// The file command.
+class FileCommand
+{
+public:
+    FileCommand(KeldaHost &host, Scene &scene, OptionStore &options) : m_host(host), m_scene(scene), m_options(options)
+    {}
+
+    Value run(const CommandCall &call);
+
+private:
+    Value import(const Flags &flags, const QString &path);
+    Value exportTo(const Flags &flags, const QString &path, bool selectionOnly);
+    OptionValues effectiveOptions(FileAction action, const Translator &translator, const Flags &flags) const;
+
+    KeldaHost &m_host;
+    Scene &m_scene;
+    OptionStore &m_options;
+};
+
+Value FileCommand::run(const CommandCall &call)
+{
+    const Flags flags(call, {{"-f", "-force"},
+                             {"-pr", "-preserveReferences"},
+                             {"-i", "-import", 1},
+                             {"-ea", "-exportAll", 1},
+                             {"-es", "-exportSelected", 1},
+                             {"-typ", "-type", 1},
+                             {"-op", "-options", 1},
+                             {"-n", "-new"}});
+    const int tasks = flags.has("-import") + flags.has("-exportAll") + flags.has("-exportSelected") + flags.has("-new");
+    if (tasks != 1 || !flags.plain().empty())
+        throw CommandError(QStringLiteral("file needs one of -i PATH, -ea PATH, -es PATH and -new"));
+    if (flags.has("-import"))
+        return import(flags, flags.value("-import").toString());
+    if (flags.has("-new")) {
+        m_scene.clear();
+        return Value();
+    }
+    const bool selectionOnly = flags.has("-exportSelected");
+    return exportTo(flags, flags.value(selectionOnly ? "-exportSelected" : "-exportAll").toString(), selectionOnly);
+}
+
+Value FileCommand::import(const Flags &flags, const QString &path)
+{
+    const Translator *translator = flags.has("-type") ? &namedTranslator(flags.value("-type").toString())
+                                                      : Translators::forExtension(QFileInfo(path).suffix());
+    OptionValues options;
+    if (translator)
+        options = effectiveOptions(FileAction::Import, *translator, flags);
+    ImportResult result = ModelImporter::read(path, translator, options);
+    m_scene.add(std::move(result.objects));
+    for (const QString &warning : qAsConst(result.warnings))
+        m_host.message(KHost::MessageKind::kWarning, hostText(QFileInfo(path).fileName() + ": " + warning));
+    return path;
+}
+
+Value FileCommand::exportTo(const Flags &flags, const QString &path, bool selectionOnly)
+{
+    const Translator *translator = nullptr;
+    if (flags.has("-type"))
+        translator = &namedTranslator(flags.value("-type").toString());
+    else
+        translator = Translators::forExtension(QFileInfo(path).suffix());
+    if (!translator)
+        throw CommandError(
+            QStringLiteral("cannot export \"%1\": no translator given or known by its extension").arg(path));
+    const OptionValues options = effectiveOptions(FileAction::Export, *translator, flags);
+    const QString target = ModelExporter::targetPath(path, *translator);
+    if (!flags.has("-force") && QFileInfo::exists(target))
+        throw CommandError(QStringLiteral("cannot export \"%1\": the file exists and -force is not given").arg(target));
+
+    std::vector<SceneObject> objects;
+    std::copy_if(m_scene.objects().begin(), m_scene.objects().end(), std::back_inserter(objects),
+                 [&](const SceneObject &object) { return !selectionOnly || object.selected; });
+    if (objects.empty())
+        throw CommandError(QStringLiteral("cannot export \"%1\": %2")
+                               .arg(target, selectionOnly ? "nothing is selected" : "the scene is empty"));
+    ModelExporter::write(objects, target, *translator, options);
+    return target;
+}
+
+OptionValues FileCommand::effectiveOptions(FileAction action, const Translator &translator, const Flags &flags) const
+{
+    return OptionStore::overridden(action, translator, m_options.values(action, translator),
+                                   flags.value("-options").toString());
+}
+
+Value fileTranslator(const CommandCall &call)
+{
+    const Flags flags(call, {{"-q", "-query"},
+                             {"-l", "-list"},
+                             {"-ext", "-extension", 1},
+                             {"-exs", "-extensions", 1},
+                             {"-rs", "-readSupport", 1},
+                             {"-ws", "-writeSupport", 1}});
+    if (!flags.has("-query"))
+        throw CommandError(QStringLiteral("fileTranslator only answers queries (-q)"));
+    if (flags.has("-list")) {
+        QStringList names;
+        for (const Translator &translator : Translators::all())
+            names.append(translator.name);
+        return names;
+    }
+    if (flags.has("-extension"))
+        return namedTranslator(flags.value("-extension").toString()).extension();
+    if (flags.has("-extensions"))
+        return namedTranslator(flags.value("-extensions").toString()).extensions;
+    if (flags.has("-readSupport"))
+        return namedTranslator(flags.value("-readSupport").toString()).reads;
+    if (flags.has("-writeSupport"))
+        return namedTranslator(flags.value("-writeSupport").toString()).writes();
+    throw CommandError(QStringLiteral("fileTranslator -q needs one of -list, -extension, -extensions, -readSupport "
+                                      "and -writeSupport"));
+}
+
+Value fromOption(const QVariant &value)
+{
+    if (value.type() == QVariant::Bool)
+        return value.toBool();
+    if (value.type() == QVariant::Double)
+        return value.toDouble();
+    return value.toString();
+}
+
+Value fileOption(const CommandCall &call, OptionStore &options)
+{
+    const Flags flags(call, {{"-q", "-query", 1}, {"-s", "-set", 2}});
+    if (flags.plain().size() != 2 || flags.has("-query") == flags.has("-set"))
+        throw CommandError(QStringLiteral("fileOption needs ACTION TRANSLATOR and one of -set KEY VALUE and -q KEY"));
+    const FileAction action = OptionStore::actionNamed(flags.plain()[0].toString());
+    const Translator &translator = namedTranslator(flags.plain()[1].toString());
+    if (flags.has("-set")) {
+        options.set(action, translator, flags.value("-set").toString(), flags.value("-set", 1).toString());
+        return Value();
+    }
+    const QString key = flags.value("-query").toString();
+    const OptionValues values = options.values(action, translator);
+    if (!values.contains(key))
+        throw CommandError(QStringLiteral("%1 has no option \"%2\"").arg(translator.name, key));
+    return fromOption(values.value(key));
+}
+
+Value select(const CommandCall &call, Scene &scene)
+{
+    const Flags flags(call, {{"-q", "-query"},
+                             {"-all", "-allObjects"},
+                             {"-cl", "-clear"},
+                             {"-add", "-addTo"},
+                             {"-tgl", "-toggle"},
+                             {"-r", "-replace"}});
+    if (flags.has("-query"))
+        return scene.selection();
+    const QStringList names = plainNames(flags);
+    requireKnown(scene, names);
+    QStringList wanted = names;
+    if (flags.has("-allObjects"))
+        wanted = scene.names();
+    else if (flags.has("-clear"))
+        wanted.clear();
+    else if (flags.has("-addTo"))
+        wanted += scene.selection();
+    else if (flags.has("-toggle")) {
+        wanted = scene.selection();
+        for (const QString &name : names) {
+            if (wanted.removeAll(name) == 0)
+                wanted.append(name);
+        }
+    } else if (names.isEmpty())
+        throw CommandError(QStringLiteral("select needs names, -all, -clear or -q"));
+    scene.setSelection(wanted);
+    return Value();
+}
+
+Value list(const CommandCall &call, const Scene &scene)
+{
+    const Flags flags(call, {{"-sl", "-selection"}});
+    return flags.has("-selection") ? scene.selection() : scene.names();
+}
+
+Value deleteObjects(const CommandCall &call, Scene &scene)
+{
+    const Flags flags(call, {});
+    QStringList names = plainNames(flags);
+    requireKnown(scene, names);
+    if (names.isEmpty())
+        names = scene.selection();
+    scene.remove(names);
+    return Value();
+}
+
+Value boundingBoxText(const Bounds &bounds)
+{
+    if (bounds.empty)
+        return QString();
+    QStringList parts;
+    for (const QVector3D &corner : {bounds.low, bounds.high}) {
+        for (int axis = 0; axis < 3; ++axis)
+            parts.append(QString::number(static_cast<double>(corner[axis]), 'g', 6));
+    }
+    return parts.join(QLatin1Char(' '));
+}
+
+Value sceneInfo(const CommandCall &call, const Scene &scene)
+{
+    const Flags flags(call, {{"-q", "-query"},
+                             {"-t", "-triangles"},
+                             {"-fc", "-faces"},
+                             {"-v", "-vertices"},
+                             {"-o", "-objects"},
+                             {"-tx", "-textures"},
+                             {"-b", "-boundingBox"}});
+    if (flags.has("-query")) {
+        if (flags.has("-triangles"))
+            return scene.triangleCount();
+        if (flags.has("-faces"))
+            return scene.faceCount();
+        if (flags.has("-vertices"))
+            return scene.vertexCount();
+        if (flags.has("-objects"))
+            return static_cast<int>(scene.objects().size());
+        if (flags.has("-textures"))
+            return scene.textureCount();
+        if (flags.has("-boundingBox"))
+            return boundingBoxText(scene.bounds());
+    }
+    throw CommandError(
+        QStringLiteral("sceneInfo needs -q and one of -triangles, -faces, -vertices, -objects, -textures "
+                       "and -boundingBox"));
+}
+
+/// A file operation's refusal becomes the command's failure.
+CommandFunction refusing(CommandFunction function)
+{
+    return [function = std::move(function)](const CommandCall &call) {
+        try {
+            return function(call);
+        } catch (const FileError &problem) {
+            throw CommandError(problem.reason());
+        }
+    };
+}
+
+} // namespace
+
+void registerSceneCommands(KeldaHost &host, Scene &scene, OptionStore &options)
+{
+    Interpreter &interpreter = host.interpreter();
+    auto file = std::make_shared<FileCommand>(host, scene, options);
+    interpreter.addCommand("file", refusing([file](const CommandCall &call) { return file->run(call); }));
+    interpreter.addCommand("fileTranslator", fileTranslator);
+    interpreter.addCommand("fileOption",
+                           refusing([&options](const CommandCall &call) { return fileOption(call, options); }));
+    interpreter.addCommand("select", [&scene](const CommandCall &call) { return select(call, scene); });
+    interpreter.addCommand("ls", [&scene](const CommandCall &call) { return list(call, scene); });
+    interpreter.addCommand("delete", [&scene](const CommandCall &call) { return deleteObjects(call, scene); });
+    interpreter.addCommand("sceneInfo", [&scene](const CommandCall &call) { return sceneInfo(call, scene); });
+}
