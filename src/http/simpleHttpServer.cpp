@@ -1,1 +1,214 @@
-// placeholder, replaced by its owner
+#include "http/simpleHttpServer.h"
+
+#include "TavrinStrings.h"
+
+#include <openkelda/KGlobal.h>
+#include <openkelda/KQtUtil.h>
+
+#include <QDateTime>
+#include <QPointer>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QTextStream>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int largestRequestBytes = 64 * 1024;
+constexpr char timeoutCode[] = "timeout";
+constexpr char limitName[] = "limit";
+constexpr char lineReadProperty[] = "requestLineRead";
+
+int defaultRedirectMs = 300000;
+int defaultConnectionMs = 30000;
+
+QStringList tokensOf(const QString &text)
+{
+    static const QRegularExpression separators(QStringLiteral("[ \\r\\n\"',?&=]+"));
+    return text.split(separators);
+}
+
+/// The code in the request line \p line; empty when there is none, and for a request that is no redirect. Only the
+/// query's own parameters count: the text "code" as a value, or anywhere else in a request, names no code.
+QString codeIn(const QString &line)
+{
+    const QStringList words = tokensOf(line);
+    if (words.size() < 2 || words.at(0) != QLatin1String("GET") ||
+        words.at(1) != QLatin1String("/crvn/kelda/oauth/dropbox/redirect"))
+        return QString();
+
+    const QString query = line.section(QLatin1Char('?'), 1).section(QLatin1Char(' '), 0, 0);
+    for (const QString &parameter : query.split(QLatin1Char('&'))) {
+        const QStringList tokens = tokensOf(parameter);
+        const bool named = tokens.size() > 1 && tokens.at(0) == QLatin1String("code");
+        if (named && !tokens.at(1).isEmpty() && tokens.at(1) != QLatin1String(timeoutCode))
+            return tokens.at(1);
+    }
+    return QString();
+}
+
+void writeAnswer(QTcpSocket &client)
+{
+    QTextStream stream(&client);
+    stream.setCodec("UTF-8");
+    stream.setAutoDetectUnicode(true);
+    stream << "HTTP/1.0 200 Ok\r\nContent-Type: text/html; charset=\"utf-8\"\r\n\r\n<h1>"
+           << KQtUtil::toQString(TavrinStrings::getString(TavrinStrings::kCloudPortalLoginDone)) << "</h1>\n"
+           << QDateTime::currentDateTime().toString() << "\n";
+}
+
+/// Ends the answer. A browser that is still sending its header would lose the answer to a plain close, so only the
+/// sending side is shut; what still comes is read and dropped until the browser hangs up.
+void endAnswer(QTcpSocket &client)
+{
+    client.flush();
+    if (client.bytesToWrite() == 0)
+        ::shutdown(static_cast<int>(client.socketDescriptor()), SHUT_WR);
+    else
+        client.close();
+}
+
+} // namespace
+
+SimpleHttpServer::SimpleHttpServer(QObject *parent) : QTcpServer(parent), m_connectionMs(defaultConnectionMs)
+{
+    m_watchdog.setSingleShot(true);
+    m_watchdog.setInterval(defaultRedirectMs);
+    connect(&m_watchdog, &QTimer::timeout, this, &SimpleHttpServer::serverTimeout);
+}
+
+void SimpleHttpServer::setDefaultTimeouts(int redirectMs, int connectionMs)
+{
+    defaultRedirectMs = redirectMs;
+    defaultConnectionMs = connectionMs;
+}
+
+void SimpleHttpServer::setCallback(void (*callback)(void *, KString &), void *userData)
+{
+    m_callback = callback;
+    m_userData = userData;
+}
+
+bool SimpleHttpServer::StartListenPort(unsigned short port)
+{
+    m_codeReceived = false;
+    m_watchdog.start();
+    if (internalListen(port))
+        return true;
+    KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kHttpServerListenError) +
+                          static_cast<unsigned>(port));
+    return false;
+}
+
+bool SimpleHttpServer::tryListen(unsigned short port)
+{
+    if (!internalListen(port))
+        return false;
+    stopListening();
+    return true;
+}
+
+void SimpleHttpServer::pause()
+{
+    m_paused = true;
+}
+
+void SimpleHttpServer::resume()
+{
+    m_paused = false;
+}
+
+bool SimpleHttpServer::internalListen(unsigned short port)
+{
+    return listen(QHostAddress::LocalHost, port);
+}
+
+void SimpleHttpServer::incomingConnection(qintptr socketDescriptor)
+{
+    if (m_paused) {
+        ::close(static_cast<int>(socketDescriptor));
+        return;
+    }
+    auto *client = new QTcpSocket(this);
+    connect(client, &QTcpSocket::readyRead, this, &SimpleHttpServer::readClient);
+    connect(client, &QTcpSocket::disconnected, this, &SimpleHttpServer::discardClient);
+    client->setReadBufferSize(largestRequestBytes);
+    if (!client->setSocketDescriptor(socketDescriptor, QAbstractSocket::ConnectedState, QIODevice::ReadWrite)) {
+        client->deleteLater();
+        return;
+    }
+    auto *limit = new QTimer(client);
+    limit->setObjectName(QLatin1String(limitName));
+    limit->setSingleShot(true);
+    connect(limit, &QTimer::timeout, client, &QTcpSocket::abort);
+    limit->start(m_connectionMs);
+}
+
+void SimpleHttpServer::serverTimeout()
+{
+    stopListening();
+    if (m_codeReceived || !m_callback)
+        return;
+    KString code(timeoutCode);
+    m_callback(m_userData, code);
+}
+
+void SimpleHttpServer::readClient()
+{
+    auto *client = qobject_cast<QTcpSocket *>(sender());
+    if (!client)
+        return;
+    if (client->property(lineReadProperty).toBool()) {
+        client->readAll();
+        return;
+    }
+    if (!client->canReadLine()) {
+        if (client->bytesAvailable() >= largestRequestBytes)
+            client->abort();
+        return;
+    }
+    client->setProperty(lineReadProperty, true);
+    const QString line = QString::fromLatin1(client->readLine());
+    client->readAll();
+    const QString code = codeIn(line);
+    if (!code.isEmpty() && !m_codeReceived)
+        acceptCode(client, KQtUtil::toKString(code));
+}
+
+void SimpleHttpServer::discardClient()
+{
+    if (QObject *client = sender())
+        client->deleteLater();
+}
+
+void SimpleHttpServer::stopListening()
+{
+    m_watchdog.stop();
+    pause();
+    disconnect();
+    close();
+}
+
+/// The call-back may take its time and delete this server, and with it the socket.
+void SimpleHttpServer::acceptCode(QTcpSocket *client, KString code)
+{
+    const QPointer<SimpleHttpServer> self(this);
+    const QPointer<QTcpSocket> browser(client);
+    const QPointer<QTimer> limit(client->findChild<QTimer *>(QLatin1String(limitName)));
+    limit->stop();
+    m_watchdog.stop();
+    m_codeReceived = true;
+    if (m_callback)
+        m_callback(m_userData, code);
+    if (browser && limit && browser->state() == QAbstractSocket::ConnectedState) {
+        writeAnswer(*browser);
+        endAnswer(*browser);
+        limit->start();
+    }
+    if (self) {
+        disconnect();
+        close();
+    }
+}
