@@ -1,1 +1,173 @@
-// placeholder, replaced by its owner
+#include "Tavrin.h"
+
+#include "cloud/Portal_CloudBrowser.h"
+#include "cloud/PortalCall.h"
+#include "portals/Portal_DropBox.h"
+#include "TavrinStrings.h"
+
+#include <memory>
+#include <vector>
+
+using ICloudPortalApi::IPortal;
+
+namespace {
+
+const char vendor[] = "Corvane, Inc.";
+const char pluginVersion[] = "1.0";
+const char requiredApi[] = "Any";
+
+bool isPortalsInit = false;
+
+/// What InitCloudPortal registered and unloading has to take back, in that order.
+std::vector<KString> portalIdentities;
+
+template <typename Portal, typename Login, typename Browser>
+std::unique_ptr<IPortal> makePortal()
+{
+    return std::make_unique<Portal>(new Login, new Browser);
+}
+
+/// Every portal, in the order of the tabs.
+using PortalMaker = std::unique_ptr<IPortal> (*)();
+const PortalMaker portalMakers[] = {
+    makePortal<Portal_DropBox, Portal_DropBox_Login, Portal_DropBox_IPortalBrowser>,
+};
+
+void addPortal(std::unique_ptr<IPortal> portal)
+{
+    const KString identity = portal->GetPortalUID();
+    if (!Portal_CloudBrowser::RegisterPortal(portal.get()))
+        return;
+    portal.release(); // answered for by removePortals()
+    portalIdentities.push_back(identity);
+    Portal_CloudBrowser::GetInstance(identity)->AddPortalTabPage();
+}
+
+void removePortals()
+{
+    Portal_CloudBrowser::PrepareUnload();
+    for (const KString &identity : portalIdentities) {
+        const std::unique_ptr<Portal_CloudBrowser> controller(Portal_CloudBrowser::GetInstance(identity));
+        if (!controller)
+            continue;
+        const std::unique_ptr<IPortal> portal(controller->GetPortal());
+        Portal_CloudBrowser::UnRegisterPortal(portal.get());
+    }
+    portalIdentities.clear();
+    isPortalsInit = false;
+}
+
+void restoreDock()
+{
+    isPortalsInit = false;
+    bool wasOpen = false;
+    bool wasRaised = false;
+    {
+        // Both before InitCloudPortal, since a dock that comes up stores flags of its own.
+        const Tavrin::Settings settings(Portal_CloudBrowserDockWidget::kSettingsName);
+        wasOpen = settings.getWindowActive();
+        wasRaised = settings.getWindowRaised();
+    }
+    if (!wasOpen)
+        return;
+    InitCloudPortal();
+    Portal_CloudBrowser::RaiseDockingWindow(wasRaised);
+}
+
+KStatus reported(const KStatus &status, const KString &text)
+{
+    KGlobal::displayError(text + status.errorString());
+    return status;
+}
+
+KString commandErrorText(const KStringResourceId &beginning)
+{
+    return TavrinStrings::getString(beginning) + TavrinCmd::commandName +
+           TavrinStrings::getString(TavrinStrings::kPluginCommandErrorEnd);
+}
+
+} // namespace
+
+const KString TavrinCmd::commandName("Tavrin");
+
+void *TavrinCmd::creator()
+{
+    return new TavrinCmd;
+}
+
+KSyntax TavrinCmd::createSyntax()
+{
+    KSyntax syntax;
+    syntax.addFlag("-spr", "-showportal");
+    syntax.enableQuery(true);
+    syntax.enableEdit(false);
+    return syntax;
+}
+
+void TavrinCmd::cleanup()
+{
+    KGlobal::executeCommand(
+        "callbacks -removeCallback  \"TavrinCreateUI\" -hook \"addItemToFileMenu\" -owner \"TavrinPlugin\";");
+    KGlobal::executeCommand("TavrinDeleteUI;");
+}
+
+KStatus TavrinCmd::doIt(const KArgList &arguments)
+{
+    const PortalCall running;
+    KStatus status;
+    const KArgParser parser(createSyntax(), arguments, &status);
+    if (parser.isFlagSet("-spr") && IsKeldaCanRunUI()) {
+        InitCloudPortal();
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+    }
+    return KStatus();
+}
+
+void InitCloudPortal()
+{
+    if (isPortalsInit)
+        return;
+    isPortalsInit = true;
+    const PortalCall running;
+    for (const PortalMaker makeOne : portalMakers)
+        addPortal(makeOne());
+    qtHelper_removeDir(KQtUtil::toQString(TavrinHelper::tempCloudDirectory()));
+}
+
+KStatus initializePlugin(KObject plugin)
+{
+    KStatus status;
+    KFnPlugin functions(plugin, vendor, pluginVersion, requiredApi, &status);
+    if (!status)
+        return reported(status, TavrinStrings::getString(TavrinStrings::kPluginInitializeError));
+
+    functions.registerUIStrings(TavrinStrings::registerKStringResources, "TavrinInitStrings");
+    status = functions.registerCommand(TavrinCmd::commandName, TavrinCmd::creator, TavrinCmd::createSyntax);
+    if (!status)
+        return reported(status, commandErrorText(TavrinStrings::kPluginRegisterError));
+
+    KGlobal::executeCommand("eval ( \"source \\\"TavrinCreateUI.ksc\\\"\" );");
+    KGlobal::executeCommand(
+        "callbacks -addCallback \"TavrinCreateUI\" -hook \"addItemToFileMenu\" -owner \"TavrinPlugin\";");
+    if (IsKeldaCanRunUI())
+        restoreDock();
+    return status;
+}
+
+KStatus uninitializePlugin(KObject plugin)
+{
+    KStatus status;
+    KFnPlugin functions(plugin, vendor, pluginVersion, requiredApi, &status);
+    if (!status)
+        return reported(status, TavrinStrings::getString(TavrinStrings::kPluginUninitializeError));
+    if (Portal_CloudBrowser::IsBusy())
+        return reported(KStatus::failure(TavrinStrings::getString(TavrinStrings::kPluginBusy)), KString());
+
+    if (IsKeldaCanRunUI() && isPortalsInit)
+        removePortals();
+    TavrinCmd::cleanup();
+    status = functions.deregisterCommand(TavrinCmd::commandName);
+    if (!status)
+        reported(status, commandErrorText(TavrinStrings::kPluginDeregisterError));
+    return status;
+}

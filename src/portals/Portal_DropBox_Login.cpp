@@ -1,1 +1,291 @@
-// placeholder, replaced by its owner
+#include "portals/Portal_DropBox_Login.h"
+
+#include "cloud/PortalCall.h"
+#include "DropBoxConfig.h"
+#include "http/httpClient.h"
+#include "http/simpleHttpServer.h"
+#include "portals/Portal_DropBox_Replies.h"
+#include "portals/Portal_DropBox_Requests.h"
+#include "TavrinStrings.h"
+
+#include <QDesktopServices>
+#include <QTimer>
+#include <QUrl>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace ICloudPortalApi;
+
+namespace {
+
+const unsigned short preferredPort = 8080;
+const unsigned short fallbackPort = 80;
+const int answerLingerMs = 1000;
+
+const auto &globalCacheSize = DropBoxConfig::keyPool;
+const auto &globalCheckSum = DropBoxConfig::secretPool;
+const auto &globalCounter = DropBoxConfig::keyOrder;
+const auto &pluginRevision = DropBoxConfig::secretOrder;
+
+} // namespace
+
+const char Portal_DropBox_Login::settingsName[] = "TavrinSettings_DropBoxAppBrowser_Kelda";
+
+void getCacheChecksum(KString &key, KString &secret)
+{
+    std::string keyText;
+    std::string secretText;
+    for (int i = 0; i < DropBoxConfig::credentialLength; ++i) {
+        keyText += globalCacheSize[globalCounter[i]];
+        secretText += globalCheckSum[pluginRevision[i]];
+    }
+    key = KString(keyText);
+    secret = KString(secretText);
+}
+
+void ReceiveDropBoxCodeRequest(void *login, KString &code)
+{
+    static_cast<Portal_DropBox_Login *>(login)->LoginReceiveCode(code);
+}
+
+Portal_DropBox_Login::Portal_DropBox_Login()
+    : m_apiHost(DropBoxConfig::apiHost), m_contentHost(DropBoxConfig::contentHost), m_webHost(DropBoxConfig::webHost)
+{
+    m_loginUi.SetILogin(this);
+    getCacheChecksum(m_appKey, m_appSecret);
+}
+
+Portal_DropBox_Login::~Portal_DropBox_Login()
+{
+    ResetServer();
+}
+
+bool Portal_DropBox_Login::Login(IPortalOwnerCB *owner)
+{
+    const unsigned attempt = ++m_attempt;
+    m_owner = owner;
+    loadSession();
+    const bool valid = IsSessionValid();
+    if (attempt != m_attempt)
+        return false;
+    ResetServer();
+    if (valid) {
+        finish(true);
+        return true;
+    }
+    SetSessionID(KString(), KString());
+    m_validated = false;
+    waitForRedirect();
+    QDesktopServices::openUrl(QUrl(KQtUtil::toQString(GetLoginRequestUrl())));
+    return false;
+}
+
+void Portal_DropBox_Login::waitForRedirect()
+{
+    {
+        SimpleHttpServer probe;
+        m_port = probe.tryListen(preferredPort) ? preferredPort : fallbackPort;
+    }
+    m_server = new SimpleHttpServer(&m_serverParent);
+    m_server->setCallback(ReceiveDropBoxCodeRequest, this);
+    m_server->StartListenPort(m_port);
+}
+
+void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
+{
+    const PortalCall running;
+    retireServer();
+    if (code == "timeout") {
+        KGlobal::displayError(TavrinStrings::getString(TavrinStrings::KCloudPortalDropBoxOAuthTimeout));
+        finish(false);
+        return;
+    }
+
+    const unsigned attempt = m_attempt;
+    httpClient client;
+    client.setHost(m_apiHost.utf8(), 0);
+    QByteArray nothing;
+    QByteArray body;
+    const QString path =
+        DropBoxRequests::token(KQtUtil::toQString(code), KQtUtil::toQString(m_appKey), KQtUtil::toQString(m_appSecret),
+                               KQtUtil::toQString(GetOauthRedirectUri()));
+    client.post(path, nothing, HeaderMap(), true, body);
+    if (attempt != m_attempt)
+        return;
+
+    const DropBoxReplies::Token token = DropBoxReplies::token(body);
+    SetSessionID(token.accessToken, token.userId);
+    m_tokenType = token.tokenType;
+    m_validated = false;
+    SaveSessionSettings();
+    finish(true);
+}
+
+void Portal_DropBox_Login::finish(bool success)
+{
+    m_loginUi.loginDone();
+    IPortalOwnerCB *owner = m_owner;
+    m_owner = nullptr;
+    if (owner)
+        owner->LoginDoneCB(success);
+}
+
+bool Portal_DropBox_Login::LoginUIDoneCB(const QUrl &)
+{
+    return false;
+}
+
+bool Portal_DropBox_Login::Logout()
+{
+    ++m_attempt;
+    ResetServer();
+    m_owner = nullptr;
+    forgetSession();
+    return true;
+}
+
+bool Portal_DropBox_Login::IsLogin()
+{
+    loadSession();
+    if (!m_sessionId.isEmpty()) {
+        if (m_validated)
+            return true;
+        const KString confirmed = m_sessionId;
+        const bool valid = IsSessionValid();
+        if (m_sessionId != confirmed)
+            return false; // replaced while the service was asked; the answer says nothing about the new token
+        if (valid) {
+            m_validated = true;
+            return true;
+        }
+    }
+    forgetSession();
+    return false;
+}
+
+bool Portal_DropBox_Login::IsSessionValid()
+{
+    KString name;
+    return accountName(name) && !name.isEmpty();
+}
+
+bool Portal_DropBox_Login::GetUserInformation(HeaderMap &info)
+{
+    KString name;
+    if (!accountName(name))
+        return false;
+    info[L"username"] = name.wide();
+    return true;
+}
+
+bool Portal_DropBox_Login::GetUsername(KString &name)
+{
+    HeaderMap info;
+    const bool known = GetUserInformation(info);
+    const auto username = info.find(L"username");
+    if (username != info.end())
+        name = KString(username->second.c_str());
+    return known;
+}
+
+bool Portal_DropBox_Login::accountName(KString &name) const
+{
+    if (m_sessionId.isEmpty())
+        return false;
+    httpClient client;
+    client.setHost(m_apiHost.utf8(), 0);
+    QByteArray body;
+    client.get(DropBoxRequests::accountInfo(), GetRequestHeaders(), true, body);
+    return DropBoxReplies::displayName(body, name);
+}
+
+long Portal_DropBox_Login::CreateLoginRequest(char *buffer, unsigned long size)
+{
+    if (m_sessionId.isEmpty())
+        return -1;
+    const std::string address = GetLoginRequestUrl().utf8();
+    if (buffer && size > 0) {
+        const std::size_t copied = std::min<std::size_t>(address.size(), size - 1);
+        std::memcpy(buffer, address.data(), copied);
+        std::memset(buffer + copied, 0, size - copied);
+    }
+    return static_cast<long>(address.size()) + 1;
+}
+
+void Portal_DropBox_Login::ResetServer()
+{
+    if (!m_server)
+        return;
+    m_server->setCallback(nullptr, nullptr);
+    m_server->disconnect();
+    m_server->close();
+    m_server->deleteLater();
+    m_server = nullptr;
+}
+
+void Portal_DropBox_Login::retireServer()
+{
+    SimpleHttpServer *server = m_server;
+    if (!server)
+        return;
+    m_server = nullptr;
+    server->setCallback(nullptr, nullptr);
+    server->disconnect();
+    server->close();
+
+    // Its slot may be on the stack, and the browser still reading the answer.
+    auto *release = new QTimer(server);
+    QObject::connect(release, &QTimer::timeout, server, [server] {
+        if (!PortalCall::isRunning())
+            server->deleteLater();
+    });
+    release->start(answerLingerMs);
+}
+
+KString Portal_DropBox_Login::GetOauthRedirectUri() const
+{
+    return KString("http://localhost:") + static_cast<unsigned>(m_port) + "/crvn/kelda/oauth/dropbox/redirect";
+}
+
+KString Portal_DropBox_Login::GetLoginRequestUrl() const
+{
+    return KString("https://") + m_webHost + "/1/oauth2/authorize?client_id=" + m_appKey +
+           "&response_type=code&redirect_uri=" + GetOauthRedirectUri();
+}
+
+void Portal_DropBox_Login::SetSessionID(const KString &id)
+{
+    m_sessionId = id;
+}
+
+void Portal_DropBox_Login::SetSessionID(const KString &id, const KString &secureId)
+{
+    m_sessionId = id;
+    m_secureSessionId = secureId;
+}
+
+void Portal_DropBox_Login::SaveSessionSettings() const
+{
+    Tavrin::Settings settings(settingsName);
+    settings.setSessionID(m_sessionId);
+    settings.setSecureSessionID(m_secureSessionId);
+}
+
+HeaderMap Portal_DropBox_Login::GetRequestHeaders() const
+{
+    return {{L"Authorization", L"Bearer " + m_sessionId.wide()}};
+}
+
+void Portal_DropBox_Login::loadSession()
+{
+    const Tavrin::Settings settings(settingsName);
+    SetSessionID(settings.getSessionID(), settings.getSecureSessionID());
+}
+
+void Portal_DropBox_Login::forgetSession()
+{
+    SetSessionID(KString(), KString());
+    m_validated = false;
+    SaveSessionSettings();
+}

@@ -1,0 +1,85 @@
+#include "portals/Portal_DropBox_Replies.h"
+
+#include "http/JsonReply.h"
+#include "portals/Portal_DropBox_CloudItem.h"
+
+#include <openkelda/KQtUtil.h>
+
+#include <QStringList>
+
+#include <memory>
+
+namespace {
+
+void copyText(const QScriptValue &entry, const char *name, Portal_DropBox_ICloudItem &item)
+{
+    KString text;
+    if (JsonReply::text(entry, name, text))
+        item.SetProperty(name, text);
+}
+
+/// Fills \p item from one element of "contents"; false when the element must not become an item.
+bool readEntry(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
+{
+    KString revision;
+    if (!JsonReply::text(entry, "rev", revision))
+        return false;
+    KString path;
+    if (JsonReply::text(entry, "path", path) &&
+        KQtUtil::toQString(path).split(QLatin1Char('/')).contains(QStringLiteral("..")))
+        return false;
+
+    item.SetProperty("rev", revision);
+    copyText(entry, "path", item);
+    copyText(entry, "modified", item);
+    int bytes = 0;
+    if (JsonReply::integer(entry, "bytes", bytes))
+        item.SetProperty("bytes", KString() + bytes);
+    copyText(entry, "root", item);
+    copyText(entry, "mime_type", item);
+    bool isDirectory = false;
+    if (JsonReply::boolean(entry, "is_dir", isDirectory) && isDirectory)
+        item.SetProperty("is_dir", "true");
+    return true;
+}
+
+} // namespace
+
+namespace DropBoxReplies {
+
+Token token(const QByteArray &body)
+{
+    Token token;
+    const JsonReply reply(body);
+    if (reply.value().property("error").isValid())
+        return token;
+    JsonReply::text(reply.value(), "access_token", token.accessToken);
+    JsonReply::text(reply.value(), "token_type", token.tokenType);
+    JsonReply::text(reply.value(), "uid", token.userId);
+    return token;
+}
+
+bool displayName(const QByteArray &body, KString &name)
+{
+    const JsonReply reply(body);
+    return JsonReply::text(reply.value(), "display_name", name);
+}
+
+void listing(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owner, ICloudPortalApi::ItemVector &items)
+{
+    const JsonReply reply(body);
+    for (const QScriptValue &entry : JsonReply::elements(reply.value().property("contents"))) {
+        auto item = std::make_unique<Portal_DropBox_ICloudItem>(owner);
+        if (readEntry(entry, *item))
+            items.push_back(item.release());
+    }
+}
+
+bool isStored(const QByteArray &body)
+{
+    const JsonReply reply(body);
+    int bytes = 0;
+    return JsonReply::integer(reply.value(), "bytes", bytes) && bytes >= 1;
+}
+
+} // namespace DropBoxReplies
