@@ -1,0 +1,72 @@
+// localcloud/DropboxService.h
+//
+// The Dropbox interface of version 1 over a folder of real files: sign-in pages, account, listing, download, upload.
+
+#pragma once
+
+#include <localcloud/CloudService.h>
+#include <localcloud/DropboxFolder.h>
+#include <localcloud/DropboxSignIn.h>
+#include <localcloud/DropboxTokens.h>
+#include <QHash>
+
+namespace localcloud {
+
+/// The names that the service answers to, and its user.
+struct DropboxOptions
+{
+    QString webHost = QStringLiteral("www.dropbox.com");
+    QString apiHost = QStringLiteral("api.dropbox.com");
+    QString contentHost = QStringLiteral("api-content.dropbox.com");
+    QString signedHost = QStringLiteral("dl.dropboxusercontent.com"); ///< where one-time addresses lead
+    QString displayName = QStringLiteral("Robin Example");
+    bool signedRedirects = false; ///< every download is answered with a 302 to a one-time address
+};
+
+class DropboxService : public CloudService
+{
+public:
+    /// Serves \p folder, which exists; keeps tokens in \p tokenFile.
+    DropboxService(const DropboxOptions &options, const QString &folder, const QString &tokenFile);
+
+    bool handles(const QString &host) const override;
+    bool handlesPath(const QByteArray &path) const override;
+    void handle(HttpRequest &request, HttpResponse &response) override;
+
+    DropboxTokens &tokens() { return m_tokens; }
+
+private:
+    using Handler = void (DropboxService::*)(HttpRequest &, HttpResponse &);
+    struct Route
+    {
+        QString host; ///< empty: any
+        QByteArray prefix;
+        bool exact;
+        QByteArrayList methods;
+        Handler handler;
+        bool needsToken;
+    };
+    const Route *routeOf(const QString &host, const QByteArray &path) const;
+
+    void authorize(HttpRequest &request, HttpResponse &response);
+    void token(HttpRequest &request, HttpResponse &response);
+    void accountInfo(HttpRequest &request, HttpResponse &response);
+    void metadata(HttpRequest &request, HttpResponse &response);
+    void download(HttpRequest &request, HttpResponse &response);
+    void upload(HttpRequest &request, HttpResponse &response);
+    void signedDownload(HttpRequest &request, HttpResponse &response);
+    void redirectToSigned(const HttpRequest &request, const QString &path, HttpResponse &response);
+
+    DropboxOptions m_options;
+    DropboxTokens m_tokens;
+    DropboxSignIn m_signIn;
+    DropboxFolder m_folder;
+    QVector<Route> m_routes;
+    QHash<QString, QString> m_signedKeys; ///< one-time key to decoded path
+};
+
+/// Makes \p response carry \p file, or the part of it that a Range header asks for: 206, or 416 for one beyond its end.
+/// Several ranges and malformed ones are ignored.
+void setFile(HttpResponse &response, const QString &file, qint64 size, const QByteArray &range);
+
+} // namespace localcloud

@@ -1,0 +1,35 @@
+// localcloud/ModelWriters.h
+//
+// The file formats of the seeded models, as bytes.
+
+#pragma once
+
+#include <localcloud/SeedMesh.h>
+#include <QByteArray>
+#include <QString>
+
+namespace localcloud {
+
+/// Wavefront OBJ; with \p material it refers to "<material>.mtl" and the material of that name in it.
+QByteArray objBytes(const SeedMesh &mesh, const QString &name, const QString &material = {});
+
+/// The material library that goes with it: one material, textured with the image file \p texture.
+QByteArray mtlBytes(const QString &material, const QString &texture);
+
+/// Binary STL.
+QByteArray stlBytes(const SeedMesh &mesh);
+
+/// PLY as text.
+QByteArray plyBytes(const SeedMesh &mesh);
+
+/// glTF 2 in its binary container, with normals, and with \p png as the base colour inside the file. The mesh needs
+/// uvs.
+QByteArray glbBytes(const SeedMesh &mesh, const QString &name, const QByteArray &png);
+
+/// A PNG of \p size x \p size pixels: planks with a frame and a diagonal brace, in strong colours.
+QByteArray crateTexture(int size);
+
+/// A PNG of \p size x \p size pixels: staves with two metal hoops.
+QByteArray barrelTexture(int size);
+
+} // namespace localcloud

@@ -1,0 +1,163 @@
+#include <cmath>
+#include <localcloud/SeedMesh.h>
+
+namespace localcloud {
+
+namespace {
+
+constexpr float kTurn = 6.28318531F;
+
+/// Joins a grid of (columns + 1) x (rows + 1) vertices, rows first, by two triangles in each square.
+void joinGrid(SeedMesh &mesh, int columns, int rows)
+{
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            const int a = row * (columns + 1) + column;
+            const int b = a + columns + 1;
+            mesh.triangles.push_back({a, b, a + 1});
+            mesh.triangles.push_back({a + 1, b, b + 1});
+        }
+    }
+}
+
+QVector3D onCircle(float fraction, float radius, float height)
+{
+    return {radius * std::cos(fraction * kTurn), height, -radius * std::sin(fraction * kTurn)};
+}
+
+} // namespace
+
+void SeedMesh::append(const SeedMesh &other, const QVector3D &offset)
+{
+    const int first = static_cast<int>(points.size());
+    if (uvs.size() == points.size())
+        uvs.insert(uvs.end(), other.uvs.begin(), other.uvs.end());
+    for (const QVector3D &point : other.points)
+        points.push_back(point + offset);
+    if (uvs.size() != points.size())
+        uvs.clear();
+    for (const auto &triangle : other.triangles)
+        triangles.push_back({triangle[0] + first, triangle[1] + first, triangle[2] + first});
+}
+
+std::vector<QVector3D> SeedMesh::normals() const
+{
+    std::vector<QVector3D> sums(points.size());
+    for (const auto &triangle : triangles) {
+        const auto corner = [&](std::size_t i) { return points[static_cast<std::size_t>(triangle[i])]; };
+        const QVector3D normal = QVector3D::crossProduct(corner(1) - corner(0), corner(2) - corner(0));
+        for (const int index : triangle)
+            sums[static_cast<std::size_t>(index)] += normal;
+    }
+    for (QVector3D &sum : sums)
+        sum = sum.isNull() ? QVector3D(0, 1, 0) : sum.normalized();
+    return sums;
+}
+
+SeedMesh boxMesh(const QVector3D &size)
+{
+    static const std::array<std::array<QVector3D, 3>, 6> sides{{
+        // lower left corner, direction to the right, direction up, seen from outside; the cube from -1 to 1
+        {{{-1, -1, 1}, {2, 0, 0}, {0, 2, 0}}},
+        {{{1, -1, -1}, {-2, 0, 0}, {0, 2, 0}}},
+        {{{1, -1, 1}, {0, 0, -2}, {0, 2, 0}}},
+        {{{-1, -1, -1}, {0, 0, 2}, {0, 2, 0}}},
+        {{{-1, 1, 1}, {2, 0, 0}, {0, 0, -2}}},
+        {{{-1, -1, -1}, {2, 0, 0}, {0, 0, 2}}},
+    }};
+    SeedMesh mesh;
+    for (const auto &side : sides) {
+        const int first = static_cast<int>(mesh.points.size());
+        for (const auto &[u, v] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 1}}) {
+            const QVector3D corner = side[0] + side[1] * static_cast<float>(u) + side[2] * static_cast<float>(v);
+            mesh.points.push_back((corner + QVector3D(0, 1, 0)) * size / 2.0F);
+            mesh.uvs.emplace_back(u, v);
+        }
+        mesh.triangles.push_back({first, first + 1, first + 2});
+        mesh.triangles.push_back({first, first + 2, first + 3});
+    }
+    return mesh;
+}
+
+SeedMesh latheMesh(const std::vector<QPointF> &profile, int steps)
+{
+    SeedMesh mesh;
+    const int rows = static_cast<int>(profile.size()) - 1;
+    for (int column = 0; column <= steps; ++column) {
+        const float u = static_cast<float>(column) / static_cast<float>(steps);
+        for (int row = 0; row <= rows; ++row) {
+            const QPointF &at = profile[static_cast<std::size_t>(row)];
+            mesh.points.push_back(onCircle(u, static_cast<float>(at.x()), static_cast<float>(at.y())));
+            mesh.uvs.emplace_back(static_cast<double>(u), static_cast<double>(row) / rows);
+        }
+    }
+    joinGrid(mesh, rows, steps);
+    return mesh;
+}
+
+SeedMesh torusMesh(float radius, float tube, int steps, int tubeSteps)
+{
+    std::vector<QPointF> profile;
+    for (int i = 0; i <= tubeSteps; ++i) {
+        const float angle = static_cast<float>(i) / static_cast<float>(tubeSteps) * kTurn;
+        profile.emplace_back(static_cast<double>(radius + tube * std::cos(angle)),
+                             static_cast<double>(tube + tube * std::sin(angle)));
+    }
+    return latheMesh(profile, steps);
+}
+
+SeedMesh sphereMesh(float radius, int steps)
+{
+    std::vector<QPointF> profile;
+    for (int i = 0; i <= steps; ++i) {
+        const float angle = (static_cast<float>(i) / static_cast<float>(steps) - 0.5F) * kTurn / 2.0F;
+        profile.emplace_back(static_cast<double>(radius * std::cos(angle)),
+                             static_cast<double>(radius + radius * std::sin(angle)));
+    }
+    return latheMesh(profile, 2 * steps);
+}
+
+SeedMesh terrainMesh(int columns, int rows)
+{
+    SeedMesh mesh;
+    mesh.points.reserve(static_cast<std::size_t>((columns + 1) * (rows + 1)));
+    mesh.triangles.reserve(static_cast<std::size_t>(2 * columns * rows));
+    for (int row = 0; row <= rows; ++row) {
+        for (int column = 0; column <= columns; ++column) {
+            const float x = 4.0F * static_cast<float>(column) / static_cast<float>(columns) - 2.0F;
+            const float z = 4.0F * static_cast<float>(row) / static_cast<float>(rows) - 2.0F;
+            const float height = 0.30F * std::sin(1.9F * x) * std::cos(2.3F * z) +
+                                 0.12F * std::sin(5.0F * x + 3.0F * z) + 0.04F * std::cos(13.0F * x - 7.0F * z);
+            mesh.points.emplace_back(x, height, z);
+        }
+    }
+    joinGrid(mesh, columns, rows);
+    return mesh;
+}
+
+SeedMesh tableMesh()
+{
+    SeedMesh mesh;
+    mesh.append(boxMesh({1.6F, 0.06F, 0.9F}), {0, 0.72F, 0});
+    for (const float x : {-0.7F, 0.7F}) {
+        for (const float z : {-0.36F, 0.36F})
+            mesh.append(boxMesh({0.07F, 0.72F, 0.07F}), {x, 0, z});
+    }
+    return mesh;
+}
+
+SeedMesh chairMesh()
+{
+    SeedMesh mesh;
+    mesh.append(boxMesh({0.46F, 0.05F, 0.46F}), {0, 0.44F, 0});
+    for (const float x : {-0.2F, 0.2F}) {
+        for (const float z : {-0.2F, 0.2F})
+            mesh.append(boxMesh({0.05F, 0.44F, 0.05F}), {x, 0, z});
+        mesh.append(boxMesh({0.05F, 0.5F, 0.05F}), {x, 0.49F, -0.2F});
+    }
+    for (const float y : {0.62F, 0.78F, 0.92F})
+        mesh.append(boxMesh({0.36F, 0.06F, 0.03F}), {0, y, -0.2F});
+    return mesh;
+}
+
+} // namespace localcloud
