@@ -1,0 +1,137 @@
+// support/LocalServer.h
+//
+// A small HTTP/1.1 server on 127.0.0.1 for tests, plain or TLS, with connections that stay open. It answers by script,
+// misbehaves on request, and keeps every request. It lives in the test's own thread and needs its event loop.
+
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QPair>
+#include <QSslCertificate>
+#include <QSslKey>
+#include <QTcpServer>
+#include <QVector>
+
+#include <functional>
+
+class QTcpSocket;
+
+/// What the server received.
+struct Request
+{
+    QByteArray method;
+    QByteArray target;
+    QList<QPair<QByteArray, QByteArray>> headers;
+    QByteArray body;
+
+    /// The target without its query.
+    QByteArray path() const { return target.left(target.indexOf('?') < 0 ? target.size() : target.indexOf('?')); }
+    /// Header names compare without case. All values of \p name, in order.
+    QList<QByteArray> headerValues(const QByteArray &name) const;
+    bool hasHeader(const QByteArray &name) const { return !headerValues(name).isEmpty(); }
+    /// The first value; empty when there is none.
+    QByteArray header(const QByteArray &name) const { return headerValues(name).value(0); }
+};
+
+/// What the server sends. Content-Length is added unless the reply is chunked, raw or has one of its own.
+class Reply
+{
+public:
+    explicit Reply(int status = 200) : m_status(status) {}
+
+    Reply &header(const QByteArray &name, const QByteArray &value);
+    Reply &location(const QByteArray &target) { return header("Location", target); }
+    Reply &json(const QByteArray &text) { return header("Content-Type", "application/json").body(text); }
+    Reply &body(const QByteArray &bytes);
+    /// Sends exactly \p bytes instead of a reply made of status, headers and body.
+    Reply &raw(const QByteArray &bytes);
+    Reply &chunked();
+    /// Waits before the first byte, in milliseconds.
+    Reply &delayed(int ms);
+    /// Sends nothing and keeps the connection open.
+    Reply &hang() { return hangAfter(0); }
+    /// Sends that many bytes of the whole reply, then nothing more.
+    Reply &hangAfter(int bytes);
+    /// Sends that many bytes of the whole reply, then closes the connection.
+    Reply &cutAfter(int bytes);
+    /// Sends \p bytes at a time, one piece every \p ms.
+    Reply &pieces(int bytes, int ms);
+    /// Closes the connection after the reply.
+    Reply &closing();
+
+    /// The bytes on the wire, before any cutting.
+    QByteArray wire(bool withBody = true) const;
+
+private:
+    friend class LocalServer;
+    enum class Ending { KeepOpen, Hang, Close };
+
+    int m_status;
+    QList<QPair<QByteArray, QByteArray>> m_headers;
+    QByteArray m_body;
+    QByteArray m_raw;
+    bool m_isRaw = false;
+    bool m_chunked = false;
+    int m_delayMs = 0;
+    int m_limit = -1;
+    int m_pieceBytes = 0;
+    int m_pieceMs = 0;
+    Ending m_ending = Ending::KeepOpen;
+};
+
+class LocalServer : public QTcpServer
+{
+public:
+    enum class Transport { Plain, Tls };
+
+    /// Listens at once on a free port; a server that cannot start ends the test program.
+    explicit LocalServer(Transport transport = Transport::Plain);
+    ~LocalServer() override;
+
+    /// Host and port, as in a URL.
+    QByteArray authority() const { return "127.0.0.1:" + QByteArray::number(serverPort()); }
+    /// The certificate of the TLS servers of this process: self-signed, for 127.0.0.1 and localhost.
+    static QSslCertificate certificate();
+
+    /// Answers \p target, given with or without its query, whatever the method. Further replies to one target are sent
+    /// in turn, the last one again and again. Anything unknown is answered with 404 and counts as unexpected.
+    void answer(const QByteArray &target, const Reply &reply);
+    void answer(const QByteArray &target, std::function<Reply(const Request &)> reply);
+
+    const QVector<Request> &requests() const { return m_requests; }
+    int unexpected() const { return m_unexpected; }
+    /// Requests for \p path, whatever their query.
+    int count(const QByteArray &path) const;
+    /// The last request for \p path; an empty one when there was none.
+    Request lastRequest(const QByteArray &path) const;
+    int connections() const { return m_connections; }
+
+    /// Breaks every open connection, in the middle of whatever it sends.
+    void dropConnections();
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private:
+    struct Exchange
+    {
+        QByteArray received;
+        bool busy = false;
+    };
+
+    void readFrom(QTcpSocket *socket);
+    void respond(QTcpSocket *socket, const Request &request);
+    void send(QTcpSocket *socket, const Reply &reply, const QByteArray &bytes);
+    void sendPieces(QTcpSocket *socket, const Reply &reply, QByteArray rest);
+    void ended(QTcpSocket *socket, const Reply &reply);
+    Reply replyTo(const Request &request);
+
+    Transport m_transport;
+    QHash<QTcpSocket *, Exchange> m_exchanges;
+    QHash<QByteArray, QList<std::function<Reply(const Request &)>>> m_answers;
+    QVector<Request> m_requests;
+    int m_unexpected = 0;
+    int m_connections = 0;
+};

@@ -1,0 +1,71 @@
+// support/RecordingHost.h
+//
+// A host without a language or a window: it writes down what it is told and gives the answers it was set up with.
+
+#pragma once
+
+#include <openkelda/host.h>
+
+#include <QList>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QWidget>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+/// Installs itself as the host and removes itself again; one at a time.
+class RecordingHost : public KHost
+{
+public:
+    explicit RecordingHost(KGlobal::KeldaState state = KGlobal::kInteractive);
+    ~RecordingHost() override;
+
+    /// Every command, in order, whatever its answer.
+    const QStringList &commands() const { return m_commands; }
+    /// The texts of one kind of message, in order.
+    QStringList messages(MessageKind kind) const;
+    QStringList errors() const { return messages(MessageKind::kError); }
+    /// Forgets commands and messages; answers and texts stay.
+    void clear();
+
+    /// Commands that begin with \p prefix give \p result; the longest prefix decides. Any other succeeds with none.
+    void answer(const QString &prefix, const KCommandResult &result);
+    void fail(const QString &prefix, const QString &reason);
+    /// \p handler runs inside the command; it may spin the event loop.
+    void handle(const QString &prefix, std::function<KStatus(const QString &, KCommandResult &)> handler);
+
+    void setState(KGlobal::KeldaState state) { m_state = state; }
+    /// \p window stays the caller's.
+    void setMainWindow(QWidget *window) { m_mainWindow = window; }
+    /// Replaces the text of a key, registered already or not.
+    void setText(const char *key, const char *text);
+
+    KStatus execute(const KString &command, KCommandResult &result, bool display, bool undo) override;
+    void message(MessageKind kind, const KString &text) override;
+    QWidget *mainWindow() override { return m_mainWindow; }
+    KGlobal::KeldaState state() override { return m_state; }
+    KStatus registerString(const KStringResourceId &id) override;
+    bool findString(const KStringResourceId &id, KString &text) override;
+    KStatus describePlugin(KObject, const KString &, const KString &, const KString &) override { return KStatus(); }
+    KStatus registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure) override;
+    KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)()) override;
+    KStatus deregisterCommand(KObject plugin, const KString &name) override;
+
+    /// The names of the commands that are registered now.
+    QStringList registeredCommands() const;
+    /// A new object of the registered command \p name, which the caller deletes; null for an unknown name.
+    KPxCommand *createCommand(const QString &name) const;
+
+private:
+    KGlobal::KeldaState m_state;
+    QPointer<QWidget> m_mainWindow;
+    QStringList m_commands;
+    QList<std::pair<MessageKind, QString>> m_messages;
+    std::map<QString, std::function<KStatus(const QString &, KCommandResult &)>> m_handlers;
+    std::map<std::string, KString> m_texts;
+    std::map<std::string, void *(*)()> m_creators;
+};
