@@ -14,8 +14,13 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <memory>
+
+class CallbackRegistry;
 class MenuModel;
 class PluginManager;
+
+Q_DECLARE_METATYPE(KHost::MessageKind)
 
 class KeldaHost : public QObject, public KHost
 {
@@ -37,7 +42,12 @@ public:
     Interpreter &interpreter() { return m_interpreter; }
     MenuModel &menus() { return *m_menus; }
     PluginManager &plugins() { return *m_plugins; }
+    CallbackRegistry &callbacks() { return *m_callbacks; }
     const Setup &setup() const { return m_setup; }
+    /// The language for texts, such as "de_DE" or "de".
+    QString uiLanguage() const;
+    /// Where source looks for a file with a relative name, first match first.
+    QStringList scriptFolders() const;
     /// \p window stays the caller's; it may go before the host does.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
 
@@ -52,6 +62,20 @@ public:
     KStatus registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure) override;
     KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)()) override;
     KStatus deregisterCommand(KObject plugin, const KString &name) override;
+
+    /// Runs what is hooked to \p hook. A procedure that fails posts its error and does not stop the others.
+    void executeCallbacks(const QString &hook);
+    /// Posts \p reason as an error of the command that is running, so that its own failure is not posted again.
+    void reportFailure(const QString &reason);
+    /// False, and nothing changes, when no such text is registered.
+    bool replaceString(const QString &plugin, const QString &key, const QString &text);
+    bool findString(const QString &plugin, const QString &key, QString &text) const;
+    /// While it is on, every command is echoed as if it were to be displayed.
+    bool commandEcho() const { return m_commandEcho; }
+    void setCommandEcho(bool on) { m_commandEcho = on; }
+    bool isWaiting() const { return m_waits > 0; }
+    /// The wait cursor shows until it was taken off as often as it was put on; taking it off once more does nothing.
+    void setWaiting(bool on);
 
 signals:
     /// Every message, in order, as displayed.
@@ -68,6 +92,11 @@ private:
     Interpreter m_interpreter;
     std::unique_ptr<MenuModel> m_menus;
     std::unique_ptr<PluginManager> m_plugins;
+    std::unique_ptr<CallbackRegistry> m_callbacks;
     QHash<QString, KString> m_strings;
     QPointer<QWidget> m_mainWindow;
+    QStringList m_reported; ///< errors posted so far by what the running command runs
+    bool m_commandEcho = false;
+    int m_executing = 0;
+    int m_waits = 0;
 };

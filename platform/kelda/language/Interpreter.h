@@ -57,6 +57,9 @@ public:
     /// False, and nothing changes, when a command of that name exists.
     bool addCommand(const QString &name, CommandFunction function);
     bool removeCommand(const QString &name);
+    /// \p function runs as \p name as long as no command has that name. Adding such a command later succeeds.
+    void setFallback(const QString &name, CommandFunction function);
+    /// A fallback does not count.
     bool hasCommand(const QString &name) const;
     bool hasProcedure(const QString &name) const;
 
@@ -66,7 +69,8 @@ public:
     /// Calls a procedure or command by name. Throws ScriptError.
     Value call(const QString &name, const std::vector<Value> &arguments);
 
-private:
     class Private;
+
+private:
     std::unique_ptr<Private> d;
 };

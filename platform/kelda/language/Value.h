@@ -35,6 +35,8 @@ public:
     QString toString() const;
     /// An array as it is, nothing as an empty array, anything else as an array of its one text.
     QStringList toStringList() const;
+    /// The array held, for changing it in place; null for any other kind.
+    QStringList *array() { return std::get_if<QStringList>(&m_data); }
 
 private:
     std::variant<std::monostate, qint64, double, QString, QStringList> m_data;

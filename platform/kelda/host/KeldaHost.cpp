@@ -1,0 +1,217 @@
+#include "host/KeldaHost.h"
+
+#include "host/CallbackRegistry.h"
+#include "host/CoreCommands.h"
+#include "host/MenuModel.h"
+#include "host/PluginManager.h"
+
+#include <QGuiApplication>
+#include <QLocale>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace {
+
+QString stringName(const QString &plugin, const QString &key)
+{
+    return plugin + QChar(0x1F) + key;
+}
+
+QString stringName(const KStringResourceId &id)
+{
+    return stringName(KQtUtil::toQString(id.plugin()), KQtUtil::toQString(id.key()));
+}
+
+KCommandResult commandResult(const Value &value)
+{
+    switch (value.kind()) {
+    case Value::Kind::None:
+        break;
+    case Value::Kind::Int: {
+        const qint64 integer = value.toInt();
+        const bool fits = integer >= std::numeric_limits<int>::min() && integer <= std::numeric_limits<int>::max();
+        return fits ? KCommandResult(static_cast<int>(integer)) : KCommandResult(value.toDouble());
+    }
+    case Value::Kind::Float:
+        return KCommandResult(value.toDouble());
+    case Value::Kind::String:
+        return KCommandResult(KQtUtil::toKString(value.toString()));
+    case Value::Kind::StringArray: {
+        KStringArray array;
+        for (const QString &text : value.toStringList())
+            array.append(KQtUtil::toKString(text));
+        return KCommandResult(array);
+    }
+    }
+    return KCommandResult();
+}
+
+} // namespace
+
+KeldaHost::KeldaHost(const Setup &setup)
+    : m_setup(setup), m_menus(std::make_unique<MenuModel>()), m_plugins(std::make_unique<PluginManager>(*this)),
+      m_callbacks(std::make_unique<CallbackRegistry>())
+{
+    qRegisterMetaType<KHost::MessageKind>();
+    addScriptCommands(*this);
+    addInterfaceCommands(*this);
+    addSystemCommands(*this);
+    KHost::install(this);
+}
+
+KeldaHost::~KeldaHost()
+{
+    m_plugins->unloadAll();
+    while (isWaiting())
+        setWaiting(false);
+}
+
+KStatus KeldaHost::execute(const KString &command, KCommandResult &result, bool display, bool undo)
+{
+    Q_UNUSED(undo)
+    const bool echo = display || m_commandEcho;
+    const QString text = KQtUtil::toQString(command);
+    const QStringList reportedBefore = std::exchange(m_reported, QStringList());
+    const bool isOutermost = m_executing++ == 0;
+    Value value;
+    QString failure;
+    bool failed = true;
+    try {
+        value = m_interpreter.evaluate(text);
+        result = commandResult(value);
+        failed = false;
+    } catch (const std::exception &error) {
+        failure = QString::fromUtf8(error.what());
+    } catch (...) {
+        failure = QStringLiteral("a command threw something that is no error");
+    }
+    m_plugins->runDefinedStringProcedures();
+    if (echo)
+        emit commandEchoed(text, value.toString());
+
+    // The failure of what the command ran is posted already, and is part of the command's own.
+    const auto isPosted = [&failure](const QString &posted) { return failure.contains(posted); };
+    if (failed && std::none_of(m_reported.cbegin(), m_reported.cend(), isPosted))
+        reportFailure(failure);
+    --m_executing;
+    m_reported = isOutermost ? QStringList() : reportedBefore + m_reported;
+    return failed ? KStatus::failure(KQtUtil::toKString(failure)) : KStatus();
+}
+
+void KeldaHost::reportFailure(const QString &reason)
+{
+    if (m_executing > 0)
+        m_reported.append(reason);
+    message(MessageKind::kError, KQtUtil::toKString(reason));
+}
+
+void KeldaHost::message(MessageKind kind, const KString &text)
+{
+    emit messagePosted(kind, KQtUtil::toQString(text));
+}
+
+void KeldaHost::executeCallbacks(const QString &hook)
+{
+    for (const QString &procedure : m_callbacks->procedures(hook)) {
+        try {
+            m_interpreter.call(procedure, {});
+        } catch (const ScriptError &error) {
+            reportFailure(error.message());
+        }
+    }
+}
+
+QString KeldaHost::uiLanguage() const
+{
+    if (!m_setup.uiLanguage.isEmpty())
+        return m_setup.uiLanguage;
+    const QString chosen = qEnvironmentVariable("KELDA_UI_LANGUAGE");
+    return chosen.isEmpty() ? QLocale::system().name() : chosen;
+}
+
+QStringList KeldaHost::scriptFolders() const
+{
+    QStringList folders;
+    if (!m_plugins->loadingFolder().isEmpty())
+        folders.append(m_plugins->loadingFolder());
+    folders += qEnvironmentVariable("KELDA_SCRIPT_PATH").split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    if (!m_setup.location.isEmpty())
+        folders.append(m_setup.location + QStringLiteral("/scripts"));
+    folders.append(QStringLiteral("."));
+    return folders;
+}
+
+void KeldaHost::setWaiting(bool on)
+{
+    if (!on && !isWaiting())
+        return;
+    m_waits += on ? 1 : -1;
+    const bool hasCursor = qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
+    if (on && m_waits == 1) {
+        if (hasCursor)
+            QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        emit waitCursorChanged(true);
+    } else if (!on && m_waits == 0) {
+        if (hasCursor)
+            QGuiApplication::restoreOverrideCursor();
+        emit waitCursorChanged(false);
+    }
+}
+
+KStatus KeldaHost::registerString(const KStringResourceId &id)
+{
+    const QString name = stringName(id);
+    if (!m_strings.contains(name))
+        m_strings.insert(name, id.defaultText());
+    return KStatus();
+}
+
+bool KeldaHost::findString(const KStringResourceId &id, KString &text)
+{
+    const auto found = m_strings.constFind(stringName(id));
+    if (found == m_strings.constEnd())
+        return false;
+    text = *found;
+    return true;
+}
+
+bool KeldaHost::findString(const QString &plugin, const QString &key, QString &text) const
+{
+    const auto found = m_strings.constFind(stringName(plugin, key));
+    if (found == m_strings.constEnd())
+        return false;
+    text = KQtUtil::toQString(*found);
+    return true;
+}
+
+bool KeldaHost::replaceString(const QString &plugin, const QString &key, const QString &text)
+{
+    const auto found = m_strings.find(stringName(plugin, key));
+    if (found == m_strings.end())
+        return false;
+    *found = KQtUtil::toKString(text);
+    return true;
+}
+
+KStatus KeldaHost::describePlugin(KObject plugin, const KString &vendor, const KString &version,
+                                  const KString &requiredApi)
+{
+    return m_plugins->describe(plugin, vendor, version, requiredApi);
+}
+
+KStatus KeldaHost::registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure)
+{
+    return m_plugins->registerUIStrings(plugin, registration, procedure);
+}
+
+KStatus KeldaHost::registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)())
+{
+    return m_plugins->registerCommand(plugin, name, creator, syntax);
+}
+
+KStatus KeldaHost::deregisterCommand(KObject plugin, const KString &name)
+{
+    return m_plugins->deregisterCommand(plugin, name);
+}

@@ -1,0 +1,284 @@
+#include "host/PluginManager.h"
+
+#include "host/KeldaHost.h"
+#include "host/MenuModel.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+using EntryPoint = KStatus (*)(KObject);
+
+/// The API version this host offers, beside "Any".
+const KString apiVersion("1.0");
+
+EntryPoint entryPoint(void *module, const char *name)
+{
+    return reinterpret_cast<EntryPoint>(dlsym(module, name));
+}
+
+KStatus failure(const QString &reason)
+{
+    return KStatus::failure(KQtUtil::toKString(reason));
+}
+
+/// Calls an entry point of foreign code, from which no exception may pass.
+KStatus guarded(const std::function<KStatus()> &call)
+{
+    try {
+        return call();
+    } catch (const std::exception &error) {
+        return KStatus::failure(error.what());
+    } catch (...) {
+        return KStatus::failure("it threw something that is no error");
+    }
+}
+
+/// Counts one running command of a plug-in for its lifetime.
+class RunningCommand
+{
+public:
+    explicit RunningCommand(int &count) : m_count(count) { ++m_count; }
+    ~RunningCommand() { --m_count; }
+    RunningCommand(const RunningCommand &) = delete;
+    RunningCommand &operator=(const RunningCommand &) = delete;
+
+private:
+    int &m_count;
+};
+
+} // namespace
+
+struct PluginManager::Plugin
+{
+    QString name;
+    QString file;
+    QString vendor;
+    QString version;
+    void *module = nullptr;
+    QStringList commands;
+    QStringList stringProcedures; ///< announced, not yet called because they were not defined
+    bool isLoading = true;
+    bool isUnloading = false;
+    int running = 0; ///< commands of it that are being executed
+
+    KObject handle() { return KObject(this); }
+};
+
+PluginManager::PluginManager(KeldaHost &host) : m_host(host) {}
+
+PluginManager::~PluginManager() = default;
+
+PluginManager::Plugin *PluginManager::find(KObject handle) const
+{
+    for (const auto &plugin : m_plugins) {
+        if (plugin.get() == handle.handle())
+            return plugin.get();
+    }
+    return nullptr;
+}
+
+PluginManager::Plugin *PluginManager::find(const QString &name) const
+{
+    for (const auto &plugin : m_plugins) {
+        if (plugin->name == name)
+            return plugin.get();
+    }
+    return nullptr;
+}
+
+KStatus PluginManager::load(const QString &file)
+{
+    const QFileInfo info(file);
+    if (!info.isFile())
+        return failure(QStringLiteral("there is no plug-in file %1").arg(file));
+    auto plugin = std::make_unique<Plugin>();
+    plugin->name = info.completeBaseName();
+    plugin->file = info.absoluteFilePath();
+    if (find(plugin->name))
+        return failure(QStringLiteral("a plug-in %1 is loaded already; %2 is not loaded").arg(plugin->name, file));
+
+    plugin->module = dlopen(QFile::encodeName(plugin->file).constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!plugin->module)
+        return failure(QStringLiteral("%1 is no plug-in: %2").arg(file, QString::fromLocal8Bit(dlerror())));
+    for (const char *name : {"initializePlugin", "uninitializePlugin"}) {
+        if (!entryPoint(plugin->module, name)) {
+            dlclose(plugin->module);
+            return failure(QStringLiteral("%1 is no plug-in: it has no entry point %2").arg(file, QLatin1String(name)));
+        }
+    }
+    Plugin &loading = *plugin;
+    m_plugins.push_back(std::move(plugin));
+    return initialize(loading);
+}
+
+KStatus PluginManager::initialize(Plugin &plugin)
+{
+    const KStatus status =
+        guarded([&plugin] { return entryPoint(plugin.module, "initializePlugin")(plugin.handle()); });
+    if (!status) {
+        const QString reason = QStringLiteral("%1 could not be initialised: %2")
+                                   .arg(plugin.file, KQtUtil::toQString(status.errorString()));
+        release(plugin);
+        return failure(reason);
+    }
+    runDefinedStringProcedures();
+    plugin.isLoading = false;
+    plugin.stringProcedures.clear();
+    return KStatus();
+}
+
+KStatus PluginManager::unload(const QString &name)
+{
+    Plugin *plugin = find(name);
+    if (!plugin || plugin->isLoading || plugin->isUnloading)
+        return failure(QStringLiteral("no plug-in %1 is loaded").arg(name));
+    if (plugin->running > 0)
+        return failure(QStringLiteral("plug-in %1 stays loaded: one of its commands is running").arg(name));
+    plugin->isUnloading = true;
+    const KStatus status =
+        guarded([plugin] { return entryPoint(plugin->module, "uninitializePlugin")(plugin->handle()); });
+    plugin->isUnloading = false;
+    if (!status)
+        return failure(QStringLiteral("plug-in %1 stays loaded: %2 could not be uninitialised: %3")
+                           .arg(name, plugin->file, KQtUtil::toQString(status.errorString())));
+    release(*plugin);
+    return KStatus();
+}
+
+void PluginManager::release(Plugin &plugin)
+{
+    for (const QString &command : plugin.commands)
+        m_host.interpreter().removeCommand(command);
+    dlclose(plugin.module);
+    const auto same = [&plugin](const auto &other) { return other.get() == &plugin; };
+    m_plugins.erase(std::find_if(m_plugins.begin(), m_plugins.end(), same));
+}
+
+void PluginManager::unloadAll()
+{
+    const QStringList names = loaded();
+    for (auto name = names.crbegin(); name != names.crend(); ++name) {
+        const KStatus status = unload(*name);
+        if (!status)
+            m_host.message(KHost::MessageKind::kError, status.errorString());
+    }
+}
+
+QStringList PluginManager::loaded() const
+{
+    QStringList names;
+    for (const auto &plugin : m_plugins) {
+        if (!plugin->isLoading)
+            names.append(plugin->name);
+    }
+    return names;
+}
+
+QString PluginManager::vendor(const QString &name) const
+{
+    const Plugin *plugin = find(name);
+    return plugin ? plugin->vendor : QString();
+}
+
+QString PluginManager::version(const QString &name) const
+{
+    const Plugin *plugin = find(name);
+    return plugin ? plugin->version : QString();
+}
+
+QString PluginManager::loadingFolder() const
+{
+    for (auto plugin = m_plugins.rbegin(); plugin != m_plugins.rend(); ++plugin) {
+        if ((*plugin)->isLoading)
+            return QFileInfo((*plugin)->file).absolutePath();
+    }
+    return QString();
+}
+
+void PluginManager::runDefinedStringProcedures()
+{
+    QStringList defined;
+    for (const auto &plugin : m_plugins) {
+        for (const QString &procedure : qAsConst(plugin->stringProcedures)) {
+            if (m_host.interpreter().hasProcedure(procedure))
+                defined.append(procedure);
+        }
+        for (const QString &procedure : qAsConst(defined))
+            plugin->stringProcedures.removeAll(procedure);
+    }
+    for (const QString &procedure : qAsConst(defined)) {
+        try {
+            m_host.interpreter().call(procedure, {});
+        } catch (const ScriptError &error) {
+            m_host.reportFailure(error.message());
+        }
+    }
+    // Entries made before show the former texts.
+    if (!defined.isEmpty())
+        m_host.menus().rebuild();
+}
+
+KStatus PluginManager::describe(KObject plugin, const KString &vendor, const KString &version,
+                                const KString &requiredApi)
+{
+    Plugin *known = find(plugin);
+    if (!known)
+        return KStatus::failure("the plug-in object is not one of this host");
+    if (requiredApi != "Any" && requiredApi != apiVersion)
+        return KStatus::failure("this host does not offer API version " + requiredApi);
+    known->vendor = KQtUtil::toQString(vendor);
+    known->version = KQtUtil::toQString(version);
+    return KStatus();
+}
+
+KStatus PluginManager::registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure)
+{
+    Plugin *known = find(plugin);
+    if (!known)
+        return KStatus::failure("the plug-in object is not one of this host");
+    const KStatus status = registration ? guarded(registration) : KStatus();
+    if (!status)
+        return status;
+    known->stringProcedures.append(KQtUtil::toQString(procedure));
+    runDefinedStringProcedures();
+    return KStatus();
+}
+
+KStatus PluginManager::registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)())
+{
+    Q_UNUSED(syntax) // the command reads its arguments itself, mistakes included
+    Plugin *known = find(plugin);
+    if (!known || name.isEmpty() || !creator)
+        return KStatus::failure("a command needs a plug-in of this host, a name and a creator");
+    const QString text = KQtUtil::toQString(name);
+    const auto run = [known, creator, text](const CommandCall &call) {
+        KArgList arguments;
+        for (const Value &argument : call.arguments)
+            arguments.append(KQtUtil::toKString(argument.toString()));
+        const RunningCommand running(known->running);
+        const KStatus status = guarded([&] {
+            const std::unique_ptr<KPxCommand> command(static_cast<KPxCommand *>(creator()));
+            return command ? command->doIt(arguments) : KStatus::failure("it could not be created");
+        });
+        if (!status)
+            throw CommandError(text + QStringLiteral(": ") + KQtUtil::toQString(status.errorString()));
+        return Value();
+    };
+    if (m_host.interpreter().hasProcedure(text) || !m_host.interpreter().addCommand(text, run))
+        return KStatus::failure("the name " + name + " is in use");
+    known->commands.append(text);
+    return KStatus();
+}
+
+KStatus PluginManager::deregisterCommand(KObject plugin, const KString &name)
+{
+    Plugin *known = find(plugin);
+    if (!known || !known->commands.removeOne(KQtUtil::toQString(name)))
+        return KStatus::failure("the plug-in has not registered a command " + name);
+    m_host.interpreter().removeCommand(KQtUtil::toQString(name));
+    return KStatus();
+}

@@ -1,0 +1,134 @@
+#include "language/Interpreter.h"
+
+#include "language/Builtins.h"
+#include "language/InterpreterPrivate.h"
+#include "language/Operators.h"
+#include "language/Parser.h"
+
+#include <cstdlib>
+
+namespace {
+
+constexpr int deepestCall = 200;
+/// Bytes of stack that scripts may use; a main thread has 8 MiB, and commands need some of it.
+constexpr std::ptrdiff_t stackBudget = 4 * 1024 * 1024;
+
+const char *stackPosition()
+{
+    return static_cast<const char *>(__builtin_frame_address(0));
+}
+
+} // namespace
+
+CallDepth::CallDepth(Interpreter::Private &state, const SourcePosition &where) : m_state(state)
+{
+    if (m_state.depth >= deepestCall)
+        throw ScriptError(QStringLiteral("calls are nested more than %1 deep").arg(deepestCall), where);
+    if (m_state.depth++ == 0)
+        m_state.stackBase = stackPosition();
+}
+
+CallDepth::~CallDepth()
+{
+    --m_state.depth;
+}
+
+void Interpreter::Private::checkStack(const SourcePosition &where) const
+{
+    if (std::abs(stackBase - stackPosition()) > stackBudget)
+        throw ScriptError(QStringLiteral("calls and expressions are nested too deeply"), where);
+}
+
+Value Interpreter::Private::call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where)
+{
+    const CallDepth depthGuard(*this, where);
+    // Both are copied: what is called may redefine or remove itself.
+    if (const std::shared_ptr<const Procedure> procedure = procedures.value(name))
+        return callProcedure(*procedure, arguments, where);
+    const CommandFunction command = commands.contains(name) ? commands.value(name) : fallbacks.value(name);
+    if (!command)
+        throw ScriptError(QStringLiteral("unknown command '%1'").arg(name), where);
+    try {
+        return command({name, arguments, where});
+    } catch (const ScriptError &) {
+        throw;
+    } catch (const CommandError &error) {
+        throw ScriptError(error.reason(), where);
+    } catch (const std::exception &error) {
+        throw ScriptError(QStringLiteral("%1: %2").arg(name, QString::fromUtf8(error.what())), where);
+    }
+}
+
+Value Interpreter::Private::callProcedure(const Procedure &procedure, const std::vector<Value> &arguments,
+                                          const SourcePosition &where)
+{
+    if (arguments.size() != procedure.parameters.size())
+        throw ScriptError(QStringLiteral("%1 takes %2 arguments, not %3")
+                              .arg(procedure.name)
+                              .arg(procedure.parameters.size())
+                              .arg(arguments.size()),
+                          where);
+    try {
+        Frame frame;
+        for (std::size_t i = 0; i < arguments.size(); ++i) {
+            const Declaration &parameter = procedure.parameters[i];
+            frame.locals[parameter.name] = {converted(arguments[i], parameter.type), parameter.type};
+        }
+        Evaluator evaluator(*this, procedure.file, &frame);
+        const bool returned = evaluator.run(procedure.body) == Evaluator::Flow::Return;
+        if (procedure.result == DeclaredType::Any)
+            return Value();
+        return returned ? converted(evaluator.result(), procedure.result) : initialValue(procedure.result);
+    } catch (const CommandError &error) {
+        throw ScriptError(QStringLiteral("%1: %2").arg(procedure.name, error.reason()), where);
+    }
+}
+
+Interpreter::Interpreter() : d(std::make_unique<Private>())
+{
+    addBuiltins(*this);
+}
+
+Interpreter::~Interpreter() = default;
+
+bool Interpreter::addCommand(const QString &name, CommandFunction function)
+{
+    if (hasCommand(name))
+        return false;
+    d->commands.insert(name, std::move(function));
+    return true;
+}
+
+bool Interpreter::removeCommand(const QString &name)
+{
+    return d->commands.remove(name) > 0;
+}
+
+void Interpreter::setFallback(const QString &name, CommandFunction function)
+{
+    d->fallbacks.insert(name, std::move(function));
+}
+
+bool Interpreter::hasCommand(const QString &name) const
+{
+    return d->commands.contains(name);
+}
+
+bool Interpreter::hasProcedure(const QString &name) const
+{
+    return d->procedures.contains(name);
+}
+
+Value Interpreter::evaluate(const QString &source, const QString &file)
+{
+    const CallDepth depthGuard(*d, {file, 0});
+    const StatementList program = Parser(source, file).parse();
+    Evaluator evaluator(*d, file, nullptr);
+    evaluator.run(program);
+    return evaluator.result();
+}
+
+Value Interpreter::call(const QString &name, const std::vector<Value> &arguments)
+{
+    return d->call(name, arguments, SourcePosition());
+}

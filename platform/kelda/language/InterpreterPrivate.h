@@ -1,0 +1,101 @@
+// language/InterpreterPrivate.h
+//
+// State of an interpreter, and the evaluator that runs parsed text on it.
+
+#pragma once
+
+#include "language/Ast.h"
+#include "language/Interpreter.h"
+
+#include <unordered_map>
+#include <unordered_set>
+
+struct Variable
+{
+    Value value;
+    DeclaredType type = DeclaredType::Any;
+};
+
+using Variables = std::unordered_map<QString, Variable>;
+
+/// The variables of one running procedure.
+struct Frame
+{
+    Variables locals;
+    std::unordered_set<QString> globals; ///< names that a "global" declaration bound to the global variables
+};
+
+class Interpreter::Private
+{
+public:
+    /// Calls a procedure or command; \p where is the place of the call.
+    Value call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where);
+    /// Throws ScriptError when the stack used since the outermost call is about to run out.
+    void checkStack(const SourcePosition &where) const;
+
+    QHash<QString, CommandFunction> commands;
+    QHash<QString, CommandFunction> fallbacks;
+    QHash<QString, std::shared_ptr<const Procedure>> procedures;
+    Variables globals;
+    int depth = 0;
+    const char *stackBase = nullptr;
+
+private:
+    Value callProcedure(const Procedure &procedure, const std::vector<Value> &arguments, const SourcePosition &where);
+};
+
+/// Counts one call or evaluation for its lifetime. Throws ScriptError when they are nested too deeply.
+class CallDepth
+{
+public:
+    CallDepth(Interpreter::Private &state, const SourcePosition &where);
+    ~CallDepth();
+    CallDepth(const CallDepth &) = delete;
+    CallDepth &operator=(const CallDepth &) = delete;
+
+private:
+    Interpreter::Private &m_state;
+};
+
+/// Runs statements of one file with the variables of one procedure call, or with the global ones.
+class Evaluator
+{
+public:
+    enum class Flow { Next, Break, Continue, Return };
+
+    /// \p frame is null at the top level.
+    Evaluator(Interpreter::Private &state, const QString &file, Frame *frame)
+        : m_state(state), m_file(file), m_frame(frame)
+    {}
+
+    Flow run(const StatementList &block);
+    /// What the last statement gave, or what was returned.
+    const Value &result() const { return m_result; }
+    SourcePosition at(int line) const { return {m_file, line}; }
+
+private:
+    Flow run(const Statement &statement);
+    Flow runWhile(const Statement &statement);
+    Flow runFor(const Statement &statement);
+    Flow runForEach(const Statement &statement);
+    void declare(const Statement &statement);
+    void define(const Statement &statement);
+
+    Value evaluate(const Expression &expression);
+    Value evaluateElement(const Expression &expression);
+    Value evaluateArray(const Expression &expression);
+    Value evaluateAssignment(const Expression &expression);
+    Value evaluateCall(const Expression &expression);
+    bool condition(const ExpressionPtr &expression);
+
+    Variable *find(const QString &name);
+    Variable &target(const QString &name);
+    int index(const Value &value, int line) const;
+    void assign(const Expression &target, int index, const Value &value);
+    Value elementOf(const QString &name, int index, int line);
+
+    Interpreter::Private &m_state;
+    const QString &m_file;
+    Frame *m_frame;
+    Value m_result;
+};

@@ -1,0 +1,123 @@
+#include "language/InterpreterPrivate.h"
+#include "language/Operators.h"
+
+Evaluator::Flow Evaluator::run(const StatementList &block)
+{
+    for (const StatementPtr &statement : block) {
+        const Flow flow = run(*statement);
+        if (flow != Flow::Next)
+            return flow;
+    }
+    return Flow::Next;
+}
+
+Evaluator::Flow Evaluator::run(const Statement &statement)
+{
+    m_state.checkStack(at(statement.line));
+    switch (statement.kind) {
+    case Statement::Kind::Expression:
+        m_result = evaluate(*statement.expression);
+        return Flow::Next;
+    case Statement::Kind::Declare:
+        declare(statement);
+        return Flow::Next;
+    case Statement::Kind::If:
+        return run(condition(statement.expression) ? statement.body : statement.otherwise);
+    case Statement::Kind::While:
+        return runWhile(statement);
+    case Statement::Kind::For:
+        return runFor(statement);
+    case Statement::Kind::ForEach:
+        return runForEach(statement);
+    case Statement::Kind::Break:
+        return Flow::Break;
+    case Statement::Kind::Continue:
+        return Flow::Continue;
+    case Statement::Kind::Return:
+        m_result = statement.expression ? evaluate(*statement.expression) : Value();
+        return Flow::Return;
+    case Statement::Kind::Block:
+        return run(statement.body);
+    case Statement::Kind::Procedure:
+        define(statement);
+        return Flow::Next;
+    }
+    return Flow::Next;
+}
+
+bool Evaluator::condition(const ExpressionPtr &expression)
+{
+    return !expression || evaluate(*expression).toBool();
+}
+
+Evaluator::Flow Evaluator::runWhile(const Statement &statement)
+{
+    while (condition(statement.expression)) {
+        const Flow flow = run(statement.body);
+        if (flow == Flow::Return)
+            return flow;
+        if (flow == Flow::Break)
+            break;
+    }
+    return Flow::Next;
+}
+
+Evaluator::Flow Evaluator::runFor(const Statement &statement)
+{
+    run(statement.first);
+    while (condition(statement.expression)) {
+        const Flow flow = run(statement.body);
+        if (flow == Flow::Return)
+            return flow;
+        if (flow == Flow::Break)
+            break;
+        for (const ExpressionPtr &step : statement.steps)
+            evaluate(*step);
+    }
+    return Flow::Next;
+}
+
+Evaluator::Flow Evaluator::runForEach(const Statement &statement)
+{
+    run(statement.first);
+    const QStringList items = evaluate(*statement.expression).toStringList();
+    for (const QString &item : items) {
+        Variable &variable = target(statement.name);
+        variable.value = converted(item, variable.type);
+        const Flow flow = run(statement.body);
+        if (flow == Flow::Return)
+            return flow;
+        if (flow == Flow::Break)
+            break;
+    }
+    return Flow::Next;
+}
+
+void Evaluator::declare(const Statement &statement)
+{
+    for (const Declaration &declaration : statement.declarations) {
+        Value value = initialValue(declaration.type);
+        try {
+            if (declaration.value)
+                value = converted(evaluate(*declaration.value), declaration.type);
+        } catch (const CommandError &error) {
+            throw ScriptError(error.reason(), at(statement.line));
+        }
+        if (m_frame && statement.global)
+            m_frame->globals.insert(declaration.name);
+        else if (m_frame)
+            m_frame->globals.erase(declaration.name);
+        // Declaring a global variable again, as every procedure that uses it does, keeps its value.
+        const Variable *present = find(declaration.name);
+        if (!statement.global || declaration.value || !present || present->type != declaration.type)
+            target(declaration.name) = {value, declaration.type};
+    }
+}
+
+void Evaluator::define(const Statement &statement)
+{
+    const QString &name = statement.procedure->name;
+    if (m_state.commands.contains(name))
+        throw ScriptError(QStringLiteral("a command is already named %1").arg(name), at(statement.line));
+    m_state.procedures.insert(name, statement.procedure);
+}
