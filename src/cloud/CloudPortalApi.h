@@ -80,7 +80,8 @@ public:
     /// Appends all children of the folder that \p criteria names to \p results, which the caller owns from then on,
     /// also those of a call that fails half-way.
     virtual bool GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results) = 0;
-    /// Writes \p item to the local file \p folder + \p fileName; \p folder ends in a separator and is made when missing.
+    /// Writes \p item to the local file \p folder + \p fileName; \p folder ends in a separator and is made when
+    /// missing.
     virtual bool DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName) = 0;
     /// Sends the local file \p localFolder + \p fileName into the portal folder \p folder. \p existing is the item of
     /// that name already there, or null.

@@ -1,0 +1,137 @@
+#include "cloud/NavigationWidgets.h"
+
+#include "cloud/CloudItem.h"
+#include "cloud/Portal_CloudBrowserWindows.h"
+#include "TavrinHelper.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QProxyStyle>
+#include <QPushButton>
+#include <QStyleOptionMenuItem>
+#include <QToolBar>
+#include <QToolButton>
+
+using ICloudPortalApi::ICloudItem;
+
+namespace {
+
+/// Shows the "&" of a folder's name in a menu instead of taking it for a mnemonic.
+class LiteralTextStyle : public QProxyStyle
+{
+public:
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
+    {
+        const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
+        if (element != CE_MenuItem || !item) {
+            QProxyStyle::drawControl(element, option, painter, widget);
+            return;
+        }
+        QStyleOptionMenuItem literal(*item);
+        literal.text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        QProxyStyle::drawControl(element, &literal, painter, widget);
+    }
+
+    QSize sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
+                           const QWidget *widget) const override
+    {
+        QSize wanted = QProxyStyle::sizeFromContents(type, option, size, widget);
+        const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
+        if (type == CT_MenuItem && item) {
+            const int signs = item->text.count(QLatin1Char('&'));
+            wanted.rwidth() += signs * item->fontMetrics.horizontalAdvance(QLatin1Char('&'));
+        }
+        return wanted;
+    }
+};
+
+QMenu *createFolderMenu(QToolBar *bar, const ICloudPortalApi::ItemVector &folders)
+{
+    auto *menu = new QMenu(bar);
+    auto *style = new LiteralTextStyle;
+    style->setParent(menu);
+    menu->setStyle(style);
+    for (ICloudItem *folder : folders) {
+        QAction *action = menu->addAction(KQtUtil::toQString(folder->GetDisplayName()));
+        QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
+        folder->SetFolderActionArrow(action);
+    }
+    return menu;
+}
+
+void release(QObject *object)
+{
+    object->disconnect();
+    object->deleteLater();
+}
+
+} // namespace
+
+QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal_CloudBrowserWindows *parent)
+{
+    auto *button = new QPushButton(KQtUtil::toQString(text), parent);
+    button->setMinimumSize(16, 20);
+    button->setMaximumSize(64, 20);
+    button->setStyleSheet(QStringLiteral("QPushButton { padding: 0px 0px 0px 0px; }"));
+    button->setAccessibleName(KQtUtil::toQString(accessibleName));
+    button->setCheckable(false);
+    return button;
+}
+
+QIcon GetIconPreviousFolder()
+{
+    return QApplication::style()->standardIcon(QStyle::SP_FileDialogToParent);
+}
+
+QIcon GetIconSearch()
+{
+    return TavrinHelper::portalIcon("search_glass.png");
+}
+
+QPushButton *GetIconFolderButton(Portal_CloudBrowserWindows *parent)
+{
+    auto *button = new QPushButton(QApplication::style()->standardIcon(QStyle::SP_DirIcon), QString(), parent);
+    button->setFixedSize(16, 16);
+    button->setStyleSheet(QStringLiteral(
+        "QPushButton { background-color: #303030; border: 0px solid #C0C0C0; padding: 0px 0px 0px 0px; }"));
+    button->setEnabled(false);
+    return button;
+}
+
+void AddFolderWidget(Portal_CloudBrowserWindows *, QToolBar *bar, ICloudItem *folder)
+{
+    const QString name = KQtUtil::toQString(folder->GetDisplayName());
+    auto *action = new QAction(name, bar);
+    action->setIconText(QString(name).replace(QLatin1Char('&'), QStringLiteral("&&")));
+    action->setToolTip(Qt::convertFromPlainText(name));
+    QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
+    bar->addAction(action);
+    folder->SetFolderAction(action);
+
+    ICloudPortalApi::ItemVector folders;
+    for (auto child = folder->GetChildBegin(); child != folder->GetChildEnd(); ++child) {
+        if ((*child)->IsFolder())
+            folders.push_back(*child);
+    }
+    if (folders.empty())
+        return;
+    action->setMenu(createFolderMenu(bar, folders));
+    if (auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(action)))
+        button->setPopupMode(QToolButton::InstantPopup);
+}
+
+void ClearFolderBar(QToolBar *bar)
+{
+    const QList<QAction *> actions = bar->actions();
+    for (QAction *action : actions) {
+        if (QMenu *menu = action->menu()) {
+            const QList<QAction *> entries = menu->actions();
+            for (QAction *entry : entries)
+                entry->disconnect();
+            release(menu);
+        }
+        bar->removeAction(action);
+        release(action);
+    }
+}

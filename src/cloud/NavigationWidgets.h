@@ -1,0 +1,32 @@
+// cloud/NavigationWidgets.h
+//
+// The pieces of a page's navigation bar and pager.
+
+#pragma once
+
+#include <openkelda/openkelda.h>
+
+#include <QIcon>
+
+class Portal_CloudBrowserWindows;
+class QPushButton;
+class QToolBar;
+
+namespace ICloudPortalApi {
+class ICloudItem;
+}
+
+/// A page button of the pager; \p parent owns it.
+QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal_CloudBrowserWindows *parent);
+
+QIcon GetIconPreviousFolder();
+QIcon GetIconSearch();
+/// The decoration at the left end of the folder bar; \p parent owns it until a tool bar takes it.
+QPushButton *GetIconFolderButton(Portal_CloudBrowserWindows *parent);
+
+/// Appends the button of \p folder to \p bar, with a menu of its sub-folders when it has any. Clicks go to the items.
+void AddFolderWidget(Portal_CloudBrowserWindows *window, QToolBar *bar, ICloudPortalApi::ICloudItem *folder);
+
+/// Empties \p bar. What it held is disconnected at once and goes in the event loop, since it may be the sender of the
+/// signal that is being handled.
+void ClearFolderBar(QToolBar *bar);

@@ -1,0 +1,311 @@
+// The widgets of a portal's page, from top to bottom.
+
+#include "cloud/FileListDelegate.h"
+#include "cloud/NavigationWidgets.h"
+#include "cloud/Portal_CloudBrowserWindows.h"
+#include "cloud/UiText.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QTabWidget>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kBarHeight = 24;
+constexpr int kFieldHeight = 20;
+constexpr int kTabPageHeight = 70;
+const QString kFieldStyle = QStringLiteral("QLineEdit { background-color: #303030; }");
+
+QLabel *createSeparator(QWidget *parent, const QString &style)
+{
+    auto *separator = new QLabel(parent);
+    separator->setFixedHeight(3);
+    separator->setStyleSheet(style);
+    return separator;
+}
+
+void limitButtonHeight(QToolBar *bar, QAction *action)
+{
+    if (QWidget *button = bar->widgetForAction(action))
+        button->setMaximumHeight(kBarHeight);
+}
+
+QPushButton *createActionButton(const QString &label, const char *accessibleName, QWidget *parent)
+{
+    auto *button = new QPushButton(label, parent);
+    button->setFixedHeight(kFieldHeight);
+    button->setAccessibleName(QString::fromLatin1(accessibleName));
+    button->setCheckable(false);
+    button->setEnabled(false);
+    return button;
+}
+
+QLineEdit *createNameField(QWidget *parent)
+{
+    auto *field = new QLineEdit(parent);
+    field->setFixedHeight(kFieldHeight);
+    field->setStyleSheet(kFieldStyle);
+    return field;
+}
+
+/// One part of the pager: a row without margins, added to \p parts.
+QHBoxLayout *addPagerPart(QHBoxLayout *parts, int stretch)
+{
+    auto *row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(0);
+    parts->addLayout(row, stretch);
+    return row;
+}
+
+} // namespace
+
+void Portal_CloudBrowserWindows::CreateNavigationBar()
+{
+    m_root = m_portal->CreateFolderHierarchy();
+    m_items.keep(m_root);
+
+    m_lookInLabel = new QLabel(UiText(TavrinStrings::kCloudPortalLookIn), this);
+    m_lookInLabel->setStyleSheet(QStringLiteral("QLabel { padding: 2px 5px 2px 5px; }"));
+    m_lookInLabel->setMaximumHeight(kBarHeight);
+    m_navigationLayout->addWidget(m_lookInLabel);
+
+    m_folderBar = new QToolBar(this);
+    m_folderBar->setAccessibleName(QStringLiteral("FolderBar"));
+    m_folderBar->setFixedHeight(kBarHeight);
+    m_folderBar->setAutoFillBackground(true);
+    m_folderBar->setStyleSheet(
+        QStringLiteral("QToolBar { background-color: #303030; border: 1px solid #444444; padding-left: 3px; }"));
+    m_folderBar->addWidget(GetIconFolderButton(this));
+    if (m_root) {
+        AddFolderWidget(this, m_folderBar, m_root);
+        m_folders.emplace_back(m_root);
+    }
+    m_navigationLayout->addWidget(m_folderBar, 3);
+
+    CreateParentFolderBar();
+    if (m_portal->supportSearchBar())
+        CreateSearchBar();
+}
+
+void Portal_CloudBrowserWindows::CreateParentFolderBar()
+{
+    m_parentBar = new QToolBar(this);
+    m_parentBar->setAccessibleName(QStringLiteral("ParentFolderBar"));
+    m_parentBar->setMaximumHeight(kBarHeight);
+    QAction *action = m_parentBar->addAction(GetIconPreviousFolder(), QString());
+    connect(action, &QAction::triggered, this, &Portal_CloudBrowserWindows::PreviousFolderClick);
+    limitButtonHeight(m_parentBar, action);
+    m_parentBar->setToolTip(UiText(TavrinStrings::kCloudPortalParentDirectory));
+    m_parentBar->setEnabled(false);
+    m_navigationLayout->addWidget(m_parentBar, 0);
+}
+
+void Portal_CloudBrowserWindows::CreateSearchBar()
+{
+    m_searchBar = new QToolBar(this);
+    m_searchBar->setMaximumHeight(kBarHeight);
+    m_searchBar->setAccessibleName(QStringLiteral("SearchBar"));
+    m_searchText = new QLineEdit(m_searchBar);
+    m_searchText->setMaximumHeight(kBarHeight);
+    m_searchText->setAccessibleName(QStringLiteral("SearchTextInput"));
+    connect(m_searchText, &QLineEdit::returnPressed, this, &Portal_CloudBrowserWindows::searchTextReturnPressEvent);
+    m_searchBar->addWidget(m_searchText);
+
+    m_searchAction = new QAction(GetIconSearch(), UiText(TavrinStrings::kCloudPortalSearch), m_searchBar);
+    connect(m_searchAction, &QAction::triggered, this, &Portal_CloudBrowserWindows::SearchUpdate);
+    m_searchBar->addAction(m_searchAction);
+    limitButtonHeight(m_searchBar, m_searchAction);
+    m_navigationLayout->addWidget(m_searchBar, 2);
+}
+
+void Portal_CloudBrowserWindows::CreateFileList()
+{
+    m_fileList = new QListWidget(this);
+    m_fileList->setStyleSheet(QStringLiteral("QListWidget { top:  3px; bottom: 3px; } "));
+    m_fileList->setAccessibleName(QStringLiteral("ListOfFileFromCloud"));
+    m_fileList->setUniformItemSizes(true);
+    m_fileList->setItemDelegate(new FileListDelegate(m_fileList));
+    connect(m_fileList, &QListWidget::itemDoubleClicked, this, &Portal_CloudBrowserWindows::ListViewItemDoubleClick);
+    connect(m_fileList, &QListWidget::itemSelectionChanged, this,
+            &Portal_CloudBrowserWindows::ListViewItemSelectChange);
+}
+
+bool Portal_CloudBrowserWindows::CreatePageSearchBrowserUI()
+{
+    if (!IsPaged())
+        return false;
+    m_currentPage = 1;
+    m_itemsPerPage = 64;
+    m_itemCount = 0;
+    m_pageCount = 1;
+
+    m_pagingLayout = new QHBoxLayout;
+    m_pagingLayout->setContentsMargins(0, 3, 0, 3);
+    m_pagingLayout->setSpacing(0);
+    addPagerPart(m_pagingLayout, 0)->addWidget(new QLabel(this), 0, Qt::AlignLeft);
+    CreatePageButtons(addPagerPart(m_pagingLayout, 2));
+    CreateItemsPerPageBox(addPagerPart(m_pagingLayout, 0));
+    return true;
+}
+
+void Portal_CloudBrowserWindows::CreatePageButtons(QHBoxLayout *row)
+{
+    using Page = Portal_CloudBrowserWindows;
+    struct Entry
+    {
+        const char *accessibleName;
+        const char *text;
+        void (Page::*clicked)();
+    };
+    static const std::array<Entry, kPageButtonCount> kEntries{{
+        {"PreviousPageButton", "<", &Page::PrevPageClick},
+        {"Previous5", ".", &Page::Prev5Click},
+        {"Previous4", ".", &Page::Prev4Click},
+        {"Previous3", ".", &Page::Prev3Click},
+        {"Previous2", ".", &Page::Prev2Click},
+        {"Previous1", ".", &Page::Prev1Click},
+        {"CurrentPage", "|", nullptr},
+        {"Next1", ".", &Page::Next1Click},
+        {"Next2", ".", &Page::Next2Click},
+        {"Next3", ".", &Page::Next3Click},
+        {"Next4", ".", &Page::Next4Click},
+        {"NextPageButton", ">", &Page::NextPageClick},
+    }};
+    for (std::size_t index = 0; index < kEntries.size(); ++index) {
+        const Entry &entry = kEntries[index];
+        QPushButton *button = CreateNavigationButton(entry.text, entry.accessibleName, this);
+        button->setEnabled(false);
+        button->setHidden(index != kPreviousPage && index != kNextPage);
+        if (entry.clicked)
+            connect(button, &QPushButton::clicked, this, entry.clicked);
+        row->addWidget(button);
+        m_pageButtons[index] = button;
+    }
+}
+
+void Portal_CloudBrowserWindows::CreateItemsPerPageBox(QHBoxLayout *row)
+{
+    m_itemsPerPageBox = new QComboBox(this);
+    m_itemsPerPageBox->setAccessibleName(QStringLiteral("ItemsPerPage"));
+    for (const char *number : {" 16 ", " 32 ", " 64 "}) {
+        m_itemsPerPageBox->addItem(UiText(TavrinStrings::kCloudPortalShow) + QString::fromLatin1(number) +
+                                   UiText(TavrinStrings::kCloudPortalItems));
+    }
+    m_itemsPerPageBox->setCurrentIndex(2);
+    connect(m_itemsPerPageBox, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            &Portal_CloudBrowserWindows::ItemPerPageClick);
+    row->addWidget(m_itemsPerPageBox, 0, Qt::AlignRight);
+}
+
+QTabWidget *Portal_CloudBrowserWindows::CreateImportExportTabs()
+{
+    m_translators.clear();
+    m_extensions.clear();
+    auto *tabs = new QTabWidget(this);
+    tabs->setAccessibleName(QStringLiteral("ImportExportTabs"));
+    tabs->addTab(CreateImportTab(), UiText(TavrinStrings::kCloudPortalImport));
+    if (HasExportFormats()) {
+        tabs->addTab(CreateExportTab(), UiText(TavrinStrings::kCloudPortalExport));
+        RefreshExporterFilterList();
+    }
+    tabs->setMaximumHeight(105);
+    connect(tabs, &QTabWidget::currentChanged, this, &Portal_CloudBrowserWindows::exportImportTabPageChanged);
+    return tabs;
+}
+
+QWidget *Portal_CloudBrowserWindows::CreateImportTab()
+{
+    auto *page = new QWidget(this);
+    page->setFixedHeight(kTabPageHeight);
+    auto *rows = new QVBoxLayout(page);
+
+    m_importNameLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFileName), page);
+    m_importName = createNameField(page);
+    m_importName->setAccessibleName(QStringLiteral("CloudImportFileName"));
+    m_importName->setEnabled(false);
+    m_importName->setReadOnly(true);
+    m_importButton = createActionButton(UiText(TavrinStrings::kCloudPortalImport), "CloudImportButton", page);
+    connect(m_importButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ImportClick);
+    auto *nameRow = new QHBoxLayout;
+    nameRow->addWidget(m_importNameLabel);
+    nameRow->addWidget(m_importName);
+    nameRow->addWidget(m_importButton);
+    rows->addLayout(nameRow);
+
+    m_importOptions = new QCheckBox(page);
+    m_importOptions->setFixedHeight(22);
+    m_importOptions->setAccessibleName(QStringLiteral("CloudImportOptions"));
+    m_importOptionsLabel = new QLabel(UiText(TavrinStrings::kCloudPortalImportOptions), page);
+    auto *optionsRow = new QHBoxLayout;
+    optionsRow->addWidget(m_importOptions);
+    optionsRow->addWidget(m_importOptionsLabel);
+    optionsRow->addStretch();
+    rows->addLayout(optionsRow);
+    return page;
+}
+
+QWidget *Portal_CloudBrowserWindows::CreateExportTab()
+{
+    auto *page = new QWidget(this);
+    page->setFixedHeight(kTabPageHeight);
+    auto *rows = new QVBoxLayout(page);
+
+    m_exportNameLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFileName), page);
+    m_exportName = createNameField(page);
+    m_exportName->setAccessibleName(QStringLiteral("CloudExportFileName"));
+    connect(m_exportName, &QLineEdit::textChanged, this, &Portal_CloudBrowserWindows::exportTextChangedEvent);
+    m_exportSelectionButton =
+        createActionButton(UiText(TavrinStrings::kCloudPortalExportSelection), "CloudExportSelectionButton", page);
+    connect(m_exportSelectionButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ExportSelectionClick);
+    m_exportAllButton = createActionButton(UiText(TavrinStrings::kCloudPortalExportAll), "CloudExportAllButton", page);
+    connect(m_exportAllButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ExportAllClick);
+    auto *nameRow = new QHBoxLayout;
+    nameRow->addWidget(m_exportNameLabel);
+    nameRow->addWidget(m_exportName);
+    nameRow->addWidget(m_exportSelectionButton);
+    nameRow->addWidget(m_exportAllButton);
+    rows->addLayout(nameRow);
+
+    m_exportFilterLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFilter), page);
+    m_exportFilter = new QComboBox(page);
+    m_exportFilter->setAccessibleName(QStringLiteral("CloudExportFilter"));
+    connect(m_exportFilter, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            &Portal_CloudBrowserWindows::ExportFilterFilesClick);
+    m_exportOptionsButton = new QPushButton(TavrinHelper::portalIcon("option_gear.png"), QString(), page);
+    m_exportOptionsButton->setFixedHeight(kFieldHeight);
+    m_exportOptionsButton->setAccessibleName(QStringLiteral("CloudExportOptionsButton"));
+    m_exportOptionsButton->setToolTip(UiText(TavrinStrings::kCloudPortalExportOptions));
+    connect(m_exportOptionsButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ShowExportOptions);
+    auto *filterRow = new QHBoxLayout;
+    filterRow->addWidget(m_exportFilterLabel);
+    filterRow->addWidget(m_exportFilter, 1);
+    filterRow->addWidget(m_exportOptionsButton);
+    rows->addLayout(filterRow);
+    return page;
+}
+
+void Portal_CloudBrowserWindows::SetPageLayout(QTabWidget *tabs, bool isPaged)
+{
+    m_pageLayout->addWidget(createSeparator(this, QStringLiteral("QLabel { background-color: #646464; }")));
+    m_pageLayout->addWidget(m_loginButton, 0, Qt::AlignRight);
+    m_pageLayout->addLayout(m_navigationLayout);
+    m_pageLayout->addSpacing(3);
+    m_pageLayout->addWidget(m_fileList);
+    if (isPaged)
+        m_pageLayout->addLayout(m_pagingLayout);
+    m_pageLayout->addWidget(createSeparator(this, QStringLiteral("QLabel { background-color: #4f4f4f; }")));
+    m_pageLayout->addWidget(tabs);
+    m_pageLayout->setContentsMargins(0, 0, 0, 0);
+    m_pageLayout->setSpacing(0);
+    setLayout(m_pageLayout);
+}

@@ -1,0 +1,124 @@
+// Paging: which pages a paged portal's bar offers, and what a click on them does.
+
+#include "cloud/Portal_CloudBrowserOperation.h"
+#include "cloud/Portal_CloudBrowserWindows.h"
+#include "cloud/UiText.h"
+
+#include <QPushButton>
+
+#include <limits>
+
+void Portal_CloudBrowserWindows::setPageButton(PageButton button, bool available, qint64 page)
+{
+    QPushButton *widget = m_pageButtons[button];
+    widget->setText(available ? QString::number(page) : QStringLiteral("."));
+    widget->setEnabled(available);
+    widget->setVisible(available);
+}
+
+void Portal_CloudBrowserWindows::updatePager()
+{
+    const qint64 page = m_currentPage;
+    const qint64 perPage = m_itemsPerPage;
+    const qint64 count = m_itemCount;
+    const auto isBeyondEnd = [=](qint64 steps) { return (page + steps) * perPage >= count; };
+    const auto isBeforeStart = [=](qint64 steps) { return (page - steps) * perPage <= 1; };
+
+    QPushButton *next = m_pageButtons[kNextPage];
+    next->setEnabled(!isBeyondEnd(1));
+    next->setText(isBeyondEnd(1) ? QStringLiteral(">")
+                                 : UiText(TavrinStrings::kCloudPortalNext) + QStringLiteral(" >"));
+    for (int step = 1; step <= 4; ++step)
+        setPageButton(static_cast<PageButton>(kCurrentPage + step), !isBeyondEnd(step), page + step);
+
+    setPageButton(kCurrentPage, true, page);
+    m_pageButtons[kCurrentPage]->setEnabled(false);
+
+    for (int step = 1; step <= 5; ++step)
+        setPageButton(static_cast<PageButton>(kCurrentPage - step), !isBeforeStart(step), page - step);
+    QPushButton *previous = m_pageButtons[kPreviousPage];
+    previous->setEnabled(page >= 2);
+    previous->setText(page < 2 ? QStringLiteral("<")
+                               : QStringLiteral("< ") + UiText(TavrinStrings::kCloudPortalPrevious));
+}
+
+void Portal_CloudBrowserWindows::SwitchPage(int delta)
+{
+    if (postpone(Postponed::FolderChange, [this, delta] { SwitchPage(delta); }))
+        return;
+    const qint64 page = static_cast<qint64>(m_currentPage) + delta;
+    const bool isOffered =
+        page >= 0 && page <= std::numeric_limits<qint32>::max() && page * m_itemsPerPage <= m_itemCount;
+    if (!m_currentFolder || !isOffered)
+        return;
+    clearImportChoice();
+    m_currentPage = static_cast<qint32>(page);
+    RefreshFolderData();
+}
+
+void Portal_CloudBrowserWindows::ItemPerPageClick(int newIndex)
+{
+    if (postpone(Postponed::FolderChange, [this, newIndex] { ItemPerPageClick(newIndex); }))
+        return;
+    if (newIndex >= 0 && newIndex <= 2)
+        m_itemsPerPage = 16 << newIndex;
+    if (!m_currentFolder)
+        return;
+    clearImportChoice();
+    RefreshFolderData();
+}
+
+void Portal_CloudBrowserWindows::PrevPageClick()
+{
+    SwitchPage(-1);
+}
+
+void Portal_CloudBrowserWindows::Prev5Click()
+{
+    SwitchPage(-5);
+}
+
+void Portal_CloudBrowserWindows::Prev4Click()
+{
+    SwitchPage(-4);
+}
+
+void Portal_CloudBrowserWindows::Prev3Click()
+{
+    SwitchPage(-3);
+}
+
+void Portal_CloudBrowserWindows::Prev2Click()
+{
+    SwitchPage(-2);
+}
+
+void Portal_CloudBrowserWindows::Prev1Click()
+{
+    SwitchPage(-1);
+}
+
+void Portal_CloudBrowserWindows::Next1Click()
+{
+    SwitchPage(1);
+}
+
+void Portal_CloudBrowserWindows::Next2Click()
+{
+    SwitchPage(2);
+}
+
+void Portal_CloudBrowserWindows::Next3Click()
+{
+    SwitchPage(3);
+}
+
+void Portal_CloudBrowserWindows::Next4Click()
+{
+    SwitchPage(4);
+}
+
+void Portal_CloudBrowserWindows::NextPageClick()
+{
+    SwitchPage(1);
+}
