@@ -1,0 +1,84 @@
+#include "ui/ConfirmDialog.h"
+
+#include "host/KeldaHost.h"
+#include "language/Flags.h"
+
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace {
+
+/// Text-exact on a button: no letter becomes a shortcut.
+QString buttonLabel(QString text)
+{
+    return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+}
+
+void alignText(QMessageBox &box, const QString &where)
+{
+    static const QHash<QString, Qt::Alignment> alignments{
+        {"left", Qt::AlignLeft}, {"center", Qt::AlignHCenter}, {"right", Qt::AlignRight}};
+    if (where.isEmpty())
+        return;
+    if (!alignments.contains(where))
+        throw CommandError(
+            QStringLiteral("confirmDialog: -messageAlign is left, center or right, not \"%1\"").arg(where));
+    if (auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label")))
+        label->setAlignment(alignments.value(where) | Qt::AlignVCenter);
+}
+
+/// Shows the question and returns the pressed button's text, \p closed when there was none.
+QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, const QString &closed)
+{
+    // The parent may go while the box is open, and takes it along.
+    const QPointer<QMessageBox> box = new QMessageBox(parent);
+    box->setObjectName(QStringLiteral("KeldaConfirmDialog"));
+    box->setWindowTitle(flags.value("-title").toString());
+    box->setTextFormat(Qt::PlainText);
+    box->setText(flags.value("-message").toString());
+    alignText(*box, flags.value("-messageAlign").toString());
+    QHash<QAbstractButton *, QString> texts;
+    for (const QString &text : buttons) {
+        QPushButton *button = box->addButton(buttonLabel(text), QMessageBox::AcceptRole);
+        texts.insert(button, text);
+        if (text == flags.value("-defaultButton").toString())
+            box->setDefaultButton(button);
+        if (text == flags.value("-cancelButton").toString())
+            box->setEscapeButton(button);
+    }
+    box->exec();
+    if (!box)
+        return closed;
+    const QString answer = texts.value(box->clickedButton(), closed);
+    box->deleteLater();
+    return answer;
+}
+
+} // namespace
+
+void registerConfirmDialog(KeldaHost &host)
+{
+    host.interpreter().addCommand("confirmDialog", [&host](const CommandCall &call) -> Value {
+        const Flags flags(call, {{"-t", "-title", 1},
+                                 {"-m", "-message", 1},
+                                 {"-ma", "-messageAlign", 1},
+                                 {"-b", "-button", 1},
+                                 {"-db", "-defaultButton", 1},
+                                 {"-cb", "-cancelButton", 1},
+                                 {"-icn", "-icon", 1}});
+        QStringList buttons;
+        for (int at = 0; !flags.value("-button", at).isNone(); ++at)
+            buttons.append(flags.value("-button", at).toString());
+        if (buttons.isEmpty())
+            buttons.append(QStringLiteral("Confirm"));
+        const QString closed =
+            flags.has("-cancelButton") ? flags.value("-cancelButton").toString() : QStringLiteral("dismiss");
+        const bool hasWindow = host.state() == KGlobal::kInteractive || host.state() == KGlobal::kBaseUI;
+        if (!hasWindow) {
+            host.message(KHost::MessageKind::kInfo, KString(flags.value("-message").toString().toStdString()));
+            return closed;
+        }
+        return ask(host.mainWindow(), flags, buttons, closed);
+    });
+}

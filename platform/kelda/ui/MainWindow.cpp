@@ -1,0 +1,344 @@
+#include "ui/MainWindow.h"
+
+#include "host/KeldaHost.h"
+#include "host/MenuModel.h"
+#include "scene/Scene.h"
+#include "scene/Translators.h"
+#include "ui/Viewport.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QStyleFactory>
+#include <QVBoxLayout>
+
+namespace {
+
+const QColor infoColour(200, 205, 210);
+const QColor warningColour(235, 190, 80);
+const QColor errorColour(240, 105, 95);
+const QColor commandColour(125, 175, 235);
+
+constexpr int longestMessage = 4000;
+
+/// \p text as an argument between double quotes of the command language.
+QString quoted(QString text)
+{
+    text.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
+    text.replace(QLatin1Char('"'), QStringLiteral("\\\""));
+    text.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
+    text.replace(QLatin1Char('\r'), QStringLiteral("\\r"));
+    text.replace(QLatin1Char('\t'), QStringLiteral("\\t"));
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
+
+QColor messageColour(KHost::MessageKind kind)
+{
+    if (kind == KHost::MessageKind::kError)
+        return errorColour;
+    return kind == KHost::MessageKind::kWarning ? warningColour : infoColour;
+}
+
+QString filterOf(const Translator &translator)
+{
+    return QStringLiteral("%1 (*.%2)").arg(translator.name, translator.extensions.join(QStringLiteral(" *.")));
+}
+
+} // namespace
+
+MainWindow::MainWindow(KeldaHost &host, Scene &scene)
+    : m_host(host), m_scene(scene), m_viewport(new Viewport(scene, this))
+{
+    setObjectName(QStringLiteral("KeldaMainWindow"));
+    setWindowTitle(QStringLiteral("Kelda"));
+    resize(1280, 800);
+    setCentralWidget(m_viewport);
+    setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+    buildObjectDock();
+    buildCommandDock();
+    buildMenus();
+
+    connect(&m_host, &KeldaHost::messagePosted, this, &MainWindow::showMessage);
+    connect(&m_host, &KeldaHost::commandEchoed, this, &MainWindow::showEcho);
+    connect(&m_host.menus(), &MenuModel::changed, this, &MainWindow::refreshFileMenu);
+    connect(&m_scene, &Scene::changed, this, &MainWindow::refreshObjects);
+    connect(&m_scene, &Scene::selectionChanged, this, &MainWindow::showSelection);
+    refreshFileMenu();
+    refreshObjects();
+}
+
+void MainWindow::buildMenus()
+{
+    m_fileMenu = menuBar()->addMenu(tr("&File"));
+    m_fileMenu->setObjectName(QStringLiteral("KeldaFileMenu"));
+    const auto add = [this](QMenu *menu, const char *name, const QString &text, const QKeySequence &keys, auto slot) {
+        QAction *action = menu->addAction(text, this, slot);
+        action->setObjectName(QString::fromLatin1(name));
+        action->setShortcut(keys);
+        return action;
+    };
+    add(m_fileMenu, "KeldaNew", tr("&New"), QKeySequence::New,
+        [this] { runCommand(QStringLiteral("file -force -new")); });
+    add(m_fileMenu, "KeldaImport", tr("&Import..."), QKeySequence(Qt::CTRL + Qt::Key_I), [this] { importFile(); });
+    add(m_fileMenu, "KeldaExportAll", tr("&Export All..."), QKeySequence(Qt::CTRL + Qt::Key_E),
+        [this] { exportFile(); });
+    m_fileMenu->addSeparator();
+    m_entriesEnd = m_fileMenu->addSeparator();
+    add(m_fileMenu, "KeldaQuit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
+    // What scripts add may depend on what they find by then.
+    connect(m_fileMenu, &QMenu::aboutToShow, this, [this] { m_host.menus().rebuild(); });
+
+    QMenu *view = menuBar()->addMenu(tr("&View"));
+    add(view, "KeldaFrameAll", tr("&Frame All"), QKeySequence(), [this] { m_viewport->frameAll(); });
+    QAction *smooth = view->addAction(tr("&Smooth Shading"));
+    smooth->setObjectName(QStringLiteral("KeldaSmoothShading"));
+    smooth->setCheckable(true);
+    smooth->setChecked(true);
+    connect(smooth, &QAction::toggled, m_viewport,
+            [this](bool on) { m_viewport->setShading(on ? Rasterizer::Shading::Smooth : Rasterizer::Shading::Flat); });
+}
+
+void MainWindow::buildObjectDock()
+{
+    auto *dock = new QDockWidget(tr("Objects"), this);
+    dock->setObjectName(QStringLiteral("KeldaObjectDock"));
+    m_objects = new QListWidget(dock);
+    m_objects->setObjectName(QStringLiteral("KeldaObjectList"));
+    m_objects->setAccessibleName(tr("Scene objects"));
+    m_objects->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_objects->setUniformItemSizes(true);
+    dock->setWidget(m_objects);
+    addDockWidget(Qt::LeftDockWidgetArea, dock);
+    resizeDocks({dock}, {190}, Qt::Horizontal);
+    connect(m_objects, &QListWidget::itemSelectionChanged, this, &MainWindow::takeSelection);
+}
+
+void MainWindow::buildCommandDock()
+{
+    auto *dock = new QDockWidget(tr("Command"), this);
+    dock->setObjectName(QStringLiteral("KeldaCommandDock"));
+    auto *panel = new QWidget(dock);
+    auto *layout = new QVBoxLayout(panel);
+    layout->setContentsMargins(4, 4, 4, 4);
+    layout->setSpacing(4);
+    m_messages = new QPlainTextEdit(panel);
+    m_messages->setObjectName(QStringLiteral("KeldaMessages"));
+    m_messages->setAccessibleName(tr("Messages"));
+    m_messages->setReadOnly(true);
+    m_messages->setMaximumBlockCount(2000);
+    m_messages->setMinimumHeight(48);
+    m_commandLine = new QLineEdit(panel);
+    m_commandLine->setObjectName(QStringLiteral("KeldaCommandLine"));
+    m_commandLine->setAccessibleName(tr("Command line"));
+    m_commandLine->setPlaceholderText(tr("Type a command and press Return"));
+    m_commandLine->installEventFilter(this);
+    m_messageLine = new QLineEdit(panel);
+    m_messageLine->setObjectName(QStringLiteral("KeldaMessageLine"));
+    m_messageLine->setAccessibleName(tr("Latest message"));
+    m_messageLine->setReadOnly(true);
+    m_messageLine->setFocusPolicy(Qt::ClickFocus);
+    layout->addWidget(m_messages);
+    layout->addWidget(m_commandLine);
+    layout->addWidget(m_messageLine);
+    dock->setWidget(panel);
+    addDockWidget(Qt::BottomDockWidgetArea, dock);
+    resizeDocks({dock}, {170}, Qt::Vertical);
+    connect(m_commandLine, &QLineEdit::returnPressed, this, &MainWindow::runTypedCommand);
+}
+
+void MainWindow::refreshFileMenu()
+{
+    // The entry that is just running its command may be among them.
+    for (QAction *action : qAsConst(m_entryActions)) {
+        m_fileMenu->removeAction(action);
+        action->deleteLater();
+    }
+    m_entryActions.clear();
+    for (const MenuModel::Entry &entry : m_host.menus().entries(QStringLiteral("FileMenu"))) {
+        QString label = entry.label;
+        auto *action = new QAction(label.replace(QLatin1Char('&'), QStringLiteral("&&")), m_fileMenu);
+        action->setObjectName(entry.id);
+        connect(action, &QAction::triggered, this, [this, command = entry.command] { runCommand(command); });
+        m_fileMenu->insertAction(m_entriesEnd, action);
+        m_entryActions.append(action);
+    }
+}
+
+void MainWindow::refreshObjects()
+{
+    m_syncing = true;
+    m_objects->setUpdatesEnabled(false);
+    m_objects->clear();
+    m_objects->addItems(m_scene.names());
+    m_objects->setUpdatesEnabled(true);
+    m_syncing = false;
+    showSelection();
+}
+
+void MainWindow::showSelection()
+{
+    if (m_syncing)
+        return;
+    m_syncing = true;
+    QItemSelection selected;
+    int row = 0;
+    for (const SceneObject &object : m_scene.objects()) {
+        if (object.selected) {
+            const QModelIndex index = m_objects->model()->index(row, 0);
+            selected.select(index, index);
+        }
+        ++row;
+    }
+    m_objects->selectionModel()->select(selected, QItemSelectionModel::ClearAndSelect);
+    m_syncing = false;
+}
+
+void MainWindow::takeSelection()
+{
+    if (m_syncing)
+        return;
+    m_syncing = true;
+    QStringList names;
+    const QList<QListWidgetItem *> items = m_objects->selectedItems();
+    for (const QListWidgetItem *item : items)
+        names.append(item->text());
+    m_scene.setSelection(names);
+    m_syncing = false;
+}
+
+void MainWindow::importFile()
+{
+    QStringList filters;
+    QStringList patterns;
+    for (const Translator &translator : Translators::all()) {
+        filters.append(filterOf(translator));
+        patterns += translator.extensions;
+    }
+    filters.prepend(tr("All models (*.%1)").arg(patterns.join(QStringLiteral(" *."))));
+    filters.append(tr("All files (*)"));
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Import"), QString(), filters.join(QStringLiteral(";;")));
+    if (!path.isEmpty())
+        runCommand(QStringLiteral("file -force -pr -i ") + quoted(path));
+}
+
+void MainWindow::exportFile()
+{
+    QStringList filters;
+    for (const Translator &translator : Translators::all()) {
+        if (translator.writes())
+            filters.append(filterOf(translator));
+    }
+    QString chosen;
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Export All"), QString(), filters.join(QStringLiteral(";;")), &chosen);
+    if (path.isEmpty())
+        return;
+    runCommand(QStringLiteral("file -force -pr -type %1 -ea %2")
+                   .arg(quoted(chosen.section(QStringLiteral(" ("), 0, 0)), quoted(path)));
+}
+
+void MainWindow::runCommand(const QString &text)
+{
+    KCommandResult result;
+    m_host.execute(KString(text.toStdString()), result, true, true);
+}
+
+void MainWindow::runTypedCommand()
+{
+    const QString text = m_commandLine->text();
+    if (text.trimmed().isEmpty())
+        return;
+    m_history.removeAll(text);
+    m_history.append(text);
+    m_historyPosition = m_history.size();
+    m_commandLine->clear();
+    runCommand(text);
+}
+
+void MainWindow::recall(int step)
+{
+    m_historyPosition = qBound(0, m_historyPosition + step, m_history.size());
+    m_commandLine->setText(m_history.value(m_historyPosition));
+}
+
+void MainWindow::showMessage(KHost::MessageKind kind, const QString &text)
+{
+    append(text, messageColour(kind));
+    QPalette palette = m_messageLine->palette();
+    palette.setColor(QPalette::Text, messageColour(kind));
+    m_messageLine->setPalette(palette);
+    m_messageLine->setText(text.left(longestMessage).simplified());
+    m_messageLine->setCursorPosition(0);
+}
+
+void MainWindow::showEcho(const QString &command, const QString &result)
+{
+    append(command, commandColour);
+    if (!result.isEmpty())
+        append(tr("Result: %1").arg(result), infoColour);
+}
+
+void MainWindow::append(const QString &text, const QColor &colour)
+{
+    QTextCharFormat format;
+    format.setForeground(colour);
+    QTextCursor cursor(m_messages->document());
+    cursor.movePosition(QTextCursor::End);
+    if (!m_messages->document()->isEmpty())
+        cursor.insertBlock();
+    cursor.insertText(text.left(longestMessage), format);
+    m_messages->verticalScrollBar()->setValue(m_messages->verticalScrollBar()->maximum());
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    QMainWindow::closeEvent(event);
+    if (event->isAccepted())
+        emit closed();
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_commandLine && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_Up || key == Qt::Key_Down) {
+            recall(key == Qt::Key_Up ? -1 : 1);
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::applyDarkLook()
+{
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QPalette palette;
+    const QColor window(58, 60, 64);
+    const QColor base(40, 42, 46);
+    const QColor text(222, 224, 227);
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::WindowText, text);
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::AlternateBase, window);
+    palette.setColor(QPalette::ToolTipBase, base);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::PlaceholderText, QColor(135, 139, 145));
+    palette.setColor(QPalette::Button, QColor(72, 75, 80));
+    palette.setColor(QPalette::ButtonText, text);
+    palette.setColor(QPalette::BrightText, errorColour);
+    palette.setColor(QPalette::Link, commandColour);
+    palette.setColor(QPalette::Highlight, QColor(62, 112, 174));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, QColor(120, 124, 130));
+    QApplication::setPalette(palette);
+}

@@ -1,0 +1,73 @@
+// ui/Rasterizer.h
+//
+// Draws scene objects into an image on the processor: depth buffer, flat or smooth shading, textures by nearest sample.
+
+#pragma once
+
+#include "scene/Scene.h"
+
+#include <QImage>
+#include <QMatrix4x4>
+
+#include <vector>
+
+/// Looks at a target from a distance; angles in degrees, pitch above the ground is positive.
+struct Camera
+{
+    QVector3D target;
+    float distance = 10;
+    float yaw = 35;
+    float pitch = 25;
+    float fieldOfView = 40; ///< vertical
+
+    QVector3D eye() const;
+    QMatrix4x4 viewProjection(const QSize &size) const;
+    /// Moves target and distance so that all of \p bounds is in sight; a small default for an empty or flat box.
+    void frame(const Bounds &bounds);
+};
+
+class Rasterizer
+{
+public:
+    enum class Shading { Flat, Smooth };
+
+    /// \p size in pixels, at least 1 by 1.
+    Rasterizer(const QSize &size, const Camera &camera);
+
+    void fillBackground(const QColor &top, const QColor &bottom);
+    /// Lines on the ground (y = 0) around the origin, \p count to each side.
+    void drawGrid(float step, int count, const QColor &colour);
+    /// A texture must have 32 bits per pixel, or it is left out. A selected object is tinted.
+    void drawObject(const SceneObject &object, Shading shading);
+    /// The edges of the box, in front of what lies behind them only.
+    void drawBox(const Bounds &bounds, const QColor &colour);
+    const QImage &image() const { return m_image; }
+
+private:
+    /// A corner before the division: position seen from the camera, brightness 0 to 1, texture coordinate.
+    struct Corner
+    {
+        float x, y, w;
+        float shade;
+        float u, v;
+    };
+    struct Surface
+    {
+        QRgb colour;
+        const QImage *texture;
+        float highlight;
+    };
+
+    Corner corner(const QVector3D &point) const;
+    float brightness(const QVector3D &normal) const;
+    void drawTriangle(const Corner &a, const Corner &b, const Corner &c, const Surface &surface);
+    void fillTriangle(const Corner &a, const Corner &b, const Corner &c, const Surface &surface);
+    void drawLine(const QVector3D &from, const QVector3D &to, QRgb colour);
+    static QRgb shaded(const Surface &surface, float shade, float u, float v);
+
+    QImage m_image;
+    std::vector<float> m_depth; ///< 1/w of the nearest surface so far
+    QMatrix4x4 m_transform;
+    QVector3D m_light;
+    float m_near;
+};

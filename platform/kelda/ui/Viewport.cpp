@@ -1,0 +1,154 @@
+#include "ui/Viewport.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QtMath>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Up to this many triangles the picture is drawn at double size and reduced, which smooths its edges.
+constexpr qint64 mostSmoothedTriangles = 30000;
+
+/// The power of ten that divides the scene into about ten squares.
+float gridStep(const Bounds &bounds)
+{
+    const float size = std::max(bounds.size(), 1e-6F);
+    return bounds.empty ? 1.0F : std::pow(10.0F, std::floor(std::log10(size))) / (size < 1e-5F ? 1 : 2);
+}
+
+} // namespace
+
+Viewport::Viewport(Scene &scene, QWidget *parent) : QWidget(parent), m_scene(scene)
+{
+    setObjectName(QStringLiteral("KeldaViewport"));
+    setAccessibleName(QStringLiteral("Viewport"));
+    setFocusPolicy(Qt::StrongFocus);
+    setMinimumSize(160, 120);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    connect(&scene, &Scene::changed, this, &Viewport::sceneChanged);
+    connect(&scene, &Scene::selectionChanged, this, &Viewport::invalidate);
+    frameAll();
+}
+
+void Viewport::setCamera(const Camera &camera)
+{
+    m_camera = camera;
+    invalidate();
+}
+
+void Viewport::setShading(Rasterizer::Shading shading)
+{
+    m_shading = shading;
+    invalidate();
+}
+
+void Viewport::frameAll()
+{
+    m_camera.frame(m_scene.bounds());
+    invalidate();
+}
+
+QImage Viewport::render(const QSize &size) const
+{
+    Rasterizer picture(size, m_camera);
+    picture.fillBackground(QColor(86, 93, 102), QColor(38, 41, 46));
+    for (const SceneObject &object : m_scene.objects()) {
+        if (!object.visible)
+            continue;
+        picture.drawObject(object, m_shading);
+        if (object.selected)
+            picture.drawBox(object.mesh->bounds(), QColor(120, 190, 255));
+    }
+    picture.drawGrid(gridStep(m_scene.bounds()), 20, QColor(70, 75, 82));
+    return picture.image();
+}
+
+void Viewport::paintEvent(QPaintEvent *)
+{
+    if (m_stale) {
+        const QSize pixels = size() * devicePixelRatioF();
+        const bool smoothed = !m_dragging && m_scene.triangleCount() <= mostSmoothedTriangles;
+        m_image = smoothed ? render(pixels * 2).scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                           : render(pixels);
+        m_image.setDevicePixelRatio(devicePixelRatioF());
+        m_stale = false;
+    }
+    QPainter painter(this);
+    painter.drawImage(0, 0, m_image);
+    painter.setPen(QColor(205, 210, 216));
+    painter.drawText(rect().adjusted(10, 8, -10, -8), Qt::AlignLeft | Qt::AlignTop,
+                     tr("Objects %1   Triangles %2   Vertices %3")
+                         .arg(static_cast<int>(m_scene.objects().size()))
+                         .arg(m_scene.triangleCount())
+                         .arg(m_scene.vertexCount()));
+}
+
+void Viewport::mousePressEvent(QMouseEvent *event)
+{
+    m_lastPosition = event->pos();
+    m_dragging = true;
+}
+
+void Viewport::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint way = event->pos() - m_lastPosition;
+    m_lastPosition = event->pos();
+    if (event->buttons() & Qt::LeftButton) {
+        m_camera.yaw = std::fmod(m_camera.yaw - static_cast<float>(way.x()) * 0.4F, 360.0F);
+        m_camera.pitch = std::clamp(m_camera.pitch + static_cast<float>(way.y()) * 0.4F, -89.0F, 89.0F);
+    } else if (event->buttons() & Qt::MiddleButton) {
+        const float perPixel = m_camera.distance * std::tan(qDegreesToRadians(m_camera.fieldOfView) / 2) * 2 /
+                               static_cast<float>(std::max(1, height()));
+        const QVector3D forward = (m_camera.target - m_camera.eye()).normalized();
+        const QVector3D right = QVector3D::crossProduct(forward, QVector3D(0, 1, 0)).normalized();
+        const QVector3D up = QVector3D::crossProduct(right, forward);
+        m_camera.target += (up * static_cast<float>(way.y()) - right * static_cast<float>(way.x())) * perPixel;
+    }
+    invalidate();
+}
+
+void Viewport::mouseReleaseEvent(QMouseEvent *)
+{
+    m_dragging = false;
+    invalidate();
+}
+
+void Viewport::wheelEvent(QWheelEvent *event)
+{
+    const float notches = static_cast<float>(event->angleDelta().y()) / 120;
+    const float size = std::max(m_scene.bounds().size(), 1e-6F);
+    m_camera.distance = std::clamp(m_camera.distance * std::pow(0.88F, notches), size * 1e-3F, size * 1e3F);
+    invalidate();
+}
+
+void Viewport::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_F)
+        frameAll();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void Viewport::resizeEvent(QResizeEvent *)
+{
+    invalidate();
+}
+
+void Viewport::sceneChanged()
+{
+    const std::size_t objects = m_scene.objects().size();
+    if (objects > m_knownObjects || objects == 0)
+        frameAll();
+    m_knownObjects = objects;
+    invalidate();
+}
+
+void Viewport::invalidate()
+{
+    m_stale = true;
+    update();
+}
