@@ -15,11 +15,6 @@
 
 namespace {
 
-KString hostText(const QString &text)
-{
-    return KString(text.toStdString());
-}
-
 const Translator &namedTranslator(const QString &name)
 {
     const Translator *translator = Translators::find(name);
@@ -97,7 +92,7 @@ Value FileCommand::import(const Flags &flags, const QString &path)
     ImportResult result = ModelImporter::read(path, translator, options);
     m_scene.add(std::move(result.objects));
     for (const QString &warning : qAsConst(result.warnings))
-        m_host.message(KHost::MessageKind::kWarning, hostText(QFileInfo(path).fileName() + ": " + warning));
+        m_host.message(KHost::MessageKind::kWarning, KQtUtil::toKString(QFileInfo(path).fileName() + ": " + warning));
     return path;
 }
 

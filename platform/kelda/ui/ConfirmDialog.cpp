@@ -76,7 +76,7 @@ void registerConfirmDialog(KeldaHost &host)
             flags.has("-cancelButton") ? flags.value("-cancelButton").toString() : QStringLiteral("dismiss");
         const bool hasWindow = host.state() == KGlobal::kInteractive || host.state() == KGlobal::kBaseUI;
         if (!hasWindow) {
-            host.message(KHost::MessageKind::kInfo, KString(flags.value("-message").toString().toStdString()));
+            host.message(KHost::MessageKind::kInfo, KQtUtil::toKString(flags.value("-message").toString()));
             return closed;
         }
         return ask(host.mainWindow(), flags, buttons, closed);

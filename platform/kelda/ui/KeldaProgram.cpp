@@ -5,6 +5,7 @@
 #include "host/PluginManager.h"
 #include "scene/SceneCommands.h"
 #include "ui/BrowserWindow.h"
+#include "ui/CommandText.h"
 #include "ui/ConfirmDialog.h"
 #include "ui/MainWindow.h"
 #include "ui/OptionBox.h"
@@ -12,6 +13,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QNetworkProxyFactory>
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -31,11 +33,6 @@ KeldaHost::Setup setupFrom(const KeldaOptions &options)
                         ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/kelda"
                         : QDir(options.userDir).absolutePath();
     return setup;
-}
-
-KString hostText(const QString &text)
-{
-    return KString(text.toStdString());
 }
 
 const char *prefixOf(KHost::MessageKind kind)
@@ -141,37 +138,26 @@ bool KeldaProgram::loadPlugIn(const QString &file)
 {
     const KStatus status = m_host->plugins().load(file);
     if (!status)
-        fail(QString::fromUtf8(status.errorString().utf8()));
+        m_host->reportFailure(KQtUtil::toQString(status.errorString()));
     return static_cast<bool>(status);
 }
 
 bool KeldaProgram::runCommand(const QString &text)
 {
-    try {
-        const Value result = m_host->interpreter().evaluate(text);
-        if (!result.isNone())
-            print("result: ", result.toString());
-        return true;
-    } catch (const ScriptError &problem) {
-        fail(problem.message());
+    KCommandResult result;
+    if (!m_host->execute(KQtUtil::toKString(text), result, true, true))
         return false;
-    }
+    if (result.kind() != KCommandResult::kNone)
+        print("result: ", resultText(result));
+    return true;
 }
 
 bool KeldaProgram::runScript(const QString &file)
 {
-    QFile script(file);
-    if (!script.open(QIODevice::ReadOnly)) {
-        fail(QStringLiteral("cannot read the script \"%1\": %2").arg(file, script.errorString()));
-        return false;
-    }
-    try {
-        m_host->interpreter().evaluate(QString::fromUtf8(script.readAll()), file);
-        return true;
-    } catch (const ScriptError &problem) {
-        fail(problem.message());
-        return false;
-    }
+    KCommandResult ignored;
+    const QString path = QFileInfo(file).absoluteFilePath();
+    const QString command = QStringLiteral("source ") + quotedArgument(path);
+    return static_cast<bool>(m_host->execute(KQtUtil::toKString(command), ignored, true, true));
 }
 
 void KeldaProgram::quit(int exitStatus)
@@ -180,11 +166,6 @@ void KeldaProgram::quit(int exitStatus)
         m_exitStatus = exitStatus;
     m_quitting = true;
     QCoreApplication::exit(exitStatus);
-}
-
-void KeldaProgram::fail(const QString &reason)
-{
-    m_host->message(KHost::MessageKind::kError, hostText(reason));
 }
 
 void KeldaProgram::print(const char *prefix, const QString &text) const

@@ -59,7 +59,6 @@ private:
     void buildWindow();
     bool runScript(const QString &file);
     bool loadPlugIn(const QString &file);
-    void fail(const QString &reason);
     void print(const char *prefix, const QString &text) const;
     void showWaitCursor(bool on);
 

@@ -4,6 +4,7 @@
 #include "host/MenuModel.h"
 #include "scene/Scene.h"
 #include "scene/Translators.h"
+#include "ui/CommandText.h"
 #include "ui/Viewport.h"
 
 #include <QApplication>
@@ -15,7 +16,6 @@
 #include <QListWidget>
 #include <QMenuBar>
 #include <QPlainTextEdit>
-#include <QScrollBar>
 #include <QStyleFactory>
 #include <QVBoxLayout>
 
@@ -27,17 +27,6 @@ const QColor errorColour(240, 105, 95);
 const QColor commandColour(125, 175, 235);
 
 constexpr int longestMessage = 4000;
-
-/// \p text as an argument between double quotes of the command language.
-QString quoted(QString text)
-{
-    text.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
-    text.replace(QLatin1Char('"'), QStringLiteral("\\\""));
-    text.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
-    text.replace(QLatin1Char('\r'), QStringLiteral("\\r"));
-    text.replace(QLatin1Char('\t'), QStringLiteral("\\t"));
-    return QLatin1Char('"') + text + QLatin1Char('"');
-}
 
 QColor messageColour(KHost::MessageKind kind)
 {
@@ -226,7 +215,7 @@ void MainWindow::importFile()
     const QString path =
         QFileDialog::getOpenFileName(this, tr("Import"), QString(), filters.join(QStringLiteral(";;")));
     if (!path.isEmpty())
-        runCommand(QStringLiteral("file -force -pr -i ") + quoted(path));
+        runCommand(QStringLiteral("file -force -pr -i ") + quotedArgument(path));
 }
 
 void MainWindow::exportFile()
@@ -242,13 +231,13 @@ void MainWindow::exportFile()
     if (path.isEmpty())
         return;
     runCommand(QStringLiteral("file -force -pr -type %1 -ea %2")
-                   .arg(quoted(chosen.section(QStringLiteral(" ("), 0, 0)), quoted(path)));
+                   .arg(quotedArgument(chosen.section(QStringLiteral(" ("), 0, 0)), quotedArgument(path)));
 }
 
 void MainWindow::runCommand(const QString &text)
 {
     KCommandResult result;
-    m_host.execute(KString(text.toStdString()), result, true, true);
+    m_host.execute(KQtUtil::toKString(text), result, true, true);
 }
 
 void MainWindow::runTypedCommand()
@@ -295,7 +284,8 @@ void MainWindow::append(const QString &text, const QColor &colour)
     if (!m_messages->document()->isEmpty())
         cursor.insertBlock();
     cursor.insertText(text.left(longestMessage), format);
-    m_messages->verticalScrollBar()->setValue(m_messages->verticalScrollBar()->maximum());
+    m_messages->setTextCursor(cursor);
+    m_messages->ensureCursorVisible();
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

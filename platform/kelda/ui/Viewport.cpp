@@ -11,7 +11,7 @@
 namespace {
 
 /// Up to this many triangles the picture is drawn at double size and reduced, which smooths its edges.
-constexpr qint64 mostSmoothedTriangles = 30000;
+constexpr qint64 mostSmoothedTriangles = 300000;
 
 /// The power of ten that divides the scene into about ten squares.
 float gridStep(const Bounds &bounds)
