@@ -191,21 +191,26 @@ void SimpleHttpServer::stopListening()
     close();
 }
 
-/// The call-back may take its time and delete this server, and with it the socket.
-void SimpleHttpServer::acceptCode(QTcpSocket *client, KString code)
+/// The call-back may take its time and delete this server, and with it the socket, so it is called from outside the
+/// socket's own signal.
+void SimpleHttpServer::acceptCode(QTcpSocket *client, const KString &code)
 {
-    const QPointer<SimpleHttpServer> self(this);
-    const QPointer<QTcpSocket> browser(client);
-    const QPointer<QTimer> limit(client->findChild<QTimer *>(QLatin1String(limitName)));
-    limit->stop();
     m_watchdog.stop();
     m_codeReceived = true;
+    client->findChild<QTimer *>(QLatin1String(limitName))->stop();
+    const QPointer<QTcpSocket> browser(client);
+    QTimer::singleShot(0, this, [this, browser, code] { handOver(browser, code); });
+}
+
+void SimpleHttpServer::handOver(QPointer<QTcpSocket> browser, KString code)
+{
+    const QPointer<SimpleHttpServer> self(this);
     if (m_callback)
         m_callback(m_userData, code);
-    if (browser && limit && browser->state() == QAbstractSocket::ConnectedState) {
+    if (browser && browser->state() == QAbstractSocket::ConnectedState) {
         writeAnswer(*browser);
         endAnswer(*browser);
-        limit->start();
+        browser->findChild<QTimer *>(QLatin1String(limitName))->start();
     }
     if (self) {
         disconnect();

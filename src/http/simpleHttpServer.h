@@ -7,6 +7,7 @@
 
 #include <openkelda/KString.h>
 
+#include <QPointer>
 #include <QTcpServer>
 #include <QTimer>
 
@@ -48,7 +49,8 @@ private slots:
 
 private:
     void stopListening();
-    void acceptCode(QTcpSocket *client, KString code);
+    void acceptCode(QTcpSocket *client, const KString &code);
+    void handOver(QPointer<QTcpSocket> browser, KString code);
 
     bool m_paused = false;
     void (*m_callback)(void *, KString &) = nullptr;

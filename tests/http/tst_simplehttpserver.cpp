@@ -1,0 +1,357 @@
+#include "http/simpleHttpServer.h"
+#include "support/RecordingHost.h"
+#include "TavrinStrings.h"
+
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include <dirent.h>
+
+namespace {
+
+const QByteArray redirectPath = "/crvn/kelda/oauth/dropbox/redirect";
+
+/// The call-back's side: what was handed over, and what to do inside it.
+struct Receiver
+{
+    QStringList codes;
+    std::function<void()> inside;
+
+    static void receive(void *self, KString &code)
+    {
+        auto *receiver = static_cast<Receiver *>(self);
+        receiver->codes << QString::fromUtf8(code.utf8());
+        if (receiver->inside)
+            receiver->inside();
+    }
+};
+
+/// A browser's side of one connection.
+class Browser
+{
+public:
+    explicit Browser(const SimpleHttpServer &server)
+    {
+        m_socket.connectToHost(QHostAddress::LocalHost, server.serverPort());
+        m_connected = m_socket.waitForConnected(1000);
+    }
+    void send(const QByteArray &bytes)
+    {
+        m_socket.write(bytes);
+        m_socket.flush();
+    }
+    /// All that came until the server hung up.
+    QByteArray answer()
+    {
+        if (!QTest::qWaitFor([this] { return closed(); }, 2000))
+            return "still open: " + m_socket.readAll();
+        return m_socket.readAll();
+    }
+    QByteArray received() { return m_socket.readAll(); }
+    bool connected() const { return m_connected; }
+    bool closed() const { return m_socket.state() == QAbstractSocket::UnconnectedState; }
+
+private:
+    QTcpSocket m_socket;
+    bool m_connected = false;
+};
+
+int openDescriptors()
+{
+    int count = 0;
+    DIR *folder = opendir("/proc/self/fd");
+    while (readdir(folder))
+        ++count;
+    closedir(folder);
+    return count;
+}
+
+} // namespace
+
+class TestSimpleHttpServer : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void codeIsHandedOverAndAnswered_data();
+    void codeIsHandedOverAndAnswered();
+    void otherRequestsDoNotDisturb_data();
+    void otherRequestsDoNotDisturb();
+    void bytesOneAtATime();
+    void secondLineIsNoRequest();
+    void onlyFirstCodeCounts();
+    void callbackMayDeleteTheServer();
+    void slowCallbackStillAnswers();
+    void watchdogReportsTimeoutOnce();
+    void watchdogIsSilentAfterACode();
+    void unansweredConnectionsEnd();
+    void pausedServerClosesDescriptors();
+    void portInUse();
+    void listensOnLoopbackOnly();
+
+private:
+    std::unique_ptr<SimpleHttpServer> listening(Receiver &receiver);
+    RecordingHost m_host;
+};
+
+void TestSimpleHttpServer::init()
+{
+    m_host.clear();
+    SimpleHttpServer::setDefaultTimeouts(300000);
+}
+
+std::unique_ptr<SimpleHttpServer> TestSimpleHttpServer::listening(Receiver &receiver)
+{
+    auto server = std::make_unique<SimpleHttpServer>();
+    server->setCallback(&Receiver::receive, &receiver);
+    return server->StartListenPort(0) ? std::move(server) : nullptr;
+}
+
+void TestSimpleHttpServer::codeIsHandedOverAndAnswered_data()
+{
+    QTest::addColumn<QByteArray>("query");
+    QTest::addColumn<QString>("code");
+    QTest::newRow("alone") << QByteArray("?code=XYZ") << "XYZ";
+    QTest::newRow("with a state") << QByteArray("?state=x&code=abc&last=1") << "abc";
+    QTest::newRow("not decoded") << QByteArray("?code=a%2Fb+c") << "a%2Fb+c";
+    QTest::newRow("ends at a separator") << QByteArray("?code=abc,def") << "abc";
+    QTest::newRow("\"code\" as a value") << QByteArray("?state=code&code=abc") << "abc";
+    QTest::newRow("first is empty") << QByteArray("?code=&code=abc") << "abc";
+    QTest::newRow("first is the time-out word") << QByteArray("?code=timeout&code=abc") << "abc";
+}
+
+void TestSimpleHttpServer::codeIsHandedOverAndAnswered()
+{
+    QFETCH(QByteArray, query);
+    QFETCH(QString, code);
+    m_host.setText("kCloudPortalLoginDone", "F\xc3\xa4rdig");
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser browser(*server);
+    browser.send("GET " + redirectPath + query + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    const QByteArray answer = browser.answer();
+    QCOMPARE(receiver.codes, QStringList(code));
+    const QByteArray expected = "HTTP/1.0 200 Ok\r\nContent-Type: text/html; charset=\"utf-8\"\r\n\r\n<h1>"
+                                "F\xc3\xa4rdig</h1>\n";
+    QCOMPARE(answer.left(expected.size()), expected);
+    QVERIFY(QDateTime::fromString(QString::fromUtf8(answer.mid(expected.size()).trimmed())).isValid());
+    QVERIFY(answer.endsWith('\n'));
+    QVERIFY(!server->isListening());
+}
+
+void TestSimpleHttpServer::otherRequestsDoNotDisturb_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const QByteArray line = redirectPath + "?code=evil HTTP/1.1\r\n\r\n";
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("half a line") << "GET " + redirectPath + "?code=ev";
+    QTest::newRow("favicon") << QByteArray("GET /favicon.ico HTTP/1.1\r\nReferer: x?code=evil\r\n\r\n");
+    QTest::newRow("denied") << "GET " + redirectPath + "?error=access_denied HTTP/1.1\r\nX: code evil\r\n\r\n";
+    QTest::newRow("empty code") << "GET " + redirectPath + "?code= HTTP/1.1\r\ncode: evil\r\n\r\n";
+    QTest::newRow("no value") << "GET " + redirectPath + "?code HTTP/1.1\r\n\r\n";
+    QTest::newRow("at the very end") << "GET " + redirectPath + "?code\r\n";
+    QTest::newRow("the time-out word") << "GET " + redirectPath + "?code=timeout HTTP/1.1\r\n\r\n";
+    QTest::newRow("other case") << "GET " + redirectPath + "?Code=evil HTTP/1.1\r\n\r\n";
+    QTest::newRow("other path") << QByteArray("GET /redirect?code=evil HTTP/1.1\r\n\r\n");
+    QTest::newRow("longer path") << "GET " + redirectPath + "/x?code=evil HTTP/1.1\r\n\r\n";
+    QTest::newRow("POST") << "POST " + line;
+    QTest::newRow("HEAD") << "HEAD " + line;
+    QTest::newRow("OPTIONS") << "OPTIONS " + line;
+    QTest::newRow("lower case") << "get " + line;
+    QTest::newRow("empty line first") << "\r\nGET " + line;
+    QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\n\x00\n", 9);
+    QTest::newRow("too long") << QByteArray(200000, 'x');
+}
+
+void TestSimpleHttpServer::otherRequestsDoNotDisturb()
+{
+    QFETCH(QByteArray, bytes);
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser stranger(*server);
+    stranger.send(bytes);
+    QTest::qWait(20);
+    QCOMPARE(receiver.codes, QStringList());
+    QVERIFY(server->isListening());
+
+    Browser browser(*server);
+    browser.send("GET " + redirectPath + "?code=good HTTP/1.1\r\n\r\n");
+    QVERIFY(browser.answer().startsWith("HTTP/1.0 200 Ok\r\n"));
+    QCOMPARE(receiver.codes, QStringList("good"));
+    QCOMPARE(stranger.received(), QByteArray());
+}
+
+void TestSimpleHttpServer::bytesOneAtATime()
+{
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser browser(*server);
+    const QByteArray request = "GET " + redirectPath + "?code=slow HTTP/1.1\r\nHost: localhost\r\nAccept: */*\r\n\r\n";
+    for (const char byte : request) {
+        browser.send(QByteArray(1, byte));
+        QTest::qWait(1);
+    }
+    QVERIFY(browser.answer().contains("</h1>"));
+    QCOMPARE(receiver.codes, QStringList("slow"));
+}
+
+void TestSimpleHttpServer::secondLineIsNoRequest()
+{
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser browser(*server);
+    browser.send("POST /form HTTP/1.1\r\nContent-Length: 80\r\n\r\n");
+    QTest::qWait(20);
+    browser.send("GET " + redirectPath + "?code=evil HTTP/1.1\r\n\r\n");
+    QTest::qWait(20);
+    QCOMPARE(receiver.codes, QStringList());
+    QVERIFY(server->isListening());
+}
+
+void TestSimpleHttpServer::onlyFirstCodeCounts()
+{
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser first(*server);
+    Browser second(*server);
+    receiver.inside = [&] {
+        second.send("GET " + redirectPath + "?code=two HTTP/1.1\r\n\r\n");
+        QTest::qWait(50);
+    };
+    first.send("GET " + redirectPath + "?code=one HTTP/1.1\r\n\r\n");
+    QVERIFY(first.answer().contains("</h1>"));
+    QCOMPARE(receiver.codes, QStringList("one"));
+}
+
+void TestSimpleHttpServer::callbackMayDeleteTheServer()
+{
+    Receiver receiver;
+    auto server = listening(receiver);
+    QVERIFY(server);
+    Browser browser(*server);
+    receiver.inside = [&server] { server.reset(); };
+    browser.send("GET " + redirectPath + "?code=last HTTP/1.1\r\n\r\n");
+    QCOMPARE(browser.answer(), QByteArray());
+    QCOMPARE(receiver.codes, QStringList("last"));
+}
+
+void TestSimpleHttpServer::slowCallbackStillAnswers()
+{
+    SimpleHttpServer::setDefaultTimeouts(60, 60);
+    Receiver receiver;
+    receiver.inside = [] { QTest::qWait(150); };
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser browser(*server);
+    browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
+    QVERIFY(browser.answer().contains("</h1>"));
+    QCOMPARE(receiver.codes, QStringList("abc"));
+}
+
+void TestSimpleHttpServer::watchdogReportsTimeoutOnce()
+{
+    SimpleHttpServer::setDefaultTimeouts(30);
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    QTRY_COMPARE(receiver.codes, QStringList("timeout"));
+    QVERIFY(!server->isListening());
+    QTest::qWait(80);
+    QCOMPARE(receiver.codes.size(), 1);
+}
+
+void TestSimpleHttpServer::watchdogIsSilentAfterACode()
+{
+    SimpleHttpServer::setDefaultTimeouts(100);
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser browser(*server);
+    browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
+    QTRY_COMPARE(receiver.codes, QStringList("abc"));
+    QTest::qWait(150);
+    QCOMPARE(receiver.codes, QStringList("abc"));
+}
+
+void TestSimpleHttpServer::unansweredConnectionsEnd()
+{
+    SimpleHttpServer::setDefaultTimeouts(300000, 50);
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    Browser silent(*server);
+    Browser ignored(*server);
+    ignored.send("GET / HTTP/1.1\r\n\r\n");
+    QTRY_VERIFY_WITH_TIMEOUT(silent.closed() && ignored.closed(), 1000);
+    QCOMPARE(server->findChildren<QTcpSocket *>().size(), 0);
+    QVERIFY(server->isListening());
+
+    SimpleHttpServer::setDefaultTimeouts(300000);
+    const auto patient = listening(receiver);
+    QVERIFY(patient);
+    Browser flood(*patient);
+    flood.send(QByteArray(200000, 'x'));
+    QTRY_VERIFY_WITH_TIMEOUT(flood.closed(), 1000);
+}
+
+void TestSimpleHttpServer::pausedServerClosesDescriptors()
+{
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    server->pause();
+    const int before = openDescriptors();
+    for (int connection = 0; connection < 5; ++connection) {
+        Browser browser(*server);
+        QVERIFY(browser.connected());
+        browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
+        QTRY_VERIFY_WITH_TIMEOUT(browser.closed(), 1000);
+    }
+    QCOMPARE(openDescriptors(), before);
+    QCOMPARE(receiver.codes, QStringList());
+
+    server->resume();
+    Browser browser(*server);
+    browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
+    QTRY_COMPARE(receiver.codes, QStringList("abc"));
+}
+
+void TestSimpleHttpServer::portInUse()
+{
+    SimpleHttpServer::setDefaultTimeouts(50);
+    QTcpServer occupant;
+    QVERIFY(occupant.listen(QHostAddress::LocalHost, 0));
+    const quint16 port = occupant.serverPort();
+    Receiver receiver;
+    SimpleHttpServer server;
+    server.setCallback(&Receiver::receive, &receiver);
+    QVERIFY(!server.tryListen(port));
+    QCOMPARE(m_host.errors(), QStringList());
+    QVERIFY(!server.StartListenPort(port));
+    QCOMPARE(
+        m_host.errors(),
+        QStringList(QString("Error listening to localhost because the following port is protected: %1").arg(port)));
+    QTRY_COMPARE(receiver.codes, QStringList("timeout"));
+
+    occupant.close();
+    SimpleHttpServer probe;
+    QVERIFY(probe.tryListen(port));
+    QVERIFY(!probe.isListening());
+}
+
+void TestSimpleHttpServer::listensOnLoopbackOnly()
+{
+    Receiver receiver;
+    const auto server = listening(receiver);
+    QVERIFY(server);
+    QCOMPARE(server->serverAddress(), QHostAddress(QHostAddress::LocalHost));
+}
+
+QTEST_GUILESS_MAIN(TestSimpleHttpServer)
+#include "tst_simplehttpserver.moc"
