@@ -76,6 +76,15 @@ QUrl redirectTarget(const QNetworkReply &reply)
     return followed ? resolved : QUrl();
 }
 
+/// Whether fewer bytes came than the service announced. Now and then the toolkit takes a connection that closed too
+/// early for the end of the reply. It hides the announced length of what it decompressed.
+bool isShort(const QNetworkReply &reply, qint64 receivedBytes)
+{
+    const QVariant announced = reply.header(QNetworkRequest::ContentLengthHeader);
+    const bool hasBody = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 204;
+    return hasBody && announced.isValid() && receivedBytes < announced.toLongLong();
+}
+
 ReturnStatus interrupted()
 {
     return ReturnStatus(0, httpErrors::networkErrorText(QNetworkReply::OperationCanceledError));
@@ -250,18 +259,21 @@ ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArra
     }
     const std::unique_ptr<QNetworkReply> finishedReply(reply);
     body = reply->readAll();
-    return outcome(*reply);
+    return outcome(*reply, body.size());
 }
 
 /// A finished reply's status. One that broke off has none worth showing, although its first line may have said 200.
-ReturnStatus httpClient::outcome(const QNetworkReply &reply)
+ReturnStatus httpClient::outcome(const QNetworkReply &reply, qint64 receivedBytes)
 {
     ReturnStatus status(reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
-    if (reply.error() == QNetworkReply::NoError)
+    QNetworkReply::NetworkError error = reply.error();
+    if (error == QNetworkReply::NoError && status.IsSuccess() && isShort(reply, receivedBytes))
+        error = QNetworkReply::RemoteHostClosedError;
+    if (error == QNetworkReply::NoError)
         return status;
     if (status.IsSuccess())
         status.SetStatusCode(0);
-    status.SetErrorMessage(slotError(reply.error()));
+    status.SetErrorMessage(slotError(error));
     return status;
 }
 
@@ -295,7 +307,9 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
     m_nextSlice.stop();
     if (m_writeFailed)
         return ReturnStatus(0);
-    return end == ReplyWait::End::Finished ? outcome(*m_downloadReply) : unfinished(end == ReplyWait::End::TimedOut);
+    if (end != ReplyWait::End::Finished)
+        return unfinished(end == ReplyWait::End::TimedOut);
+    return outcome(*m_downloadReply, m_downloadFile->size() + m_downloadReply->bytesAvailable());
 }
 
 bool httpClient::openDownload(const QString &localDir, const QString &fileName)

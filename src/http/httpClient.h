@@ -74,7 +74,7 @@ private:
     enum class Certificates { Checked, Ignored };
 
     QNetworkRequest makeRequest(const QString &path, const HeaderMap &headers, bool https) const;
-    ReturnStatus outcome(const QNetworkReply &reply);
+    ReturnStatus outcome(const QNetworkReply &reply, qint64 receivedBytes);
     ReturnStatus unfinished(bool timedOut);
     ReturnStatus exchange(QNetworkReply *reply, int timeoutMs, QByteArray &body);
     ReturnStatus download(const QNetworkRequest &request, Certificates certificates);

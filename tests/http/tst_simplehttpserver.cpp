@@ -81,6 +81,7 @@ private slots:
     void bytesOneAtATime();
     void secondLineIsNoRequest();
     void onlyFirstCodeCounts();
+    void callbackMayDeleteTheServer_data();
     void callbackMayDeleteTheServer();
     void slowCallbackStillAnswers();
     void watchdogReportsTimeoutOnce();
@@ -229,16 +230,28 @@ void TestSimpleHttpServer::onlyFirstCodeCounts()
     QCOMPARE(receiver.codes, QStringList("one"));
 }
 
+void TestSimpleHttpServer::callbackMayDeleteTheServer_data()
+{
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QString>("code");
+    QTest::newRow("code") << "GET " + redirectPath + "?code=last HTTP/1.1\r\n\r\n"
+                          << "last";
+    QTest::newRow("time-out") << QByteArray("GET / HTTP/1.1\r\n\r\n") << "timeout";
+}
+
 void TestSimpleHttpServer::callbackMayDeleteTheServer()
 {
+    QFETCH(QByteArray, request);
+    QFETCH(QString, code);
+    SimpleHttpServer::setDefaultTimeouts(100);
     Receiver receiver;
     auto server = listening(receiver);
     QVERIFY(server);
     Browser browser(*server);
     receiver.inside = [&server] { server.reset(); };
-    browser.send("GET " + redirectPath + "?code=last HTTP/1.1\r\n\r\n");
+    browser.send(request);
     QCOMPARE(browser.answer(), QByteArray());
-    QCOMPARE(receiver.codes, QStringList("last"));
+    QCOMPARE(receiver.codes, QStringList(code));
 }
 
 void TestSimpleHttpServer::slowCallbackStillAnswers()
