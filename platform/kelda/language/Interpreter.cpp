@@ -20,10 +20,10 @@ const char *stackPosition()
 
 } // namespace
 
-CallDepth::CallDepth(Interpreter::Private &state, const SourcePosition &where) : m_state(state)
+CallDepth::CallDepth(Interpreter::Private &state) : m_state(state)
 {
     if (m_state.depth >= deepestCall)
-        throw ScriptError(QStringLiteral("calls are nested more than %1 deep").arg(deepestCall), where);
+        throw CommandError(QStringLiteral("calls are nested more than %1 deep").arg(deepestCall));
     if (m_state.depth++ == 0)
         m_state.stackBase = stackPosition();
 }
@@ -41,14 +41,14 @@ void Interpreter::Private::checkStack(const SourcePosition &where) const
 
 Value Interpreter::Private::call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where)
 {
-    const CallDepth depthGuard(*this, where);
-    // Both are copied: what is called may redefine or remove itself.
-    if (const std::shared_ptr<const Procedure> procedure = procedures.value(name))
-        return callProcedure(*procedure, arguments, where);
-    const CommandFunction command = commands.contains(name) ? commands.value(name) : fallbacks.value(name);
-    if (!command)
-        throw ScriptError(QStringLiteral("unknown command '%1'").arg(name), where);
     try {
+        const CallDepth depthGuard(*this);
+        // Both are copied: what is called may redefine or remove itself.
+        if (const std::shared_ptr<const Procedure> procedure = procedures.value(name))
+            return callProcedure(*procedure, arguments);
+        const CommandFunction command = commands.contains(name) ? commands.value(name) : fallbacks.value(name);
+        if (!command)
+            throw CommandError(QStringLiteral("unknown command '%1'").arg(name));
         return command({name, arguments, where});
     } catch (const ScriptError &) {
         throw;
@@ -59,15 +59,13 @@ Value Interpreter::Private::call(const QString &name, const std::vector<Value> &
     }
 }
 
-Value Interpreter::Private::callProcedure(const Procedure &procedure, const std::vector<Value> &arguments,
-                                          const SourcePosition &where)
+Value Interpreter::Private::callProcedure(const Procedure &procedure, const std::vector<Value> &arguments)
 {
     if (arguments.size() != procedure.parameters.size())
-        throw ScriptError(QStringLiteral("%1 takes %2 arguments, not %3")
-                              .arg(procedure.name)
-                              .arg(procedure.parameters.size())
-                              .arg(arguments.size()),
-                          where);
+        throw CommandError(QStringLiteral("%1 takes %2 arguments, not %3")
+                               .arg(procedure.name)
+                               .arg(procedure.parameters.size())
+                               .arg(arguments.size()));
     try {
         Frame frame;
         for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -78,9 +76,9 @@ Value Interpreter::Private::callProcedure(const Procedure &procedure, const std:
         const bool returned = evaluator.run(procedure.body) == Evaluator::Flow::Return;
         if (procedure.result == DeclaredType::Any)
             return Value();
-        return returned ? converted(evaluator.result(), procedure.result) : initialValue(procedure.result);
+        return converted(returned ? evaluator.result() : Value(), procedure.result);
     } catch (const CommandError &error) {
-        throw ScriptError(QStringLiteral("%1: %2").arg(procedure.name, error.reason()), where);
+        throw CommandError(QStringLiteral("%1: %2").arg(procedure.name, error.reason()));
     }
 }
 
@@ -121,7 +119,7 @@ bool Interpreter::hasProcedure(const QString &name) const
 
 Value Interpreter::evaluate(const QString &source, const QString &file)
 {
-    const CallDepth depthGuard(*d, {file, 0});
+    const CallDepth depthGuard(*d);
     const StatementList program = Parser(source, file).parse();
     Evaluator evaluator(*d, file, nullptr);
     evaluator.run(program);

@@ -41,14 +41,14 @@ public:
     const char *stackBase = nullptr;
 
 private:
-    Value callProcedure(const Procedure &procedure, const std::vector<Value> &arguments, const SourcePosition &where);
+    Value callProcedure(const Procedure &procedure, const std::vector<Value> &arguments);
 };
 
-/// Counts one call or evaluation for its lifetime. Throws ScriptError when they are nested too deeply.
+/// Counts one call or evaluation for its lifetime. Throws CommandError when they are nested too deeply.
 class CallDepth
 {
 public:
-    CallDepth(Interpreter::Private &state, const SourcePosition &where);
+    explicit CallDepth(Interpreter::Private &state);
     ~CallDepth();
     CallDepth(const CallDepth &) = delete;
     CallDepth &operator=(const CallDepth &) = delete;

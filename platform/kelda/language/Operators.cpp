@@ -161,8 +161,3 @@ Value converted(const Value &value, DeclaredType type)
     }
     return value;
 }
-
-Value initialValue(DeclaredType type)
-{
-    return converted(Value(), type);
-}

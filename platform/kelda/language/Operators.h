@@ -13,7 +13,6 @@
 Value applyOperator(Operator op, const Value &left, const Value &right);
 Value negated(const Value &operand);
 
-/// \p value as \p type; throws CommandError where one is an array and the other is not.
+/// \p value as \p type, where no value becomes 0, "" or an empty array. Throws CommandError where one is an array and
+/// the other is not.
 Value converted(const Value &value, DeclaredType type);
-/// What a variable of \p type holds before anything is assigned.
-Value initialValue(DeclaredType type);

@@ -82,8 +82,12 @@ Evaluator::Flow Evaluator::runForEach(const Statement &statement)
     run(statement.first);
     const QStringList items = evaluate(*statement.expression).toStringList();
     for (const QString &item : items) {
-        Variable &variable = target(statement.name);
-        variable.value = converted(item, variable.type);
+        try {
+            Variable &variable = target(statement.name);
+            variable.value = converted(item, variable.type);
+        } catch (const CommandError &error) {
+            throw ScriptError(error.reason(), at(statement.line));
+        }
         const Flow flow = run(statement.body);
         if (flow == Flow::Return)
             return flow;
@@ -96,21 +100,20 @@ Evaluator::Flow Evaluator::runForEach(const Statement &statement)
 void Evaluator::declare(const Statement &statement)
 {
     for (const Declaration &declaration : statement.declarations) {
-        Value value = initialValue(declaration.type);
         try {
-            if (declaration.value)
-                value = converted(evaluate(*declaration.value), declaration.type);
+            Value value = declaration.value ? evaluate(*declaration.value) : Value();
+            if (m_frame && statement.global)
+                m_frame->globals.insert(declaration.name);
+            else if (m_frame)
+                m_frame->globals.erase(declaration.name);
+            // Declaring a global variable again, as every procedure that uses it does, keeps its value.
+            const Variable *present = statement.global && !declaration.value ? find(declaration.name) : nullptr;
+            if (present)
+                value = present->value;
+            target(declaration.name) = {converted(value, declaration.type), declaration.type};
         } catch (const CommandError &error) {
             throw ScriptError(error.reason(), at(statement.line));
         }
-        if (m_frame && statement.global)
-            m_frame->globals.insert(declaration.name);
-        else if (m_frame)
-            m_frame->globals.erase(declaration.name);
-        // Declaring a global variable again, as every procedure that uses it does, keeps its value.
-        const Variable *present = find(declaration.name);
-        if (!statement.global || declaration.value || !present || present->type != declaration.type)
-            target(declaration.name) = {value, declaration.type};
     }
 }
 
