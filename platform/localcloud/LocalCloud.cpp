@@ -3,6 +3,7 @@
 #include <QHostAddress>
 #include <QSslSocket>
 #include <QTcpServer>
+#include <sys/socket.h>
 
 using namespace localcloud;
 
@@ -49,9 +50,11 @@ bool LocalCloud::start(QString *error)
     if (!m_options.logFile.isEmpty() && !m_log.open(m_options.logFile, error))
         return false;
     m_server = std::make_unique<Listener>([this](qintptr descriptor) { accept(descriptor); });
-    m_server->setMaxPendingConnections(m_options.maxConnections);
-    if (m_server->listen(QHostAddress::LocalHost, m_options.port))
+    if (m_server->listen(QHostAddress::LocalHost, m_options.port)) {
+        // Qt's queue of 50 makes the rest of a burst wait a second for its next try.
+        ::listen(static_cast<int>(m_server->socketDescriptor()), m_options.maxConnections);
         return true;
+    }
     if (error)
         *error = QStringLiteral("port %1: %2").arg(m_options.port).arg(m_server->errorString());
     m_server.reset();

@@ -22,12 +22,14 @@ public:
 
     void write(const QString &name, const QByteArray &bytes)
     {
-        const QString path = m_root + '/' + name;
-        if (!m_error.isEmpty() || QFileInfo::exists(path))
+        QFile file(m_root + '/' + name);
+        if (!m_error.isEmpty())
             return;
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-            m_error = path + QStringLiteral(": ") + file.errorString();
+        const bool made = file.open(QIODevice::WriteOnly | QIODevice::NewOnly);
+        if (!made && file.exists())
+            return;
+        if (!made || file.write(bytes) != bytes.size() || !file.flush())
+            m_error = file.fileName() + QStringLiteral(": ") + file.errorString();
     }
 
     const QString &error() const { return m_error; }

@@ -37,13 +37,15 @@ CloudReply CloudClient::send(const QByteArray &method, const QString &url, const
     request.setHeader(QNetworkRequest::ContentTypeHeader, "application/octet-stream");
     for (auto it = m_headers.begin(); it != m_headers.end(); ++it)
         request.setRawHeader(it.key(), it.value());
-    QScopedPointer<QNetworkReply> reply(m_manager.sendCustomRequest(request, method, body));
+    // A custom verb "HEAD" would wait for the body that Content-Length announces.
+    QScopedPointer<QNetworkReply> reply(method == "HEAD" ? m_manager.head(request)
+                                                         : m_manager.sendCustomRequest(request, method, body));
     QEventLoop loop;
     QObject::connect(reply.data(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(timeoutMs, reply.data(), &QNetworkReply::abort);
     loop.exec();
-    return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll(),
-            reply->rawHeaderPairs(), reply->error()};
+    return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+            reply->isOpen() ? reply->readAll() : QByteArray(), reply->rawHeaderPairs(), reply->error()};
 }
 
 QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const QByteArray &last)
