@@ -342,7 +342,5 @@ void TestHttpDownload::secondDownloadInsideOneIsRefused()
     QVERIFY(!QFile::exists(folder() + "other.obj"));
 }
 
-Q_DECLARE_METATYPE(Reply)
-
 QTEST_GUILESS_MAIN(TestHttpDownload)
 #include "tst_httpdownload.moc"

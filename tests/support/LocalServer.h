@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QList>
+#include <QMetaType>
 #include <QPair>
 #include <QSslCertificate>
 #include <QSslKey>
@@ -80,6 +81,8 @@ private:
     int m_pieceMs = 0;
     Ending m_ending = Ending::KeepOpen;
 };
+
+Q_DECLARE_METATYPE(Reply)
 
 class LocalServer : public QTcpServer
 {
