@@ -1,5 +1,7 @@
 #include "cloud/ItemKeeper.h"
 
+#include <QAction>
+
 #include <algorithm>
 #include <unordered_set>
 
@@ -8,9 +10,15 @@ using ICloudPortalApi::ItemVector;
 
 namespace {
 
+/// An action that left its bar or menu only waits for its deletion.
+bool isShown(const QAction *action)
+{
+    return action && !action->associatedWidgets().isEmpty();
+}
+
 bool isShown(ICloudItem *item)
 {
-    return item->GetListItem() || item->GetFolderAction() || item->GetFolderActionArrow();
+    return item->GetListItem() || isShown(item->GetFolderAction()) || isShown(item->GetFolderActionArrow());
 }
 
 /// Everything that hangs together with \p starts by parents and children.

@@ -127,8 +127,10 @@ void ClearFolderBar(QToolBar *bar)
     for (QAction *action : actions) {
         if (QMenu *menu = action->menu()) {
             const QList<QAction *> entries = menu->actions();
-            for (QAction *entry : entries)
+            for (QAction *entry : entries) {
                 entry->disconnect();
+                menu->removeAction(entry);
+            }
             release(menu);
         }
         bar->removeAction(action);

@@ -1,0 +1,201 @@
+// The item tree, the default sorting, and file names.
+
+#include "TestPortal.h"
+
+#include "support/RecordingHost.h"
+
+#include <QtTest>
+
+using namespace ICloudPortalApi;
+
+namespace {
+
+class PlainBrowser : public IPortalBrowser
+{
+public:
+    int GetPortalType() override { return kPlainListing; }
+    bool SearchCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &, int &, int &, int &) override { return false; }
+    bool GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &) override { return false; }
+    bool GetChildCloudItems(ILogin *, HeaderMap &, ItemVector &) override { return false; }
+    bool DownloadCloudItem(ILogin *, ICloudItem *, KString, KString) override { return false; }
+    bool UploadFile(ILogin *, ICloudItem *, ICloudItem *, KString, KString) override { return false; }
+    void setOwnerCB(IPortalOwnerCB *) override {}
+};
+
+TestItem *folder(const char *name)
+{
+    return new TestItem(name, name, TestItem::Kind::Folder);
+}
+
+TestItem *file(const char *name)
+{
+    return new TestItem(name, name, TestItem::Kind::File);
+}
+
+} // namespace
+
+class TestItems : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init() { m_aliveBefore = TestItem::alive; }
+    void cleanup() { QCOMPARE(TestItem::alive, m_aliveBefore); }
+
+    void propertiesStandInNameOrder()
+    {
+        TestItem item("1", "x", TestItem::Kind::File);
+        QCOMPARE(item.GetTooltip(), KString());
+        QCOMPARE(item.GetPropertyName(0), KString());
+        item.SetProperty("b", "2");
+        item.SetProperty("a", "old");
+        item.SetProperty("a", "1");
+        QCOMPARE(item.GetTooltip(), KString("a: 1\nb: 2"));
+        QCOMPARE(item.GetPropertiesCount(), 2);
+        QCOMPARE(item.GetPropertyValue(1), KString("2"));
+        QCOMPARE(item.GetPropertyName(-5), KString("a"));
+        QCOMPARE(item.GetPropertyValue(2), KString());
+        KString value("kept");
+        QVERIFY(!item.GetProperty("c", value));
+        QCOMPARE(value, KString("kept"));
+    }
+
+    void aNodeOwnsWhatIsInItsSet()
+    {
+        auto *root = folder("root");
+        auto *branch = folder("branch");
+        QPointer<ICloudItem> leaf(file("leaf"));
+        root->AddChild(branch);
+        root->AddChild(branch);
+        branch->AddChild(leaf);
+        QCOMPARE(root->GetChildNumber(), 1);
+        QVERIFY(!root->RemoveChild(leaf, true));
+        QVERIFY(leaf);
+        root->RemoveAllChild(true);
+        QVERIFY(!leaf);
+
+        leaf = file("leaf");
+        root->AddChild(leaf);
+        root->RemoveAllChild(false);
+        delete root;
+        QVERIFY(leaf);
+        delete leaf;
+    }
+
+    void sortingAdoptsExtraItemsAndSkipsExcludedOnes()
+    {
+        PlainBrowser browser;
+        const std::unique_ptr<TestItem> root(folder("root"));
+        auto *known = folder("known");
+        auto *grandchild = file("grandchild");
+        root->AddChild(known);
+        known->AddChild(grandchild);
+        auto *extraFile = file("extra");
+        auto *hidden = file("hidden");
+
+        ItemVector folders;
+        ItemVector files;
+        QVERIFY(!browser.BuildFoldersAndFileList(folders, files, root.get(), nullptr, {extraFile}, {}));
+        QVERIFY(browser.BuildFoldersAndFileList(folders, files, root.get(), root.get(), {nullptr, extraFile, hidden},
+                                                {hidden}));
+        QCOMPARE(folders, ItemVector{known});
+        QCOMPARE(files, ItemVector{extraFile});
+        QCOMPARE(extraFile->GetParent(), root.get());
+        QVERIFY(!hidden->GetParent());
+        QCOMPARE(known->GetChildNumber(), 0);
+        delete grandchild;
+        delete extraFile;
+        delete hidden;
+    }
+
+    void aRowForgetsADeletedItem()
+    {
+        QListWidget list;
+        auto *item = file("a");
+        item->SetListItem(new Portal_CloudBrowserListItem(item, item->GetItemIcon(), "a", &list));
+        delete item;
+        QVERIFY(!static_cast<Portal_CloudBrowserListItem *>(list.item(0))->GetItem());
+
+        const std::unique_ptr<TestItem> other(file("b"));
+        other->SetListItem(new Portal_CloudBrowserListItem(other.get(), QIcon(), "b", &list));
+        list.clear();
+        QVERIFY(!other->GetListItem());
+    }
+
+    void extensions_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("extension");
+        QTest::newRow("case is kept") << "a/Model.OBJ"
+                                      << "OBJ";
+        QTest::newRow("the last dot counts") << "a.tar.gz"
+                                             << "gz";
+        QTest::newRow("no dot") << "model"
+                                << "none";
+        QTest::newRow("dot of a folder") << "v1.2/model"
+                                         << "none";
+        QTest::newRow("hidden file") << ".obj"
+                                     << "none";
+        QTest::newRow("hidden file in a folder") << "a/.obj"
+                                                 << "none";
+        QTest::newRow("one letter before the dot") << "a\\b.obj"
+                                                   << "obj";
+        QTest::newRow("nothing behind the dot") << "model."
+                                                << "";
+        QTest::newRow("other letters") << QString::fromUtf8("模型.ply") << "ply";
+    }
+
+    void extensions()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, extension);
+        KString text = KQtUtil::toKString(name);
+        KString found("none");
+        getFileExtension(text, found);
+        QCOMPARE(KQtUtil::toQString(found), extension);
+    }
+
+    void cleaning_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("cleaned");
+        QTest::newRow("path and colon") << "a/b:c"
+                                        << "bc";
+        QTest::newRow("capitals and blanks") << "  My Model.FBX\t"
+                                             << "my model.fbx";
+        QTest::newRow("nothing but forbidden") << "???"
+                                               << "";
+        QTest::newRow("parent directory") << "../.."
+                                          << "..";
+        QTest::newRow("blank after the path") << "dir\\ x "
+                                              << "x";
+        QTest::newRow("umlaut") << QString::fromUtf8("ÄRA|.obj") << QString::fromUtf8("ära.obj");
+    }
+
+    void cleaning()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, cleaned);
+        CleanFilename(typed);
+        QCOMPARE(typed, cleaned);
+    }
+
+    void echoIsRestoredWhenTheCommandFails()
+    {
+        RecordingHost host;
+        host.answer("commandEcho -q -state", KCommandResult(1));
+        host.fail("broken", "no");
+        executeCommandSilently("broken");
+        QCOMPARE(host.commands(), QStringList({"commandEcho -q -state", "commandEcho -state false;", "broken",
+                                               "commandEcho -state true;"}));
+        host.clear();
+        host.answer("commandEcho -q -state", KCommandResult(0));
+        executeCommandSilently("quiet");
+        QCOMPARE(host.commands(), QStringList({"commandEcho -q -state", "quiet"}));
+    }
+
+private:
+    int m_aliveBefore = 0;
+};
+
+QTEST_MAIN(TestItems)
+#include "tst_items.moc"

@@ -1,0 +1,271 @@
+// Import and export: the commands that the host is sent, and what happens when one of the steps fails.
+
+#include "TestPortal.h"
+
+#include "support/RecordingHost.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+const QString kLayout = QStringLiteral("CloudPortalFileDialogOptionsGrpBoxLayout");
+
+KStringArray texts(const QStringList &items)
+{
+    KStringArray array;
+    for (const QString &item : items)
+        array.append(KQtUtil::toKString(item));
+    return array;
+}
+
+} // namespace
+
+class TestTransfer : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init()
+    {
+        m_service = TestService();
+        m_service.exportFormats = QStringList{"fbx"};
+        m_service.root() = {{"1", "Cup.OBJ"}, {"2", "a\"; quit.obj"}, {"3", "scene.fbx"}};
+        m_host.setState(KGlobal::kInteractive);
+        m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
+        m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
+        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
+        m_host.answer("Tavrin_GetExportTranslatorList", KCommandResult(texts({"FBX", "OBJ", "Odd"})));
+        m_host.answer("Tavrin_GetExportTranslatorExtensionList", KCommandResult(texts({"fbx", "obj"})));
+        m_stage = std::make_unique<TestStage>(m_service);
+        m_host.clear();
+    }
+
+    void cleanup() { m_stage.reset(); }
+
+    void anImportDownloadsAndTellsTheHost()
+    {
+        choose("Cup.OBJ");
+        m_host.clear();
+        m_stage->page()->ImportClick();
+        const QString path = m_dir.path() + "/temp_cloud/Test/Cup.OBJ";
+        QCOMPARE(m_service.downloadFolder, KQtUtil::toKString(m_dir.path() + "/temp_cloud/Test/"));
+        QCOMPARE(m_host.commands().filter("file "), QStringList("file -force -pr -i \"" + path + '"'));
+        QCOMPARE(m_host.messages(KHost::MessageKind::kInfo), QStringList("Successful import: " + path));
+        checkCursorIsOff();
+    }
+
+    void hostileNamesStayInTheDownloadFolder_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("quotes are one argument") << "a\"; quit.obj"
+                                                 << ""
+                                                 << R"(/temp_cloud/Test/a\"; quit.obj)";
+        QTest::newRow("sub-folder") << "x.obj"
+                                    << "/Models/Old"
+                                    << "/temp_cloud/Test/Models/Old/x.obj";
+        QTest::newRow("parent folders") << "x.obj"
+                                        << "/../../etc"
+                                        << "/temp_cloud/Test/_/_/etc/x.obj";
+        QTest::newRow("separators in the name") << "../x.obj"
+                                                << ""
+                                                << "/temp_cloud/Test/_";
+    }
+
+    void hostileNamesStayInTheDownloadFolder()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, folder);
+        QFETCH(QString, expected);
+        m_service.root() = {{"1", name}};
+        m_stage->page()->RefreshFolderData();
+        choose(name);
+        auto *entry = static_cast<ICloudPortalApi::Portal_CloudBrowserListItem *>(m_stage->row(name));
+        static_cast<TestItem *>(entry->GetItem())->importFolder = KQtUtil::toKString(folder);
+        m_host.clear();
+        m_stage->page()->ImportClick();
+        QCOMPARE(m_host.commands().filter("file "),
+                 QStringList("file -force -pr -i \"" + m_dir.path() + expected + '"'));
+    }
+
+    void failuresEndTheImport()
+    {
+        choose("Cup.OBJ");
+        m_service.succeeds = false;
+        m_host.clear();
+        m_stage->page()->ImportClick();
+        QCOMPARE(m_host.commands().filter("file ").size(), 0);
+        checkCursorIsOff();
+
+        m_service.succeeds = true;
+        m_host.fail("file ", "not a model");
+        m_stage->page()->ImportClick();
+        QCOMPARE(m_host.messages(KHost::MessageKind::kInfo), QStringList());
+        checkCursorIsOff();
+    }
+
+    void secondClickDuringADownloadDoesNothing()
+    {
+        choose("Cup.OBJ");
+        m_service.duringDownload = [this] { m_stage->page()->ImportClick(); };
+        m_stage->page()->ImportClick();
+        QCOMPARE(m_service.count("download"), 1);
+    }
+
+    void options_data()
+    {
+        QTest::addColumn<bool>("accept");
+        QTest::newRow("accepted") << true;
+        QTest::newRow("closed") << false;
+    }
+
+    void options()
+    {
+        QFETCH(bool, accept);
+        choose("Cup.OBJ");
+        m_stage->find<QCheckBox>("CloudImportOptions")->setChecked(true);
+        m_host.clear();
+        QString title;
+        bool layoutWasFound = false;
+        QTimer::singleShot(0, this, [&] {
+            auto *dialog = m_stage->dock()->findChild<QDialog *>("CloudPortalOptionsDialog");
+            title = dialog->windowTitle();
+            layoutWasFound = dialog->findChild<QLayout *>(kLayout) != nullptr;
+            accept ? dialog->accept() : dialog->reject();
+        });
+        m_stage->page()->ImportClick();
+        settle();
+        QCOMPARE(title, QString("Import Options"));
+        QVERIFY(layoutWasFound);
+        QVERIFY(!m_stage->dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
+
+        const QString path = m_dir.path() + "/temp_cloud/Test/Cup.OBJ";
+        QStringList expected{"initCurrentFileTypeOption Import \"\" \"\"",
+                             "fileOperationsOptionsUISetup Import " + kLayout,
+                             "fileOperationsOptionsUIInitValues Import " + kLayout + " \"OBJ\"",
+                             "setCurrentFileTypeOption Import " + kLayout + " \"OBJ\"",
+                             "fileOperationsSelectionChangedCallback Import " + kLayout + " \"" + path + '"'};
+        if (accept)
+            expected << "fileOperationsOptionsUICallback Import " + kLayout;
+        QCOMPARE(m_host.commands().filter("FileTypeOption") + m_host.commands().filter("fileOperations"),
+                 QStringList({expected[0], expected[3]}) + expected.mid(1, 2) + expected.mid(4));
+        QVERIFY(m_host.commands().indexOf(expected.last()) <
+                m_host.commands().indexOf("file -force -pr -i \"" + path + '"'));
+    }
+
+    void theFilterOffersEveryTranslator()
+    {
+        auto *filter = m_stage->find<QComboBox>("CloudExportFilter");
+        filter->setCurrentIndex(1);
+        m_stage->find<QTabWidget>("ImportExportTabs")->setCurrentIndex(1);
+        QCOMPARE(filter->count(), 3);
+        QCOMPARE(filter->currentIndex(), 1);
+        m_host.answer("Tavrin_GetExportTranslatorList", KCommandResult(texts({"FBX"})));
+        m_stage->page()->RefreshExporterFilterList();
+        QCOMPARE(filter->currentIndex(), 0);
+        m_host.answer("Tavrin_GetExportTranslatorList", KCommandResult());
+        m_stage->page()->RefreshExporterFilterList();
+        m_stage->find<QLineEdit>("CloudExportFileName")->setText("x");
+        m_host.clear();
+        m_stage->page()->ExportAllClick();
+        QCOMPARE(m_host.messages(KHost::MessageKind::kWarning),
+                 QStringList("Cannot find a valid exporter to export this file type."));
+        QCOMPARE(m_host.commands(),
+                 QStringList("confirmDialog -title \"Export Error\" -m \"Cannot find a valid exporter to export this "
+                             "file type.\"  -messageAlign \"left\" -button \"Ok\""));
+    }
+
+    void exports_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("filter");
+        QTest::addColumn<QString>("sent");
+        QTest::newRow("extension is added") << "Cup" << 0 << "FBX cup.fbx";
+        QTest::newRow("extension is kept") << "Cup.FBX" << 0 << "FBX cup.fbx";
+        QTest::newRow("the translator decides") << "cup.fbx" << 1 << "OBJ cup.fbx.obj";
+        QTest::newRow("a translator without extension") << "cup" << 2 << "Odd cup.";
+    }
+
+    void exports()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, filter);
+        QFETCH(QString, sent);
+        auto *field = m_stage->find<QLineEdit>("CloudExportFileName");
+        auto *all = m_stage->find<QPushButton>("CloudExportAllButton");
+        QVERIFY(!all->isEnabled());
+        m_stage->find<QComboBox>("CloudExportFilter")->setCurrentIndex(filter);
+        field->setText(typed);
+        QVERIFY(all->isEnabled());
+        all->click();
+        const QStringList parts = sent.split(' ');
+        QCOMPARE(m_host.commands().filter("file "),
+                 QStringList("file -force -options \"\" -type \"" + parts[0] + "\" -pr -ea \"" + m_dir.path() +
+                             "/temp_cloud/Test/" + parts[1] + '"'));
+        QCOMPARE(field->text(), QString("written.fbx"));
+        QCOMPARE(m_service.log.mid(m_service.log.size() - 2),
+                 QStringList({"upload written.fbx to root over nothing", "list root"}));
+        QCOMPARE(m_host.messages(KHost::MessageKind::kInfo), QStringList("Successful export: /elsewhere/Written.FBX"));
+        checkCursorIsOff();
+    }
+
+    void anExistingNameIsAskedFor_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("uploads");
+        QTest::newRow("yes") << int(KGlobal::kInteractive) << int(QMessageBox::Yes) << true;
+        QTest::newRow("no") << int(KGlobal::kInteractive) << int(QMessageBox::No) << false;
+        QTest::newRow("nobody to ask") << int(KGlobal::kBatch) << 0 << false;
+    }
+
+    void anExistingNameIsAskedFor()
+    {
+        QFETCH(int, state);
+        QFETCH(int, answer);
+        QFETCH(bool, uploads);
+        m_host.setState(static_cast<KGlobal::KeldaState>(state));
+        int asked = 0;
+        QTimer::singleShot(0, this, [&] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                ++asked;
+                box->button(static_cast<QMessageBox::StandardButton>(answer))->click();
+            }
+        });
+        m_stage->find<QLineEdit>("CloudExportFileName")->setText("scene");
+        m_stage->page()->ExportSelectionClick();
+        settle();
+        QCOMPARE(asked, answer == 0 ? 0 : 1);
+        QCOMPARE(m_host.commands().filter(" -es ").size(), uploads ? 1 : 0);
+        QCOMPARE(m_service.count("upload written.fbx to root over 3"), uploads ? 1 : 0);
+    }
+
+private:
+    void choose(const QString &name) { m_stage->page()->ListViewItemClicked(itemOf(name), false); }
+    ICloudPortalApi::ICloudItem *itemOf(const QString &name)
+    {
+        return static_cast<ICloudPortalApi::Portal_CloudBrowserListItem *>(m_stage->row(name))->GetItem();
+    }
+    void checkCursorIsOff()
+    {
+        QCOMPARE(m_host.commands().filter("waitCursor -state on;").size(),
+                 m_host.commands().filter("{ waitCursor -state off; }").size());
+    }
+
+    RecordingHost m_host;
+    QTemporaryDir m_dir;
+    TestService m_service;
+    std::unique_ptr<TestStage> m_stage;
+};
+
+QTEST_MAIN(TestTransfer)
+#include "tst_transfer.moc"
