@@ -197,6 +197,7 @@ void TestLanguage::mistakesNameFileAndLine_data()
     row("proc size() {}", "1: a command is already named size");
     row("fails now", "1: as asked");
     row("\nthrows", "2: throws: broken");
+    row("throwsNumber", "1: throwsNumber threw something that is no error");
 }
 
 void TestLanguage::mistakesNameFileAndLine()
@@ -206,6 +207,7 @@ void TestLanguage::mistakesNameFileAndLine()
     Interpreter language;
     language.addCommand("fails", [](const CommandCall &) -> Value { throw CommandError("as asked"); });
     language.addCommand("throws", [](const CommandCall &) -> Value { throw std::runtime_error("broken"); });
+    language.addCommand("throwsNumber", [](const CommandCall &) -> Value { throw 7; });
     QCOMPARE(failureOf(language, source, "/tmp/a b.ksc"), "/tmp/a b.ksc:" + message);
     QCOMPARE(failureOf(language, source), "line " + message);
 }

@@ -84,8 +84,6 @@ KStatus KeldaHost::execute(const KString &command, KCommandResult &result, bool 
         failed = false;
     } catch (const std::exception &error) {
         failure = QString::fromUtf8(error.what());
-    } catch (...) {
-        failure = QStringLiteral("a command threw something that is no error");
     }
     m_plugins->runDefinedStringProcedures();
     if (echo)

@@ -56,6 +56,8 @@ Value Interpreter::Private::call(const QString &name, const std::vector<Value> &
         throw ScriptError(error.reason(), where);
     } catch (const std::exception &error) {
         throw ScriptError(QStringLiteral("%1: %2").arg(name, QString::fromUtf8(error.what())), where);
+    } catch (...) {
+        throw ScriptError(QStringLiteral("%1 threw something that is no error").arg(name), where);
     }
 }
 

@@ -17,8 +17,9 @@ public:
     KFnPlugin(KObject plugin, const char *vendor, const char *version, const char *requiredApi,
               KStatus *status = nullptr);
 
-    /// Calls \p registration at once, then the command-language procedure \p procedure if there is one by that name
-    /// now or when the plug-in has finished loading; the procedure may replace texts with setStringResource.
+    /// Calls \p registration at once, then the command-language procedure \p procedure: at once if there is one by that
+    /// name, else as soon as a command that the plug-in runs while it is loading has defined it. The procedure may
+    /// replace texts with setStringResource.
     KStatus registerUIStrings(KStatus (*registration)(), const char *procedure);
     /// \p creator returns a new KPxCommand, which the host deletes; \p syntax may be null. A name in use is a failure.
     KStatus registerCommand(const KString &name, void *(*creator)(), KSyntax (*syntax)() = nullptr);
