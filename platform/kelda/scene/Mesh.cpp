@@ -1,6 +1,34 @@
 #include "scene/Mesh.h"
 
+#include <QDataStream>
+#include <QIODevice>
+
 #include <algorithm>
+
+namespace {
+
+template <typename T>
+void saveRaw(QDataStream &stream, const std::vector<T> &values)
+{
+    stream << static_cast<quint32>(values.size());
+    stream.writeRawData(reinterpret_cast<const char *>(values.data()), static_cast<int>(values.size() * sizeof(T)));
+}
+
+template <typename T>
+void loadRaw(QDataStream &stream, std::vector<T> &values)
+{
+    quint32 count = 0;
+    stream >> count;
+    const qint64 size = qint64(count) * qint64(sizeof(T));
+    if (size > stream.device()->bytesAvailable()) {
+        stream.setStatus(QDataStream::ReadPastEnd);
+        return;
+    }
+    values.resize(count);
+    stream.readRawData(reinterpret_cast<char *>(values.data()), static_cast<int>(size));
+}
+
+} // namespace
 
 void Bounds::add(const QVector3D &point)
 {
@@ -42,4 +70,25 @@ void Mesh::updateBounds()
     m_bounds = Bounds();
     for (const QVector3D &point : positions)
         m_bounds.add(point);
+}
+
+void Mesh::save(QDataStream &stream) const
+{
+    saveRaw(stream, positions);
+    saveRaw(stream, normals);
+    saveRaw(stream, uvs);
+    saveRaw(stream, m_corners);
+    saveRaw(stream, m_faceEnds);
+    stream << m_triangles;
+}
+
+void Mesh::load(QDataStream &stream)
+{
+    loadRaw(stream, positions);
+    loadRaw(stream, normals);
+    loadRaw(stream, uvs);
+    loadRaw(stream, m_corners);
+    loadRaw(stream, m_faceEnds);
+    stream >> m_triangles;
+    updateBounds();
 }

@@ -9,6 +9,8 @@
 
 #include <vector>
 
+class QDataStream;
+
 /// An axis-aligned box; empty until something was added.
 struct Bounds
 {
@@ -40,6 +42,11 @@ public:
     const Bounds &bounds() const { return m_bounds; }
     /// Call once all positions stand.
     void updateBounds();
+
+    /// In this machine's own byte order: for another process, not for a file.
+    void save(QDataStream &stream) const;
+    /// The stream's status tells whether everything was there.
+    void load(QDataStream &stream);
 
 private:
     std::vector<quint32> m_corners;

@@ -1,6 +1,6 @@
 // scene/ModelImporter.h
 //
-// Reads a model file into scene objects. Files come from anywhere: whatever they hold, the outcome is objects or one
+// Turns a model file into scene objects. Files come from anywhere: whatever they hold, the outcome is objects or one
 // error that names the file.
 
 #pragma once
@@ -19,11 +19,6 @@ struct ImportResult
 class ModelImporter
 {
 public:
-    /// More corners than this in one file are refused.
-    static constexpr qint64 mostCorners = 100'000'000;
-    /// Coordinates beyond this, after scaling, are refused.
-    static constexpr float largestCoordinate = 1e15F;
-
     /// Reads \p path as \p translator does; null tries what the file's first bytes suggest. Throws FileError.
     static ImportResult read(const QString &path, const Translator *translator, const OptionValues &options);
 };

@@ -1,0 +1,95 @@
+#include "scene/MaterialBuilder.h"
+
+#include "scene/ModelFolder.h"
+
+#include <QBuffer>
+#include <QCryptographicHash>
+#include <QImageReader>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int largestSide = 8192;
+constexpr qint64 mostPixels = qint64(1) << 26;
+
+/// A larger image would only serve to exhaust the memory.
+bool isSensible(const QSize &size)
+{
+    return size.isValid() && std::max(size.width(), size.height()) <= largestSide &&
+           qint64(size.width()) * size.height() <= mostPixels;
+}
+
+/// Null for what is no image of a sensible size.
+QImage readBounded(QImageReader &reader)
+{
+    reader.setDecideFormatFromContent(true);
+    return isSensible(reader.size()) ? reader.read().convertToFormat(QImage::Format_ARGB32) : QImage();
+}
+
+QString shortName(const QString &reference)
+{
+    QString name = reference;
+    return name.replace(QLatin1Char('\\'), QLatin1Char('/')).section(QLatin1Char('/'), -1).left(200).simplified();
+}
+
+} // namespace
+
+Material MaterialBuilder::build(const MaterialData &data)
+{
+    Material material;
+    material.name = data.name;
+    material.diffuse = QColor(data.diffuse);
+    material.textureName = shortName(data.texture);
+    if (!data.textureBytes.isEmpty())
+        material.texture = textureInside(data);
+    else if (!data.texture.isEmpty())
+        material.texture = textureBeside(data.texture);
+    return material;
+}
+
+QImage MaterialBuilder::textureBeside(const QString &reference)
+{
+    const QString path = m_folder.resolve(reference);
+    if (path.isEmpty()) {
+        warnOnce(QStringLiteral("texture \"%1\" was not found beside the model").arg(shortName(reference)));
+        return QImage();
+    }
+    if (!m_textures.contains(path)) {
+        QImageReader reader(path);
+        m_textures.insert(path, readBounded(reader));
+        if (m_textures.value(path).isNull())
+            warnOnce(QStringLiteral("texture \"%1\" cannot be read as an image").arg(shortName(reference)));
+    }
+    return m_textures.value(path);
+}
+
+QImage MaterialBuilder::textureInside(const MaterialData &data)
+{
+    const QByteArray digest = QCryptographicHash::hash(data.textureBytes, QCryptographicHash::Sha1);
+    const QString key = QLatin1Char('*') + QString::fromLatin1(digest.toHex());
+    if (m_textures.contains(key))
+        return m_textures.value(key);
+    QImage image;
+    if (!data.texelSize.isValid()) {
+        QByteArray bytes = data.textureBytes;
+        QBuffer buffer(&bytes);
+        QImageReader reader(&buffer);
+        image = readBounded(reader);
+    } else if (isSensible(data.texelSize)) {
+        // Blue, green, red, alpha: the memory order of ARGB32 on little-endian machines.
+        image = QImage(reinterpret_cast<const uchar *>(data.textureBytes.constData()), data.texelSize.width(),
+                       data.texelSize.height(), QImage::Format_ARGB32)
+                    .copy();
+    }
+    if (image.isNull())
+        warnOnce(QStringLiteral("a texture inside the file cannot be read as an image"));
+    m_textures.insert(key, image);
+    return image;
+}
+
+void MaterialBuilder::warnOnce(const QString &text)
+{
+    if (!m_warnings.contains(text))
+        m_warnings.append(text);
+}
