@@ -139,7 +139,8 @@ void Settings::setWindowDock(Qt::DockWidgetArea area)
 
 Qt::DockWidgetArea Settings::getWindowDock() const
 {
-    return static_cast<Qt::DockWidgetArea>(getValue(dockKey).toInt());
+    const int area = getValue(dockKey).toInt();
+    return (area & ~Qt::DockWidgetArea_Mask) == 0 ? static_cast<Qt::DockWidgetArea>(area) : Qt::NoDockWidgetArea;
 }
 
 void Settings::setWindowSize(int width, int height)

@@ -42,7 +42,7 @@ public:
     bool getWindowRaised() const;
     void setWindowFloating(bool floating);
     bool getWindowFloating() const;
-    /// The area that held the dock; 0 for none.
+    /// The area that held the dock; 0 for none and for a stored number that is no area.
     void setWindowDock(Qt::DockWidgetArea area);
     Qt::DockWidgetArea getWindowDock() const;
 

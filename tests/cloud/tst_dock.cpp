@@ -137,7 +137,7 @@ private slots:
         {
             Settings settings(kSettings);
             settings.setWindowFloating(floating);
-            settings.setWindowDock(static_cast<Qt::DockWidgetArea>(area));
+            settings.setValue("preview_window_Dock", area);
         }
         TestStage stage(m_service);
         // The second time the panel is there itself and must not become a tab of itself.
