@@ -25,8 +25,7 @@ bool qtHelper_removeDir(const QString &path)
     const QFileInfoList entries = directory.entryInfoList(everything, QDir::DirsFirst);
     for (const QFileInfo &entry : entries) {
         const QString entryPath = entry.absoluteFilePath();
-        const bool removed =
-            entry.isDir() && !entry.isSymLink() ? qtHelper_removeDir(entryPath) : QFile::remove(entryPath);
+        const bool removed = entry.isDir() ? qtHelper_removeDir(entryPath) : QFile::remove(entryPath);
         if (!removed)
             return false;
     }

@@ -196,7 +196,9 @@ void TestModule::commandShowsTheDockOnce()
     QCOMPARE(tabs->tabText(0), QStringLiteral("Dropbox"));
     QVERIFY(!tabs->tabIcon(0).isNull());
     QVERIFY(!QFileInfo::exists(m_dir->filePath("user/temp_cloud")));
+    writeFile(m_dir->filePath("user/temp_cloud/Dropbox/cup.obj"), "a download of this run");
     QVERIFY(run("Tavrin -spr;"));
+    QVERIFY(QFileInfo::exists(m_dir->filePath("user/temp_cloud/Dropbox/cup.obj")));
     QCOMPARE(tabs->count(), 1);
     QCOMPARE(dock(), shown.data());
 
