@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -23,6 +24,8 @@ public:
         if (size == 0 || count > static_cast<std::size_t>(std::numeric_limits<qint64>::max()) / size)
             return 0;
         const qint64 got = m_file.read(static_cast<char *>(buffer), static_cast<qint64>(size * count));
+        if (got <= 0 && ++m_emptyReads > mostEmptyReads)
+            throw std::runtime_error("it ends too early");
         return got < 0 ? 0 : static_cast<std::size_t>(got) / size;
     }
 
@@ -43,7 +46,11 @@ public:
     void Flush() override {}
 
 private:
+    /// Some readers ask for ever when a file ends before what it announced.
+    static constexpr int mostEmptyReads = 1000;
+
     QFile m_file;
+    int m_emptyReads = 0;
 };
 
 bool isReadableFile(const QString &path)
