@@ -316,9 +316,8 @@ bool httpClient::openDownload(const QString &localDir, const QString &fileName)
 {
     QDir().mkpath(localDir);
     m_downloadFile = std::make_unique<QFile>(localDir + fileName);
-    // A link must go as well, a dangling one too: writing would follow it.
-    if (m_downloadFile->exists() || QFileInfo(*m_downloadFile).isSymLink())
-        m_downloadFile->remove();
+    // Also takes away a link, which writing would follow.
+    m_downloadFile->remove();
     m_writeFailed = !m_downloadFile->open(QIODevice::WriteOnly);
     return !m_writeFailed;
 }
