@@ -43,11 +43,6 @@ QString iconOf(const QFileInfo &info, const QByteArray &type)
     return type.startsWith("text/") ? QStringLiteral("page_white_text") : QStringLiteral("page_white");
 }
 
-bool isControl(QChar c)
-{
-    return c.unicode() < 0x20 || c.unicode() == 0x7f;
-}
-
 } // namespace
 
 DropboxFolder::DropboxFolder(const QString &root) : m_root(QFileInfo(root).canonicalFilePath()) {}
@@ -57,7 +52,7 @@ QString DropboxFolder::decodedPath(const QByteArray &encoded)
     const QByteArray bytes = QByteArray::fromPercentEncoding(encoded);
     QTextCodec::ConverterState state;
     const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0 || std::any_of(text.begin(), text.end(), isControl))
+    if (state.invalidChars > 0 || state.remainingChars > 0 || text.contains(QChar(0)))
         return {};
     QString path;
     for (const QString &segment : text.split('/', Qt::SkipEmptyParts)) {

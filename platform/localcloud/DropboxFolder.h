@@ -20,7 +20,7 @@ public:
     explicit DropboxFolder(const QString &root);
 
     /// Decodes \p encoded once and joins equal slashes: "/a/b", or "/" for the folder itself. A null string for bytes
-    /// that are no UTF-8, control characters and the segments "." and "..".
+    /// that are no UTF-8, zero bytes and the segments "." and "..".
     static QString decodedPath(const QByteArray &encoded);
 
     /// The existing file or folder of a decoded path; an info that does not exist when there is none or it lies

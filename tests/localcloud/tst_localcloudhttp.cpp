@@ -98,6 +98,8 @@ void TestLocalCloudHttp::servesRawRequests_data()
     QTest::newRow("pipelined") << "PUT /1 HTTP/1.1\r\n" + host + "Content-Length: 1\r\n\r\na" + "GET /2 HTTP/1.1\r\n" +
                                       host + "\r\nGET /3 HTTP/1.0\r\n" + host + "\r\n"
                                << QByteArrayList{"keep-alive", "/1 1:a;", "keep-alive", "/2 0:;", "close", "/3 0:;\n"};
+    QTest::newRow("head without body") << "HEAD /1 HTTP/1.1\r\n" + host + "\r\nGET /2 HTTP/1.1\r\n" + host + "\r\n"
+                                       << QByteArrayList{"keep-alive\r\n\r\nHTTP/1.1 200 OK", "GET echo.test/2 0:;\n"};
     QTest::newRow("unknown name") << QByteArray("GET http://unknown.test/ HTTP/1.1\r\nConnection: close\r\n\r\n")
                                   << QByteArrayList{"HTTP/1.1 502 "};
     QTest::newRow("this machine through the proxy")
@@ -310,6 +312,13 @@ void TestLocalCloudHttp::ruleDelays()
     QVERIFY(timer.restart() >= 120);
     QCOMPARE(CloudClient(*m_cloud).get("http://echo.test/b").status, 507);
     QVERIFY(timer.elapsed() >= 120);
+
+    // A request that is already here when the delayed answer goes out is served next.
+    const QByteArray received = rawExchange(*m_cloud,
+                                            "GET /1 HTTP/1.1\r\nHost: echo.test\r\n\r\nGET /2 HTTP/1.1\r\nHost: "
+                                            "echo.test\r\n\r\n",
+                                            "/2 0:;\n");
+    QVERIFY2(received.endsWith("GET echo.test/2 0:;\n"), received);
 }
 
 void TestLocalCloudHttp::ruleEndsAfterItsTimes()

@@ -174,6 +174,7 @@ void TestRequestParser::decodesPaths_data()
     QTest::newRow("letters") << QByteArray("/Gr%C3%BC%C3%9Fe") << QString::fromUtf8("/Grüße");
     QTest::newRow("plus stays") << QByteArray("/a+b") << "/a+b";
     QTest::newRow("dots within names") << QByteArray("/..a/b../...") << "/..a/b../...";
+    QTest::newRow("line feed") << QByteArray("/a%0Ab") << "/a\nb";
     QTest::newRow("up") << QByteArray("/a/../b") << QString();
     QTest::newRow("up, escaped") << QByteArray("/a%2f%2e%2E") << QString();
     QTest::newRow("here") << QByteArray("/./a") << QString();
