@@ -13,7 +13,6 @@ private slots:
     void redirectTargetIsChecked_data();
     void redirectTargetIsChecked();
     void trustedCertificateServesEveryCall();
-    void wrongHostNameIsRefused();
 
 private:
     RecordingHost m_host;
@@ -129,18 +128,6 @@ void TestHttpTls::trustedCertificateServesEveryCall()
     QCOMPARE(server.lastRequest("/x").body, data);
     QCOMPARE(client.getFile(m_folder, "cup.obj", "/x", {}, true).GetStatusCode(), 200);
     QCOMPARE(m_host.errors(), QStringList());
-}
-
-void TestHttpTls::wrongHostNameIsRefused()
-{
-    const TrustedCertificate trust;
-    LocalServer server(LocalServer::Transport::Tls);
-    server.answer("/x", Reply().body("fine"));
-    httpClient client;
-    client.setHost("127.0.0.2", server.serverPort());
-    QByteArray body;
-    QVERIFY(!client.get("/x", {}, true, body).IsSuccess());
-    QCOMPARE(server.requests().size(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestHttpTls)
