@@ -17,8 +17,10 @@
 
 namespace {
 
-/// How much more memory than the host has the child may take.
-constexpr rlim_t memoryAllowance = rlim_t(4) << 30;
+/// How much more memory than the host has the child may take: some for every file, and a multiple of the file's size.
+/// A file that refers to itself in a circle would fill the machine otherwise.
+constexpr rlim_t basicMemory = rlim_t(512) << 20;
+constexpr rlim_t memoryPerByte = 150;
 
 /// A file without a name, for what the child has to say.
 class SharedMemoryFile
@@ -113,8 +115,9 @@ void ModelReader::setPatience(int milliseconds)
 ModelData ModelReader::readIsolated(const QString &path, const Translator *translator, const OptionValues &options)
 {
     const SharedMemoryFile memory;
-    const int computingMs = s_patienceMs + static_cast<int>(QFileInfo(path).size() >> 10);
-    const rlim_t space = addressSpaceInUse() + memoryAllowance;
+    const qint64 size = QFileInfo(path).size();
+    const int computingMs = s_patienceMs + static_cast<int>(size >> 10);
+    const rlim_t space = addressSpaceInUse() + basicMemory + memoryPerByte * static_cast<rlim_t>(size);
     const pid_t child = fork();
     if (child < 0)
         throw FileError(QStringLiteral("no process can be started to read it"));
