@@ -185,7 +185,9 @@ void TestHostProgram::commandsFail_data()
 {
     QTest::addColumn<QString>("command");
     QTest::addColumn<QString>("reason");
-    const auto row = [](const char *command, const char *reason) { QTest::newRow(command) << command << reason; };
+    const auto row = [](const char *command, const char *reason) {
+        QTest::newRow(qPrintable(QString(command).simplified())) << command << reason;
+    };
     row("1;\nnoSuchCommand", "line 2: unknown command 'noSuchCommand'");
     row("error \"because\" 7", "line 1: because 7");
     row("source \"none.ksc\"", "line 1: source: there is no script file 'none.ksc'");

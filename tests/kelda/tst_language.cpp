@@ -106,12 +106,17 @@ void TestLanguage::programsGiveResults_data()
     row("for each", "$s = \"\"; for ($x in {\"a\", \"b\", \"c\"}) { if ($x == \"b\") continue; $s += $x; } $s", "ac");
     row("for each with a type", "$n = 0; for (string $x in tokenize(\"1,2,,3\", \",\")) $n += size($x); $n", "3");
     row("while", "$i = 0; while ($i < 10) { $i++; if ($i > 6) break; } $i", "7");
-    row("inner break only", "$n = 0; for ($i = 0; $i < 3; $i++) { while (1) { break; } $n++; } $n", "3");
+    row("inner break only",
+        "$n = 0; for ($i = 0; $i < 3; $i++) { while (1) break; for (;;) break; for ($x in {\"p\", \"q\"}) break; $n++; "
+        "} $n",
+        "3");
     row("return ends a procedure from within loops",
         "proc string f() { for ($x in {\"a\", \"b\"}) while (1) { return $x; } return \"no\"; } f()", "a");
     row("return ends the text", "return 5; 6", "5");
     row("recursion", "global proc int fac(int $n) { if ($n < 2) return 1; return $n * fac($n - 1); } fac(20)",
         "2432902008176640000");
+    row("as many calls as are allowed", "proc int f(int $n) { if ($n == 0) return 0; return 1 + f($n - 1); } f(198)",
+        "198");
     row("result types",
         "proc int f(float $x) { return $x; } proc string[] g() { return {\"p\", \"q\"}; } "
         "$g = g(); f(\"3.9\") + $g[1]",
@@ -197,6 +202,7 @@ void TestLanguage::mistakesNameFileAndLine_data()
     row("proc size() {}", "1: a command is already named size");
     row("fails now", "1: as asked");
     row("\nthrows", "2: throws: broken");
+    row("proc f(int $n) { if ($n) f($n - 1); }\nf(199);", "1: calls are nested more than 200 deep");
     row("throwsNumber", "1: throwsNumber threw something that is no error");
 }
 
