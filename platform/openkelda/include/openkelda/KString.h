@@ -45,12 +45,30 @@ private:
     std::string m_utf8;
 };
 
-inline bool operator==(const KString &left, const char *right) { return left == KString(right); }
-inline bool operator==(const char *left, const KString &right) { return KString(left) == right; }
-inline bool operator!=(const KString &left, const char *right) { return left != KString(right); }
-inline bool operator!=(const char *left, const KString &right) { return KString(left) != right; }
-inline bool operator<(const KString &left, const char *right) { return left < KString(right); }
-inline bool operator<(const char *left, const KString &right) { return KString(left) < right; }
+inline bool operator==(const KString &left, const char *right)
+{
+    return left == KString(right);
+}
+inline bool operator==(const char *left, const KString &right)
+{
+    return KString(left) == right;
+}
+inline bool operator!=(const KString &left, const char *right)
+{
+    return left != KString(right);
+}
+inline bool operator!=(const char *left, const KString &right)
+{
+    return KString(left) != right;
+}
+inline bool operator<(const KString &left, const char *right)
+{
+    return left < KString(right);
+}
+inline bool operator<(const char *left, const KString &right)
+{
+    return KString(left) < right;
+}
 
 /// Concatenation with whatever can be appended.
 template <typename T>
