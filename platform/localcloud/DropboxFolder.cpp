@@ -78,7 +78,7 @@ QFileInfo DropboxFolder::find(const QString &path) const
 
 QString DropboxFolder::pathForWriting(const QString &path) const
 {
-    const QString local = m_root + path;
+    QString local = m_root + path;
     const QString folder = local.left(local.lastIndexOf('/'));
     QString existing = folder;
     while (!QFileInfo(existing).exists() && existing.size() > m_root.size())

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <localcloud/DropboxService.h>
+#include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QUrl>

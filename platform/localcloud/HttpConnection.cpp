@@ -8,9 +8,9 @@ namespace localcloud {
 
 namespace {
 
-constexpr qint64 kReadBuffer = 256 * 1024;
-constexpr qint64 kWriteAhead = 256 * 1024;
-constexpr qint64 kWriteSlice = 64 * 1024;
+constexpr qint64 kReadBuffer = 256LL * 1024;
+constexpr qint64 kWriteAhead = 256LL * 1024;
+constexpr qint64 kWriteSlice = 64LL * 1024;
 
 QByteArray httpDate()
 {

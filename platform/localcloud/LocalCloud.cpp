@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <functional>
 #include <localcloud/LocalCloud.h>
 #include <QDir>
 #include <QHostAddress>

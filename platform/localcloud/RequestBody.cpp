@@ -6,7 +6,7 @@ namespace localcloud {
 
 namespace {
 
-constexpr qint64 kMemoryLimit = 64 * 1024;
+constexpr qint64 kMemoryLimit = 64LL * 1024;
 
 } // namespace
 
