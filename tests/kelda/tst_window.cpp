@@ -276,6 +276,12 @@ void TestWindow::confirmDialogAnswersTheButton_data()
     QTest::newRow("closed") << "-title \"T\" -m \"<b>x</b>\" -button \"Yes\" -button \"No\" -cancelButton \"No\""
                             << ""
                             << "No";
+    QTest::newRow("closed without a cancel button") << "-title \"T\" -m \"<b>x</b>\" -button \"Yes\" -button \"No\""
+                                                    << ""
+                                                    << "dismiss";
+    QTest::newRow("closed with one button") << "-title \"T\" -m \"<b>x</b>\" -button \"OK\""
+                                            << ""
+                                            << "dismiss";
     QTest::newRow("no buttons named") << "-title \"T\" -m \"<b>x</b>\""
                                       << "Confirm"
                                       << "Confirm";

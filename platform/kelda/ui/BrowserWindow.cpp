@@ -1,9 +1,11 @@
 #include "ui/BrowserWindow.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QLineEdit>
 #include <QStyle>
 #include <QToolBar>
+#include <QtWebKit/QWebSettings>
 #include <QtWebKitWidgets/QWebView>
 
 namespace {
@@ -36,10 +38,6 @@ BrowserWindow::BrowserWindow() : m_view(new SingleView(this)), m_address(new QLi
     m_address->setObjectName(QStringLiteral("KeldaBrowserAddress"));
     m_address->setAccessibleName(tr("Address"));
     setCentralWidget(m_view);
-    // Pages take their default colours from the palette, and expect black on white.
-    const QPalette light = style()->standardPalette();
-    m_view->setPalette(light);
-    m_view->page()->setPalette(light);
 
     auto *bar = addToolBar(tr("Navigation"));
     bar->setMovable(false);
@@ -53,6 +51,15 @@ BrowserWindow::BrowserWindow() : m_view(new SingleView(this)), m_address(new QLi
     connect(m_view, &QWebView::urlChanged, this,
             [this](const QUrl &url) { m_address->setText(url.toString(QUrl::RemovePassword)); });
     connect(m_address, &QLineEdit::returnPressed, this, [this] { load(QUrl::fromUserInput(m_address->text())); });
+}
+
+void BrowserWindow::prepareWebPages()
+{
+    QApplication::setPalette(QApplication::style()->standardPalette(), "QWebView");
+    // Controls ask the application's palette for their colours, past the view's.
+    QWebSettings::globalSettings()->setUserStyleSheetUrl(
+        QUrl(QStringLiteral("data:text/css;charset=utf-8;base64,") +
+             QString::fromLatin1(QByteArray("button,input,select,textarea{color:#000}").toBase64())));
 }
 
 void BrowserWindow::load(const QUrl &url)

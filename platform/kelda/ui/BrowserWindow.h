@@ -18,6 +18,10 @@ class BrowserWindow : public QMainWindow
 public:
     BrowserWindow();
 
+    /// Makes web pages of the whole process, those in plug-ins' dialogs too, black on white where they give no colours
+    /// of their own. Call after the dark look was set.
+    static void prepareWebPages();
+
     void load(const QUrl &url);
     QWebView *view() const { return m_view; }
 

@@ -3,6 +3,8 @@
 #include "host/KeldaHost.h"
 #include "language/Flags.h"
 
+#include <QCloseEvent>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -28,11 +30,28 @@ void alignText(QMessageBox &box, const QString &where)
         label->setAlignment(alignments.value(where) | Qt::AlignVCenter);
 }
 
+/// A message box that can always be closed, whatever buttons it has; then none of them counts as clicked.
+class ClosableBox : public QMessageBox
+{
+public:
+    using QMessageBox::QMessageBox;
+
+protected:
+    void closeEvent(QCloseEvent *event) override { QDialog::closeEvent(event); }
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        if (event->matches(QKeySequence::Cancel))
+            reject();
+        else
+            QMessageBox::keyPressEvent(event);
+    }
+};
+
 /// Shows the question and returns the pressed button's text, \p closed when there was none.
 QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, const QString &closed)
 {
     // The parent may go while the box is open, and takes it along.
-    const QPointer<QMessageBox> box = new QMessageBox(parent);
+    const QPointer<QMessageBox> box = new ClosableBox(parent);
     box->setObjectName(QStringLiteral("KeldaConfirmDialog"));
     box->setWindowTitle(flags.value("-title").toString());
     box->setTextFormat(Qt::PlainText);
@@ -44,8 +63,6 @@ QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, con
         texts.insert(button, text);
         if (text == flags.value("-defaultButton").toString())
             box->setDefaultButton(button);
-        if (text == flags.value("-cancelButton").toString())
-            box->setEscapeButton(button);
     }
     box->exec();
     if (!box)

@@ -80,6 +80,7 @@ MainWindow *KeldaProgram::window() const
 void KeldaProgram::buildWindow()
 {
     MainWindow::applyDarkLook();
+    BrowserWindow::prepareWebPages();
     QApplication::setQuitOnLastWindowClosed(false);
     m_window = new MainWindow(*m_host, m_scene);
     m_host->setMainWindow(m_window);

@@ -75,8 +75,8 @@ void MainWindow::buildMenus()
     };
     add(m_fileMenu, "KeldaNew", tr("&New"), QKeySequence::New,
         [this] { runCommand(QStringLiteral("file -force -new")); });
-    add(m_fileMenu, "KeldaImport", tr("&Import..."), QKeySequence(Qt::CTRL + Qt::Key_I), [this] { importFile(); });
-    add(m_fileMenu, "KeldaExportAll", tr("&Export All..."), QKeySequence(Qt::CTRL + Qt::Key_E),
+    add(m_fileMenu, "KeldaImport", tr("&Import..."), QKeySequence(QStringLiteral("Ctrl+I")), [this] { importFile(); });
+    add(m_fileMenu, "KeldaExportAll", tr("&Export All..."), QKeySequence(QStringLiteral("Ctrl+E")),
         [this] { exportFile(); });
     m_fileMenu->addSeparator();
     m_entriesEnd = m_fileMenu->addSeparator();
