@@ -48,8 +48,7 @@ BrowserWindow::BrowserWindow() : m_view(new SingleView(this)), m_address(new QLi
     connect(m_view, &QWebView::titleChanged, this, [this](const QString &title) {
         setWindowTitle(title.isEmpty() ? tr("Kelda browser") : tr("%1 - Kelda browser").arg(title));
     });
-    connect(m_view, &QWebView::urlChanged, this,
-            [this](const QUrl &url) { m_address->setText(url.toString(QUrl::RemovePassword)); });
+    connect(m_view, &QWebView::urlChanged, this, [this](const QUrl &url) { showAddress(url); });
     connect(m_address, &QLineEdit::returnPressed, this, [this] { load(QUrl::fromUserInput(m_address->text())); });
 }
 
@@ -66,8 +65,14 @@ void BrowserWindow::load(const QUrl &url)
 {
     if (!isWebAddress(url))
         return;
-    m_address->setText(url.toString(QUrl::RemovePassword));
+    showAddress(url);
     m_view->load(url);
+}
+
+void BrowserWindow::showAddress(const QUrl &url)
+{
+    m_address->setText(url.toString(QUrl::RemovePassword));
+    m_address->setCursorPosition(0); // whose page it is matters most
 }
 
 InternalBrowser::InternalBrowser(QObject *parent) : QObject(parent)

@@ -26,6 +26,8 @@ public:
     QWebView *view() const { return m_view; }
 
 private:
+    void showAddress(const QUrl &url);
+
     QWebView *m_view;
     QLineEdit *m_address;
 };
