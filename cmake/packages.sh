@@ -1,6 +1,7 @@
 #!/bin/bash
 # Sourced by demo and check, which set tavrin_root. Installs the Debian packages that cmake/packages.txt lists when one
 # is missing.
+
 # tavrin_packages SECTION...: the names in these sections, one per line.
 tavrin_packages() {
   awk -v wanted=" $* " '

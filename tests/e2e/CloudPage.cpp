@@ -1,0 +1,222 @@
+#include "CloudPage.h"
+
+#include <QCheckBox>
+#include <QDockWidget>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QStyle>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QToolBar>
+#include <QToolButton>
+#include <QWebElement>
+#include <QWebFrame>
+#include <QWebPage>
+#include <QWebView>
+
+namespace {
+
+const QLatin1String dockName("CloudPortalDockwidgetStatic");
+const QLatin1String browserName("KeldaBrowserWindow");
+
+} // namespace
+
+CloudPage::CloudPage(Driver &driver, const QString &portal) : m_driver(driver), m_portal(portal) {}
+
+QWidget *CloudPage::dock() const
+{
+    return m_driver.find(dockName);
+}
+
+QWidget *CloudPage::page() const
+{
+    return m_driver.find(QStringLiteral("Portal_CloudBrowserWindows_") + m_portal, dock());
+}
+
+QListWidget *CloudPage::list() const
+{
+    return qobject_cast<QListWidget *>(m_driver.find(QStringLiteral("ListOfFileFromCloud"), page()));
+}
+
+QPushButton *CloudPage::loginButton() const
+{
+    if (!page())
+        return nullptr;
+    for (auto *button : page()->findChildren<QPushButton *>()) {
+        if (button->isVisible() && button->text().startsWith(QLatin1String("Log")))
+            return button;
+    }
+    return nullptr;
+}
+
+bool CloudPage::open()
+{
+    if (!m_driver.chooseFromMenu(QStringLiteral("File"), QStringLiteral("Tavrin...")))
+        return false;
+    if (!m_driver.waitFor([this] { return isOpen(); }, QStringLiteral("the cloud browser to open")))
+        return false;
+    auto *tabs = dock()->findChild<QTabWidget *>();
+    for (int i = 0; tabs && i < tabs->count(); ++i) {
+        if (tabs->tabText(i) == m_portal)
+            return tabs->currentIndex() == i || m_driver.click(tabs->tabBar(), tabs->tabBar()->tabRect(i).center());
+    }
+    return m_driver.fail(QStringLiteral("there is no tab ") + m_portal);
+}
+
+bool CloudPage::closeDock()
+{
+    if (!isOpen())
+        return m_driver.fail(QStringLiteral("the dock is not open"));
+    QWidget *button = m_driver.find(QStringLiteral("qt_dockwidget_closebutton"), dock());
+    if (button && !m_driver.click(button))
+        return false;
+    if (!button)
+        dock()->close(); // floating, it may have a frame of the window system, whose button this is
+    return m_driver.waitFor([this] { return !isOpen(); }, QStringLiteral("the dock to close"));
+}
+
+QWebView *CloudPage::browser() const
+{
+    const QWidget *window = m_driver.find(browserName);
+    return window ? window->findChild<QWebView *>() : nullptr;
+}
+
+bool CloudPage::askToSignIn()
+{
+    // An earlier sign-in's page may still be shown, with buttons that belong to that sign-in.
+    bool loaded = !browser();
+    QObject context;
+    if (browser())
+        QObject::connect(browser(), &QWebView::loadFinished, &context, [&](bool ok) { loaded = loaded || ok; });
+    const auto pageShown = [&] {
+        return loaded && browser() &&
+               !browser()->page()->mainFrame()->findFirstElement(QStringLiteral("#allow")).isNull();
+    };
+    return m_driver.click(loginButton()) && m_driver.waitFor(pageShown, QStringLiteral("the sign-in page"));
+}
+
+bool CloudPage::allow()
+{
+    const auto done = [this] {
+        return browser() && browser()->page()->mainFrame()->toPlainText().contains("successful");
+    };
+    const auto signedIn = [this] { return isSignedIn() && !entries().isEmpty(); };
+    if (!m_driver.clickInPage(browser(), QStringLiteral("#allow")) ||
+        !m_driver.waitFor(done, QStringLiteral("the page that ends the sign-in")) ||
+        !m_driver.waitFor(signedIn, QStringLiteral("the user's name and files")))
+        return false;
+    browser()->window()->close();
+    return m_driver.waitFor([this] { return !browser(); }, QStringLiteral("the browser window to close"));
+}
+
+bool CloudPage::deny()
+{
+    return m_driver.clickInPage(browser(), QStringLiteral("#deny"));
+}
+
+bool CloudPage::logOut()
+{
+    return isSignedIn() && m_driver.click(loginButton()) &&
+           m_driver.waitFor([this] { return !isSignedIn(); }, QStringLiteral("the end of the session"));
+}
+
+QString CloudPage::loginText() const
+{
+    return loginButton() ? loginButton()->text() : QString();
+}
+
+bool CloudPage::isSignedIn() const
+{
+    return loginText().startsWith(QLatin1String("Logout"));
+}
+
+QStringList CloudPage::entries() const
+{
+    QStringList names;
+    for (int row = 0; list() && row < list()->count(); ++row)
+        names << list()->item(row)->text();
+    return names;
+}
+
+bool CloudPage::isListEnabled() const
+{
+    return list() && list()->isEnabled();
+}
+
+QListWidgetItem *CloudPage::shownEntry(const QString &name) const
+{
+    const QList<QListWidgetItem *> found =
+        list() ? list()->findItems(name, Qt::MatchExactly) : QList<QListWidgetItem *>();
+    if (found.isEmpty())
+        return nullptr;
+    list()->scrollToItem(found.first());
+    return found.first();
+}
+
+bool CloudPage::pointTo(const QString &name, QPoint *at) const
+{
+    QListWidgetItem *entry = shownEntry(name);
+    if (!entry)
+        return m_driver.fail(
+            QStringLiteral("%1 is not in the list: %2").arg(name, entries().join(QStringLiteral(", "))));
+    const QRect shown = list()->visualItemRect(entry) & list()->viewport()->rect();
+    *at = QPoint(shown.left() + qMin(shown.width() / 2, 40), shown.center().y());
+    return true;
+}
+
+bool CloudPage::openFolder(const QString &name)
+{
+    QPoint at;
+    const QStringList before = entries();
+    return pointTo(name, &at) && m_driver.doubleClick(list()->viewport(), at) &&
+           m_driver.waitFor([&] { return entries() != before; }, QStringLiteral("the folder ") + name);
+}
+
+bool CloudPage::goUp()
+{
+    const QString tip = QStringLiteral("Parent Directory");
+    const QStringList before = entries();
+    for (auto *bar : page()->findChildren<QToolBar *>()) {
+        if (bar->toolTip() == tip) {
+            return m_driver.click(bar->widgetForAction(bar->actions().value(0))) &&
+                   m_driver.waitFor([&] { return entries() != before; }, QStringLiteral("the parent folder"));
+        }
+    }
+    return m_driver.fail(QStringLiteral("there is no parent-folder button"));
+}
+
+bool CloudPage::select(const QString &name)
+{
+    QPoint at;
+    return pointTo(name, &at) && m_driver.click(list()->viewport(), at);
+}
+
+QString CloudPage::chosenFile() const
+{
+    QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());
+    auto *field = button ? button->parentWidget()->findChild<QLineEdit *>() : nullptr;
+    return field ? field->text() : QString();
+}
+
+bool CloudPage::canImport() const
+{
+    const QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());
+    return button && button->isEnabled();
+}
+
+bool CloudPage::import()
+{
+    return m_driver.click(m_driver.find(QStringLiteral("CloudImportButton"), page()));
+}
+
+bool CloudPage::setShowOptions(bool on)
+{
+    QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());
+    auto *box = button ? button->parentWidget()->findChild<QCheckBox *>() : nullptr;
+    if (!box)
+        return m_driver.fail(QStringLiteral("there is no box for the import options"));
+    if (box->isChecked() != on && !m_driver.click(box))
+        return false;
+    return box->isChecked() == on || m_driver.fail(QStringLiteral("the box for the import options did not change"));
+}

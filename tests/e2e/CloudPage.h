@@ -1,0 +1,59 @@
+// e2e/CloudPage.h
+//
+// One portal's tab of the cloud browser, used through its widgets: what a person reads there and does there.
+
+#pragma once
+
+#include "Driver.h"
+
+class QCheckBox;
+class QListWidget;
+class QListWidgetItem;
+class QPushButton;
+
+class CloudPage
+{
+public:
+    CloudPage(Driver &driver, const QString &portal);
+
+    /// Opens the dock from the host's File menu and brings the portal's tab to the front.
+    bool open();
+    /// Closes the dock with its own button.
+    bool closeDock();
+    QWidget *dock() const;
+    bool isOpen() const { return dock() != nullptr; }
+
+    /// Clicks Login and waits for the sign-in page in the host's browser window.
+    bool askToSignIn();
+    /// Clicks Allow there, waits until the tab shows the user's name and the files, and closes the browser window.
+    bool allow();
+    bool deny();
+    bool signIn() { return askToSignIn() && allow(); }
+    bool logOut();
+    bool isSignedIn() const;
+    QWebView *browser() const;
+    QString loginText() const;
+
+    /// Names in the list, folders first, as shown.
+    QStringList entries() const;
+    bool isListEnabled() const;
+    bool openFolder(const QString &name);
+    /// Goes up with the parent-folder button.
+    bool goUp();
+    bool select(const QString &name);
+    QString chosenFile() const;
+    bool canImport() const;
+    /// Clicks Import; returns when the flow has ended.
+    bool import();
+    bool setShowOptions(bool on);
+
+private:
+    QWidget *page() const;
+    QListWidget *list() const;
+    QPushButton *loginButton() const;
+    QListWidgetItem *shownEntry(const QString &name) const;
+    bool pointTo(const QString &name, QPoint *at) const;
+
+    Driver &m_driver;
+    QString m_portal;
+};

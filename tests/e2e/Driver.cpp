@@ -1,0 +1,278 @@
+#include "Driver.h"
+
+#include "host/KeldaHost.h"
+#include "ui/KeldaProgram.h"
+#include "ui/MainWindow.h"
+
+#include <openkelda/openkelda.h>
+
+#include <QApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPushButton>
+#include <QtTest>
+#include <QWebElement>
+#include <QWebFrame>
+#include <QWebView>
+
+namespace {
+
+const int watchMs = 50;
+const int settleMs = 150;
+
+QString nameOf(const QWidget *widget)
+{
+    for (const QString &name : {widget->accessibleName(), widget->objectName()}) {
+        if (!name.isEmpty())
+            return name;
+    }
+    return QString::fromLatin1(widget->metaObject()->className());
+}
+
+} // namespace
+
+Driver::Driver()
+{
+    connect(&m_dialogWatch, &QTimer::timeout, this, &Driver::answerDialog);
+}
+
+Driver::~Driver()
+{
+    stop();
+}
+
+QString Driver::module()
+{
+    return QStringLiteral(TAVRIN_MODULE);
+}
+
+bool Driver::start(const Setup &setup)
+{
+    KeldaOptions options;
+    options.location = QStringLiteral(TAVRIN_LOCATION);
+    options.userDir = setup.userDir;
+    options.caFile = setup.caFile;
+    options.plugIns = QStringList{module()};
+    options.internalBrowser = true;
+    options.echo = false;
+    if (!KeldaProgram::prepareNetwork(options, m_error))
+        return false;
+    m_program = std::make_unique<KeldaProgram>(options);
+    const auto note = [this](KHost::MessageKind kind, const QString &text) {
+        static const QMap<KHost::MessageKind, QString> words{
+            {KHost::MessageKind::kInfo, QStringLiteral("info: ")},
+            {KHost::MessageKind::kWarning, QStringLiteral("warning: ")},
+            {KHost::MessageKind::kError, QStringLiteral("error: ")}};
+        m_hostMessages << words[kind] + text;
+    };
+    connect(&m_program->host(), &KeldaHost::messagePosted, this, note);
+    if (!m_program->start())
+        return fail(m_hostMessages.join(QStringLiteral(" | ")));
+    mainWindow()->setGeometry(QRect(QPoint(0, 0), setup.windowSize));
+    m_dialogWatch.start(watchMs);
+    return waitFor([this] { return mainWindow()->isVisible(); }, QStringLiteral("the host's window"));
+}
+
+void Driver::stop()
+{
+    m_dialogWatch.stop();
+    m_program.reset();
+}
+
+QWidget *Driver::mainWindow() const
+{
+    return m_program ? m_program->window() : nullptr;
+}
+
+bool Driver::fail(const QString &reason)
+{
+    m_error = reason;
+    return false;
+}
+
+QWidget *Driver::find(const QString &name, const QWidget *inside) const
+{
+    for (QWidget *widget : QApplication::allWidgets()) {
+        const bool named = widget->objectName() == name || widget->accessibleName() == name;
+        if (named && widget->isVisible() && (!inside || inside->isAncestorOf(widget)))
+            return widget;
+    }
+    return nullptr;
+}
+
+bool Driver::waitFor(const std::function<bool()> &holds, const QString &what, int ms)
+{
+    if (QTest::qWaitFor(holds, ms))
+        return true;
+    return fail(QStringLiteral("still waiting for %1 after %2 ms; messages: %3 %4")
+                    .arg(what)
+                    .arg(ms)
+                    .arg(m_messages.join(QStringLiteral(" | ")), m_hostMessages.join(QStringLiteral(" | "))));
+}
+
+bool Driver::settle()
+{
+    QTest::qWait(settleMs);
+    return true;
+}
+
+bool Driver::isUsable(QWidget *target, const QPoint &at)
+{
+    if (!target)
+        return fail(QStringLiteral("there is no such widget to see"));
+    const QString name = nameOf(target);
+    if (!target->isVisible() || !target->visibleRegion().contains(at))
+        return fail(name + QStringLiteral(" cannot be seen"));
+    if (!target->isEnabled())
+        return fail(name + QStringLiteral(" is disabled"));
+    const QWidget *modal = QApplication::activeModalWidget();
+    if (modal && modal != target && !modal->isAncestorOf(target))
+        return fail(name + QStringLiteral(" is behind the dialog ") + nameOf(modal));
+    const QWidget *top = target->window()->childAt(target->mapTo(target->window(), at));
+    if (target != target->window() && top != target && !target->isAncestorOf(top))
+        return fail(name + QStringLiteral(" is covered"));
+    return true;
+}
+
+bool Driver::click(QWidget *target, const QPoint &at)
+{
+    const QPoint point = at.isNull() && target ? target->rect().center() : at;
+    if (!isUsable(target, point))
+        return false;
+    m_error.clear();
+    QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, point);
+    return true;
+}
+
+bool Driver::doubleClick(QWidget *target, const QPoint &at)
+{
+    if (!click(target, at))
+        return false;
+    const QPointer<QWidget> guard(target);
+    QTest::mouseDClick(target, Qt::LeftButton, Qt::NoModifier, at);
+    if (guard)
+        QTest::mouseRelease(target, Qt::LeftButton, Qt::NoModifier, at);
+    return true;
+}
+
+bool Driver::replace(QWidget *field, const QString &text)
+{
+    if (!click(field))
+        return false;
+    QWidget *editor = QApplication::focusWidget() ? QApplication::focusWidget() : field;
+    QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(editor, text);
+    QTest::keyClick(editor, Qt::Key_Tab);
+    return true;
+}
+
+bool Driver::run(const QString &command)
+{
+    QWidget *line = find(QStringLiteral("KeldaCommandLine"));
+    const int before = m_hostMessages.size();
+    if (!click(line))
+        return false;
+    QTest::keyClicks(line, command);
+    QTest::keyClick(line, Qt::Key_Return);
+    const QStringList errors = m_hostMessages.mid(before).filter(QRegularExpression(QStringLiteral("^error: ")));
+    return errors.isEmpty() || fail(errors.join(QStringLiteral(" | ")));
+}
+
+bool Driver::chooseFromMenu(const QString &menu, const QString &entry)
+{
+    auto *window = mainWindow();
+    auto *bar = window ? window->findChild<QMenuBar *>() : nullptr;
+    QAction *title = nullptr;
+    for (QAction *action : bar ? bar->actions() : QList<QAction *>()) {
+        if (action->text().remove(QLatin1Char('&')) == menu)
+            title = action;
+    }
+    if (!title || !title->menu())
+        return fail(QStringLiteral("there is no menu ") + menu);
+    const QPointer<QMenu> list(title->menu());
+    if (!click(bar, bar->actionGeometry(title).center()) ||
+        !waitFor([&] { return list && list->isVisible(); }, QStringLiteral("the menu ") + menu))
+        return false;
+    for (QAction *action : list->actions()) {
+        if (action->text().remove(QLatin1Char('&')) == entry && action->isEnabled())
+            return click(list, list->actionGeometry(action).center());
+    }
+    list->close();
+    return fail(QStringLiteral("the menu %1 has no entry %2").arg(menu, entry));
+}
+
+bool Driver::clickInPage(QWebView *view, const QString &selector)
+{
+    if (!view)
+        return fail(QStringLiteral("no web page is shown"));
+    QWebFrame *frame = view->page()->mainFrame();
+    const QWebElement element = frame->findFirstElement(selector);
+    if (element.isNull())
+        return fail(QStringLiteral("the page has no ") + selector);
+    const QString script = QStringLiteral("(function(r) { return [r.left, r.top, r.width, r.height]; })"
+                                          "(document.querySelector('%1').getBoundingClientRect())");
+    const QVariantList box = frame->evaluateJavaScript(script.arg(selector)).toList();
+    const QRectF area(box.value(0).toReal(), box.value(1).toReal(), box.value(2).toReal(), box.value(3).toReal());
+    if (area.isEmpty() || !view->rect().contains(area.center().toPoint()))
+        return fail(selector + QStringLiteral(" is not in the visible part of the page"));
+    return click(view, area.center().toPoint());
+}
+
+void Driver::answerDialog()
+{
+    auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+    if (m_answering || !dialog || !dialog->isVisible())
+        return;
+    m_answering = true;
+    if (!m_dialogHandler || !m_dialogHandler(*dialog)) {
+        if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
+            m_messages << box->text();
+            QPushButton *button = box->defaultButton();
+            click(button ? static_cast<QWidget *>(button) : box->buttons().value(0));
+        }
+    }
+    m_answering = false;
+}
+
+QStringList Driver::takeMessages()
+{
+    return std::exchange(m_messages, {});
+}
+
+QStringList Driver::takeHostMessages()
+{
+    return std::exchange(m_hostMessages, {});
+}
+
+QString Driver::ask(const QString &command) const
+{
+    return KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(command)));
+}
+
+QImage Driver::picture() const
+{
+    const QWidget *window = mainWindow();
+    if (!window)
+        return QImage();
+    QWidgetList shown;
+    QRect area = window->geometry();
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (widget->isVisible() && widget != window && widget->windowType() != Qt::ToolTip)
+            shown << widget;
+    }
+    for (const QWidget *widget : shown)
+        area |= widget->geometry();
+    QImage image(area.size(), QImage::Format_RGB32);
+    image.fill(QColor(0x20, 0x22, 0x25));
+    QPainter painter(&image);
+    painter.drawPixmap(window->geometry().topLeft() - area.topLeft(), const_cast<QWidget *>(window)->grab());
+    for (QWidget *widget : shown) {
+        const QRect place = widget->geometry().translated(-area.topLeft());
+        painter.drawPixmap(place.topLeft(), widget->grab());
+        painter.setPen(QColor(0x80, 0x80, 0x80));
+        painter.drawRect(place.adjusted(-1, -1, 0, 0));
+    }
+    return image;
+}

@@ -1,0 +1,88 @@
+// e2e/Driver.h
+//
+// Drives the real host in this process as a person would: mouse and key events, and only to widgets that can be seen
+// and used. Every action answers false when that was not possible, and error() then says why.
+
+#pragma once
+
+#include <QDialog>
+#include <QImage>
+#include <QPointer>
+#include <QStringList>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class KeldaProgram;
+class QWebView;
+
+class Driver : public QObject
+{
+    Q_OBJECT
+public:
+    struct Setup
+    {
+        QString userDir; ///< the host's user folder; downloads come below it
+        QString caFile;  ///< the authority of the local cloud
+        QSize windowSize = QSize(1280, 800);
+    };
+
+    Driver();
+    ~Driver() override;
+
+    /// Opens the host with the plug-in in it.
+    bool start(const Setup &setup);
+    /// Ends the host, the plug-in with it.
+    void stop();
+    /// The plug-in's module, as a file name.
+    static QString module();
+    QString error() const { return m_error; }
+    /// Stores \p reason as error(). Always false.
+    bool fail(const QString &reason);
+
+    QWidget *mainWindow() const;
+    /// The visible widget with that object or accessible name, in \p inside or anywhere; null without one.
+    QWidget *find(const QString &name, const QWidget *inside = nullptr) const;
+    /// Runs the event loop until \p holds, for \p ms at most. \p what completes "still waiting for".
+    bool waitFor(const std::function<bool()> &holds, const QString &what, int ms = 20000);
+
+    /// Lets what was asked to be drawn be drawn. Always true.
+    bool settle();
+
+    /// Each returns when everything that the event caused has run, nested event loops included.
+    bool click(QWidget *target, const QPoint &at = QPoint());
+    bool doubleClick(QWidget *target, const QPoint &at);
+    /// Replaces the text of a field and leaves it with the tabulator key.
+    bool replace(QWidget *field, const QString &text);
+    /// Types a host command into the host's command line. False when it reported an error.
+    bool run(const QString &command);
+    bool chooseFromMenu(const QString &menu, const QString &entry);
+    /// Clicks the element that the CSS selector \p selector names, in the page as shown by \p view.
+    bool clickInPage(QWebView *view, const QString &selector);
+
+    /// Who answers dialogs that open while an action runs. False leaves the dialog to the driver, which notes the text
+    /// of a message box for takeMessages() and presses its default button.
+    void setDialogHandler(std::function<bool(QDialog &)> handler) { m_dialogHandler = std::move(handler); }
+    QStringList takeMessages();
+    /// What the host reported since the last call: "info: ...", "warning: ...", "error: ...".
+    QStringList takeHostMessages();
+
+    /// The answer of a host command as text; empty when it fails.
+    QString ask(const QString &command) const;
+    /// The main window with every other visible window of the host over it, where they stand.
+    QImage picture() const;
+
+private:
+    bool isUsable(QWidget *target, const QPoint &at);
+    void answerDialog();
+
+    std::unique_ptr<KeldaProgram> m_program;
+    std::function<bool(QDialog &)> m_dialogHandler;
+    QTimer m_dialogWatch;
+    bool m_answering = false;
+    QStringList m_messages;
+    QStringList m_hostMessages;
+    QString m_error;
+};

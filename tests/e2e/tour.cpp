@@ -1,0 +1,44 @@
+// Takes the tour: see Tour.h. Usage: tavrin_tour [DIR]
+
+#include "Tour.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QTextCodec>
+
+#include <cstdio>
+
+namespace {
+
+/// Sessions, settings and caches of the tour live in \p home and go with it; the user's stay untouched.
+void useHome(const QString &home)
+{
+    QDir(home).mkpath(QStringLiteral("run"));
+    const QFile::Permissions userOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    QFile::setPermissions(home + QStringLiteral("/run"), userOnly);
+    for (const char *name :
+         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "KELDA_UI_LANGUAGE", "KELDA_SCRIPT_PATH"})
+        qunsetenv(name);
+    qputenv("HOME", home.toUtf8());
+    if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("XDG_RUNTIME_DIR", home.toUtf8() + "/run");
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QTemporaryDir home;
+    if (argc > 2 || !home.isValid()) {
+        std::fprintf(stderr, argc > 2 ? "Usage: tavrin_tour [DIR]\n" : "tour: no temporary folder can be made\n");
+        return 2;
+    }
+    const QString folder = argc == 2 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("tour");
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // file names, whatever the locale
+    useHome(home.path());
+    QApplication application(argc, argv);
+    return Tour(folder).run() ? 0 : 1;
+}

@@ -1,0 +1,302 @@
+// Whole journeys through the real host, the real module and the local cloud. Each step is proved outside the plug-in:
+// by the cloud's log, by the bytes on disk, or by what the host counts in its scene.
+
+#include "CloudPage.h"
+#include "CloudProcess.h"
+#include "Evidence.h"
+
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QPushButton>
+#include <QtTest>
+#include <QWebView>
+
+namespace {
+
+const QString portal = QStringLiteral("Dropbox");
+const QString settingsName = QStringLiteral("TavrinSettings_DropBoxAppBrowser_Kelda");
+
+} // namespace
+
+class TestE2E : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void importsWhatIsOnTheDisk_data();
+    void importsWhatIsOnTheDisk();
+    void showsFoldersAsTheyAre();
+    void deniedSignInLeavesTheUserOut();
+    void logoutForgetsTheSession();
+    void storedSessionNeedsNoBrowser_data();
+    void storedSessionNeedsNoBrowser();
+    void closedDockComesBack();
+    void optionsChangeWhatIsImported();
+    void brokenTransferImportsNothing_data();
+    void brokenTransferImportsNothing();
+
+private:
+    bool openSignedIn();
+    bool startHost();
+    qint64 triangles() const { return m_driver->ask(QStringLiteral("sceneInfo -q -triangles")).toLongLong(); }
+    QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
+
+    QTemporaryDir m_folder;
+    CloudProcess m_cloud;
+    std::unique_ptr<QTemporaryDir> m_userDir;
+    std::unique_ptr<Driver> m_driver;
+    std::unique_ptr<CloudPage> m_page;
+};
+
+void TestE2E::initTestCase()
+{
+    QVERIFY2(m_cloud.start({m_folder.filePath("cloud"), {}, 0}), qPrintable(m_cloud.error()));
+    writeQuads(remote("plain.obj"), 6);
+    writeQuads(remote("e2e/two words.obj"), 4);
+    writeQuads(remote("e2e/plain.obj"), 5);
+    writeQuads(remote("e2e/Grün und 日本.obj"), 3);
+    writeQuads(remote("e2e/50% #1.obj"), 2);
+    writeQuads(remote("e2e/say \"no\"; print $x `quit`.obj"), 7);
+    writeQuads(remote("e2e/deep/er/end.obj"), 1);
+    QFile big(remote("e2e/big.obj"));
+    QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(64 * 1024 * 1024));
+    QFile notes(remote("e2e/notes"));
+    QVERIFY(notes.open(QIODevice::WriteOnly));
+}
+
+void TestE2E::init()
+{
+    m_cloud.use();
+    removeSettings();
+    m_userDir = std::make_unique<QTemporaryDir>();
+    QVERIFY2(startHost(), qPrintable(m_driver->error()));
+}
+
+void TestE2E::cleanup()
+{
+    m_page.reset();
+    m_driver.reset();
+}
+
+bool TestE2E::startHost()
+{
+    m_page.reset();
+    m_driver = std::make_unique<Driver>();
+    m_page = std::make_unique<CloudPage>(*m_driver, portal);
+    return m_driver->start({m_userDir->path(), m_cloud.caFile()});
+}
+
+bool TestE2E::openSignedIn()
+{
+    return m_page->open() && m_page->signIn();
+}
+
+void TestE2E::importsWhatIsOnTheDisk_data()
+{
+    QTest::addColumn<QStringList>("folders");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("quads");
+    const QStringList e2e{"e2e"};
+    QTest::newRow("in the root") << QStringList() << "plain.obj" << 6;
+    QTest::newRow("same name, other folder") << e2e << "plain.obj" << 5;
+    QTest::newRow("blank") << e2e << "two words.obj" << 4;
+    QTest::newRow("non-ASCII") << e2e << "Grün und 日本.obj" << 3;
+    QTest::newRow("address characters") << e2e << "50% #1.obj" << 2;
+    QTest::newRow("command characters") << e2e << "say \"no\"; print $x `quit`.obj" << 7;
+    QTest::newRow("deep") << QStringList{"e2e", "deep", "er"} << "end.obj" << 1;
+}
+
+void TestE2E::importsWhatIsOnTheDisk()
+{
+    QFETCH(QStringList, folders);
+    QFETCH(QString, name);
+    QFETCH(int, quads);
+    QVERIFY2(openSignedIn(), qPrintable(m_driver->error()));
+    for (const QString &folder : folders)
+        QVERIFY2(m_page->openFolder(folder), qPrintable(m_driver->error()));
+    const std::size_t served = m_cloud.requests(QStringLiteral("/1/files/")).size();
+    QCOMPARE(triangles(), 0);
+
+    QVERIFY2(m_page->select(name), qPrintable(m_driver->error()));
+    QCOMPARE(m_page->chosenFile(), name);
+    QVERIFY2(m_page->import(), qPrintable(m_driver->error()));
+
+    const auto requests = m_cloud.requests(QStringLiteral("/1/files/"));
+    QCOMPARE(requests.size(), served + 1);
+    QCOMPARE(requests.back().host, QStringLiteral("api-content.dropbox.com"));
+    QCOMPARE(requests.back().status, 200);
+    QVERIFY(requests.back().tls);
+    const QString path = (folders + QStringList{name}).join(QLatin1Char('/'));
+    const QStringList downloads = filesBelow(m_userDir->filePath("temp_cloud"));
+    QCOMPARE(downloads.size(), 1);
+    QCOMPARE(sha256(downloads.first()), sha256(remote(path)));
+    QCOMPARE(triangles(), 2 * quads);
+    QVERIFY(m_driver->takeHostMessages().contains(QStringLiteral("info: Successful import: ") + downloads.first()));
+    QCOMPARE(m_driver->takeMessages(), QStringList());
+}
+
+void TestE2E::showsFoldersAsTheyAre()
+{
+    QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
+    QCOMPARE(m_page->loginText(), QStringLiteral("Login"));
+    QVERIFY(!m_page->isListEnabled());
+
+    QVERIFY2(m_page->signIn(), qPrintable(m_driver->error()));
+    QCOMPARE(m_page->loginText(), QStringLiteral("Logout (Robin Example)"));
+    QCOMPARE(sorted(m_page->entries()), sorted(namesIn(m_cloud.dropboxFolder())));
+    QVERIFY2(m_page->openFolder("e2e"), qPrintable(m_driver->error()));
+    QCOMPARE(sorted(m_page->entries()), sorted(namesIn(remote("e2e"))));
+    QCOMPARE(m_page->entries().first(), QStringLiteral("deep"));
+
+    QVERIFY2(m_page->select("notes"), qPrintable(m_driver->error()));
+    QVERIFY2(!m_page->canImport(), "a file that no translator reads can be imported");
+    QVERIFY2(m_page->openFolder("deep") && m_page->goUp() && m_page->goUp(), qPrintable(m_driver->error()));
+    QCOMPARE(sorted(m_page->entries()), sorted(namesIn(m_cloud.dropboxFolder())));
+}
+
+void TestE2E::deniedSignInLeavesTheUserOut()
+{
+    const std::size_t exchanged = m_cloud.requests(QStringLiteral("/1/oauth2/token")).size();
+    QVERIFY2(m_page->open() && m_page->askToSignIn() && m_page->deny(), qPrintable(m_driver->error()));
+    QTest::qWait(200);
+    QCOMPARE(m_page->loginText(), QStringLiteral("Login"));
+    QVERIFY(!m_page->isListEnabled());
+    QCOMPARE(m_cloud.requests(QStringLiteral("/1/oauth2/token")).size(), exchanged);
+
+    QVERIFY2(m_page->signIn(), qPrintable(m_driver->error()));
+    QCOMPARE(m_cloud.requests(QStringLiteral("/1/oauth2/token")).size(), exchanged + 1);
+}
+
+void TestE2E::logoutForgetsTheSession()
+{
+    QVERIFY2(openSignedIn(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->select("plain.obj"), qPrintable(m_driver->error()));
+    const QString token = storedSession(settingsName);
+    QVERIFY(!token.isEmpty());
+    const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+    QVERIFY(!(QFileInfo(settingsFile(settingsName)).permissions() & others));
+
+    QVERIFY2(m_page->logOut(), qPrintable(m_driver->error()));
+    QCOMPARE(storedSession(settingsName), QString());
+    QVERIFY(!m_page->isListEnabled());
+    QVERIFY(!m_page->canImport());
+    QCOMPARE(m_page->chosenFile(), QString());
+    const QByteArray kept =
+        contentBelow(m_userDir->path()) + contentBelow(QFileInfo(settingsFile(settingsName)).path());
+    QVERIFY2(!kept.contains(token.toUtf8()), "the token is still on disk");
+}
+
+void TestE2E::storedSessionNeedsNoBrowser_data()
+{
+    QTest::addColumn<bool>("sameHost");
+    QTest::newRow("module unloaded and loaded again") << true;
+    QTest::newRow("host started again") << false;
+}
+
+void TestE2E::storedSessionNeedsNoBrowser()
+{
+    QFETCH(bool, sameHost);
+    QVERIFY2(openSignedIn(), qPrintable(m_driver->error()));
+    const std::size_t asked = m_cloud.requests(QStringLiteral("/1/oauth2/authorize")).size();
+
+    if (sameHost) {
+        QVERIFY2(m_driver->run(QStringLiteral("unloadPlugin \"Tavrin\"")), qPrintable(m_driver->error()));
+        QVERIFY(!m_page->isOpen());
+        QVERIFY2(m_driver->run(QStringLiteral("loadPlugin \"%1\"").arg(Driver::module())),
+                 qPrintable(m_driver->error()));
+    } else {
+        m_driver->stop();
+        QVERIFY2(startHost(), qPrintable(m_driver->error()));
+    }
+    if (!m_page->isOpen())
+        QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
+    QVERIFY2(m_driver->waitFor([this] { return m_page->isSignedIn(); }, "the stored session"),
+             qPrintable(m_driver->error()));
+    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QCOMPARE(triangles(), 12);
+    QVERIFY(!m_page->browser());
+    QCOMPARE(m_cloud.requests(QStringLiteral("/1/oauth2/authorize")).size(), asked);
+}
+
+void TestE2E::closedDockComesBack()
+{
+    QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("plain.obj"), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->closeDock(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
+    QVERIFY(m_page->isSignedIn());
+    QVERIFY2(m_page->select("two words.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QCOMPARE(triangles(), 8);
+}
+
+void TestE2E::optionsChangeWhatIsImported()
+{
+    QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    const QStringList before = m_driver->ask("sceneInfo -q -boundingBox").split(QLatin1Char(' '));
+    QVERIFY2(m_driver->run("file -new -force"), qPrintable(m_driver->error()));
+
+    int dialogs = 0;
+    m_driver->setDialogHandler([&](QDialog &dialog) {
+        auto *scale = dialog.findChild<QDoubleSpinBox *>("KeldaOption_scale");
+        auto *ok = dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+        ++dialogs;
+        return dialog.objectName() == QLatin1String("CloudPortalOptionsDialog") && m_driver->replace(scale, "3") &&
+               m_driver->click(ok);
+    });
+    QVERIFY2(m_page->setShowOptions(true) && m_page->select("plain.obj") && m_page->import(),
+             qPrintable(m_driver->error()));
+
+    QCOMPARE(dialogs, 1);
+    const QStringList after = m_driver->ask("sceneInfo -q -boundingBox").split(QLatin1Char(' '));
+    QCOMPARE(before.size(), 6);
+    for (int i = 0; i < 6; ++i)
+        QCOMPARE(after.value(i).toDouble(), 3 * before[i].toDouble());
+}
+
+void TestE2E::brokenTransferImportsNothing_data()
+{
+    QTest::addColumn<QString>("rule");
+    QTest::addColumn<bool>("killed");
+    QTest::newRow("cut short") << "api-content.dropbox.com /1/files/*/big.obj cut=65536" << false;
+    QTest::newRow("refused") << "api-content.dropbox.com /1/files/*/big.obj status=503" << false;
+    QTest::newRow("server gone") << "api-content.dropbox.com /none delay=1" << true;
+}
+
+void TestE2E::brokenTransferImportsNothing()
+{
+    QFETCH(QString, rule);
+    QFETCH(bool, killed);
+    CloudProcess cloud;
+    QVERIFY2(cloud.start({m_folder.filePath("cloud"), {rule}, 0}), qPrintable(cloud.error()));
+    QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("big.obj"), qPrintable(m_driver->error()));
+
+    qint64 arrived = 0;
+    QTimer executioner;
+    connect(&executioner, &QTimer::timeout, &executioner, [&] {
+        arrived = QFileInfo(m_userDir->filePath("temp_cloud/Dropbox/e2e/big.obj")).size();
+        if (arrived > 0) {
+            cloud.kill();
+            executioner.stop();
+        }
+    });
+    if (killed)
+        executioner.start(2);
+    QVERIFY2(m_page->import(), qPrintable(m_driver->error()));
+    executioner.stop();
+    QVERIFY(!killed || (arrived > 0 && arrived < QFileInfo(remote("e2e/big.obj")).size()));
+
+    QCOMPARE(m_driver->takeMessages().size(), 1);
+    QCOMPARE(triangles(), 0);
+    QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
+    if (killed)
+        QVERIFY2(cloud.start({m_folder.filePath("cloud"), {}, quint16(cloud.address().port())}),
+                 qPrintable(cloud.error()));
+    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QCOMPARE(triangles(), 10);
+}
+
+QTEST_MAIN(TestE2E)
+#include "tst_e2e.moc"
