@@ -63,7 +63,7 @@ void writeModels(Seeder &seeder)
     seeder.write("Painted crate.glb", glbBytes(boxMesh({1, 1, 1}), "Painted crate", crateTexture(256)));
     seeder.write("Mug.obj", objBytes(mug(), "Mug"));
     seeder.write(QString::fromUtf8("Grüße aus München.obj"), objBytes(tower(), "Tower"));
-    seeder.write(QString::fromUtf8("模型.obj"), objBytes(sphereMesh(0.5F, 16), "Sphere"));
+    seeder.write(QString::fromUtf8("Модель.obj"), objBytes(sphereMesh(0.5F, 16), "Sphere"));
     seeder.write("Notes.txt", "Models for trying out the cloud browser. This file is none.\n");
 
     seeder.makeFolder("Models/Furniture/Stools");

@@ -157,7 +157,7 @@ void TestLocalCloudProgram::seededModelsAreWhole()
     const QByteArray terrain = seeded("Large terrain.obj");
     QCOMPARE(linesWith(terrain, "f "), 200000);
     QCOMPARE(linesWith(terrain, "v "), 401 * 251);
-    QVERIFY(!seeded("Grüße aus München.obj").isEmpty() && !seeded("模型.obj").isEmpty());
+    QVERIFY(!seeded("Grüße aus München.obj").isEmpty() && !seeded("Модель.obj").isEmpty());
     QCOMPARE(QDir(dir.filePath("d/Ten Thousand")).entryList(QDir::Files).size(), 10000);
 
     QVERIFY(seeded("Models/Textured/Barrel.obj").contains("mtllib Barrel.mtl\n"));
