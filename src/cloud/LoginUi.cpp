@@ -107,11 +107,8 @@ void LoginUi::releaseDialog()
 {
     if (!m_dialog)
         return;
+    hideDialog();
     // The view may be the one whose signal is being handled, so both go in the event loop.
-    if (m_view)
-        m_view->disconnect(this);
-    m_dialog->disconnect(this);
-    m_dialog->hide();
     m_dialog->deleteLater();
     m_dialog = nullptr;
     m_view = nullptr;
@@ -154,6 +151,11 @@ void LoginUi::CleanResources()
 {
     m_callback = nullptr;
     m_context = nullptr;
+    hideDialog();
+}
+
+void LoginUi::hideDialog()
+{
     if (!m_dialog)
         return;
     if (m_view)

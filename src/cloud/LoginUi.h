@@ -52,6 +52,7 @@ public slots:
 private:
     QByteArray requestAddress() const;
     void createDialog(QWidget *parent);
+    void hideDialog();
     void releaseDialog();
     void finish(bool success);
 

@@ -15,6 +15,8 @@ TestItem::TestItem(const QString &id, const QString &name, Kind kind, IPortalOwn
     : m_id(KQtUtil::toKString(id)), m_name(KQtUtil::toKString(name)), m_kind(kind), m_owner(owner)
 {
     ++alive;
+    SetProperty("id", m_id);
+    SetProperty("mark-up", "<b>x</b>");
 }
 
 TestItem::~TestItem()

@@ -10,18 +10,6 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-class PlainBrowser : public IPortalBrowser
-{
-public:
-    int GetPortalType() override { return kPlainListing; }
-    bool SearchCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &, int &, int &, int &) override { return false; }
-    bool GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &) override { return false; }
-    bool GetChildCloudItems(ILogin *, HeaderMap &, ItemVector &) override { return false; }
-    bool DownloadCloudItem(ILogin *, ICloudItem *, KString, KString) override { return false; }
-    bool UploadFile(ILogin *, ICloudItem *, ICloudItem *, KString, KString) override { return false; }
-    void setOwnerCB(IPortalOwnerCB *) override {}
-};
-
 TestItem *folder(const char *name)
 {
     return new TestItem(name, name, TestItem::Kind::Folder);
@@ -44,16 +32,14 @@ private slots:
     void propertiesStandInNameOrder()
     {
         TestItem item("1", "x", TestItem::Kind::File);
-        QCOMPARE(item.GetTooltip(), KString());
-        QCOMPARE(item.GetPropertyName(0), KString());
+        item.SetProperty("mark-up", "old");
+        item.SetProperty("mark-up", "new");
         item.SetProperty("b", "2");
-        item.SetProperty("a", "old");
-        item.SetProperty("a", "1");
-        QCOMPARE(item.GetTooltip(), KString("a: 1\nb: 2"));
-        QCOMPARE(item.GetPropertiesCount(), 2);
-        QCOMPARE(item.GetPropertyValue(1), KString("2"));
-        QCOMPARE(item.GetPropertyName(-5), KString("a"));
-        QCOMPARE(item.GetPropertyValue(2), KString());
+        QCOMPARE(item.GetTooltip(), KString("b: 2\nid: 1\nmark-up: new"));
+        QCOMPARE(item.GetPropertiesCount(), 3);
+        QCOMPARE(item.GetPropertyValue(1), KString("1"));
+        QCOMPARE(item.GetPropertyName(-5), KString("b"));
+        QCOMPARE(item.GetPropertyValue(3), KString());
         KString value("kept");
         QVERIFY(!item.GetProperty("c", value));
         QCOMPARE(value, KString("kept"));
@@ -83,7 +69,9 @@ private slots:
 
     void sortingAdoptsExtraItemsAndSkipsExcludedOnes()
     {
-        PlainBrowser browser;
+        TestService service;
+        TestPortal portal(service);
+        IPortalBrowser &browser = *portal.GetBrowser();
         const std::unique_ptr<TestItem> root(folder("root"));
         auto *known = folder("known");
         auto *grandchild = file("grandchild");

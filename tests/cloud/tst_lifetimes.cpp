@@ -73,20 +73,6 @@ private slots:
         QVERIFY(m_stage->names().contains("Deep"));
     }
 
-    void aFolderClickInAFetchRunsAfterwards()
-    {
-        m_service.duringFetch = [this] {
-            m_service.duringFetch = nullptr;
-            auto *list = m_stage->find<QListWidget>("ListOfFileFromCloud");
-            m_stage->page()->ListViewItemDoubleClick(list->findItems("Deep", Qt::MatchExactly).first());
-        };
-        m_stage->page()->RefreshFolderData();
-        settle();
-        // The folder that was clicked may have been replaced by the fetch; then there is nothing to enter.
-        QVERIFY(!m_stage->names().isEmpty());
-        QVERIFY(m_service.count("list") <= 2);
-    }
-
     void aClickedFolderMayBeReplacedWhileItsSlotRuns()
     {
         doubleClick("Deep");

@@ -66,11 +66,7 @@ private slots:
         m_ui = std::make_unique<LoginUi>();
         m_ui->SetILogin(m_login.get());
         m_told.clear();
-        m_ui->setCallback(
-            [](void *context, bool success) {
-                static_cast<TestLoginUi *>(context)->m_told << (success ? "callback 1" : "callback 0");
-            },
-            this);
+        m_ui->setCallback(tell, this);
         connect(m_ui.get(), &LoginUi::loggedIn, this,
                 [this](bool success) { m_told << (success ? "signal 1" : "signal 0"); });
     }
@@ -93,17 +89,14 @@ private slots:
         QVERIFY(!dialog());
     }
 
-    void theBufferGrowsForALongAddress()
+    void theBufferGrowsForALongAddressButNotForEver()
     {
         m_login->address += "?q=" + QByteArray(1500, 'x');
         QVERIFY(m_ui->login(nullptr));
         QCOMPARE(m_login->sizes, (QList<unsigned long>{1000, 2000}));
         QTRY_COMPARE(m_server->lastRequest("/form").target.size(),
                      m_login->address.size() - 7 - m_server->authority().size());
-    }
 
-    void anAddressWithoutEndIsGivenUp()
-    {
         m_login->claimedLength = 0x7fffffff;
         QVERIFY(!m_ui->login(nullptr));
         QVERIFY(m_login->sizes.size() < 1100);
@@ -123,28 +116,17 @@ private slots:
         QCOMPARE(m_told.size(), 2);
     }
 
-    void closingIsCancelling_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::newRow("Escape") << true;
-        QTest::newRow("close button") << false;
-    }
-
     void closingIsCancelling()
     {
-        QFETCH(bool, escape);
         m_server->answer("/form", page("please sign in"));
         QVERIFY(m_ui->login(nullptr));
-        if (escape)
-            QTest::keyClick(dialog(), Qt::Key_Escape);
-        else
-            dialog()->close();
+        dialog()->close();
         QCOMPARE(m_told, QStringList({"callback 0", "signal 0"}));
         QVERIFY(!dialog()->isVisible());
+        m_ui->setCallback(tell, this);
         QVERIFY(m_ui->login(nullptr));
         QTest::keyClick(dialog(), Qt::Key_Escape);
-        QCOMPARE(m_told.last(), QString("signal 0"));
-        QCOMPARE(m_told.size(), 3);
+        QCOMPARE(m_told.mid(2), QStringList({"callback 0", "signal 0"}));
     }
 
     void theDialogFitsThePage_data()
@@ -171,25 +153,11 @@ private slots:
             QVERIFY((dialog()->geometry().center() - centre).manhattanLength() <= 2);
     }
 
-    void aSecondSignInMayStartFromTheFirstOnesEnd()
-    {
-        m_server->answer("/form", page("<script>window.location='/done'</script>wait"));
-        m_server->answer("/done", page("done"));
-        bool again = false;
-        connect(m_ui.get(), &LoginUi::loggedIn, this, [this, &again] {
-            if (again)
-                return;
-            again = true;
-            m_login->address = "http://" + m_server->authority() + "/second";
-            m_ui->CleanResources();
-            QVERIFY(m_ui->login(nullptr));
-        });
-        m_server->answer("/second", page("second"));
-        QVERIFY(m_ui->login(nullptr));
-        QTRY_VERIFY(m_server->count("/second") == 1);
-    }
-
 private:
+    static void tell(void *context, bool success)
+    {
+        static_cast<TestLoginUi *>(context)->m_told << (success ? "callback 1" : "callback 0");
+    }
     QDialog *dialog() const
     {
         QDialog *newest = nullptr;
