@@ -64,6 +64,15 @@ bool CloudPage::open()
     return m_driver.fail(QStringLiteral("there is no tab ") + m_portal);
 }
 
+bool CloudPage::widen(int pixels)
+{
+    m_driver.settle();
+    const QRect place = dock() ? dock()->geometry() : QRect();
+    const QPoint edge(place.left() - 3, place.center().y());
+    return m_driver.drag(m_driver.mainWindow(), edge, edge + QPoint(place.width() - pixels, 0)) &&
+           (qAbs(dock()->width() - pixels) < 10 || m_driver.fail(QStringLiteral("the dock kept its width")));
+}
+
 bool CloudPage::closeDock()
 {
     if (!isOpen())

@@ -18,6 +18,8 @@ public:
 
     /// Opens the dock from the host's File menu and brings the portal's tab to the front.
     bool open();
+    /// Drags the dock's left edge until the dock, docked at the right, is about \p pixels wide.
+    bool widen(int pixels);
     /// Closes the dock with its own button.
     bool closeDock();
     QWidget *dock() const;

@@ -5,6 +5,14 @@
 #include <QFile>
 #include <QJsonDocument>
 
+#include <csignal>
+#include <sys/prctl.h>
+
+void DependentProcess::setupChildProcess()
+{
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
+
 CloudProcess::~CloudProcess()
 {
     kill();

@@ -12,6 +12,13 @@
 
 #include <vector>
 
+/// Ends when this process does, however that happens.
+class DependentProcess : public QProcess
+{
+protected:
+    void setupChildProcess() override;
+};
+
 class CloudProcess
 {
 public:
@@ -53,7 +60,7 @@ public:
 private:
     QString dataFolder() const { return m_setup.folder + QStringLiteral("/data"); }
 
-    QProcess m_process;
+    DependentProcess m_process;
     Setup m_setup;
     QString m_log;
     QUrl m_address;

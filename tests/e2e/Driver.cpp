@@ -21,6 +21,7 @@ namespace {
 
 const int watchMs = 50;
 const int settleMs = 150;
+const int titleHeight = 24;
 
 QString nameOf(const QWidget *widget)
 {
@@ -112,10 +113,9 @@ bool Driver::waitFor(const std::function<bool()> &holds, const QString &what, in
                     .arg(m_messages.join(QStringLiteral(" | ")), m_hostMessages.join(QStringLiteral(" | "))));
 }
 
-bool Driver::settle()
+void Driver::settle()
 {
     QTest::qWait(settleMs);
-    return true;
 }
 
 bool Driver::isUsable(QWidget *target, const QPoint &at)
@@ -154,6 +154,23 @@ bool Driver::doubleClick(QWidget *target, const QPoint &at)
     QTest::mouseDClick(target, Qt::LeftButton, Qt::NoModifier, at);
     if (guard)
         QTest::mouseRelease(target, Qt::LeftButton, Qt::NoModifier, at);
+    return true;
+}
+
+bool Driver::drag(QWidget *target, const QPoint &from, const QPoint &to)
+{
+    if (!isUsable(target, from))
+        return false;
+    const auto move = [&](const QPoint &at, Qt::MouseButtons pressed) {
+        QMouseEvent event(QEvent::MouseMove, at, target->mapToGlobal(at), Qt::NoButton, pressed, Qt::NoModifier);
+        QApplication::sendEvent(target, &event);
+    };
+    move(from, Qt::NoButton);
+    QTest::mousePress(target, Qt::LeftButton, Qt::NoModifier, from);
+    move((from + to) / 2, Qt::LeftButton);
+    move(to, Qt::LeftButton);
+    settle();
+    QTest::mouseRelease(target, Qt::LeftButton, Qt::NoModifier, to);
     return true;
 }
 
@@ -251,28 +268,30 @@ QString Driver::ask(const QString &command) const
     return KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(command)));
 }
 
+void Driver::placeInFront(QWidget *window, const QPoint &offset)
+{
+    window->move(mainWindow()->pos() + offset);
+    waitFor([&] { return window->pos() == mainWindow()->pos() + offset; }, QStringLiteral("the window to move"),
+            settleMs);
+}
+
 QImage Driver::picture() const
 {
-    const QWidget *window = mainWindow();
+    QWidget *window = mainWindow();
     if (!window)
         return QImage();
-    QWidgetList shown;
-    QRect area = window->geometry();
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && widget != window && widget->windowType() != Qt::ToolTip)
-            shown << widget;
-    }
-    for (const QWidget *widget : shown)
-        area |= widget->geometry();
-    QImage image(area.size(), QImage::Format_RGB32);
-    image.fill(QColor(0x20, 0x22, 0x25));
+    QImage image(window->grab().toImage());
     QPainter painter(&image);
-    painter.drawPixmap(window->geometry().topLeft() - area.topLeft(), const_cast<QWidget *>(window)->grab());
-    for (QWidget *widget : shown) {
-        const QRect place = widget->geometry().translated(-area.topLeft());
-        painter.drawPixmap(place.topLeft(), widget->grab());
-        painter.setPen(QColor(0x80, 0x80, 0x80));
-        painter.drawRect(place.adjusted(-1, -1, 0, 0));
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (!widget->isVisible() || widget == window || widget->windowType() == Qt::ToolTip)
+            continue;
+        const QRect inside = widget->geometry().translated(-window->geometry().topLeft());
+        const QRect title(inside.left(), inside.top() - titleHeight, inside.width(), titleHeight);
+        painter.fillRect(inside.united(title).adjusted(-1, -1, 1, 1), QColor(0x16, 0x17, 0x19));
+        painter.fillRect(title, QColor(0x2a, 0x5d, 0x8f));
+        painter.setPen(Qt::white);
+        painter.drawText(title.adjusted(8, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft, widget->windowTitle());
+        painter.drawPixmap(inside.topLeft(), widget->grab());
     }
     return image;
 }

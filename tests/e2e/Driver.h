@@ -48,12 +48,14 @@ public:
     /// Runs the event loop until \p holds, for \p ms at most. \p what completes "still waiting for".
     bool waitFor(const std::function<bool()> &holds, const QString &what, int ms = 20000);
 
-    /// Lets what was asked to be drawn be drawn. Always true.
-    bool settle();
+    /// Lets what was asked to be drawn be drawn.
+    void settle();
 
     /// Each returns when everything that the event caused has run, nested event loops included.
     bool click(QWidget *target, const QPoint &at = QPoint());
     bool doubleClick(QWidget *target, const QPoint &at);
+    /// Presses at \p from, moves to \p to, and lets go there; both in \p target.
+    bool drag(QWidget *target, const QPoint &from, const QPoint &to);
     /// Replaces the text of a field and leaves it with the tabulator key.
     bool replace(QWidget *field, const QString &text);
     /// Types a host command into the host's command line. False when it reported an error.
@@ -71,7 +73,10 @@ public:
 
     /// The answer of a host command as text; empty when it fails.
     QString ask(const QString &command) const;
-    /// The main window with every other visible window of the host over it, where they stand.
+    /// Moves another window of the host, as a window manager or a person would.
+    void placeInFront(QWidget *window, const QPoint &offset);
+    /// The main window with every other visible window of the host over it, where they stand, each in a plain frame in
+    /// place of the window system's.
     QImage picture() const;
 
 private:

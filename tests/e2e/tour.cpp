@@ -27,6 +27,21 @@ void useHome(const QString &home)
         qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
+/// The offscreen platform says the same about many windows, and nothing comes of it.
+void printMessage(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    if (!text.startsWith(QLatin1String("This plugin does not support")))
+        std::fprintf(stderr, "%s\n", qPrintable(text));
+}
+
+/// Without a desktop there is no theme that would choose a size for the screen.
+void useDesktopFont()
+{
+    QFont font = QApplication::font();
+    font.setPointSize(9);
+    QApplication::setFont(font);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -39,6 +54,9 @@ int main(int argc, char **argv)
     const QString folder = argc == 2 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("tour");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // file names, whatever the locale
     useHome(home.path());
+    qInstallMessageHandler(printMessage);
     QApplication application(argc, argv);
+    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+        useDesktopFont();
     return Tour(folder).run() ? 0 : 1;
 }
