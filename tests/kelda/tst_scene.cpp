@@ -36,6 +36,8 @@ private slots:
     void textureTravelsInsideTheFile();
     void hostileFileIsOneError_data();
     void hostileFileIsOneError();
+    void cutOffFileEndsQuickly_data();
+    void cutOffFileEndsQuickly();
     void longReadingIsGivenUp();
     void referencesStayBesideTheModel_data();
     void referencesStayBesideTheModel();
@@ -308,6 +310,34 @@ void TestScene::hostileFileIsOneError()
     QVERIFY(m_scene->objects().empty());
 }
 
+void TestScene::cutOffFileEndsQuickly_data()
+{
+    QTest::addColumn<int>("percent");
+    for (const Translator &translator : Translators::all()) {
+        if (!translator.writes())
+            continue;
+        for (const int percent : {30, 60, 90})
+            QTest::addRow("%s|%d", qPrintable(translator.name), percent) << percent;
+    }
+}
+
+void TestScene::cutOffFileEndsQuickly()
+{
+    QFETCH(int, percent);
+    const QString type = QString(QTest::currentDataTag()).section('|', 0, 0);
+    importBox();
+    const QString whole = run(QStringLiteral("file -type \"%1\" -ea \"%2\"").arg(type, path("whole")));
+    QVERIFY(QFile::resize(whole, QFileInfo(whole).size() * percent / 100));
+    run("file -new");
+    ModelReader::setPatience(3000);
+
+    // A text file may hold something of use up to the cut.
+    const QString answer = run(QStringLiteral("file -i \"%1\"").arg(whole));
+    QVERIFY2(answer == whole || answer.contains("cannot import \"" + whole + "\": "), qPrintable(answer));
+    QVERIFY2(!answer.contains("come to an end"), qPrintable(answer));
+    QCOMPARE(m_scene->objects().empty(), answer != whole);
+}
+
 void TestScene::longReadingIsGivenUp()
 {
     QByteArray large("o fan\nv 0 0 0\n");
@@ -316,8 +346,8 @@ void TestScene::longReadingIsGivenUp()
     for (int at = 2; at < 40000; ++at)
         large += "f 1 " + QByteArray::number(at) + ' ' + QByteArray::number(at + 1) + '\n';
     const QString file = ModelFiles::write(path("fan.obj"), large);
-    // Less than nothing is left once the file's own second per MiB is taken off.
-    ModelReader::setPatience(1 - static_cast<int>(large.size() >> 10));
+    // One millisecond is left once the allowance for the file's size is taken off.
+    ModelReader::setPatience(1 - static_cast<int>(large.size() >> 8));
 
     QVERIFY(errorOf(QStringLiteral("file -i \"%1\"").arg(file)).contains("does not come to an end"));
     ModelReader::setPatience(ModelReader::defaultPatienceMs);

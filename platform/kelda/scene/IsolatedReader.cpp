@@ -116,7 +116,7 @@ ModelData ModelReader::readIsolated(const QString &path, const Translator *trans
 {
     const SharedMemoryFile memory;
     const qint64 size = QFileInfo(path).size();
-    const int computingMs = s_patienceMs + static_cast<int>(size >> 10);
+    const int computingMs = s_patienceMs + static_cast<int>(size >> 8);
     const rlim_t space = addressSpaceInUse() + basicMemory + memoryPerByte * static_cast<rlim_t>(size);
     const pid_t child = fork();
     if (child < 0)
