@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QTextCodec>
 
 #include <cstdio>
 
@@ -52,7 +51,6 @@ int main(int argc, char **argv)
         return 2;
     }
     const QString folder = argc == 2 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("tour");
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // file names, whatever the locale
     useHome(home.path());
     qInstallMessageHandler(printMessage);
     QApplication application(argc, argv);
