@@ -31,6 +31,16 @@ void quitOnSignals(KeldaProgram &program)
     std::signal(SIGTERM, reportSignal);
 }
 
+/// Without one the toolkit would end the process with a crash report.
+bool hasDisplay()
+{
+    for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
+        if (!qEnvironmentVariableIsEmpty(name))
+            return true;
+    }
+    return false;
+}
+
 int refuse(const QString &reason)
 {
     std::fprintf(stderr, "kelda: error: %s\n", qUtf8Printable(reason));
@@ -57,6 +67,9 @@ int main(int argc, char **argv)
     }
     if (!options.hasWindow() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    if (options.hasWindow() && !hasDisplay())
+        return refuse(QStringLiteral("there is no display; the modes batch and library need none"));
 
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kelda"));

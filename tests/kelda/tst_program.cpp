@@ -38,6 +38,7 @@ private slots:
     void pluginLoadsAndUnloads();
     void foldersComeFromTheOptions();
     void scriptsAndCommandsKeepTheirOrder();
+    void noDisplayIsAnError();
     void windowModesStayUntilToldToLeave_data();
     void windowModesStayUntilToldToLeave();
     void locationIsFoundFromTheProgram_data();
@@ -213,6 +214,24 @@ void TestProgram::scriptsAndCommandsKeepTheirOrder()
                                  "print \"then\"", "--script", "one.ksc"});
     QCOMPARE(outcome.lines, QStringList({"result: hello", "info: then"}));
     QCOMPARE(outcome.status, 0);
+}
+
+void TestProgram::noDisplayIsAnError()
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        environment.remove(name);
+    process.setProcessEnvironment(environment);
+    start(process, {"--command", "1 + 1", "--quit"});
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 1);
+    QVERIFY(process.readAllStandardError().contains("error: there is no display"));
+
+    start(process, {"--mode", "batch", "--command", "1 + 1"});
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.readAllStandardOutput(), QByteArray("result: 2\n"));
 }
 
 void TestProgram::windowModesStayUntilToldToLeave_data()
