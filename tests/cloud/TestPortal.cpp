@@ -181,7 +181,7 @@ void TestPortal::FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria)
         criteria[L"Folder"] = folder->GetUniqueID().wide();
 }
 
-TestStage::TestStage(TestService &service) : m_portal(service)
+TestStage::TestStage(TestService &service, const char *identity) : m_portal(service, identity)
 {
     if (!Portal_CloudBrowser::RegisterPortal(&m_portal))
         qFatal("a portal of that identity is registered already");

@@ -110,7 +110,7 @@ private:
 class TestStage
 {
 public:
-    explicit TestStage(TestService &service);
+    explicit TestStage(TestService &service, const char *identity = "Test");
     ~TestStage();
 
     Portal_CloudBrowserDockWidget *dock() const;

@@ -14,24 +14,6 @@ namespace {
 
 const char *const kSettings = Portal_CloudBrowserDockWidget::kSettingsName;
 
-/// A second portal beside the stage's, with a page of its own.
-class SecondPortal
-{
-public:
-    explicit SecondPortal(TestService &service) : m_portal(service, "Second")
-    {
-        if (!Portal_CloudBrowser::RegisterPortal(&m_portal))
-            qFatal("the second portal cannot be registered");
-        m_controller.reset(Portal_CloudBrowser::GetInstance("Second"));
-        m_controller->AddPortalTabPage();
-    }
-    ~SecondPortal() { Portal_CloudBrowser::UnRegisterPortal(&m_portal); }
-
-private:
-    TestPortal m_portal;
-    std::unique_ptr<Portal_CloudBrowser> m_controller;
-};
-
 } // namespace
 
 class TestDock : public QObject
@@ -84,7 +66,7 @@ private slots:
         TestService other;
         other.loggedIn = false;
         TestStage stage(m_service);
-        SecondPortal second(other);
+        TestStage second(other, "Second");
         int asked = 0;
         int otherAsked = 0;
         m_service.duringLoginCheck = [&asked] { ++asked; };

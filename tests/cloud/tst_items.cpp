@@ -95,20 +95,6 @@ private slots:
         delete hidden;
     }
 
-    void aRowForgetsADeletedItem()
-    {
-        QListWidget list;
-        auto *item = file("a");
-        item->SetListItem(new Portal_CloudBrowserListItem(item, item->GetItemIcon(), "a", &list));
-        delete item;
-        QVERIFY(!static_cast<Portal_CloudBrowserListItem *>(list.item(0))->GetItem());
-
-        const std::unique_ptr<TestItem> other(file("b"));
-        other->SetListItem(new Portal_CloudBrowserListItem(other.get(), QIcon(), "b", &list));
-        list.clear();
-        QVERIFY(!other->GetListItem());
-    }
-
     void extensions_data()
     {
         QTest::addColumn<QString>("name");
@@ -125,10 +111,6 @@ private slots:
                                      << "none";
         QTest::newRow("hidden file in a folder") << "a/.obj"
                                                  << "none";
-        QTest::newRow("one letter before the dot") << "a\\b.obj"
-                                                   << "obj";
-        QTest::newRow("nothing behind the dot") << "model."
-                                                << "";
         QTest::newRow("other letters") << QString::fromUtf8("模型.ply") << "ply";
     }
 

@@ -91,28 +91,23 @@ private slots:
         checkCursorIsOff();
     }
 
-    void failuresEndTheImport()
+    void failuresEndTheImportAndASecondClickMeanwhileDoesNothing()
     {
         choose("Cup.OBJ");
         m_service.succeeds = false;
+        m_service.duringDownload = [this] { m_stage->page()->ImportClick(); };
         m_host.clear();
         m_stage->page()->ImportClick();
         QCOMPARE(m_host.commands().filter("file ").size(), 0);
+        QCOMPARE(m_service.count("download"), 1);
         checkCursorIsOff();
 
         m_service.succeeds = true;
+        m_service.duringDownload = nullptr;
         m_host.fail("file ", "not a model");
         m_stage->page()->ImportClick();
         QCOMPARE(m_host.messages(KHost::MessageKind::kInfo), QStringList());
         checkCursorIsOff();
-    }
-
-    void secondClickDuringADownloadDoesNothing()
-    {
-        choose("Cup.OBJ");
-        m_service.duringDownload = [this] { m_stage->page()->ImportClick(); };
-        m_stage->page()->ImportClick();
-        QCOMPARE(m_service.count("download"), 1);
     }
 
     void options_data()
@@ -210,37 +205,6 @@ private slots:
                  QStringList({"upload written.fbx to root over nothing", "list root"}));
         QCOMPARE(m_host.messages(KHost::MessageKind::kInfo), QStringList("Successful export: /elsewhere/Written.FBX"));
         checkCursorIsOff();
-    }
-
-    void anExistingNameIsAskedFor_data()
-    {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("uploads");
-        QTest::newRow("yes") << int(KGlobal::kInteractive) << int(QMessageBox::Yes) << true;
-        QTest::newRow("no") << int(KGlobal::kInteractive) << int(QMessageBox::No) << false;
-        QTest::newRow("nobody to ask") << int(KGlobal::kBatch) << 0 << false;
-    }
-
-    void anExistingNameIsAskedFor()
-    {
-        QFETCH(int, state);
-        QFETCH(int, answer);
-        QFETCH(bool, uploads);
-        m_host.setState(static_cast<KGlobal::KeldaState>(state));
-        int asked = 0;
-        QTimer::singleShot(0, this, [&] {
-            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
-                ++asked;
-                box->button(static_cast<QMessageBox::StandardButton>(answer))->click();
-            }
-        });
-        m_stage->find<QLineEdit>("CloudExportFileName")->setText("scene");
-        m_stage->page()->ExportSelectionClick();
-        settle();
-        QCOMPARE(asked, answer == 0 ? 0 : 1);
-        QCOMPARE(m_host.commands().filter(" -es ").size(), uploads ? 1 : 0);
-        QCOMPARE(m_service.count("upload written.fbx to root over 3"), uploads ? 1 : 0);
     }
 
 private:
