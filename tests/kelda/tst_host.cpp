@@ -1,6 +1,7 @@
 #include "host/KeldaHost.h"
 #include "host/MenuModel.h"
 #include "host/PluginManager.h"
+#include "Steps.h"
 
 #include <QApplication>
 #include <QDir>
@@ -11,7 +12,7 @@
 
 namespace {
 
-/// A host with a location and a user folder of its own, and the messages it posted as "error: text".
+/// A host with a location and a user folder of its own, whose messages and echoes are kept in order.
 class TestHost
 {
 public:
@@ -19,40 +20,52 @@ public:
         : host({state, folder.path(), folder.filePath("user"), language})
     {
         QObject::connect(&host, &KeldaHost::messagePosted, [this](KHost::MessageKind kind, const QString &text) {
-            const char *labels[] = {"info: ", "warning: ", "error: "};
-            messages.append(labels[static_cast<int>(kind)] + text);
+            messages.append(QStringList{"info: ", "warning: ", "error: "}.at(static_cast<int>(kind)) + text);
         });
+        QObject::connect(&host, &KeldaHost::commandEchoed, [this](const QString &command, const QString &result) {
+            messages.append("echo: " + command + '=' + result);
+        });
+        host.interpreter().addCommand("fileMenu", [this](const CommandCall &) {
+            QStringList entries;
+            for (const MenuModel::Entry &entry : host.menus().entries("FileMenu"))
+                entries.append(entry.id + '|' + entry.label + '|' + entry.command);
+            return Value(entries.join(", "));
+        });
+        host.interpreter().addCommand("rebuild", [this](auto &) { return host.menus().rebuild(), Value(); });
+        for (const char *module : {"kelda_sample", "kelda_failing", "kelda_no_entry"})
+            QFile::copy(QCoreApplication::applicationDirPath() + "/../plug-ins/" + module + ".so",
+                        folder.filePath(module) + ".so");
     }
 
-    /// The result of \p command as text, "failed: " and the reason when it fails.
-    QString run(const QString &command)
+    /// The messages of \p source and its result; when it fails "failed", and why if that is not the last message.
+    QString run(QString source)
     {
         KStatus status;
-        const KString result = KGlobal::executeCommandStringResult(KQtUtil::toKString(command), false, false, &status);
-        return status ? KQtUtil::toQString(result) : "failed: " + KQtUtil::toQString(status.errorString());
+        source.replace("FOLDER", folder.path()).replace("TAVRIN", QFINDTESTDATA("../../scripts/TavrinCreateUI.ksc"));
+        const QString result =
+            KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(source), false, false, &status));
+        const QString reason = KQtUtil::toQString(status.errorString());
+        if (!status)
+            messages.append(messages.endsWith("error: " + reason) ? "failed" : "failed: " + reason);
+        else if (!result.isEmpty())
+            messages.append(result);
+        return std::exchange(messages, {}).join(" / ").replace(folder.path(), "FOLDER");
     }
-    QStringList takeMessages() { return std::exchange(messages, QStringList()); }
-    QString write(const QString &name, const QByteArray &content)
+    QStringList play(const QStringList &expected)
     {
-        const QString path = folder.filePath(name);
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? path : QString();
+        return played(expected, [this](const QString &source) { return run(source); });
     }
-    /// Puts a copy of a module that was built for the tests into \p subfolder; its path.
-    QString install(const QString &module, const QString &subfolder = "plug-ins")
+    void write(const QString &name, const QByteArray &content)
     {
-        const QString path = folder.filePath(subfolder + '/' + module + ".so");
-        QDir().mkpath(QFileInfo(path).path());
-        QFile::copy(QCoreApplication::applicationDirPath() + "/../plug-ins/" + module + ".so", path);
-        return path;
+        QDir(folder.path()).mkpath(QFileInfo(name).path());
+        QFile file(folder.filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     }
-    QStringList fileMenu()
+    /// Loads the sample plug-in with \p script beside it, and returns the messages of that.
+    QString loadSample(const QByteArray &script = "")
     {
-        QStringList entries;
-        for (const MenuModel::Entry &entry : host.menus().entries("FileMenu"))
-            entries.append(entry.id + '|' + entry.label + '|' + entry.command);
-        return entries;
+        write("Sample.ksc", script);
+        return run("loadPlugin \"FOLDER/kelda_sample.so\"");
     }
 
     QTemporaryDir folder;
@@ -60,37 +73,21 @@ public:
     KeldaHost host;
 };
 
-QString tavrinScript()
-{
-    return QFINDTESTDATA("../../scripts/TavrinCreateUI.ksc");
-}
-
-/// Names, first extensions, all extensions, read and write support of some translators, as the scene answers them.
+/// Answers as the scene's translators do: name, extensions, read and write support.
 Value fakeTranslators(const CommandCall &call)
 {
-    struct Translator
-    {
-        QString name;
-        QStringList extensions;
-        bool reads;
-        bool writes;
-    };
-    static const QVector<Translator> all = {{"WriteOnly", {"obj"}, false, true},
-                                            {"Wave front", {"OBJ", "Objx"}, true, true},
-                                            {"Second obj", {"obj"}, true, false},
-                                            {"Gl", {"glb", "gltf"}, true, true}};
-    if (call.arguments[1].toString() == "-list")
+    const QHash<QString, QStringList> all = {{"WriteOnly", {"obj", "0", "1"}},
+                                             {"Wave front", {"OBJ Objx", "1", "1"}},
+                                             {"Second obj", {"obj", "1", "0"}},
+                                             {"Gl", {"glb gltf", "1", "1"}}};
+    const QString flag = call.arguments[1].toString();
+    if (flag == "-list")
         return QStringList{"WriteOnly", "Wave front", "Second obj", "Gl"};
-    for (const Translator &translator : all) {
-        if (translator.name != call.arguments[2].toString())
-            continue;
-        const QString flag = call.arguments[1].toString();
-        return flag == "-extension"     ? Value(translator.extensions.front())
-               : flag == "-extensions"  ? Value(translator.extensions)
-               : flag == "-readSupport" ? Value(translator.reads)
-                                        : Value(translator.writes);
-    }
-    throw CommandError("no such translator");
+    const QStringList translator = all.value(call.arguments[2].toString());
+    const QStringList extensions = translator.at(0).split(' ');
+    return flag == "-extension"    ? Value(extensions.front())
+           : flag == "-extensions" ? Value(extensions)
+                                   : Value(translator.at(flag == "-readSupport" ? 1 : 2).toInt());
 }
 
 } // namespace
@@ -100,444 +97,256 @@ class TestHostProgram : public QObject
     Q_OBJECT
 private slots:
     void resultsKeepTheirKind();
-    void commandsAnswer_data();
-    void commandsAnswer();
-    void commandsFail_data();
-    void commandsFail();
-    void everyFailureIsPostedOnce();
+    void commandsAnswerOrFail();
     void scriptsAreFoundInOrder();
-    void userFoldersAreMade();
-    void waitCursorCounts();
-    void echoFollowsItsState();
+    void waitCursorCountsAndEchoFollowsItsState();
     void callbacksFillTheFileMenu();
-    void menuStaysEmptyWithoutInterface();
-    void brokenModulesGiveOneError_data();
-    void brokenModulesGiveOneError();
-    void pluginLoadsUnloadsAndLoadsAgain();
+    void brokenModulesAndStrangersLeaveNothing();
+    void pluginLoadsAgainAndPostsEachFailureOnce();
     void pluginStaysWhenItRefusesToGo();
-    void pluginCommandsReportFailures();
     void textsAreReplacedBeforeThePluginUsesThem();
-    void hostUnloadsWhatIsLeft();
-    void strangersRegisterNothing();
     void tavrinScriptMakesOneMenuEntry();
-    void tavrinScriptReadsTextTables_data();
     void tavrinScriptReadsTextTables();
-    void tavrinScriptKnowsTranslators();
 };
 
 void TestHostProgram::resultsKeepTheirKind()
 {
     TestHost test;
-    const auto kindOf = [](const char *command) {
+    QVector<int> kinds;
+    for (const char *command :
+         {"7", "7.0", "2147483648", "\"7\"", "callbacks -listCallbacks -hook h", "print x", "1; error x"}) {
         KCommandResult result(1);
         KGlobal::executeCommand(command, result);
-        return result.kind();
-    };
-    QCOMPARE(kindOf("7"), KCommandResult::kInt);
-    QCOMPARE(kindOf("7.0"), KCommandResult::kDouble);
-    QCOMPARE(kindOf("2147483648"), KCommandResult::kDouble); // does not fit into an int
-    QCOMPARE(kindOf("\"7\""), KCommandResult::kString);
-    QCOMPARE(kindOf("callbacks -listCallbacks -hook h"), KCommandResult::kStringArray);
-    QCOMPARE(kindOf("print x"), KCommandResult::kNone);
-    QCOMPARE(kindOf("1; error x"), KCommandResult::kNone);
-    QCOMPARE(test.run("2147483648"), QString("2147483648"));
-    QCOMPARE(test.run("tokenize(\"a b\", \" \")"), QString("a b"));
+        kinds.append(result.kind());
+    }
+    using R = KCommandResult; // the third does not fit into an int
+    QCOMPARE(kinds, QVector<int>({R::kInt, R::kDouble, R::kDouble, R::kString, R::kStringArray, R::kNone, R::kNone}));
 }
 
-void TestHostProgram::commandsAnswer_data()
+void TestHostProgram::commandsAnswerOrFail()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QString>("result");
-    const auto row = [](const char *command, const char *result) { QTest::newRow(command) << command << result; };
-    row("eval ( \"1 + 2\" );", "3");
-    row("eval \"proc int p() { return 4; }\"; p() + exists(\"p\") + exists(\"eval\") + `exists q`", "6");
-    row("about -uiLanguage", "en");
-    row("about -batch", "0");
-    row("getenv \"KELDA_LOCATION\";", "FOLDER");
-    row("getenv \"KELDA_TEST_VARIABLE\"", "värde");
-    row("getenv NO_SUCH_VARIABLE", "");
-    row("internalVar -userAppDir", "FOLDER/user/");
-    row("internalVar -userPrefDir", "FOLDER/user/prefs/");
-    row("string $d = `getenv \"KELDA_LOCATION\"` + \"/a b\"; sysFile -makeDir ($d + \"/c\"); sysFile -exists $d", "1");
-    row("sysFile -removeEmptyDir \"FOLDER/none\"", "0");
-    row("sysFile -copy \"FOLDER/copy\" \"FOLDER/file.txt\"; sysFile -rename \"FOLDER/moved\" \"FOLDER/copy\"; "
-        "string[] $f = `getFileList -folder \"FOLDER\" -filespec \"*o*e*\"`; sysFile -delete \"FOLDER/moved\"; $f",
-        "moved");
-    row("confirmDialog -title \"x\" -message \"y\"  -messageAlign \"left\" -button \"Yes\" -button \"No\"", "Yes");
-    row("confirmDialog -message y -button Yes -button No -defaultButton No", "No");
-    row("confirmDialog -m y -button Ok", "Ok");
-    row("menuItem -exists none", "0");
-    row("pluginInfo -q -loaded none", "0");
-}
-
-void TestHostProgram::commandsAnswer()
-{
-    QFETCH(QString, command);
-    QFETCH(QString, result);
+    const QStringList commands = steps(R"(
+eval "proc int p() { return 4; }"; p() + exists("p") + exists("eval") + `exists q` => 6
+getenv "KELDA_LOCATION"; => FOLDER
+`about -uiLanguage` + `getenv "KELDA_TEST_VARIABLE"` => envärde
+`internalVar -userAppDir` + " " + `internalVar -userPrefDir` => FOLDER/user/ FOLDER/user/prefs/
+`sysFile -exists "FOLDER/user"` + `sysFile -exists "FOLDER/user/prefs"` + `sysFile -exists "FOLDER/x"` => 2
+string $d = `getenv "KELDA_LOCATION"` + "/a b"; sysFile -makeDir ($d + "/c"); sysFile -exists $d => 1
+sysFile -copy "FOLDER/copy" "FOLDER/file.txt"; sysFile -rename "FOLDER/moved" "FOLDER/copy" => 1
+`getFileList -folder "FOLDER" -filespec "*.txt"` + `getFileList -folder "FOLDER" -filespec "mo*"` => file.txt moved
+sysFile -delete "FOLDER/moved"; sysFile -exists "FOLDER/moved" => 0
+confirmDialog -title "x" -message "y"  -messageAlign "left" -button "Yes" -button "No" => Yes
+confirmDialog -message y -button Yes -button No -defaultButton No => No
+`menuItem -exists none` + `pluginInfo -q -loaded none` => 0
+confirmDialog -m y -button -force => -force
+error -1 -.5 (-2) => error: line 1: -1 -.5 -2 / failed
+menuItem -frob x => error: line 1: menuItem: unknown flag -frob / failed
+waitCursor -state => error: line 1: waitCursor: flag -state lacks a value / failed
+print "a\n"; info b; warning c d => info: a / info: b / warning: c d
+error "because" 7 => error: line 1: because 7 / failed
+menuItem -label x y => error: line 1: menuItem: flag -parent is missing / failed
+setStringResource T k x => error: line 1: setStringResource: no text is registered as T.k / failed
+unloadPlugin none => error: line 1: no plug-in none is loaded / failed
+)");
     qputenv("KELDA_TEST_VARIABLE", "värde");
     TestHost test;
     test.write("file.txt", "text");
-    QCOMPARE(test.run(command.replace("FOLDER", test.folder.path())), result.replace("FOLDER", test.folder.path()));
-    QCOMPARE(test.takeMessages(), QStringList());
-}
-
-void TestHostProgram::commandsFail_data()
-{
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QString>("reason");
-    const auto row = [](const char *command, const char *reason) {
-        QTest::newRow(qPrintable(QString(command).simplified())) << command << reason;
-    };
-    row("1;\nnoSuchCommand", "line 2: unknown command 'noSuchCommand'");
-    row("error \"because\" 7", "line 1: because 7");
-    row("source \"none.ksc\"", "line 1: source: there is no script file 'none.ksc'");
-    row("waitCursor -state maybe", "line 1: waitCursor: 'maybe' is neither on nor off");
-    row("waitCursor", "line 1: waitCursor: flag -state is missing");
-    row("deleteUI none", "line 1: deleteUI: there is no 'none'");
-    row("menuItem -label x y", "line 1: menuItem: flag -parent is missing");
-    row("callbacks -removeCallback p -hook h -owner o", "line 1: callbacks: p is not hooked to h by 'o'");
-    row("setStringResource \"Tavrin\" \"kNone\" \"x\"",
-        "line 1: setStringResource: no text is registered as Tavrin.kNone");
-    row("getStringResource Tavrin kNone", "line 1: getStringResource: no text is registered as Tavrin.kNone");
-    row("unloadPlugin none", "line 1: no plug-in none is loaded");
-    row("internalVar", "line 1: internalVar: a flag is missing");
-    row("getenv", "line 1: getenv: 1 arguments are wanted, not 0");
-}
-
-void TestHostProgram::commandsFail()
-{
-    QFETCH(QString, command);
-    QFETCH(QString, reason);
-    TestHost test;
-    QCOMPARE(test.run(command), "failed: " + reason);
-    QCOMPARE(test.takeMessages(), QStringList("error: " + reason));
-}
-
-void TestHostProgram::everyFailureIsPostedOnce()
-{
-    TestHost test;
-    QVERIFY(test.host.plugins().load(test.install("kelda_sample")));
-    test.takeMessages();
-
-    QVERIFY(test.run("Sample execute \"print here; frob\"").startsWith("failed: "));
-    QCOMPARE(test.takeMessages(), QStringList({"info: here", "error: line 1: unknown command 'frob'"}));
-    QCOMPARE(test.run("Sample ignore frob"), QString());
-    const QString once = "error: line 1: unknown command 'frob'";
-    QCOMPARE(test.takeMessages(), QStringList({once, once})); // two failures that the plug-in did not hand on
-    test.run("Sample ignore frob; frab");
-    QCOMPARE(test.takeMessages(), QStringList({once, once, "error: line 1: unknown command 'frab'"}));
-    test.run("frob");
-    test.run("frob");
-    QCOMPARE(test.takeMessages(), QStringList({once, once}));
-    test.run("print \"a\\n\"; info b; warning c d");
-    QCOMPARE(test.takeMessages(), QStringList({"info: a", "info: b", "warning: c d"}));
+    QCOMPARE(test.play(commands), commands);
 }
 
 void TestHostProgram::scriptsAreFoundInOrder()
 {
+    const QStringList commands = steps(R"(
+source "which.ksc"; $where => second
+source "first.ksc"; $where => location ü
+source current.ksc => 5
+source "broken.ksc"; f => error: FOLDER/scripts/broken.ksc:3: unknown command 'frob' / failed
+)");
     TestHost test;
-    test.write("scripts/which.ksc", "\xEF\xBB\xBF$where = \"location ü\";");
-    QCOMPARE(test.run("source \"which.ksc\"; $where"), QString("location ü"));
+    test.write("scripts/first.ksc", "\xEF\xBB\xBF$where = \"location ü\";");
+    test.write("scripts/which.ksc", "$where = \"location\";");
     test.write("second/which.ksc", "$where = \"second\";");
+    test.write("here/current.ksc", "5");
+    test.write("scripts/broken.ksc", "proc f()\n{\n    frob;\n}\n");
+    test.write("scripts/loop.ksc", "\nsource loop.ksc;");
     qputenv("KELDA_SCRIPT_PATH",
             QFile::encodeName(test.folder.filePath("none") + "::" + test.folder.filePath("second")));
-    QCOMPARE(test.run("source which.ksc; $where"), QString("second"));
+    QDir::setCurrent(test.folder.filePath("here"));
+    QCOMPARE(test.play(commands), commands);
+    QVERIFY(test.run("source loop.ksc").startsWith("error: FOLDER/scripts/loop.ksc:2: "));
     qunsetenv("KELDA_SCRIPT_PATH");
-
-    const QString broken = test.write("scripts/broken.ksc", "proc f()\n{\n    frob;\n}\n");
-    QCOMPARE(test.run("source \"broken.ksc\"; f"), "failed: " + broken + ":3: unknown command 'frob'");
-    const QString loop = test.write("scripts/loop.ksc", "\nsource loop.ksc;");
-    QCOMPARE(test.run("source loop.ksc").section(": ", 0, 1), "failed: " + loop + ":2");
-
-    const QString here = QDir::currentPath();
-    QDir::setCurrent(test.folder.filePath("second"));
-    test.write("second/current.ksc", "5");
-    QCOMPARE(test.run("source current.ksc"), QString("5"));
-    QDir::setCurrent(here);
+    QDir::setCurrent("/");
 }
 
-void TestHostProgram::userFoldersAreMade()
+void TestHostProgram::waitCursorCountsAndEchoFollowsItsState()
 {
-    TestHost test;
-    QVERIFY(QFileInfo(test.run("internalVar -userAppDir")).isDir());
-    QVERIFY(QFileInfo(test.run("internalVar -userPrefDir")).isDir());
-}
-
-void TestHostProgram::waitCursorCounts()
-{
-    TestHost test;
-    QSignalSpy changes(&test.host, &KeldaHost::waitCursorChanged);
-    const QString off = "if (`waitCursor -q -state`) { waitCursor -state off; }";
-    test.run("waitCursor -state on; waitCursor -state on;");
-    QVERIFY(QApplication::overrideCursor());
-    test.run(off);
-    QCOMPARE(test.run("waitCursor -q -state"), QString("1"));
-    test.run(off);
-    test.run(off);
-    test.run("waitCursor -state off");
-    QCOMPARE(test.run("waitCursor -q -state"), QString("0"));
+    const QStringList commands = steps(R"(
+waitCursor -state on; waitCursor -state on; => nothing
+if (`waitCursor -q -state`) { waitCursor -state off; } waitCursor -q -state => 1
+if (`waitCursor -q -state`) { waitCursor -state off; } waitCursor -state off; waitCursor -q -state => 0
+waitCursor -state on; commandEcho -state true; => nothing
+2 + 2 => echo: 2 + 2=4 / 4
+commandEcho -state false; => echo: commandEcho -state false;=
+3 + 3 => 6
+)");
+    {
+        TestHost test;
+        QSignalSpy changes(&test.host, &KeldaHost::waitCursorChanged);
+        QCOMPARE(test.play(commands), commands);
+        QCOMPARE(changes.size(), 3);
+        QVERIFY(QApplication::overrideCursor());
+        KGlobal::executeCommand("1 + 2", true);
+        QCOMPARE(test.messages, QStringList("echo: 1 + 2=3"));
+    }
     QVERIFY(!QApplication::overrideCursor());
-    QCOMPARE(changes.size(), 2);
-}
-
-void TestHostProgram::echoFollowsItsState()
-{
-    TestHost test;
-    QSignalSpy echoed(&test.host, &KeldaHost::commandEchoed);
-    test.run("1 + 1");
-    KGlobal::executeCommand("1 + 2", true);
-    test.run("commandEcho -state true;");
-    test.run("2 + 2");
-    QCOMPARE(test.run("commandEcho -q -state"), QString("1"));
-    test.run("commandEcho -state false;");
-    test.run("3 + 3");
-    QStringList lines;
-    for (const QList<QVariant> &arguments : echoed)
-        lines.append(arguments[0].toString() + '=' + arguments[1].toString());
-    QCOMPARE(lines, QStringList({"1 + 2=3", "2 + 2=4", "commandEcho -q -state=1", "commandEcho -state false;="}));
 }
 
 void TestHostProgram::callbacksFillTheFileMenu()
 {
+    const QStringList commands = steps(R"(
+$label = "One"; menuItem -parent FileMenu -label Own -command own own => own
+proc fill() { global string $label; menuItem -parent FileMenu -label $label -command "go" item; } => nothing
+callbacks -addCallback "fill" -hook "addItemToFileMenu" -owner "o"; fileMenu => own|Own|own, item|One|go
+callbacks -addCallback broken -hook addItemToFileMenu -owner o => error: unknown command 'broken'
+callbacks -addCallback fill -hook addItemToFileMenu -owner o => error: unknown command 'broken'
+callbacks -listCallbacks -hook addItemToFileMenu => fill broken
+callbacks -removeCallback broken -hook addItemToFileMenu -owner o; $label = "Two" => Two
+rebuild; fileMenu => own|Own|own, item|Two|go
+callbacks -removeCallback  "fill" -hook "addItemToFileMenu" -owner "o"; fileMenu => own|Own|own
+deleteUI own; fileMenu => nothing
+callbacks -addCallback fill -hook other -owner o; callbacks -executeCallbacks -hook other; fileMenu => item|Two|go
+)");
+    QCOMPARE(TestHost(KGlobal::kBatch)
+                 .run("proc fill() { menuItem -parent FileMenu -label L item; } callbacks "
+                      "-addCallback fill -hook addItemToFileMenu -owner o; `fileMenu` + `about -batch`"),
+             QString("1"));
     TestHost test;
     QSignalSpy changes(&test.host.menus(), &MenuModel::changed);
-    test.run("$label = \"One\"; proc fill() { global string $label; "
-             "menuItem -parent FileMenu -label $label -command \"go\" item; }");
-    test.run("menuItem -parent FileMenu -label Own -command own own");
-    test.run("callbacks -addCallback \"fill\" -hook \"addItemToFileMenu\" -owner \"o\";");
-    QCOMPARE(test.fileMenu(), QStringList({"own|Own|own", "item|One|go"}));
-    QCOMPARE(changes.size(), 2);
-
-    test.run("callbacks -addCallback broken -hook addItemToFileMenu -owner o; "
-             "callbacks -addCallback fill -hook addItemToFileMenu -owner o");
-    QCOMPARE(test.run("callbacks -listCallbacks -hook addItemToFileMenu"), QString("fill broken"));
-    const QString missing = "error: unknown command 'broken'";
-    QCOMPARE(test.takeMessages(), QStringList({missing, missing})); // once for each time the menu was built
-    test.run("callbacks -removeCallback broken -hook addItemToFileMenu -owner o");
-
-    test.run("$label = \"Two\"");
-    test.host.menus().rebuild();
-    QCOMPARE(test.fileMenu(), QStringList({"own|Own|own", "item|Two|go"}));
-    test.run("callbacks -removeCallback  \"fill\" -hook \"addItemToFileMenu\" -owner \"o\";");
-    QCOMPARE(test.fileMenu(), QStringList("own|Own|own"));
-    test.run("deleteUI own");
-    QCOMPARE(test.fileMenu(), QStringList());
-    QCOMPARE(test.takeMessages(), QStringList());
-
-    test.run("callbacks -addCallback fill -hook other -owner o; callbacks -executeCallbacks -hook other");
-    QCOMPARE(test.fileMenu().size(), 1);
+    QCOMPARE(test.play(commands), commands);
+    QCOMPARE(changes.size(), 9); // once for each command that changes something
 }
 
-void TestHostProgram::menuStaysEmptyWithoutInterface()
+void TestHostProgram::brokenModulesAndStrangersLeaveNothing()
 {
-    TestHost test(KGlobal::kBatch);
-    test.run("proc fill() { menuItem -parent FileMenu -label L item; } "
-             "callbacks -addCallback fill -hook addItemToFileMenu -owner o");
-    QCOMPARE(test.fileMenu(), QStringList());
-    QCOMPARE(test.run("about -batch"), QString("1"));
-}
-
-void TestHostProgram::brokenModulesGiveOneError_data()
-{
-    QTest::addColumn<QString>("module");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("missing") << "none.so"
-                             << "there is no plug-in file FILE";
-    QTest::newRow("folder") << ""
-                            << "there is no plug-in file FILE";
-    QTest::newRow("text") << "text.so"
-                          << "FILE is no plug-in: FILE: file too short";
-    QTest::newRow("entry point missing") << "kelda_no_entry.so"
-                                         << "FILE is no plug-in: it has no entry point uninitializePlugin";
-    QTest::newRow("failing") << "kelda_failing.so"
-                             << "FILE could not be initialised: no licence";
-}
-
-void TestHostProgram::brokenModulesGiveOneError()
-{
-    QFETCH(QString, module);
-    QFETCH(QString, reason);
+    const QStringList commands = steps(R"(
+loadPlugin "FOLDER/none.so" => error: line 1: there is no plug-in file FOLDER/none.so / failed
+loadPlugin "FOLDER" => error: line 1: there is no plug-in file FOLDER / failed
+loadPlugin "FOLDER/text.so" => error: line 1: FOLDER/text.so is no plug-in: FOLDER/text.so: file too short / failed
+loadPlugin "FOLDER/kelda_no_entry.so" => error: line 1: FOLDER/kelda_no_entry.so is no plug-in: it has no entry point uninitializePlugin / failed
+loadPlugin "FOLDER/kelda_failing.so" => error: line 1: FOLDER/kelda_failing.so could not be initialised: no licence / failed
+exists FailingLeft => 0
+pluginInfo -q -listPlugins => nothing
+)");
     TestHost test;
-    test.write("plug-ins/text.so", "text");
-    test.install("kelda_no_entry");
-    test.install("kelda_failing");
-    const QString file = test.folder.filePath("plug-ins/" + module);
-    reason = "line 1: " + reason.replace("FILE", file);
-    for (int round = 0; round < 2; ++round) {
-        QCOMPARE(test.run("loadPlugin \"" + file + "\""), "failed: " + reason);
-        QCOMPARE(test.takeMessages(), QStringList("error: " + reason));
-        QCOMPARE(test.run("pluginInfo -q -listPlugins"), QString());
-        QVERIFY(!test.host.interpreter().hasCommand("FailingLeft"));
-    }
-}
+    test.write("text.so", "text");
+    QCOMPARE(test.play(commands + commands), commands + commands);
 
-void TestHostProgram::pluginLoadsUnloadsAndLoadsAgain()
-{
-    TestHost test;
-    const QString file = test.install("kelda_sample");
-    test.write("plug-ins/Sample.ksc", "print sourced;");
-    QDir::setCurrent(test.folder.path());
-    for (int round = 0; round < 3; ++round) {
-        QCOMPARE(test.run(round == 1 ? "loadPlugin \"plug-ins/kelda_sample.so\"" : "loadPlugin \"" + file + "\""),
-                 QString());
-        QCOMPARE(test.takeMessages(), QStringList({"info: sourced", "info: initialised: Hello "}));
-        QCOMPARE(test.run("pluginInfo -q -listPlugins"), QString("kelda_sample"));
-        QCOMPARE(test.run("pluginInfo -q -vendor kelda_sample") + test.run("pluginInfo -q -version kelda_sample"),
-                 QString("Tests1.2"));
-        test.run("Sample \"a b\" c; SampleLeft");
-        QCOMPARE(test.takeMessages(), QStringList({"info: Hello 1 a b", "info: Hello 1 "})); // one object at a time
-
-        QCOMPARE(test.run("loadPlugin \"" + file + "\""),
-                 "failed: line 1: a plug-in kelda_sample is loaded already; " + file + " is not loaded");
-        QCOMPARE(test.run("unloadPlugin kelda_sample"), QString());
-        QCOMPARE(test.run("pluginInfo -q -loaded kelda_sample"), QString("0"));
-        QVERIFY(!test.host.interpreter().hasCommand("Sample") && !test.host.interpreter().hasCommand("SampleLeft"));
-        test.takeMessages();
-    }
-    QCOMPARE(test.run("source Sample.ksc"), QString("failed: line 1: source: there is no script file 'Sample.ksc'"));
-    QDir::setCurrent("/");
-}
-
-void TestHostProgram::pluginStaysWhenItRefusesToGo()
-{
-    TestHost test;
-    QVERIFY(test.host.plugins().load(test.install("kelda_sample")));
-    qputenv("SAMPLE_STAYS", "1");
-    const KStatus status = test.host.plugins().unload("kelda_sample");
-    qunsetenv("SAMPLE_STAYS");
-    QVERIFY(!status && KQtUtil::toQString(status.errorString()).endsWith("could not be uninitialised: not now"));
-    QVERIFY(test.host.plugins().isLoaded("kelda_sample"));
-
-    test.takeMessages();
-    QVERIFY(test.run("Sample execute \"unloadPlugin kelda_sample\"").startsWith("failed: "));
-    QCOMPARE(test.takeMessages(),
-             QStringList("error: line 1: plug-in kelda_sample stays loaded: one of its commands is running"));
-    QCOMPARE(test.run("Sample still"), QString());
-    QVERIFY(test.host.plugins().unload("kelda_sample"));
-}
-
-void TestHostProgram::pluginCommandsReportFailures()
-{
-    TestHost test;
-    QVERIFY(test.host.plugins().load(test.install("kelda_sample")));
-    test.takeMessages();
-    QCOMPARE(test.run("print a;\nSample fail; print b"), QString("failed: line 2: Sample: as asked"));
-    QCOMPARE(test.run("Sample throw"), QString("failed: line 1: Sample: thrown as asked"));
-    QCOMPARE(test.takeMessages(),
-             QStringList({"info: a", "error: line 2: Sample: as asked", "error: line 1: Sample: thrown as asked"}));
-    test.run("Sample x");
-    QCOMPARE(test.takeMessages(), QStringList("info: Hello 1 x")); // those that failed are gone
-}
-
-void TestHostProgram::textsAreReplacedBeforeThePluginUsesThem()
-{
-    TestHost test;
-    const QString file = test.install("kelda_sample");
-    test.write("plug-ins/Sample.ksc",
-               "global proc SampleInitStrings() { setStringResource \"Sample\" \"greeting\" \"Grüß dich \"; }"
-               "global proc SampleMenu() { menuItem -parent FileMenu -label `getStringResource Sample greeting` s; }"
-               "callbacks -addCallback SampleMenu -hook addItemToFileMenu -owner Sample;");
-    QVERIFY(test.host.plugins().load(file));
-    QCOMPARE(test.takeMessages(), QStringList("info: initialised: Grüß dich "));
-    QCOMPARE(test.fileMenu(), QStringList("s|Grüß dich |"));
-    QVERIFY(test.host.plugins().unload("kelda_sample"));
-
-    // Registering again keeps the text; the procedure, which is known by now, runs at once.
-    test.run("global proc SampleInitStrings() { print `getStringResource Sample greeting`; }");
-    test.write("plug-ins/Sample.ksc", "");
-    QVERIFY(test.host.plugins().load(file));
-    QCOMPARE(test.takeMessages(), QStringList({"info: Grüß dich ", "info: initialised: Grüß dich "}));
-}
-
-void TestHostProgram::hostUnloadsWhatIsLeft()
-{
-    QStringList posted;
-    {
-        TestHost test;
-        QVERIFY(test.host.plugins().load(test.install("kelda_sample")));
-        QObject::connect(&test.host, &KeldaHost::messagePosted,
-                         [&posted](KHost::MessageKind, const QString &text) { posted.append(text); });
-        test.run("waitCursor -state on;");
-        qputenv("SAMPLE_STAYS", "1");
-    }
-    qunsetenv("SAMPLE_STAYS");
-    QCOMPARE(posted.size(), 1);
-    QVERIFY(posted.front().contains("not now"));
-    QVERIFY(!KHost::instance());
-    QVERIFY(!QApplication::overrideCursor());
-}
-
-void TestHostProgram::strangersRegisterNothing()
-{
-    TestHost test;
     KStatus status;
-    KFnPlugin null(KObject(), "V", "1", "Any", &status);
-    QVERIFY(!status && !null.registerUIStrings(nullptr, "p"));
     int handle = 0;
     KFnPlugin stranger(KObject(&handle), "V", "1", "Any", &status);
     QVERIFY(!status && !stranger.registerCommand("x", []() -> void * { return nullptr; }));
     QVERIFY(!test.host.interpreter().hasCommand("x"));
 }
 
-void TestHostProgram::tavrinScriptMakesOneMenuEntry()
+void TestHostProgram::pluginLoadsAgainAndPostsEachFailureOnce()
 {
+    const QStringList commands = steps(R"(
+loadPlugin "FOLDER/kelda_sample.so" => info: sourced / info: initialised: Hello
+pluginInfo -q -listPlugins => kelda_sample
+`pluginInfo -q -vendor kelda_sample` + `pluginInfo -q -version kelda_sample` => Tests1.2
+Sample execute "print here; frob" => info: here / error: line 1: unknown command 'frob' / failed: line 1: Sample: line 1: unknown command 'frob'
+Sample ignore frob => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob'
+Sample ignore frob; frab => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob' / error: line 1: unknown command 'frab' / failed
+frob => error: line 1: unknown command 'frob' / failed
+frob => error: line 1: unknown command 'frob' / failed
+print a;↵Sample fail; print b => info: a / error: line 2: Sample: as asked / failed
+Sample throw => error: line 1: Sample: thrown as asked / failed
+Sample "a b" c; SampleLeft => info: Hello 1 a b / info: Hello 1
+loadPlugin "FOLDER/kelda_sample.so" => error: line 1: a plug-in kelda_sample is loaded already; FOLDER/kelda_sample.so is not loaded / failed
+unloadPlugin kelda_sample => nothing
+`pluginInfo -q -loaded kelda_sample` + exists("Sample") + exists("SampleLeft") => 0
+source Sample.ksc => error: line 1: source: there is no script file 'Sample.ksc' / failed
+)");
     TestHost test;
-    KStringResource::registerString(KStringResourceId("Tavrin", "kCloudPortalMenu", "Tavrin..."));
-    test.run("source \"" + tavrinScript() + "\"; TavrinCreateUI; TavrinCreateUI;");
-    QCOMPARE(test.fileMenu(), QStringList("TavrinMenuItem|Tavrin...|Tavrin -showportal"));
-    test.run("TavrinDeleteUI; TavrinDeleteUI");
-    QCOMPARE(test.fileMenu(), QStringList());
-    QCOMPARE(test.takeMessages(), QStringList());
+    test.write("Sample.ksc", "print sourced;");
+    QCOMPARE(test.play(commands + commands), commands + commands);
+    QDir::setCurrent(test.folder.path());
+    QCOMPARE(test.run("loadPlugin kelda_sample.so; Sample"),
+             QString("info: sourced / info: initialised: Hello  / info: Hello 1 "));
+    QDir::setCurrent("/");
 }
 
-void TestHostProgram::tavrinScriptReadsTextTables_data()
+void TestHostProgram::pluginStaysWhenItRefusesToGo()
 {
-    QTest::addColumn<QString>("language");
-    QTest::addColumn<QStringList>("tables");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("none") << "de_DE" << QStringList("fr") << "Ok";
-    QTest::newRow("language") << "de_DE" << QStringList({"de", "fr"}) << "de";
-    QTest::newRow("land first") << "de_DE" << QStringList({"de", "de_DE"}) << "de_DE";
-    QTest::newRow("no land") << "de" << QStringList({"de", "de_DE"}) << "de";
-    QTest::newRow("other land") << "de_AT.UTF-8" << QStringList({"de_DE", "de"}) << "de";
+    const QString refusal = "error: line 1: plug-in kelda_sample stays loaded: ";
+    QStringList posted;
+    {
+        TestHost test;
+        test.loadSample();
+        QVERIFY(test.run("Sample execute \"unloadPlugin kelda_sample\"")
+                    .startsWith(refusal + "one of its commands is running / failed"));
+        qputenv("SAMPLE_STAYS", "1");
+        QCOMPARE(test.run("unloadPlugin kelda_sample"),
+                 refusal + "FOLDER/kelda_sample.so could not be uninitialised: not now / failed");
+        QCOMPARE(test.run("Sample still"), QString("info: Hello 1 still"));
+        QObject::connect(&test.host, &KeldaHost::messagePosted,
+                         [&posted](KHost::MessageKind, const QString &text) { posted.append(text); });
+    }
+    qunsetenv("SAMPLE_STAYS");
+    QVERIFY(posted.size() == 1 && posted.front().endsWith("not now")); // as the host unloads what is left
+    QVERIFY(!KHost::instance());
+}
+
+void TestHostProgram::textsAreReplacedBeforeThePluginUsesThem()
+{
+    TestHost test;
+    QCOMPARE(test.loadSample(R"(
+global proc SampleInitStrings() { setStringResource "Sample" "greeting" "Grüß dich "; }
+global proc SampleMenu() { menuItem -parent FileMenu -label `getStringResource Sample greeting` s; }
+callbacks -addCallback SampleMenu -hook addItemToFileMenu -owner Sample;)"),
+             QString("info: initialised: Grüß dich "));
+    QCOMPARE(test.run("fileMenu"), QString("s|Grüß dich |"));
+    test.run("unloadPlugin kelda_sample");
+    // Registering again keeps the text; the procedure, which is known by now, runs at once.
+    test.run("global proc SampleInitStrings() { print `getStringResource Sample greeting`; }");
+    QCOMPARE(test.loadSample(), QString("info: Grüß dich  / info: initialised: Grüß dich "));
+}
+
+void TestHostProgram::tavrinScriptMakesOneMenuEntry()
+{
+    const QStringList commands = steps(R"(
+source "TAVRIN"; TavrinCreateUI; TavrinCreateUI; fileMenu => TavrinMenuItem|Tavrin...|Tavrin -showportal
+TavrinDeleteUI; TavrinDeleteUI; fileMenu => nothing
+Tavrin_GetImportTranslatorFromFileExtension("obj"); => Wave front
+Tavrin_GetImportTranslatorFromFileExtension("OBJX"); => Wave front
+Tavrin_GetImportTranslatorFromFileExtension("gltf"); => Gl
+Tavrin_GetImportTranslatorFromFileExtension(""); => nothing
+Tavrin_GetImportTranslatorFromFileExtension("a\"; print \"x"); => nothing
+stringArrayToString(Tavrin_GetExportTranslatorList(), "|") => WriteOnly|Wave front|Gl
+stringArrayToString(Tavrin_GetExportTranslatorExtensionList(), "|") => obj|obj|glb
+)");
+    TestHost test;
+    test.host.interpreter().addCommand("fileTranslator", fakeTranslators);
+    KStringResource::registerString(KStringResourceId("Tavrin", "kCloudPortalMenu", "Tavrin..."));
+    QCOMPARE(test.play(commands), commands);
 }
 
 void TestHostProgram::tavrinScriptReadsTextTables()
 {
-    QFETCH(QString, language);
-    QFETCH(QStringList, tables);
-    QFETCH(QString, text);
-    TestHost test(KGlobal::kInteractive, language);
-    KStringResource::registerString(KStringResourceId("Tavrin", "kOk", "Ok"));
-    for (const QString &table : tables)
-        test.write("scripts/strings/Tavrin_" + table + ".ksc",
-                   "setStringResource \"Tavrin\" \"kOk\" \"" + table.toUtf8() + "\";\n");
-    test.run("source \"" + tavrinScript() + "\"; TavrinInitStrings");
-    QCOMPARE(test.run("getStringResource Tavrin kOk"), text);
-    QCOMPARE(test.takeMessages(), QStringList());
-}
-
-void TestHostProgram::tavrinScriptKnowsTranslators()
-{
-    TestHost test;
-    test.host.interpreter().addCommand("fileTranslator", fakeTranslators);
-    test.run("source \"" + tavrinScript() + "\"");
-    QCOMPARE(test.run("Tavrin_GetImportTranslatorFromFileExtension(\"obj\");"), QString("Wave front"));
-    QCOMPARE(test.run("Tavrin_GetImportTranslatorFromFileExtension(\"OBJX\");"), QString("Wave front"));
-    QCOMPARE(test.run("Tavrin_GetImportTranslatorFromFileExtension(\"gltf\");"), QString("Gl"));
-    QCOMPARE(test.run("Tavrin_GetImportTranslatorFromFileExtension(\"\");"), QString());
-    QCOMPARE(test.run("Tavrin_GetImportTranslatorFromFileExtension(\"a\\\"; print \\\"x\");"), QString());
-
-    KCommandResult names;
-    KCommandResult extensions;
-    QVERIFY(KGlobal::executeCommand("Tavrin_GetExportTranslatorList();", names));
-    QVERIFY(KGlobal::executeCommand("Tavrin_GetExportTranslatorExtensionList();", extensions));
-    QCOMPARE(names.kind(), KCommandResult::kStringArray);
-    QCOMPARE(extensions.kind(), KCommandResult::kStringArray);
-    QCOMPARE(test.run("stringArrayToString(Tavrin_GetExportTranslatorList(), \"|\")"),
-             QString("WriteOnly|Wave front|Gl"));
-    QCOMPARE(test.run("stringArrayToString(Tavrin_GetExportTranslatorExtensionList(), \"|\")"), QString("obj|obj|glb"));
-    QCOMPARE(test.takeMessages(), QStringList());
+    const auto textOf = [](const QString &languageAndTables) {
+        QStringList tables = languageAndTables.split(' ');
+        TestHost test(KGlobal::kInteractive, tables.takeFirst());
+        KStringResource::registerString(KStringResourceId("Tavrin", "kOk", "Ok"));
+        for (const QString &table : tables)
+            test.write("scripts/strings/Tavrin_" + table + ".ksc",
+                       "setStringResource \"Tavrin\" \"kOk\" \"" + table.toUtf8() + "\";\n");
+        return test.run("source \"TAVRIN\"; TavrinInitStrings; getStringResource Tavrin kOk");
+    };
+    QCOMPARE(textOf("de_DE fr"), QString("Ok"));
+    QCOMPARE(textOf("de_DE de fr"), QString("de"));
+    QCOMPARE(textOf("de_DE de de_DE"), QString("de_DE"));
+    QCOMPARE(textOf("de de de_DE"), QString("de"));
+    QCOMPARE(textOf("de_AT.UTF-8 de_DE de"), QString("de"));
 }
 
 QTEST_MAIN(TestHostProgram)

@@ -2,20 +2,9 @@
 
 #include <openkelda/openkelda.h>
 
-namespace {
-
-class LeftCommand : public KPxCommand
-{
-public:
-    KStatus doIt(const KArgList &) override { return KStatus(); }
-};
-
-} // namespace
-
 KStatus initializePlugin(KObject plugin)
 {
-    KFnPlugin functions(plugin, "Tests", "1.0", "Any");
-    functions.registerCommand("FailingLeft", []() -> void * { return new LeftCommand; });
+    KFnPlugin(plugin, "Tests", "1.0", "Any").registerCommand("FailingLeft", []() -> void * { return nullptr; });
     return KStatus::failure("no licence");
 }
 

@@ -1,4 +1,4 @@
-// A small plug-in as the host sees any other: texts, two commands, a script beside it.
+// A small plug-in as the host sees any other: a text, two commands, a script beside it.
 
 #include <openkelda/openkelda.h>
 
@@ -13,11 +13,6 @@ KString currentGreeting()
 {
     KStatus status;
     return KStringResource::getString(greeting, status);
-}
-
-KStatus registerTexts()
-{
-    return KStringResource::registerString(greeting);
 }
 
 class SampleCommand : public KPxCommand
@@ -41,29 +36,17 @@ public:
         return KStatus();
     }
 
-    static int alive;
+    static inline int alive = 0;
 };
-
-int SampleCommand::alive = 0;
-
-void *createSample()
-{
-    return new SampleCommand;
-}
 
 } // namespace
 
 KStatus initializePlugin(KObject plugin)
 {
-    KStatus status;
-    KFnPlugin functions(plugin, "Tests", "1.2", "Any", &status);
-    if (!status)
-        return status;
-    functions.registerUIStrings(registerTexts, "SampleInitStrings");
-    status = functions.registerCommand("Sample", createSample);
-    if (!status)
-        return status;
-    functions.registerCommand("SampleLeft", createSample);
+    KFnPlugin functions(plugin, "Tests", "1.2", "Any");
+    functions.registerUIStrings([] { return KStringResource::registerString(greeting); }, "SampleInitStrings");
+    for (const char *name : {"Sample", "SampleLeft"})
+        functions.registerCommand(name, []() -> void * { return new SampleCommand; });
     KGlobal::executeCommand("eval ( \"source \\\"Sample.ksc\\\"\" );");
     KGlobal::displayInfo("initialised: " + currentGreeting());
     return KStatus();
@@ -73,6 +56,5 @@ KStatus uninitializePlugin(KObject plugin)
 {
     if (std::getenv("SAMPLE_STAYS"))
         return KStatus::failure("not now");
-    KFnPlugin functions(plugin, "Tests", "1.2", "Any");
-    return functions.deregisterCommand("Sample");
+    return KFnPlugin(plugin, "Tests", "1.2", "Any").deregisterCommand("Sample");
 }
