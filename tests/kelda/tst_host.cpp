@@ -126,12 +126,12 @@ void TestHostProgram::resultsKeepTheirKind()
 void TestHostProgram::commandsAnswerOrFail()
 {
     const QStringList commands = steps(R"(
-eval "proc int p() { return 4; }"; p() + exists("p") + exists("eval") + `exists q` => 6
+eval "proc int p() { return 4; }"; p() + exists("p") + exists("eval") + `exists q` + 2147483642 => 2147483648
 getenv "KELDA_LOCATION"; => FOLDER
 `about -uiLanguage` + `getenv "KELDA_TEST_VARIABLE"` => envärde
 `internalVar -userAppDir` + " " + `internalVar -userPrefDir` => FOLDER/user/ FOLDER/user/prefs/
 `sysFile -exists "FOLDER/user"` + `sysFile -exists "FOLDER/user/prefs"` + `sysFile -exists "FOLDER/x"` => 2
-string $d = `getenv "KELDA_LOCATION"` + "/a b"; sysFile -makeDir ($d + "/c"); sysFile -exists $d => 1
+string $d = `getenv "KELDA_LOCATION"` + "/a b"; sysFile -makeDir ($d + "/c"); sysFile("-removeEmptyDir", $d) + `sysFile -removeEmptyDir ($d + "/c")` + `sysFile -exists $d` => 2
 sysFile -copy "FOLDER/copy" "FOLDER/file.txt"; sysFile -rename "FOLDER/moved" "FOLDER/copy" => 1
 `getFileList -folder "FOLDER" -filespec "*.txt"` + `getFileList -folder "FOLDER" -filespec "mo*"` => file.txt moved
 sysFile -delete "FOLDER/moved"; sysFile -exists "FOLDER/moved" => 0
@@ -146,7 +146,7 @@ print "a\n"; info b; warning c d => info: a / info: b / warning: c d
 error "because" 7 => error: line 1: because 7 / failed
 menuItem -label x y => error: line 1: menuItem: flag -parent is missing / failed
 setStringResource T k x => error: line 1: setStringResource: no text is registered as T.k / failed
-unloadPlugin none => error: line 1: no plug-in none is loaded / failed
+getenv => error: line 1: getenv: 1 arguments are wanted, not 0 / failed
 )");
     qputenv("KELDA_TEST_VARIABLE", "värde");
     TestHost test;
@@ -181,11 +181,11 @@ source "broken.ksc"; f => error: FOLDER/scripts/broken.ksc:3: unknown command 'f
 void TestHostProgram::waitCursorCountsAndEchoFollowsItsState()
 {
     const QStringList commands = steps(R"(
-waitCursor -state on; waitCursor -state on; => nothing
+waitCursor -state on; waitCursor -state (1); => nothing
 if (`waitCursor -q -state`) { waitCursor -state off; } waitCursor -q -state => 1
 if (`waitCursor -q -state`) { waitCursor -state off; } waitCursor -state off; waitCursor -q -state => 0
 waitCursor -state on; commandEcho -state true; => nothing
-2 + 2 => echo: 2 + 2=4 / 4
+commandEcho -q -state => echo: commandEcho -q -state=1 / 1
 commandEcho -state false; => echo: commandEcho -state false;=
 3 + 3 => 6
 )");
@@ -241,6 +241,7 @@ pluginInfo -q -listPlugins => nothing
     test.write("text.so", "text");
     QCOMPARE(test.play(commands + commands), commands + commands);
 
+    QVERIFY(!KFnPlugin(KObject(), "V", "1", "Any").registerUIStrings(nullptr, "p"));
     KStatus status;
     int handle = 0;
     KFnPlugin stranger(KObject(&handle), "V", "1", "Any", &status);
@@ -306,9 +307,8 @@ global proc SampleMenu() { menuItem -parent FileMenu -label `getStringResource S
 callbacks -addCallback SampleMenu -hook addItemToFileMenu -owner Sample;)"),
              QString("info: initialised: Grüß dich "));
     QCOMPARE(test.run("fileMenu"), QString("s|Grüß dich |"));
-    test.run("unloadPlugin kelda_sample");
     // Registering again keeps the text; the procedure, which is known by now, runs at once.
-    test.run("global proc SampleInitStrings() { print `getStringResource Sample greeting`; }");
+    test.run("unloadPlugin kelda_sample; proc SampleInitStrings() { print `getStringResource Sample greeting`; }");
     QCOMPARE(test.loadSample(), QString("info: Grüß dich  / info: initialised: Grüß dich "));
 }
 

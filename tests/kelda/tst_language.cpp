@@ -60,7 +60,7 @@ void TestLanguage::programsGiveResults()
 9223372036854775807 + 1 + " " + 4611686018427387904 * 4 => -9223372036854775808 0
 $m = -9223372036854775807 - 1; ($m / -1) + " " + ($m % -1) + " " + -$m => -9223372036854775808 0 -9223372036854775808
 "" + (1 < 2) + (2 <= 2) + (3 > 4) + ("10" < "9") + ("10" < 9) + ("a" != "a") + ({"a"} == {"a"}) + ({"a"} == {}) => 11010010
-"" + (0 && 1 / 0) + (1 || 1 / 0) + !0 + !"" + (1 || 0 && 0) + (true == on) + (1 ? 0 ? "a" : "b" : "c") => 011111b
+"" + (0 && 1 / 0) + (1 || 1 / 0) + !0 + !"" + (1 || 0 && 0) + (true == on) + (false == off) + (1 ? 0 ? "a" : "b" : "c") => 0111111b
 $a = $b = 4; $a += $b; $a -= 1; $a *= 3; $a /= 7; $i = 5; $j = $i++ + ++$i; $a + " " + $j + " " + $i-- + " " + --$i => 3 12 7 5
 $a[2] = "c"; $a[0] += "x"; $b = {"p"} + $a; size($a) + ":" + $a + $b[1] + size($b) => 3:x  cx4
 proc int f(string $a[]) { $a[size($a)] = "z"; return size($a); } $b = {"y"}; "" + f($b) + size($b) => 21
@@ -91,14 +91,14 @@ stringArrayToString({substring("abc", -5, 99), substring("abc", 3, 2), startsWit
 void TestLanguage::mistakesNameFileAndLine()
 {
     const QStringList mistakes = steps(R"(
-/* a↵b */↵  frob(1); => line 3: unknown command 'frob'
+/* a↵b */ "x↵"; => line 2: the text is not closed
 $a = "x\ => line 1: the text is not closed
 $a = "\q"; => line 1: a text cannot hold the escape '\q'
 1;↵/* open => line 2: the comment is not closed
 1 +↵ => line 2: unexpected end of the text
 if (1) {↵  1;↵ => line 3: '}' is missing at the end of the text
 1 2 => line 1: unexpected '2'
-$ = 1; => line 1: a variable's name must follow '$'
+$a = 1; $a[0] => line 1: $a is no array
 5abc; => line 1: '5a' is not a number
 99999999999999999999 => line 1: the number 99999999999999999999 is too large
 1 = 2 => line 1: only a variable can be assigned to
@@ -107,10 +107,13 @@ if (1) { proc f() {} } => line 1: a procedure cannot stand inside a block
 proc f() { return 1; } => line 1: f is declared without a result
 proc int f()↵{ return; } => line 2: f must return a result
 1;↵1 / 0 => line 2: division by zero
+1 % 0.0 => line 1: division by zero
+({"a"} - 1); => line 1: an array is no number
+size(1, 2) => line 1: size takes 1 arguments, not 2
 proc f() { $x; } $x = 1; f => line 1: the variable $x has no value
 $a = {"x"}; $a[1] => line 1: $a has 1 elements, there is none at 1
 $a[1000000000] = "x" => line 1: 1000000000 is no array index
-string $a = {"x"}; => line 1: an array stands where one value is wanted
+proc f(int $a) {}↵f({"x"}); => line 2: f: an array stands where one value is wanted
 string[] $x;↵for ($x in {"a"}) 1; => line 2: one value stands where an array is wanted
 proc f(int $a) {}↵f(); => line 2: f takes 1 arguments, not 0
 fails now => line 1: as asked
