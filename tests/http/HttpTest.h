@@ -10,24 +10,20 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 
-inline void useServer(httpClient &client, const LocalServer &server)
+inline QString messageOf(const ReturnStatus &status)
 {
-    client.setHost("127.0.0.1", server.serverPort());
+    return KQtUtil::toQString(status.GetErrorMessage());
 }
 
-/// The message of a failure as the user sees it, in default texts.
+/// The message of a failure as the user sees it.
 inline QString failureText(const char *name)
 {
     return QStringLiteral("Sorry but we were not able to connect, it is possible the service is down. Please try "
                           "again.\nhttp Error: ") +
            QString::fromLatin1(name);
-}
-
-inline QString messageOf(const ReturnStatus &status)
-{
-    return KQtUtil::toQString(status.GetErrorMessage());
 }
 
 inline QByteArray contentOf(const QString &path)
@@ -36,13 +32,59 @@ inline QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
 }
 
+inline bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
 /// Bytes that no other position of the array repeats, so that a lost or doubled piece shows.
 inline QByteArray numberedBytes(int size)
 {
     QByteArray bytes;
-    bytes.reserve(size + 16);
     for (int at = 0; bytes.size() < size; ++at)
         bytes += QByteArray::number(at) + ' ';
-    bytes.truncate(size);
-    return bytes;
+    return bytes.left(size);
 }
+
+enum class Call { Get, Post, GetFile, PostFile };
+
+/// A client of one server, and a folder for its files.
+class TestClient : public httpClient
+{
+public:
+    explicit TestClient(const LocalServer &server) { setHost("127.0.0.1", server.serverPort()); }
+
+    /// Downloads go to the file "down"; uploads take the file "up".
+    ReturnStatus run(Call call, const QString &path, const HeaderMap &headers = {}, bool https = false)
+    {
+        QByteArray data("data");
+        writeFile(folder + "up", data);
+        if (call == Call::Get)
+            return get(path, headers, https, body);
+        if (call == Call::Post)
+            return post(path, data, headers, https, body);
+        if (call == Call::GetFile)
+            return getFile(folder, "down", path, headers, https);
+        return postFile(KQtUtil::toKString(folder), "up", path, headers, https, body);
+    }
+    QByteArray downloaded() const { return contentOf(folder + "down"); }
+
+    QTemporaryDir dir;
+    QString folder = dir.path() + '/';
+    QByteArray body = "before";
+};
+
+/// Each test starts with a host that has shown nothing and has its own text for time-outs.
+class HttpFixture : public QObject
+{
+protected:
+    void reset()
+    {
+        m_host.clear();
+        m_host.setText("kHttpRequestTimeout", "408 zu lange");
+        httpClient::setDefaultTimeouts(5000, 5000);
+    }
+
+    RecordingHost m_host;
+};

@@ -66,17 +66,6 @@ bool takeRequest(QByteArray &received, Request &request)
     return true;
 }
 
-QByteArray inChunks(const QByteArray &body)
-{
-    constexpr int chunkBytes = 1000;
-    QByteArray wire;
-    for (int at = 0; at < body.size(); at += chunkBytes) {
-        const QByteArray chunk = body.mid(at, chunkBytes);
-        wire += QByteArray::number(chunk.size(), 16) + "\r\n" + chunk + "\r\n";
-    }
-    return wire + "0\r\n\r\n";
-}
-
 } // namespace
 
 QList<QByteArray> Request::headerValues(const QByteArray &name) const
@@ -101,19 +90,6 @@ Reply &Reply::body(const QByteArray &bytes)
     return *this;
 }
 
-Reply &Reply::raw(const QByteArray &bytes)
-{
-    m_isRaw = true;
-    m_raw = bytes;
-    return *this;
-}
-
-Reply &Reply::chunked()
-{
-    m_chunked = true;
-    return *this;
-}
-
 Reply &Reply::delayed(int ms)
 {
     m_delayMs = ms;
@@ -134,37 +110,17 @@ Reply &Reply::cutAfter(int bytes)
     return *this;
 }
 
-Reply &Reply::pieces(int bytes, int ms)
+QByteArray Reply::wire() const
 {
-    m_pieceBytes = bytes;
-    m_pieceMs = ms;
-    return *this;
-}
-
-Reply &Reply::closing()
-{
-    m_ending = Ending::Close;
-    return header("Connection", "close");
-}
-
-QByteArray Reply::wire(bool withBody) const
-{
-    if (m_isRaw)
-        return m_raw;
     QByteArray head = "HTTP/1.1 " + QByteArray::number(m_status) + " Status\r\n";
     bool hasLength = false;
     for (const auto &[name, value] : m_headers) {
         head += name + ": " + value + "\r\n";
         hasLength = hasLength || name.compare("Content-Length", Qt::CaseInsensitive) == 0;
     }
-    if (m_chunked)
-        head += "Transfer-Encoding: chunked\r\n";
-    else if (!hasLength)
+    if (!hasLength)
         head += "Content-Length: " + QByteArray::number(m_body.size()) + "\r\n";
-    head += "\r\n";
-    if (!withBody)
-        return head;
-    return head + (m_chunked ? inChunks(m_body) : m_body);
+    return (head + "\r\n" + m_body).mid(0, m_limit);
 }
 
 LocalServer::LocalServer(Transport transport) : m_transport(transport)
@@ -177,22 +133,14 @@ LocalServer::LocalServer(Transport transport) : m_transport(transport)
 
 LocalServer::~LocalServer()
 {
-    dropConnections();
+    const QList<QTcpSocket *> sockets = m_exchanges.keys();
+    for (QTcpSocket *socket : sockets)
+        socket->abort();
 }
 
 QSslCertificate LocalServer::certificate()
 {
     return identity().certificate;
-}
-
-void LocalServer::answer(const QByteArray &target, const Reply &reply)
-{
-    answer(target, [reply](const Request &) { return reply; });
-}
-
-void LocalServer::answer(const QByteArray &target, std::function<Reply(const Request &)> reply)
-{
-    m_answers[target].append(std::move(reply));
 }
 
 int LocalServer::count(const QByteArray &path) const
@@ -212,17 +160,9 @@ Request LocalServer::lastRequest(const QByteArray &path) const
     return Request();
 }
 
-void LocalServer::dropConnections()
-{
-    const QList<QTcpSocket *> sockets = m_exchanges.keys();
-    for (QTcpSocket *socket : sockets)
-        socket->abort();
-}
-
 void LocalServer::incomingConnection(qintptr descriptor)
 {
     auto *socket = new QSslSocket(this);
-    ++m_connections;
     m_exchanges.insert(socket, Exchange());
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readFrom(socket); });
     connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
@@ -249,55 +189,24 @@ void LocalServer::readFrom(QTcpSocket *socket)
         return;
     exchange->busy = true;
     m_requests.append(request);
-    respond(socket, request);
+    const Reply reply = replyTo(request);
+    QTimer::singleShot(reply.m_delayMs, socket, [=] { send(socket, reply); });
 }
 
 Reply LocalServer::replyTo(const Request &request)
 {
     const QByteArray key = m_answers.contains(request.target) ? request.target : request.path();
     const auto found = m_answers.find(key);
-    if (found == m_answers.end()) {
-        ++m_unexpected;
+    if (found == m_answers.end())
         return Reply(404).body("unexpected");
-    }
-    const auto make = found->size() > 1 ? found->takeFirst() : found->first();
-    return make(request);
+    return found->size() > 1 ? found->takeFirst() : found->first();
 }
 
-void LocalServer::respond(QTcpSocket *socket, const Request &request)
+void LocalServer::send(QTcpSocket *socket, const Reply &reply)
 {
-    const Reply reply = replyTo(request);
-    QByteArray bytes = reply.wire(request.method != "HEAD");
-    if (reply.m_limit >= 0)
-        bytes.truncate(reply.m_limit);
-    if (reply.m_delayMs == 0)
-        send(socket, reply, bytes);
-    else
-        QTimer::singleShot(reply.m_delayMs, socket, [=] { send(socket, reply, bytes); });
-}
-
-void LocalServer::send(QTcpSocket *socket, const Reply &reply, const QByteArray &bytes)
-{
-    if (reply.m_pieceBytes > 0) {
-        sendPieces(socket, reply, bytes);
+    if (!m_exchanges.contains(socket))
         return;
-    }
-    socket->write(bytes);
-    ended(socket, reply);
-}
-
-void LocalServer::sendPieces(QTcpSocket *socket, const Reply &reply, QByteArray rest)
-{
-    socket->write(rest.left(reply.m_pieceBytes));
-    rest.remove(0, reply.m_pieceBytes);
-    if (rest.isEmpty())
-        ended(socket, reply);
-    else
-        QTimer::singleShot(reply.m_pieceMs, socket, [=] { sendPieces(socket, reply, rest); });
-}
-
-void LocalServer::ended(QTcpSocket *socket, const Reply &reply)
-{
+    socket->write(reply.wire());
     if (reply.m_ending == Reply::Ending::Hang)
         return;
     if (reply.m_ending == Reply::Ending::Close) {
@@ -305,6 +214,5 @@ void LocalServer::ended(QTcpSocket *socket, const Reply &reply)
         return;
     }
     m_exchanges[socket].busy = false;
-    if (!m_exchanges[socket].received.isEmpty())
-        QTimer::singleShot(0, socket, [=] { readFrom(socket); });
+    readFrom(socket);
 }

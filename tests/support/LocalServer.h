@@ -15,8 +15,6 @@
 #include <QTcpServer>
 #include <QVector>
 
-#include <functional>
-
 class QTcpSocket;
 
 /// What the server received.
@@ -36,7 +34,7 @@ struct Request
     QByteArray header(const QByteArray &name) const { return headerValues(name).value(0); }
 };
 
-/// What the server sends. Content-Length is added unless the reply is chunked, raw or has one of its own.
+/// What the server sends, with a Content-Length unless it has one of its own.
 class Reply
 {
 public:
@@ -44,11 +42,7 @@ public:
 
     Reply &header(const QByteArray &name, const QByteArray &value);
     Reply &location(const QByteArray &target) { return header("Location", target); }
-    Reply &json(const QByteArray &text) { return header("Content-Type", "application/json").body(text); }
     Reply &body(const QByteArray &bytes);
-    /// Sends exactly \p bytes instead of a reply made of status, headers and body.
-    Reply &raw(const QByteArray &bytes);
-    Reply &chunked();
     /// Waits before the first byte, in milliseconds.
     Reply &delayed(int ms);
     /// Sends nothing and keeps the connection open.
@@ -57,28 +51,19 @@ public:
     Reply &hangAfter(int bytes);
     /// Sends that many bytes of the whole reply, then closes the connection.
     Reply &cutAfter(int bytes);
-    /// Sends \p bytes at a time, one piece every \p ms.
-    Reply &pieces(int bytes, int ms);
-    /// Closes the connection after the reply.
-    Reply &closing();
-
-    /// The bytes on the wire, before any cutting.
-    QByteArray wire(bool withBody = true) const;
 
 private:
     friend class LocalServer;
     enum class Ending { KeepOpen, Hang, Close };
 
+    /// What goes on the wire.
+    QByteArray wire() const;
+
     int m_status;
     QList<QPair<QByteArray, QByteArray>> m_headers;
     QByteArray m_body;
-    QByteArray m_raw;
-    bool m_isRaw = false;
-    bool m_chunked = false;
     int m_delayMs = 0;
     int m_limit = -1;
-    int m_pieceBytes = 0;
-    int m_pieceMs = 0;
     Ending m_ending = Ending::KeepOpen;
 };
 
@@ -99,20 +84,14 @@ public:
     static QSslCertificate certificate();
 
     /// Answers \p target, given with or without its query, whatever the method. Further replies to one target are sent
-    /// in turn, the last one again and again. Anything unknown is answered with 404 and counts as unexpected.
-    void answer(const QByteArray &target, const Reply &reply);
-    void answer(const QByteArray &target, std::function<Reply(const Request &)> reply);
+    /// in turn, the last one again and again. Anything unknown is answered with 404.
+    void answer(const QByteArray &target, const Reply &reply) { m_answers[target].append(reply); }
 
     const QVector<Request> &requests() const { return m_requests; }
-    int unexpected() const { return m_unexpected; }
     /// Requests for \p path, whatever their query.
     int count(const QByteArray &path) const;
     /// The last request for \p path; an empty one when there was none.
     Request lastRequest(const QByteArray &path) const;
-    int connections() const { return m_connections; }
-
-    /// Breaks every open connection, in the middle of whatever it sends.
-    void dropConnections();
 
 protected:
     void incomingConnection(qintptr descriptor) override;
@@ -125,16 +104,11 @@ private:
     };
 
     void readFrom(QTcpSocket *socket);
-    void respond(QTcpSocket *socket, const Request &request);
-    void send(QTcpSocket *socket, const Reply &reply, const QByteArray &bytes);
-    void sendPieces(QTcpSocket *socket, const Reply &reply, QByteArray rest);
-    void ended(QTcpSocket *socket, const Reply &reply);
+    void send(QTcpSocket *socket, const Reply &reply);
     Reply replyTo(const Request &request);
 
     Transport m_transport;
     QHash<QTcpSocket *, Exchange> m_exchanges;
-    QHash<QByteArray, QList<std::function<Reply(const Request &)>>> m_answers;
+    QHash<QByteArray, QList<Reply>> m_answers;
     QVector<Request> m_requests;
-    int m_unexpected = 0;
-    int m_connections = 0;
 };
