@@ -11,15 +11,11 @@ class TestJsonReply : public QObject
 private slots:
     void onlyStrictJsonIsAccepted_data();
     void onlyStrictJsonIsAccepted();
-    void unparsableReplyHasNoProperties();
-    void textsArriveUnchanged_data();
     void textsArriveUnchanged();
     void readersRefuseOtherTypes();
-    void integersStayInRange_data();
     void integersStayInRange();
     void elementsSkipWhatIsNoObject();
     void inheritedMembersAreNotRead();
-    void longListIsReadWhole();
 };
 
 void TestJsonReply::onlyStrictJsonIsAccepted_data()
@@ -27,26 +23,16 @@ void TestJsonReply::onlyStrictJsonIsAccepted_data()
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<bool>("accepted");
     QTest::newRow("object") << QByteArray("{\"a\":1}") << true;
-    QTest::newRow("array") << QByteArray("[]") << true;
     QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf{\"a\":1}") << true;
     QTest::newRow("cut at the zero byte") << QByteArray("{\"a\":1}\0);while(1){}//", 21) << true;
     QTest::newRow("1024 deep") << QByteArray(1024, '[') + QByteArray(1024, ']') << true;
     QTest::newRow("deeper") << QByteArray(1025, '[') + QByteArray(1025, ']') << false;
-    QTest::newRow("100000 open") << QByteArray(100000, '[') << false;
     QTest::newRow("empty") << QByteArray() << false;
-    QTest::newRow("zero byte first") << QByteArray("\0{}", 3) << false;
     QTest::newRow("number") << QByteArray("5") << false;
-    QTest::newRow("text") << QByteArray("\"x\"") << false;
-    QTest::newRow("null") << QByteArray("null") << false;
     QTest::newRow("broken off") << QByteArray("{\"a\":[1,2") << false;
-    QTest::newRow("not UTF-8") << QByteArray("{\"a\":\"\xff\"}") << false;
-    QTest::newRow("raw line feed in a text") << QByteArray("{\"a\":\"x\ny\"}") << false;
-    QTest::newRow("endless program") << QByteArray("(function(){while(1){}}())") << false;
     QTest::newRow("program in an object") << QByteArray("{\"a\":(function(){while(1){}}())}") << false;
     QTest::newRow("program behind an object") << QByteArray("{}),(function(){while(1){}}()") << false;
     QTest::newRow("getter") << QByteArray("{get a(){while(1){}}}") << false;
-    QTest::newRow("comment") << QByteArray("{/**/\"a\":1}") << false;
-    QTest::newRow("page") << QByteArray("<html>Service is down</html>") << false;
 }
 
 void TestJsonReply::onlyStrictJsonIsAccepted()
@@ -59,47 +45,19 @@ void TestJsonReply::onlyStrictJsonIsAccepted()
     QVERIFY(!reply.value().isError());
 }
 
-void TestJsonReply::unparsableReplyHasNoProperties()
-{
-    const JsonReply reply("{\"access_token\":\"x\"");
-    KString token = "before";
-    QVERIFY(!reply.value().property("access_token").isValid());
-    QVERIFY(!JsonReply::text(reply.value(), "access_token", token));
-    QCOMPARE(token.utf8(), "before");
-    QVERIFY(JsonReply::elements(reply.value().property("contents")).empty());
-}
-
-void TestJsonReply::textsArriveUnchanged_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("UTF-8") << QByteArray("Stra\xc3\x9f"
-                                         "e \xf0\x9f\x8d\xb5")
-                           << QString::fromUtf8("Stra\xc3\x9f"
-                                                "e \xf0\x9f\x8d\xb5");
-    QTest::newRow("escapes") << QByteArray("a\\\"b\\\\c\\/d\\n\\u00e9") << QString::fromUtf8("a\"b\\c/d\n\xc3\xa9");
-    QTest::newRow("line separators") << QByteArray("a\xe2\x80\xa8"
-                                                   "b\xe2\x80\xa9"
-                                                   "c")
-                                     << QString("a") + QChar(0x2028) + "b" + QChar(0x2029) + "c";
-    QTest::newRow("looks like a program") << QByteArray("');while(1){}('") << QString("');while(1){}('");
-    QTest::newRow("short escape before the quote") << QByteArray("\\x4") << QString("x4");
-}
-
 void TestJsonReply::textsArriveUnchanged()
 {
-    QFETCH(QByteArray, json);
-    QFETCH(QString, text);
-    const JsonReply reply("{\"path\":\"" + json + "\",\"last\":true}");
+    const JsonReply reply("{\"path\":\"\xc3\x9f\xf0\x9f\x8d\xb5 a\\\"b\\\\c\\/\\n\\u00e9 \xe2\x80\xa8 \xe2\x80\xa9 "
+                          "');while(1){}('\",\"last\":true}");
+    const QString text = QString::fromUtf8("\xc3\x9f\xf0\x9f\x8d\xb5 a\"b\\c/\n\xc3\xa9 \xe2\x80\xa8 \xe2\x80\xa9 "
+                                           "');while(1){}('");
     KString narrow;
     std::wstring wide;
     bool last = false;
-    QVERIFY(JsonReply::text(reply.value(), "path", narrow));
-    QVERIFY(JsonReply::text(reply.value(), "path", wide));
-    QVERIFY(JsonReply::boolean(reply.value(), "last", last));
+    QVERIFY(JsonReply::text(reply.value(), "path", narrow) && JsonReply::text(reply.value(), "path", wide));
     QCOMPARE(QString::fromUtf8(narrow.utf8()), text);
     QCOMPARE(QString::fromStdWString(wide), text);
-    QVERIFY(last);
+    QVERIFY(JsonReply::boolean(reply.value(), "last", last) && last);
 }
 
 void TestJsonReply::readersRefuseOtherTypes()
@@ -122,34 +80,17 @@ void TestJsonReply::readersRefuseOtherTypes()
     QVERIFY(!JsonReply::text(value.property("text"), "length", text));
 }
 
-void TestJsonReply::integersStayInRange_data()
-{
-    constexpr int lowest = std::numeric_limits<int>::min();
-    constexpr int highest = std::numeric_limits<int>::max();
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<int>("number");
-    QTest::newRow("plain") << QByteArray("1000000") << 1000000;
-    QTest::newRow("fraction") << QByteArray("-2.9") << -2;
-    QTest::newRow("last") << QByteArray("2147483647") << highest;
-    QTest::newRow("one more") << QByteArray("2147483648") << highest;
-    QTest::newRow("unsigned") << QByteArray("4294967297") << highest;
-    QTest::newRow("huge") << QByteArray("1e300") << highest;
-    QTest::newRow("huge negative") << QByteArray("-1e300") << lowest;
-}
-
 void TestJsonReply::integersStayInRange()
 {
-    QFETCH(QByteArray, json);
-    QFETCH(int, number);
-    const JsonReply reply("{\"bytes\":" + json + "}");
-    int read = 0;
-    QVERIFY(JsonReply::integer(reply.value(), "bytes", read));
-    QCOMPARE(read, number);
-
-    QScriptEngine engine;
-    QScriptValue object = engine.newObject();
-    object.setProperty("bytes", qQNaN());
-    QVERIFY(!JsonReply::integer(object, "bytes", read));
+    constexpr int highest = std::numeric_limits<int>::max();
+    const std::map<QByteArray, int> numbers = {{"1000000", 1000000},    {"-2.9", -2},
+                                               {"2147483647", highest}, {"4294967297", highest},
+                                               {"1e300", highest},      {"-1e300", std::numeric_limits<int>::min()}};
+    for (const auto &[json, number] : numbers) {
+        const JsonReply reply("{\"bytes\":" + json + "}");
+        int read = 0;
+        QVERIFY2(JsonReply::integer(reply.value(), "bytes", read) && read == number, json);
+    }
 }
 
 void TestJsonReply::elementsSkipWhatIsNoObject()
@@ -181,19 +122,6 @@ void TestJsonReply::inheritedMembersAreNotRead()
 
     const JsonReply list("[{\"__proto__\":null},{\"toString\":5,\"valueOf\":5,\"__defineGetter__\":1}]");
     QCOMPARE(JsonReply::elements(list.value()).size(), std::size_t(2));
-}
-
-void TestJsonReply::longListIsReadWhole()
-{
-    QByteArray body = "{\"contents\":[";
-    for (int entry = 0; entry < 25000; ++entry)
-        body += (entry ? ",{\"rev\":\"" : "{\"rev\":\"") + QByteArray::number(entry) + "\"}";
-    const JsonReply reply(body + "]}");
-    const std::vector<QScriptValue> elements = JsonReply::elements(reply.value().property("contents"));
-    QCOMPARE(elements.size(), std::size_t(25000));
-    KString last;
-    QVERIFY(JsonReply::text(elements.back(), "rev", last));
-    QCOMPARE(last.utf8(), "24999");
 }
 
 QTEST_GUILESS_MAIN(TestJsonReply)
