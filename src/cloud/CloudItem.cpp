@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QStyle>
 
+#include <memory>
+
 namespace ICloudPortalApi {
 
 namespace {
@@ -16,16 +18,16 @@ struct StandardIcons
     QIcon file;
 };
 
+std::unique_ptr<StandardIcons> icons;
+
 const StandardIcons &standardIcons()
 {
-    static StandardIcons icons;
     QStyle *style = QApplication::style();
-    if (icons.style != style) {
-        icons.style = style;
-        icons.folder = style->standardIcon(QStyle::SP_DirIcon);
-        icons.file = style->standardIcon(QStyle::SP_FileIcon);
+    if (!icons || icons->style != style) {
+        icons = std::make_unique<StandardIcons>(
+            StandardIcons{style, style->standardIcon(QStyle::SP_DirIcon), style->standardIcon(QStyle::SP_FileIcon)});
     }
-    return icons;
+    return *icons;
 }
 
 } // namespace
@@ -57,6 +59,11 @@ ICloudItem::~ICloudItem()
 QIcon ICloudItem::GetItemIcon()
 {
     return IsFolder() ? standardIcons().folder : standardIcons().file;
+}
+
+void ICloudItem::ReleaseStandardIcons()
+{
+    icons.reset();
 }
 
 void ICloudItem::SetFolderAction(QAction *action)

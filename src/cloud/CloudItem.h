@@ -54,8 +54,10 @@ public:
     virtual KString GetUniqueID() = 0;
     virtual bool IsDownloadable() = 0;
     virtual bool IsFolder() = 0;
-    /// The style's standard folder or file icon, asked of the style once per process and style.
+    /// The style's standard folder or file icon, which is asked of a style once.
     virtual QIcon GetItemIcon();
+    /// Forgets the icons of the style; they are asked for again when an item needs one.
+    static void ReleaseStandardIcons();
     /// Sub-folder below the portal's download folder, empty or beginning with "/", no separator at its end.
     virtual KString GetImportPathFolder() = 0;
     /// The local name of the downloaded file.

@@ -40,7 +40,7 @@ public:
     void AddPortalTabPage();
     /// Brings the page's log-in button and exporter list up to date. May spin the event loop.
     void ShowCloudBrowserWindow();
-    /// Each of these asks the portal under the host's wait cursor and may spin the event loop.
+    /// Each of these asks the portal, the first two under the host's wait cursor, and may spin the event loop.
     bool isUserLoggedIn();
     bool login();
     bool logout();

@@ -56,6 +56,7 @@ Portal_CloudBrowserDockWidget::~Portal_CloudBrowserDockWidget()
 {
     IgnoreTabChanges();
     m_restoring = true;
+    ICloudPortalApi::ICloudItem::ReleaseStandardIcons();
 }
 
 void Portal_CloudBrowserDockWidget::AddPortalTab(Portal_CloudBrowser *browser, Portal_CloudBrowserWindows *window,
