@@ -126,6 +126,7 @@ void TestSimpleHttpServer::codeIsHandedOverAndAnswered()
     m_host.setText("kCloudPortalLoginDone", "F\xc3\xa4rdig");
     Receiver receiver;
     const auto server = listening(receiver);
+    QCOMPARE(server->serverAddress(), QHostAddress(QHostAddress::LocalHost));
     Browser browser(*server);
     browser.send("GET " + redirectPath + query + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
     const QByteArray answer = browser.answer();
