@@ -1,14 +1,11 @@
 // kelda/ModelFiles.h
 //
-// Small model files that the host's tests write into their own folders.
+// Small model files that the host's tests write into their own folders, and the tables of text that they run through.
 
 #pragma once
 
-#include <QByteArray>
-#include <QColor>
-#include <QDir>
-#include <QFile>
-#include <QImage>
+#include <QtGui>
+#include <QtTest>
 
 namespace ModelFiles {
 
@@ -22,11 +19,10 @@ inline QString write(const QString &path, const QByteArray &content)
 }
 
 /// A box from (0,0,0) to (1,2,3) of six quadrangles that share eight points.
-inline QByteArray box(const QByteArray &head = QByteArray())
+inline QByteArray box()
 {
-    return head + "o box\n"
-                  "v 0 0 0\nv 1 0 0\nv 1 2 0\nv 0 2 0\nv 0 0 3\nv 1 0 3\nv 1 2 3\nv 0 2 3\n"
-                  "f 1 4 3 2\nf 5 6 7 8\nf 1 2 6 5\nf 3 4 8 7\nf 1 5 8 4\nf 2 3 7 6\n";
+    return "o box\nv 0 0 0\nv 1 0 0\nv 1 2 0\nv 0 2 0\nv 0 0 3\nv 1 0 3\nv 1 2 3\nv 0 2 3\n"
+           "f 1 4 3 2\nf 5 6 7 8\nf 1 2 6 5\nf 3 4 8 7\nf 1 5 8 4\nf 2 3 7 6\n";
 }
 
 /// A square of two triangles facing +z with texture coordinates, and the material file that names \p texture.
@@ -38,16 +34,27 @@ inline QString writeTexturedSquare(const QString &folder, const QByteArray &text
                                          "f 1/1 2/2 3/3\nf 1/1 3/3 4/4\n");
 }
 
-/// Left half \p left, right half \p right.
-inline void writeImage(const QString &path, const QColor &left, const QColor &right)
+/// "paint.png": the left half red, the right half blue.
+inline void writePaint(const QString &folder)
 {
     QImage image(8, 8, QImage::Format_RGB32);
-    for (int x = 0; x < 8; ++x) {
-        for (int y = 0; y < 8; ++y)
-            image.setPixelColor(x, y, x < 4 ? left : right);
+    for (int at = 0; at < 64; ++at)
+        image.setPixelColor(at % 8, at / 8, at % 8 < 4 ? Qt::red : Qt::blue);
+    if (!image.save(folder + "/paint.png"))
+        qFatal("cannot write into %s", qPrintable(folder));
+}
+
+/// Fills a test's table: columns of text, of which the first also names the row.
+inline void addRows(std::initializer_list<const char *> columns,
+                    std::initializer_list<std::initializer_list<const char *>> rows)
+{
+    for (const char *column : columns)
+        QTest::addColumn<QString>(column);
+    for (const auto &row : rows) {
+        QTestData &data = QTest::newRow(*row.begin());
+        for (const char *text : row)
+            data << QString::fromUtf8(text);
     }
-    if (!image.save(path))
-        qFatal("cannot write %s", qPrintable(path));
 }
 
 } // namespace ModelFiles
