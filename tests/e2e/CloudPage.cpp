@@ -219,6 +219,12 @@ bool CloudPage::import()
     return m_driver.click(m_driver.find(QStringLiteral("CloudImportButton"), page()));
 }
 
+bool CloudPage::importByDoubleClick(const QString &name)
+{
+    QPoint at;
+    return pointTo(name, &at) && m_driver.doubleClick(list()->viewport(), at);
+}
+
 bool CloudPage::setShowOptions(bool on)
 {
     QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());

@@ -47,6 +47,7 @@ public:
     bool canImport() const;
     /// Clicks Import; returns when the flow has ended.
     bool import();
+    bool importByDoubleClick(const QString &name);
     bool setShowOptions(bool on);
 
 private:

@@ -29,6 +29,7 @@ private slots:
 
     void importsWhatIsOnTheDisk_data();
     void importsWhatIsOnTheDisk();
+    void redirectedDownloadKeepsTheTokenToItself();
     void showsFoldersAsTheyAre();
     void deniedSignInLeavesTheUserOut();
     void logoutForgetsTheSession();
@@ -139,6 +140,23 @@ void TestE2E::importsWhatIsOnTheDisk()
     QCOMPARE(m_driver->takeMessages(), QStringList());
 }
 
+void TestE2E::redirectedDownloadKeepsTheTokenToItself()
+{
+    CloudProcess cloud;
+    const QStringList rules{"api-content.dropbox.com /1/files/* signed-redirect"};
+    QVERIFY2(cloud.start({m_folder.filePath("cloud"), rules, 0}), qPrintable(cloud.error()));
+    QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+
+    QCOMPARE(triangles(), 12);
+    const auto requests = cloud.requests();
+    QCOMPARE(requests.back().host, QStringLiteral("dl.dropboxusercontent.com"));
+    QCOMPARE(requests.back().status, 200);
+    QVERIFY(!requests.back().headers.contains(QLatin1String("Authorization")));
+    const auto first = requests[requests.size() - 2];
+    QCOMPARE(first.status, 302);
+    QVERIFY(first.headers.contains(QLatin1String("Authorization")));
+}
+
 void TestE2E::showsFoldersAsTheyAre()
 {
     QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
@@ -228,7 +246,7 @@ void TestE2E::closedDockComesBack()
     QVERIFY2(m_page->closeDock(), qPrintable(m_driver->error()));
     QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
     QVERIFY(m_page->isSignedIn());
-    QVERIFY2(m_page->select("two words.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->importByDoubleClick("two words.obj"), qPrintable(m_driver->error()));
     QCOMPARE(triangles(), 8);
 }
 
@@ -273,6 +291,7 @@ void TestE2E::brokenTransferImportsNothing()
     QVERIFY2(cloud.start({m_folder.filePath("cloud"), {rule}, 0}), qPrintable(cloud.error()));
     QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("big.obj"), qPrintable(m_driver->error()));
 
+    m_driver->takeHostMessages();
     qint64 arrived = 0;
     QTimer executioner;
     connect(&executioner, &QTimer::timeout, &executioner, [&] {
@@ -289,6 +308,9 @@ void TestE2E::brokenTransferImportsNothing()
     QVERIFY(!killed || (arrived > 0 && arrived < QFileInfo(remote("e2e/big.obj")).size()));
 
     QCOMPARE(m_driver->takeMessages().size(), 1);
+    for (const QString &message : m_driver->takeHostMessages())
+        QVERIFY2(message.startsWith(QLatin1String("error: Sorry but we were not able to connect")),
+                 qPrintable(message));
     QCOMPARE(triangles(), 0);
     QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
     if (killed)
