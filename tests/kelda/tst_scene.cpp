@@ -27,7 +27,6 @@ private slots:
     void hostileFileIsOneError_data();
     void hostileFileIsOneError();
     void longReadingIsGivenUp();
-    void referencesStayBesideTheModel_data();
     void referencesStayBesideTheModel();
     void missingTextureIsAWarning();
     void commands_data();
@@ -152,6 +151,7 @@ void TestScene::hostileFileIsOneError_data()
     row("empty", "a.obj", "");
     row("index out of range", "a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 999999\n");
     row("not a number", "a.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    row("infinite", "a.obj", "v inf 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
     row("points only", "a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\np 1\np 2\n");
     row("four thousand million points", "a.ply",
         "ply\nformat binary_little_endian 1.0\nelement vertex 4000000000\nproperty float x\nproperty float y\n"
@@ -167,6 +167,7 @@ void TestScene::hostileFileIsOneError_data()
         R"("scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],"meshes":[{"primitives":[{"attributes":{"POSITION":0}}]}],)"
         R"("bufferViews":[{"buffer":0,"byteLength":36}],)"
         R"("accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"}]})");
+    row("xml without an end", "a.dae", "<?xml version=\"1.0\"?><COLLADA><library_geometries><geometry>");
     row("no kind at all", "a.bin", "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10\x11");
 }
 
@@ -199,32 +200,18 @@ void TestScene::longReadingIsGivenUp()
     QCOMPARE(m_host->import(file), file);
 }
 
-void TestScene::referencesStayBesideTheModel_data()
-{
-    ModelFiles::addRows({"reference", "expected"}, {
-                                                       {"skin.png", "model/skin.png"},
-                                                       {"maps/wood.png", "model/maps/wood.png"},
-                                                       {"maps\\wood.png", "model/maps/wood.png"},
-                                                       {"C:\\art\\skin.png", "model/skin.png"},
-                                                       {"/art/skin.png", "model/skin.png"},
-                                                       {"../skin.png", "model/skin.png"},
-                                                       {"../secret.png", ""},
-                                                       {"maps/../../secret.png", ""},
-                                                       {"maps", ""},
-                                                       {"pipe", ""},
-                                                       {"", ""},
-                                                   });
-}
-
 void TestScene::referencesStayBesideTheModel()
 {
-    QFETCH(QString, reference);
-    QFETCH(QString, expected);
     for (const char *name : {"model/skin.png", "model/maps/wood.png", "secret.png"})
         ModelFiles::write(path(name), "x");
     QCOMPARE(mkfifo(QFile::encodeName(path("model/pipe")).constData(), 0600), 0);
     const ModelFolder folder(path("model/cup.obj"), path("model/cup.obj"));
-    QCOMPARE(folder.resolve(reference), expected.isEmpty() ? QString() : path(expected));
+    for (const char *skin : {"skin.png", "C:\\art\\skin.png", "/art/skin.png", "../skin.png"})
+        QCOMPARE(folder.resolve(skin), path("model/skin.png"));
+    for (const char *wood : {"maps/wood.png", "maps\\wood.png"})
+        QCOMPARE(folder.resolve(wood), path("model/maps/wood.png"));
+    for (const char *refused : {"../secret.png", "maps/../../secret.png", "maps", "pipe", ""})
+        QCOMPARE(folder.resolve(refused), QString());
 }
 
 void TestScene::missingTextureIsAWarning()
