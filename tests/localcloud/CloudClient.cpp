@@ -1,40 +1,30 @@
 #include "CloudClient.h"
 #include <QDir>
 #include <QEventLoop>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QNetworkProxy>
 #include <QSslConfiguration>
 #include <QTest>
 
-QByteArray CloudReply::header(const QByteArray &name) const
+CloudClient::CloudClient(quint16 port, const QSslCertificate &authority)
+    : m_tls(QSslConfiguration::defaultConfiguration())
 {
-    for (const auto &entry : headers) {
-        if (entry.first.toLower() == name.toLower())
-            return entry.second;
-    }
-    return {};
+    m_manager.setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", port));
+    m_tls.setCaCertificates({authority});
 }
 
-QJsonObject CloudReply::json() const
+CloudClient::CloudClient(const LocalCloud &cloud, const QString &token)
+    : CloudClient(cloud.port(), cloud.caCertificate())
 {
-    return QJsonDocument::fromJson(body).object();
-}
-
-CloudClient::CloudClient(const LocalCloud &cloud) : m_authority(cloud.caCertificate())
-{
-    m_manager.setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), cloud.port()));
+    if (!token.isEmpty())
+        setToken(token);
 }
 
 CloudReply CloudClient::send(const QByteArray &method, const QString &url, const QByteArray &body, int timeoutMs)
 {
     QNetworkRequest request((QUrl(url)));
-    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    tls.setCaCertificates(m_trusted ? QList<QSslCertificate>{m_authority} : QList<QSslCertificate>{});
-    request.setSslConfiguration(tls);
+    request.setSslConfiguration(m_tls);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    request.setHeader(QNetworkRequest::ContentTypeHeader, "application/octet-stream");
     for (auto it = m_headers.begin(); it != m_headers.end(); ++it)
         request.setRawHeader(it.key(), it.value());
     // A custom verb "HEAD" would wait for the body that Content-Length announces.
@@ -44,8 +34,14 @@ CloudReply CloudClient::send(const QByteArray &method, const QString &url, const
     QObject::connect(reply.data(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(timeoutMs, reply.data(), &QNetworkReply::abort);
     loop.exec();
-    return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-            reply->isOpen() ? reply->readAll() : QByteArray(), reply->rawHeaderPairs(), reply->error()};
+    CloudReply result;
+    result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    result.body = reply->isOpen() ? reply->readAll() : QByteArray();
+    result.json = QJsonDocument::fromJson(result.body).object();
+    for (const auto &header : reply->rawHeaderPairs())
+        result.headers.insert(header.first, header.second);
+    result.error = reply->error();
+    return result;
 }
 
 QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const QByteArray &last)
@@ -54,24 +50,28 @@ QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const Q
     socket.connectToHost(QHostAddress::LocalHost, cloud.port());
     socket.write(bytes);
     QByteArray received;
-    [[maybe_unused]] const bool ended = QTest::qWaitFor(
-        [&] {
-            received += socket.readAll();
-            return socket.state() == QAbstractSocket::UnconnectedState || received.endsWith(last);
-        },
-        2000);
+    const auto ended = [&] {
+        received += socket.readAll();
+        return socket.state() == QAbstractSocket::UnconnectedState || received.endsWith(last);
+    };
+    (void)QTest::qWaitFor(ended, 2000);
     return received;
 }
 
 bool writeFile(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
-    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
-           file.write(bytes) == bytes.size();
+    QDir().mkpath(QFileInfo(path).path());
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 QByteArray readFile(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool isPrivate(const QString &path)
+{
+    return QFile::exists(path) && !(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther));
 }

@@ -14,34 +14,32 @@ struct CloudReply
 {
     int status = 0;
     QByteArray body;
-    QList<QNetworkReply::RawHeaderPair> headers;
+    QJsonObject json;
+    QMap<QByteArray, QByteArray> headers;
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
-
-    QByteArray header(const QByteArray &name) const;
-    QJsonObject json() const;
 };
 
-/// Sends every request through the cloud's proxy, follows no redirect, and verifies its certificates against the
-/// cloud's authority.
+/// Sends every request through a cloud's proxy, follows no redirect, and trusts one certificate authority.
 class CloudClient
 {
 public:
-    explicit CloudClient(const LocalCloud &cloud);
+    CloudClient(quint16 port, const QSslCertificate &authority);
+    /// Trusts the cloud's own authority. A \p token signs the client in.
+    explicit CloudClient(const LocalCloud &cloud, const QString &token = {});
 
     /// Adds a header to all following requests.
     void setHeader(const QByteArray &name, const QByteArray &value) { m_headers.insert(name, value); }
-    /// Whether the cloud's authority is trusted; it is at first.
-    void trustAuthority(bool trusted) { m_trusted = trusted; }
+    void setToken(const QString &token) { setHeader("Authorization", "Bearer " + token.toLatin1()); }
 
-    /// Waits in a nested event loop, at most \p timeoutMs; then the reply's error is OperationCanceledError.
+    /// Waits in a nested event loop, at most \p timeoutMs; then the reply's error is
+    /// OperationCanceledError.
     CloudReply send(const QByteArray &method, const QString &url, const QByteArray &body = {}, int timeoutMs = 10000);
     CloudReply get(const QString &url) { return send("GET", url); }
 
 private:
     QNetworkAccessManager m_manager;
-    QSslCertificate m_authority;
-    QMap<QByteArray, QByteArray> m_headers;
-    bool m_trusted = true;
+    QSslConfiguration m_tls;
+    QMap<QByteArray, QByteArray> m_headers{{"Content-Type", "application/octet-stream"}};
 };
 
 /// Writes \p bytes to the cloud and returns what came back once it ends with \p last or the cloud closes; what had come
@@ -51,3 +49,5 @@ QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const Q
 /// Writes a file and the folders above it.
 bool writeFile(const QString &path, const QByteArray &bytes);
 QByteArray readFile(const QString &path);
+/// Whether nobody but its owner may read the file; false when there is none.
+bool isPrivate(const QString &path);

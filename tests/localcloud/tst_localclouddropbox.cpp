@@ -1,301 +1,273 @@
-#include "DropboxFixture.h"
+#include "CloudClient.h"
 #include <QDir>
 #include <QJsonArray>
 #include <QTest>
+#include <QUrlQuery>
 
 namespace {
 
-const QString kApi = QStringLiteral("https://api.dropbox.com");
-const QString kContent = QStringLiteral("https://api-content.dropbox.com");
+const QString kAuthorize = QStringLiteral("https://www.dropbox.com/1/oauth2/authorize");
+const QString kReturn = QStringLiteral("http://localhost:8080/crvn/kelda/oauth/dropbox/redirect");
+const QString kApi = QStringLiteral("https://api.dropbox.com/1");
+/// Without the code.
+const QString kExchange =
+    kApi + "/oauth2/token?grant_type=authorization_code&client_id=app&client_secret=s&redirect_uri=" + kReturn +
+    "&code=";
+const QString kListing = kApi + "/metadata/dropbox";
+const QString kFiles = QStringLiteral("https://api-content.dropbox.com/1/files/dropbox");
+const QString kUpload = QStringLiteral("https://api-content.dropbox.com/1/files_put/dropbox");
 
-QStringList namesIn(const QJsonObject &listing)
+QStringList pathsIn(const CloudReply &listing)
 {
     QStringList paths;
-    for (const QJsonValue &entry : listing.value("contents").toArray())
-        paths.append(entry.toObject().value("path").toString());
+    for (const QJsonValue &entry : listing.json["contents"].toArray())
+        paths.append(entry["path"].toString());
     return paths;
 }
 
 } // namespace
 
-class TestLocalCloudDropbox : public QObject, private DropboxFixture
+class TestLocalCloudDropbox : public QObject
 {
     Q_OBJECT
 private slots:
-    void init() { setUp(); }
-    void cleanup() { tearDown(); }
+    void init() { start(std::make_shared<QTemporaryDir>()); }
 
-    void listsFolders();
-    void revisionFollowsTheContent();
-    void refusesListings_data();
-    void refusesListings();
-    void keepsInsideItsFolder_data();
-    void keepsInsideItsFolder();
+    void signsInThroughTheForm()
+    {
+        CloudClient client(*m_cloud);
+        const QByteArray form = "client_id=app&response_type=code&redirect_uri=" + QUrl::toPercentEncoding(kReturn);
+        const QByteArray page = client.get(kAuthorize + '?' + form).body;
+        QVERIFY2(page.contains("id=\"allow\"") && page.contains("id=\"deny\""), page);
+        client.setHeader("Content-Type", "application/x-www-form-urlencoded");
+        for (const char *decision : {"deny", "", "Allow"}) {
+            const QByteArray to = client.send("POST", kAuthorize, form + "&decision=" + decision).headers["Location"];
+            QVERIFY2(to.startsWith(kReturn.toUtf8() + "?error=access_denied") && !to.contains("code="), to);
+        }
+        const CloudReply allowed = client.send("POST", kAuthorize, form + "&state=a%26b&decision=allow");
+        const QUrl location(allowed.headers["Location"]);
+        QCOMPARE(location.toString(QUrl::RemoveQuery), kReturn);
+        QCOMPARE(QUrlQuery(location).queryItemValue("state", QUrl::FullyDecoded), QString("a&b"));
 
-    void downloadsFilesAndRanges();
-    void oneTimeAddressWorksOnce();
-    void storesUploads_data();
-    void storesUploads();
-    void refusesUploads_data();
-    void refusesUploads();
-    void failedUploadLeavesNothingBehind();
-};
+        const QString exchange = kExchange + QUrlQuery(location).queryItemValue("code");
+        const CloudReply token = client.send("POST", exchange);
+        QVERIFY2(token.json["token_type"] == "bearer" && token.json["uid"].isString(), token.body);
+        client.setToken(token.json["access_token"].toString());
+        QCOMPARE(client.get(kApi + "/account/info/").json["display_name"].toString(), QString("Robin Example"));
+        QCOMPARE(client.send("POST", exchange).status, 400);
+    }
 
-void TestLocalCloudDropbox::listsFolders()
-{
-    QVERIFY(writeFile(file("b #?% ü/in.obj"), "x"));
-    QVERIFY(writeFile(file("a.obj"), QByteArray(2048, 'x')));
-    QFile stamped(file("a.obj"));
-    QVERIFY(stamped.open(QIODevice::ReadWrite));
-    QVERIFY(stamped.setFileTime(QDateTime({2024, 11, 20}, {12, 34, 56}, Qt::UTC), QFileDevice::FileModificationTime));
-    stamped.close();
+    void refusesFaultyAuthorizeRequests()
+    {
+        const QString good = "client_id=app&response_type=code&redirect_uri=";
+        const QString script = "%22%3E%3Cscript%3E";
+        const QByteArray page = m_client->get(kAuthorize + "?state=" + script + '&' + good + kReturn + script).body;
+        QVERIFY2(page.contains("allow") && page.contains("&lt;script&gt;") && !page.contains("<script"), page);
+        for (const QString &query :
+             {"response_type=code&redirect_uri=" + kReturn, "client_id=app&response_type=token&redirect_uri=" + kReturn,
+              good, good + "http://example.com/localhost" + script, good + "http://localhost.example.com/",
+              good + "http://localhost@example.com/", good + "javascript://localhost/%250Aalert(1)"}) {
+            const CloudReply refused = m_client->get(kAuthorize + '?' + query);
+            QVERIFY2(refused.status == 400 && !refused.body.contains("id=\"allow\""), qPrintable(query));
+            QVERIFY2(!refused.body.contains("<script"), refused.body);
+            const CloudReply posted = m_client->send("POST", kAuthorize, query.toUtf8() + "&decision=allow");
+            QVERIFY2(posted.status == 400 && !posted.headers.contains("Location"), qPrintable(query));
+        }
+    }
 
-    const CloudReply root = m_client->get(kApi + "/1/metadata/dropbox/?file_limit=10000&list=true");
-    QCOMPARE(root.status, 200);
-    QCOMPARE(root.header("Content-Type"), QByteArray("application/json"));
-    QCOMPARE(root.json().value("path").toString(), QString("/"));
-    QVERIFY(root.json().value("is_dir").toBool());
-    QCOMPARE(namesIn(root.json()), (QStringList{"/a.obj", "/b #?% ü"}));
-    const QJsonObject entry = root.json().value("contents").toArray().first().toObject();
-    QCOMPARE(entry.value("bytes").toInt(), 2048);
-    QCOMPARE(entry.value("size").toString(), QString("2.0 KB"));
-    QCOMPARE(entry.value("modified").toString(), QString("Wed, 20 Nov 2024 12:34:56 +0000"));
-    QCOMPARE(entry.value("root").toString(), QString("dropbox"));
-    QVERIFY(entry.value("is_dir").isBool() && !entry.value("is_dir").toBool());
-    QVERIFY(entry.value("mime_type").isString() && entry.value("rev").isString() && entry.value("revision").isDouble());
+    void exchangesACodeOnlyForItsOwner()
+    {
+        for (const QStringList &row : {
+                 // replaced in a good request, by what, the error
+                 QStringList{kReturn, QUrl::toPercentEncoding(kReturn), ""},
+                 {"id=app", "id=other", "invalid_grant"},
+                 {kReturn, kReturn + "/x", "invalid_grant"},
+                 {"code=", "code=x", "invalid_grant"},
+                 {"client_secret=s", "", "invalid_client"},
+                 {"authorization_code", "password", "unsupported_grant_type"},
+             }) {
+            QString url = kExchange + m_cloud->issueDropboxCode("app", kReturn);
+            const CloudReply reply = m_client->send("POST", url.replace(row[0], row[1]));
+            QCOMPARE(reply.json["error"].toString(), row[2]);
+            QCOMPARE(reply.status, row[2].isEmpty() ? 200 : 400);
+            QCOMPARE(reply.json.contains("access_token"), row[2].isEmpty());
+        }
+    }
 
-    const QString folder = kApi + "/1/metadata/dropbox//b%20%23%3F%25%20%C3%BC";
-    QCOMPARE(namesIn(m_client->get(folder).json()), QStringList{"/b #?% ü/in.obj"});
-    QVERIFY(!m_client->get(folder + "?list=false").json().contains("contents"));
-    QVERIFY(!m_client->get(folder + "//in.obj").json().contains("contents"));
-    QCOMPARE(m_client->get(folder + "?hash=" + m_client->get(folder).json().value("hash").toString()).status, 304);
-}
+    void knowsItsTokensAfterARestart()
+    {
+        const QString token = m_cloud->issueDropboxToken();
+        m_cloud.reset();
+        start(m_data);
+        m_client->setToken(token);
+        QCOMPARE(m_client->get(kApi + "/account/info/").status, 200);
+        const QString stored = m_data->filePath(".localcloud/dropbox-tokens.json");
+        QVERIFY(isPrivate(stored));
+        m_cloud->revokeDropboxTokens();
+        QCOMPARE(m_client->get(kApi + "/account/info/").status, 401);
+        QVERIFY(!readFile(stored).contains(token.toUtf8()));
+    }
 
-void TestLocalCloudDropbox::revisionFollowsTheContent()
-{
-    const auto revision = [&] {
-        return m_client->get(kApi + "/1/metadata/dropbox/d/a.obj").json().value("rev").toString();
-    };
-    const auto folder = [&] { return m_client->get(kApi + "/1/metadata/dropbox/d").json(); };
-    QVERIFY(writeFile(file("d/a.obj"), "one"));
-    const QString before = revision();
-    const QJsonObject folderBefore = folder();
-    QCOMPARE(revision(), before);
-    QVERIFY(writeFile(file("d/a.obj"), "other"));
-    QVERIFY(revision() != before);
-    QCOMPARE(folder().value("rev"), folderBefore.value("rev"));
-    QVERIFY(folder().value("hash") != folderBefore.value("hash"));
-}
+    void listsFolders()
+    {
+        QVERIFY(writeFile(file("b #?% ü/in.obj"), "x") && writeFile(file("a.obj"), QByteArray(2048, 'x')));
+        const CloudReply root = m_client->get(kListing + "/?file_limit=10000&list=true");
+        QCOMPARE(root.headers["Content-Type"], QByteArray("application/json"));
+        QVERIFY(root.json["path"] == "/" && root.json["is_dir"].toBool());
+        QCOMPARE(pathsIn(root), (QStringList{"/a.obj", "/b #?% ü"}));
+        const QJsonObject entry = root.json["contents"][0].toObject();
+        QVERIFY(entry["bytes"] == 2048 && entry["size"] == "2.0 KB" && entry["is_dir"] == false);
+        QVERIFY(entry["root"] == "dropbox" && entry["mime_type"].isString() && entry["revision"].isDouble());
+        const QString modified = entry["modified"].toString();
+        QVERIFY(QDateTime::fromString(modified, Qt::RFC2822Date).isValid() && modified.endsWith(" +0000"));
 
-void TestLocalCloudDropbox::refusesListings_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("status");
-    QTest::newRow("unknown") << "/1/metadata/dropbox/none" << 404;
-    QTest::newRow("at the limit") << "/1/metadata/dropbox/?file_limit=3" << 200;
-    QTest::newRow("too many entries") << "/1/metadata/dropbox/?file_limit=2" << 406;
-    QTest::newRow("too many, not listed") << "/1/metadata/dropbox/?file_limit=2&list=false" << 200;
-    QTest::newRow("limit zero") << "/1/metadata/dropbox/?file_limit=0" << 400;
-    QTest::newRow("limit no number") << "/1/metadata/dropbox/?file_limit=x" << 400;
-    QTest::newRow("limit too large") << "/1/metadata/dropbox/?file_limit=25001" << 400;
-    QTest::newRow("other root") << "/1/metadata/sandbox/" << 404;
-    QTest::newRow("content call") << "/1/files/dropbox/a" << 404;
-    QTest::newRow("other method") << "/1/oauth2/token" << 405;
-}
+        const QString folder = kListing + "//b%20%23%3F%25%20%C3%BC";
+        const CloudReply listing = m_client->get(folder);
+        QCOMPARE(pathsIn(listing), QStringList{"/b #?% ü/in.obj"});
+        for (const char *unlisted : {"?list=false", "//in.obj"})
+            QVERIFY(!m_client->get(folder + unlisted).json.contains("contents"));
+        const QString sameHash = "?hash=" + listing.json["hash"].toString();
+        QCOMPARE(m_client->get(folder + sameHash).status, 304);
+        QVERIFY(writeFile(file("b #?% ü/in.obj"), "other"));
+        const CloudReply changed = m_client->get(folder + sameHash);
+        QVERIFY(changed.json["contents"][0]["rev"].toString() != listing.json["contents"][0]["rev"].toString());
+    }
 
-void TestLocalCloudDropbox::refusesListings()
-{
-    QFETCH(QString, path);
-    for (const char *name : {"a", "b", "c"})
-        QVERIFY(writeFile(file(name), "x"));
-    const CloudReply reply = m_client->get(kApi + path);
-    QTEST(reply.status, "status");
-    QCOMPARE(reply.json().contains("error"), reply.status != 200);
-    QCOMPARE(CloudClient(*m_cloud).get(kApi + path).status, path.contains("metadata/dropbox") ? 401 : reply.status);
-}
+    void refusesRequests()
+    {
+        QVERIFY(writeFile(file("a"), "x") && writeFile(file("b"), "x") && writeFile(file("c"), "x"));
+        const QMap<QString, int> statuses{
+            {kListing + "/none", 404},
+            {kListing + "/?file_limit=3", 200},
+            {kListing + "/?file_limit=2", 406},
+            {kListing + "/?file_limit=0", 400},
+            {kListing + "/?file_limit=25001", 400},
+            {kApi + "/metadata/sandbox/", 404},
+            {kApi + "/oauth2/token", 405},
+            {kFiles + "/", 404},
+        };
+        for (const QString &url : statuses.keys()) {
+            const CloudReply reply = m_client->get(url);
+            QVERIFY2(reply.status == statuses[url], qPrintable(url));
+            QCOMPARE(reply.json.contains("error"), reply.status != 200);
+            QCOMPARE(CloudClient(*m_cloud).get(url).status, url.contains("/dropbox/") ? 401 : reply.status);
+        }
+    }
 
-void TestLocalCloudDropbox::keepsInsideItsFolder_data()
-{
-    QTest::addColumn<QByteArray>("path");
-    QTest::newRow("up") << QByteArray("/../secret.txt");
-    QTest::newRow("up from a folder") << QByteArray("/sub/../../secret.txt");
-    QTest::newRow("escaped dots") << QByteArray("/%2e%2e/secret.txt");
-    QTest::newRow("escaped slash") << QByteArray("/sub/..%2F..%2Fsecret.txt");
-    QTest::newRow("link to a file") << QByteArray("/link.txt");
-    QTest::newRow("through a linked folder") << QByteArray("/outside/secret.txt");
-    QTest::newRow("new file in a linked folder") << QByteArray("/outside/new/file.txt");
-}
+    void keepsInsideItsFolder()
+    {
+        const QString secret = m_data->filePath("secret.txt");
+        QVERIFY(writeFile(secret, "secret") && writeFile(file("sub/in.txt"), "in"));
+        QVERIFY(QFile::link(m_data->path(), file("outside")) && QFile::link(secret, file("link.txt")));
+        QVERIFY(QFile::link(file("sub"), file("inside")));
+        for (const char *path :
+             {"/../secret.txt", "/sub/../../secret.txt", "/%2e%2e/secret.txt", "/sub/..%2F..%2Fsecret.txt", "/link.txt",
+              "/outside/secret.txt", "/outside/new/file.txt"}) {
+            QVERIFY2(raw("GET", kListing + path).startsWith("HTTP/1.1 40"), path);
+            QVERIFY2(raw("GET", kFiles + path).startsWith("HTTP/1.1 40"), path);
+            raw("PUT", kUpload + path, "Content-Length: 3\r\n\r\nbad");
+            QVERIFY2(readFile(secret) == "secret" && !QFile::exists(m_data->filePath("new")), path);
+        }
+        const QStringList paths = pathsIn(m_client->get(kListing + "/"));
+        QVERIFY(paths.contains("/inside") && !paths.contains("/outside"));
+    }
 
-void TestLocalCloudDropbox::keepsInsideItsFolder()
-{
-    QFETCH(QByteArray, path);
-    QVERIFY(writeFile(m_data->filePath("secret.txt"), "secret"));
-    QVERIFY(writeFile(file("sub/in.txt"), "in"));
-    QVERIFY(QFile::link(m_data->path(), file("outside")));
-    QVERIFY(QFile::link(m_data->filePath("secret.txt"), file("link.txt")));
-    QVERIFY(QFile::link(file("sub"), file("inside")));
+    void downloadsFilesAndRanges()
+    {
+        const QByteArray content = QByteArray("0123456789a").repeated(250000);
+        QVERIFY(writeFile(file("Maß 100%.obj"), content));
+        const QString url = kFiles + "/Ma%C3%9F%20100%25.obj";
+        QVERIFY(m_client->get(url).body == content);
+        QCOMPARE(m_client->send("HEAD", url).headers["Content-Length"].toInt(), content.size());
+        m_client->setHeader("Range", "bytes=1000-1999999");
+        const CloudReply part = m_client->get(url);
+        QVERIFY(part.status == 206 && part.body == content.mid(1000, 1999000));
+        m_client->setHeader("Range", "bytes=99999999-");
+        QCOMPARE(m_client->get(url).status, 416);
+    }
 
-    const QByteArray token = m_cloud->issueDropboxToken().toLatin1();
-    const auto exchange = [&](const QByteArray &start, const QByteArray &host, const QByteArray &rest) {
-        return rawExchange(*m_cloud,
-                           start + path + " HTTP/1.1\r\nHost: " + host +
-                               "\r\nConnection: close\r\nAuthorization: Bearer " + token + "\r\n" + rest,
-                           "}");
-    };
-    const QByteArray listed = exchange("GET /1/metadata/dropbox", "api.dropbox.com", "\r\n");
-    QVERIFY2(listed.startsWith("HTTP/1.1 40"), listed);
-    const QByteArray fetched = exchange("GET /1/files/dropbox", "api-content.dropbox.com", "\r\n");
-    QVERIFY2(fetched.startsWith("HTTP/1.1 40"), fetched);
-    exchange("PUT /1/files_put/dropbox", "api-content.dropbox.com", "Content-Length: 3\r\n\r\nbad");
-    QCOMPARE(readFile(m_data->filePath("secret.txt")), QByteArray("secret"));
-    QVERIFY(!QFileInfo::exists(m_data->filePath("new")));
-    const QStringList names = namesIn(m_client->get(kApi + "/1/metadata/dropbox/").json());
-    QVERIFY(names.contains("/inside") && !names.contains("/outside"));
-}
+    void oneTimeAddressWorksOnce()
+    {
+        QVERIFY(writeFile(file("d/a #1.obj"), "the model"));
+        m_cloud->addRule("api-content.dropbox.com", "/1/files/*", "signed-redirect");
+        const QString url = kFiles + "/d/a%20%231.obj";
+        const QString location = m_client->get(url).headers["Location"];
+        QVERIFY(QUrl(location).host() == "dl.dropboxusercontent.com" && location.endsWith("/a%20%231.obj"));
 
-void TestLocalCloudDropbox::downloadsFilesAndRanges()
-{
-    QByteArray content;
-    for (int i = 0; i < 500000; ++i)
-        content += QByteArray::number(i);
-    QVERIFY(writeFile(file("Maß 100%.obj"), content));
-    QVERIFY(writeFile(file("empty.obj"), ""));
-    const QString url = kContent + "/1/files/dropbox/Ma%C3%9F%20100%25.obj";
+        CloudClient anyone(*m_cloud);
+        QCOMPARE(anyone.get(location).body, QByteArray("the model"));
+        QCOMPARE(anyone.get(location).status, 403);
+        QVERIFY(m_client->get(url).headers["Location"] != location.toUtf8());
+        QCOMPARE(m_client->get(kFiles + "/none").status, 404);
+        QCOMPARE(anyone.get(url).status, 401);
+    }
 
-    const CloudReply whole = m_client->get(url);
-    QCOMPARE(whole.status, 200);
-    QVERIFY(whole.body == content);
-    QCOMPARE(whole.header("Content-Length").toInt(), content.size());
-    QCOMPARE(whole.header("ETag"), QByteArray());
-    const CloudReply head = m_client->send("HEAD", url);
-    QCOMPARE(head.header("Content-Length").toInt(), content.size());
-    QCOMPARE(head.error, QNetworkReply::NoError);
-    QCOMPARE(m_client->get(kContent + "/1/files/dropbox/empty.obj").header("Content-Length"), QByteArray("0"));
-    QCOMPARE(m_client->get(kContent + "/1/files/dropbox/").status, 404);
+    void storesUploads()
+    {
+        const QMap<QString, QString> names{
+            {"/old.obj?overwrite=true", "old.obj"},
+            {"/old.obj", "old.obj"},
+            {"/old.obj?overwrite=false", "old (1).obj"},
+            {"/d.x/old?overwrite=false", "d.x/old (1)"},
+            {"//p/q/%C3%BC%20%23%3F%25.fbx", "p/q/ü #?%.fbx"},
+        };
+        const QByteArray large = QByteArray("0123456789a").repeated(300000);
+        for (const QString &target : names.keys()) {
+            const QByteArray content = target.startsWith("/old") ? large : QByteArray();
+            QVERIFY(QDir(file("")).removeRecursively());
+            QVERIFY(writeFile(file("old.obj"), "old") && writeFile(file("d.x/old"), "old"));
+            const CloudReply reply = m_client->send(content.isEmpty() ? "POST" : "PUT", kUpload + target, content);
+            QCOMPARE(reply.json["path"].toString(), "/" + names[target]);
+            QCOMPARE(reply.json["bytes"].toInt(-1), content.size());
+            QVERIFY2(readFile(file(names[target])) == content, qPrintable(target));
+            QVERIFY(names[target] == "old.obj" || readFile(file("old.obj")) == "old");
+        }
+    }
 
-    m_client->setHeader("Range", "bytes=1000-1999999");
-    const CloudReply part = m_client->get(url);
-    QCOMPARE(part.status, 206);
-    QVERIFY(part.body == content.mid(1000, 1999000));
-    m_client->setHeader("Range", "bytes=99999999-");
-    QCOMPARE(m_client->get(url).status, 416);
-    QCOMPARE(CloudClient(*m_cloud).get(url).status, 401);
-}
+    void refusesUploads()
+    {
+        QVERIFY(writeFile(file("old.obj"), "old") && writeFile(file("folder/in.obj"), "in"));
+        QVERIFY(raw("PUT", kUpload + "/a.obj").startsWith("HTTP/1.1 411"));
+        QCOMPARE(CloudClient(*m_cloud).send("PUT", kUpload + "/a.obj", "x").status, 401);
+        QCOMPARE(m_client->send("PUT", kUpload + "/", "x").status, 400);
+        QCOMPARE(m_client->send("PUT", kUpload + "/folder", "x").status, 403);
+        QCOMPARE(m_client->send("PUT", kUpload + "/old.obj/a", "x").status, 403);
 
-void TestLocalCloudDropbox::oneTimeAddressWorksOnce()
-{
-    QVERIFY(writeFile(file("d/a #1.obj"), "the model"));
-    m_cloud->addRule("api-content.dropbox.com", "/1/files/*", "signed-redirect");
-    const CloudReply first = m_client->get(kContent + "/1/files/dropbox/d/a%20%231.obj");
-    QCOMPARE(first.status, 302);
-    const QString location = QString::fromLatin1(first.header("Location"));
-    QCOMPARE(QUrl(location).host(), QString("dl.dropboxusercontent.com"));
-    QVERIFY(location.endsWith("/a%20%231.obj"));
-
-    CloudClient anyone(*m_cloud);
-    const CloudReply target = anyone.get(location);
-    QCOMPARE(target.status, 200);
-    QCOMPARE(target.body, QByteArray("the model"));
-    QCOMPARE(anyone.get(location).status, 403);
-    QCOMPARE(m_client->get(location).status, 403);
-    QVERIFY(m_client->get(kContent + "/1/files/dropbox/d/a%20%231.obj").header("Location") != location.toLatin1());
-    QCOMPARE(m_client->get(kContent + "/1/files/dropbox/none").status, 404);
-    QCOMPARE(anyone.get(kContent + "/1/files/dropbox/d/a%20%231.obj").status, 401);
-}
-
-void TestLocalCloudDropbox::storesUploads_data()
-{
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<int>("size");
-    QTest::newRow("new") << QByteArray("PUT") << "/new.obj?overwrite=true"
-                         << "new.obj" << 10;
-    QTest::newRow("replaced") << QByteArray("POST") << "/old.obj?overwrite=true"
-                              << "old.obj" << 100;
-    QTest::newRow("replaced without being told") << QByteArray("PUT") << "/old.obj"
-                                                 << "old.obj" << 100;
-    QTest::newRow("kept") << QByteArray("PUT") << "/old.obj?overwrite=false"
-                          << "old (1).obj" << 10;
-    QTest::newRow("kept, no extension") << QByteArray("PUT") << "/d.x/old?overwrite=false"
-                                        << "d.x/old (1)" << 10;
-    QTest::newRow("folders are made") << QByteArray("POST") << "//p/q/%C3%BC%20%23%3F%25.fbx"
-                                      << "p/q/ü #?%.fbx" << 10;
-    QTest::newRow("large") << QByteArray("POST") << "/big.fbx"
-                           << "big.fbx" << 3000000;
-    QTest::newRow("empty") << QByteArray("PUT") << "/empty.fbx"
-                           << "empty.fbx" << 0;
-}
-
-void TestLocalCloudDropbox::storesUploads()
-{
-    QFETCH(QByteArray, method);
-    QFETCH(QString, target);
-    QFETCH(QString, stored);
-    QFETCH(int, size);
-    QVERIFY(writeFile(file("old.obj"), "old"));
-    QVERIFY(writeFile(file("d.x/old"), "old"));
-    QByteArray content(size, 'x');
-    for (int i = 0; i < size; ++i)
-        content[i] = static_cast<char>(i * 31 + i / 256);
-
-    const CloudReply reply = m_client->send(method, kContent + "/1/files_put/dropbox" + target, content);
-    QCOMPARE(reply.status, 200);
-    QCOMPARE(reply.json().value("bytes").toInt(-1), size);
-    QCOMPARE(reply.json().value("path").toString(), "/" + stored);
-    QVERIFY(readFile(file(stored)) == content);
-    if (stored != "old.obj")
+        // One that breaks off and one that a rule refuses leave nothing behind.
+        raw("PUT", kUpload + "/old.obj", "Content-Length: 300000\r\n\r\n" + QByteArray(200000, '}'));
+        m_cloud->addRule("api-content.dropbox.com", "*", "status=507");
+        QCOMPARE(m_client->send("PUT", kUpload + "/old.obj", QByteArray(200000, 'x')).status, 507);
+        QVERIFY(QDir(m_data->filePath(".localcloud/uploads")).isEmpty());
         QCOMPARE(readFile(file("old.obj")), QByteArray("old"));
-    QCOMPARE(m_cloud->requests().last().bodyBytes, qint64(size));
-}
+        QCOMPARE(QDir(file("")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), (QStringList{"folder", "old.obj"}));
+    }
 
-void TestLocalCloudDropbox::refusesUploads_data()
-{
-    QTest::addColumn<QByteArray>("lines"); // TOKEN stands for a valid token
-    QTest::addColumn<QByteArray>("status");
-    const QByteArray put = "PUT /1/files_put/dropbox";
-    const QByteArray rest = " HTTP/1.1\r\nHost: api-content.dropbox.com\r\nConnection: close\r\nAuthorization: Bearer ";
-    QTest::newRow("no length") << put + "/a.obj" + rest + "TOKEN\r\n\r\n" << QByteArray("411");
-    QTest::newRow("no token") << put + "/a.obj" + rest + "x\r\nContent-Length: 1\r\n\r\nx" << QByteArray("401");
-    QTest::newRow("no name") << put + "/" + rest + "TOKEN\r\nContent-Length: 1\r\n\r\nx" << QByteArray("400");
-    QTest::newRow("a folder's name") << put + "/folder" + rest + "TOKEN\r\nContent-Length: 1\r\n\r\nx"
-                                     << QByteArray("403");
-    QTest::newRow("below a file") << put + "/old.obj/a" + rest + "TOKEN\r\nContent-Length: 1\r\n\r\nx"
-                                  << QByteArray("403");
-}
+private:
+    void start(const std::shared_ptr<QTemporaryDir> &data)
+    {
+        LocalCloudOptions options;
+        options.dataDir = data->path();
+        m_cloud = std::make_unique<LocalCloud>(options);
+        QVERIFY(m_cloud->start());
+        m_client = std::make_unique<CloudClient>(*m_cloud, m_cloud->issueDropboxToken());
+        m_data = data;
+    }
 
-void TestLocalCloudDropbox::refusesUploads()
-{
-    QFETCH(QByteArray, lines);
-    QFETCH(QByteArray, status);
-    QVERIFY(writeFile(file("old.obj"), "old"));
-    QVERIFY(writeFile(file("folder/in.obj"), "in"));
-    const QByteArray reply =
-        rawExchange(*m_cloud, lines.replace("TOKEN", m_cloud->issueDropboxToken().toLatin1()), "}");
-    QVERIFY2(reply.startsWith("HTTP/1.1 " + status), reply);
-    QCOMPARE(QDir(m_cloud->dropboxDir()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-             (QStringList{"folder", "old.obj"}));
-    QCOMPARE(readFile(file("old.obj")), QByteArray("old"));
-}
+    /// The local path of a stored file.
+    QString file(const QString &name) const { return m_cloud->dropboxDir() + '/' + name; }
 
-void TestLocalCloudDropbox::failedUploadLeavesNothingBehind()
-{
-    QVERIFY(writeFile(file("old.obj"), "old"));
-    const QString spool = m_data->filePath(".localcloud/uploads");
-    const auto spooled = [&] { return QDir(spool).entryList(QDir::Files).size(); };
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, m_cloud->port());
-    socket.write(
-        "PUT /1/files_put/dropbox/old.obj HTTP/1.1\r\nHost: api-content.dropbox.com\r\nAuthorization: Bearer " +
-        m_cloud->issueDropboxToken().toLatin1() + "\r\nContent-Length: 300000\r\n\r\n" + QByteArray(200000, 'x'));
-    QTRY_COMPARE(socket.bytesToWrite(), 0);
-    socket.abort();
-    QTRY_COMPARE(spooled(), 0);
-    m_cloud->addRule("api-content.dropbox.com", "*", "status=507");
-    QCOMPARE(m_client->send("PUT", kContent + "/1/files_put/dropbox/old.obj", QByteArray(200000, 'x')).status, 507);
-    QTRY_COMPARE(spooled(), 0);
-    QCOMPARE(readFile(file("old.obj")), QByteArray("old"));
-}
+    /// Sends \p method with the host and path of \p url as they are, a valid token, and \p rest.
+    QByteArray raw(const QByteArray &method, const QString &url, const QByteArray &rest = "\r\n") const
+    {
+        const QByteArray path = " /" + url.section('/', 3).toUtf8() + " HTTP/1.1\r\nConnection: close\r\nHost: ";
+        const QByteArray token = "\r\nAuthorization: Bearer " + m_cloud->issueDropboxToken().toUtf8() + "\r\n";
+        return rawExchange(*m_cloud, method + path + url.section('/', 2, 2).toUtf8() + token + rest, "}");
+    }
+
+    std::shared_ptr<QTemporaryDir> m_data;
+    std::unique_ptr<LocalCloud> m_cloud;
+    std::unique_ptr<CloudClient> m_client; // signed in
+};
 
 QTEST_GUILESS_MAIN(TestLocalCloudDropbox)
 #include "tst_localclouddropbox.moc"
