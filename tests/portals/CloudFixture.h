@@ -4,54 +4,90 @@
 
 #pragma once
 
+#include "http/httpClient.h"
+#include "http/simpleHttpServer.h"
+#include "portals/Portal_DropBox_Login.h"
 #include "support/RecordingHost.h"
 
 #include <localcloud/LocalCloud.h>
-#include <QObject>
-#include <QStringList>
-#include <QTimer>
-#include <QUrl>
+#include <QtNetwork>
+#include <QtTest>
+#include <QtWidgets>
 
 /// Made anew for each test, before the portal, and gone after it.
 class CloudFixture : public QObject
 {
     Q_OBJECT
 public:
-    CloudFixture();
-    ~CloudFixture() override;
+    CloudFixture()
+    {
+        if (!cloud.start())
+            qFatal("the local cloud cannot start");
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", cloud.port()));
+        QSslConfiguration trust = QSslConfiguration::defaultConfiguration();
+        trust.setCaCertificates({cloud.caCertificate()});
+        QSslConfiguration::setDefaultConfiguration(trust);
+        httpClient::setDefaultTimeouts(10000, 10000);
+        SimpleHttpServer::setDefaultTimeouts(10000);
+        QDesktopServices::setUrlHandler("https", this, "open");
+        storeToken(QString());
+        connect(&m_closer, &QTimer::timeout, this, [this] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                boxes << box->text();
+                box->close();
+            }
+        });
+        m_closer.start(5);
+    }
+    ~CloudFixture() override { QDesktopServices::unsetUrlHandler("https"); }
 
-    /// Puts \p token into the portal's settings file.
-    static void storeToken(const QString &token);
-    static QString storedToken();
-    /// Writes \p content to \p path below the folder that the service shows.
-    void putFile(const QString &path, const QByteArray &content);
-    QByteArray fileContent(const QString &path) const;
+    /// The portal's settings file.
+    static Tavrin::Settings settings() { return Tavrin::Settings(Portal_DropBox_Login::settingsName); }
+    static void storeToken(const QString &token) { settings().setSessionID(KQtUtil::toKString(token)); }
+    static QString storedToken() { return KQtUtil::toQString(settings().getSessionID()); }
 
-    /// The targets of the requests served so far, in order, as "METHOD target".
-    QStringList requests() const;
-    /// The addresses that were opened in the browser.
-    const QList<QUrl> &opened() const { return m_opened; }
-    /// The texts of the message boxes shown so far; each was closed at once.
-    const QStringList &boxes() const { return m_boxes; }
+    /// The requests served so far, in order, as "METHOD target".
+    QStringList requests() const
+    {
+        QStringList targets;
+        for (const RequestRecord &record : cloud.requests())
+            targets << QString::fromLatin1(record.method + ' ' + record.target);
+        return targets;
+    }
     /// Everything that the user could have seen: messages and boxes.
-    QString everythingShown() const;
+    QString everythingShown() const
+    {
+        using Kind = KHost::MessageKind;
+        return (host.messages(Kind::kInfo) + host.messages(Kind::kWarning) + host.errors() + boxes).join('\n');
+    }
 
-    /// Presses Allow on the page opened last and follows its redirect: returns what the redirect server answered.
-    QByteArray allow();
-    /// GET of \p target from the redirect server on \p port; empty when it does not answer.
-    static QByteArray visit(quint16 port, const QByteArray &target);
-    static quint16 redirectPort(const QUrl &page);
+    /// Presses Allow on the page opened last and follows its redirect: true when the redirect server answered.
+    bool allow()
+    {
+        const QUrlQuery asked(opened.value(opened.size() - 1));
+        const QString redirect = asked.queryItemValue("redirect_uri");
+        const QString code = cloud.issueDropboxCode(asked.queryItemValue("client_id"), redirect);
+        const QByteArray page = visit("?code=" + code.toLatin1());
+        return page.startsWith("HTTP/1.0 200 Ok\r\n") && page.contains("Login successful");
+    }
+    /// What the redirect server answers to a GET with \p query; empty when there is none.
+    static QByteArray visit(const QByteArray &query)
+    {
+        QTcpSocket browser;
+        browser.connectToHost(QHostAddress::LocalHost, 8080);
+        browser.write("GET /crvn/kelda/oauth/dropbox/redirect" + query + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        const bool ended = QTest::qWaitFor([&] { return browser.state() == QAbstractSocket::UnconnectedState; });
+        return ended ? browser.readAll() : QByteArray("(no answer)");
+    }
 
     RecordingHost host;
     LocalCloud cloud;
+    QList<QUrl> opened; ///< in the browser
+    QStringList boxes;  ///< the texts of the message boxes; each was closed at once
 
 private slots:
-    void open(const QUrl &url) { m_opened << url; }
+    void open(const QUrl &url) { opened << url; }
 
 private:
-    QList<QUrl> m_opened;
-    QStringList m_boxes;
     QTimer m_closer;
 };
-
-extern const char redirectPath[];

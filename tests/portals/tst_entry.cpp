@@ -1,22 +1,10 @@
 // portals/tst_entry.cpp
 //
-// Loading and unloading by the entry points: their failures, and unloading at the worst moment.
+// Loading and unloading by the entry points: their order, their failures, and unloading at the worst moment.
 
 #include "cloud/Portal_CloudBrowser.h"
 #include "CloudFixture.h"
 #include "Tavrin.h"
-
-#include <QDockWidget>
-#include <QMainWindow>
-#include <QtTest>
-
-#include <memory>
-
-namespace {
-
-const char portalIdentity[] = "DropBox_Portal_Unique_Identity_String";
-
-} // namespace
 
 class TestEntry : public QObject
 {
@@ -39,97 +27,74 @@ private slots:
         m_fixture.reset();
     }
 
-    void failuresNameTheirStep()
-    {
-        RecordingHost &host = m_fixture->host;
-        QVERIFY(!initializePlugin(KObject()));
-        QVERIFY2(host.errors().last().startsWith("TavrinCmd - could not initialize plugin: "),
-                 qPrintable(host.errors().last()));
-        QVERIFY(!uninitializePlugin(KObject()));
-        QVERIFY2(host.errors().last().startsWith("TavrinCmd - could not uninitialize plugin: "),
-                 qPrintable(host.errors().last()));
-        QVERIFY(host.commands().isEmpty());
-
-        host.registerCommand(plugin(), "Tavrin", TavrinCmd::creator, TavrinCmd::createSyntax);
-        QVERIFY(!initializePlugin(plugin()));
-        QCOMPARE(host.errors().last(),
-                 QStringLiteral("TavrinCmd - could not register 'Tavrin' command: the name is in use"));
-        QCOMPARE(host.commands(), QStringList("TavrinInitStrings"));
-
-        host.deregisterCommand(plugin(), "Tavrin");
-        QVERIFY(!uninitializePlugin(plugin()));
-        QCOMPARE(host.errors().last(),
-                 QStringLiteral("TavrinCmd - could not deregister 'Tavrin' command: no such command"));
-    }
-
     void hostIsAskedInOrder()
     {
         RecordingHost &host = m_fixture->host;
         host.setState(KGlobal::kBatch);
-        QVERIFY(initializePlugin(plugin()));
-        QCOMPARE(host.commands(),
-                 (QStringList{"TavrinInitStrings", "eval ( \"source \\\"TavrinCreateUI.ksc\\\"\" );",
-                              "callbacks -addCallback \"TavrinCreateUI\" -hook \"addItemToFileMenu\" -owner "
-                              "\"TavrinPlugin\";"}));
-        host.clear();
-        QVERIFY(uninitializePlugin(plugin()));
-        QCOMPARE(host.commands(),
-                 (QStringList{"callbacks -removeCallback  \"TavrinCreateUI\" -hook \"addItemToFileMenu\" "
-                              "-owner \"TavrinPlugin\";",
-                              "TavrinDeleteUI;"}));
-        QVERIFY(host.registeredCommands().isEmpty());
+        QVERIFY(initializePlugin(m_plugin) && uninitializePlugin(m_plugin));
+        const QString hook = "\"TavrinCreateUI\" -hook \"addItemToFileMenu\" -owner \"TavrinPlugin\";";
+        QCOMPARE(host.commands(), (QStringList{"TavrinInitStrings", "eval ( \"source \\\"TavrinCreateUI.ksc\\\"\" );",
+                                               "callbacks -addCallback " + hook, "callbacks -removeCallback  " + hook,
+                                               "TavrinDeleteUI;"}));
+        QVERIFY(host.registeredCommands().isEmpty() && host.errors().isEmpty());
+    }
+
+    void failuresNameTheirStep()
+    {
+        RecordingHost &host = m_fixture->host;
+        QVERIFY(!initializePlugin(KObject()) && !uninitializePlugin(KObject()) && host.commands().isEmpty());
+        host.registerCommand(m_plugin, "Tavrin", TavrinCmd::creator, TavrinCmd::createSyntax);
+        QVERIFY(!initializePlugin(m_plugin));
+        QCOMPARE(host.commands(), QStringList("TavrinInitStrings"));
+        host.deregisterCommand(m_plugin, "Tavrin");
+        QVERIFY(!uninitializePlugin(m_plugin));
+
+        const char *const texts[] = {"could not initialize plugin: ", "could not uninitialize plugin: ",
+                                     "could not register 'Tavrin' command: the name is in use",
+                                     "could not deregister 'Tavrin' command: no such command"};
+        QCOMPARE(host.errors().size(), 4);
+        for (int i = 0; i < 4; ++i)
+            QVERIFY2(host.errors().at(i).startsWith(QString("TavrinCmd - ") + texts[i]), texts[i]);
     }
 
     void unloadWaitsForTheRunningCall()
     {
-        QVERIFY(initializePlugin(plugin()));
-        showPortals();
+        QVERIFY(initializePlugin(m_plugin));
+        const std::unique_ptr<KPxCommand> command(m_fixture->host.createCommand("Tavrin"));
+        KArgList arguments;
+        arguments.append("-spr");
+        QVERIFY(command->doIt(arguments));
         QPointer<QDockWidget> dock = m_window->findChild<QDockWidget *>();
-        QVERIFY(dock);
-        QVERIFY(!controller()->login());
+        QVERIFY(dock && controller() && !controller()->login());
 
         int refused = 0;
         connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(),
-                [&] { refused += uninitializePlugin(plugin()) ? 0 : 1; });
-        QVERIFY(!m_fixture->allow().isEmpty());
-        QVERIFY(dock);
+                [&] { refused += uninitializePlugin(m_plugin) ? 0 : 1; });
+        QVERIFY(m_fixture->allow());
         QVERIFY(refused >= 2); // the exchange of the code, and the refresh of the page
         QCOMPARE(refused, m_fixture->requests().size());
         QVERIFY(m_fixture->host.errors().last().contains("still talking"));
-        QVERIFY(controller()->isUserLoggedIn());
-
-        QVERIFY(uninitializePlugin(plugin()));
-        QVERIFY(!dock);
+        QVERIFY(dock && controller()->isUserLoggedIn());
+        QVERIFY(uninitializePlugin(m_plugin) && !dock);
     }
 
     void sessionOfTheLastRunIsConfirmed()
     {
         Tavrin::Settings("CloudBrowser_Dock_Widget").setWindowActive(true);
         CloudFixture::storeToken(m_fixture->cloud.issueDropboxToken());
-        m_fixture->putFile("/Work/cup.obj", "a cup");
-        for (int round = 1; round <= 2; ++round) {
-            m_fixture->cloud.clearRequests();
-            QVERIFY(initializePlugin(plugin()));
-            QVERIFY(controller());
-            QCOMPARE(m_fixture->requests().value(0), QStringLiteral("GET /1/account/info/"));
-            QVERIFY(m_fixture->requests().contains("GET /1/metadata/dropbox/?file_limit=10000&list=true"));
-            QVERIFY(uninitializePlugin(plugin()));
-        }
-        QVERIFY(m_fixture->host.errors().isEmpty());
+        QVERIFY(initializePlugin(m_plugin) && controller());
+        QCOMPARE(m_fixture->requests().value(0), QStringLiteral("GET /1/account/info/"));
+        QVERIFY(m_fixture->requests().contains("GET /1/metadata/dropbox/?file_limit=10000&list=true"));
+        QVERIFY(uninitializePlugin(m_plugin));
     }
 
 private:
-    KObject plugin() { return KObject(this); }
-    void showPortals()
+    static Portal_CloudBrowser *controller()
     {
-        const std::unique_ptr<KPxCommand> command(m_fixture->host.createCommand("Tavrin"));
-        KArgList arguments;
-        arguments.append("-spr");
-        QVERIFY(command->doIt(arguments));
-        QVERIFY(controller());
+        return Portal_CloudBrowser::GetInstance("DropBox_Portal_Unique_Identity_String");
     }
-    Portal_CloudBrowser *controller() const { return Portal_CloudBrowser::GetInstance(portalIdentity); }
 
+    const KObject m_plugin{this};
     std::unique_ptr<CloudFixture> m_fixture;
     std::unique_ptr<QMainWindow> m_window;
 };
