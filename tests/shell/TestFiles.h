@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QtTest>
+#include <QtWidgets>
 
 /// The file, and the folders that it needs; others may read it.
 inline void writeFile(const QString &path, const QByteArray &content)
