@@ -98,11 +98,26 @@ private slots:
         QVERIFY(load() && dock());
     }
 
+    void widgetsShowTheTextsOfTheUsersLanguage()
+    {
+        writeFile(m_dir->filePath("location/scripts/strings/Tavrin_de.ksc"),
+                  "setStringResource \"Tavrin\" \"kCloudPortalMenu\" \"Wolke...\";\n"
+                  "setStringResource \"Tavrin\" \"kCloudPortalLogIn\" \"Anmelden\";\n");
+        startHost(KGlobal::kInteractive, "de_AT");
+        QVERIFY(load() && run("Tavrin -spr;"));
+        QCOMPARE(menu()[0].label, QStringLiteral("Wolke..."));
+        QStringList labels;
+        for (const QPushButton *button : dock()->findChildren<QPushButton *>())
+            labels << button->text();
+        QVERIFY(labels.contains("Anmelden") && labels.contains("Import"));
+    }
+
 private:
-    void startHost(KGlobal::KeldaState state)
+    void startHost(KGlobal::KeldaState state, const QString &language = QString())
     {
         KeldaHost::Setup setup;
         setup.state = state;
+        setup.uiLanguage = language;
         setup.location = m_dir->filePath("location");
         setup.userDir = m_dir->filePath("user");
         QDir().mkpath(setup.location);
