@@ -182,6 +182,35 @@ bool CloudPage::openFolder(const QString &name)
            m_driver.waitFor([&] { return entries() != before; }, QStringLiteral("the folder ") + name);
 }
 
+QList<QToolButton *> CloudPage::pathButtons() const
+{
+    QList<QToolButton *> buttons;
+    for (auto *bar : page() ? page()->findChildren<QToolBar *>() : QList<QToolBar *>()) {
+        for (QAction *action : bar->actions()) {
+            auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(action));
+            if (button && button->isVisible() && !button->text().isEmpty())
+                buttons << button;
+        }
+    }
+    return buttons;
+}
+
+QStringList CloudPage::path() const
+{
+    QStringList names;
+    for (const QToolButton *button : pathButtons())
+        names << button->text().remove(QLatin1Char('&'));
+    return names;
+}
+
+bool CloudPage::openFromPath(const QString &folder, const QString &child)
+{
+    const QStringList before = entries();
+    return m_driver.waitFor([&] { return path().contains(folder); }, folder + QStringLiteral(" in the path")) &&
+           m_driver.chooseFromButton(pathButtons()[path().indexOf(folder)], child) &&
+           m_driver.waitFor([&] { return entries() != before; }, QStringLiteral("the folder ") + child);
+}
+
 bool CloudPage::goUp()
 {
     const QString tip = QStringLiteral("Parent Directory");

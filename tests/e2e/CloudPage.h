@@ -10,6 +10,7 @@ class QCheckBox;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
+class QToolButton;
 
 class CloudPage
 {
@@ -40,6 +41,10 @@ public:
     QStringList entries() const;
     bool isListEnabled() const;
     bool openFolder(const QString &name);
+    /// Chooses \p child from the menu of \p folder, a button in the path above the list.
+    bool openFromPath(const QString &folder, const QString &child);
+    /// The folders in that path, from the top.
+    QStringList path() const;
     /// Goes up with the parent-folder button.
     bool goUp();
     bool select(const QString &name);
@@ -54,6 +59,7 @@ private:
     QWidget *page() const;
     QListWidget *list() const;
     QPushButton *loginButton() const;
+    QList<QToolButton *> pathButtons() const;
     QListWidgetItem *shownEntry(const QString &name) const;
     bool pointTo(const QString &name, QPoint *at) const;
 

@@ -212,12 +212,27 @@ bool Driver::chooseFromMenu(const QString &menu, const QString &entry)
     if (!click(bar, bar->actionGeometry(title).center()) ||
         !waitFor([&] { return list && list->isVisible(); }, QStringLiteral("the menu ") + menu))
         return false;
-    for (QAction *action : list->actions()) {
+    return clickEntry(list, entry);
+}
+
+bool Driver::clickEntry(QMenu *menu, const QString &entry)
+{
+    for (QAction *action : menu->actions()) {
         if (action->text().remove(QLatin1Char('&')) == entry && action->isEnabled())
-            return click(list, list->actionGeometry(action).center());
+            return click(menu, menu->actionGeometry(action).center());
     }
-    list->close();
-    return fail(QStringLiteral("the menu %1 has no entry %2").arg(menu, entry));
+    menu->close();
+    return fail(QStringLiteral("there is no entry ") + entry);
+}
+
+bool Driver::chooseFromButton(QWidget *button, const QString &entry)
+{
+    bool chosen = false;
+    QTimer::singleShot(settleMs, this, [&] {
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        chosen = menu ? clickEntry(menu, entry) : fail(QStringLiteral("no menu opened"));
+    });
+    return click(button) && chosen; // the menu runs an event loop of its own
 }
 
 bool Driver::clickInPage(QWebView *view, const QString &selector)

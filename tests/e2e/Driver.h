@@ -16,6 +16,7 @@
 #include <memory>
 
 class KeldaProgram;
+class QMenu;
 class QWebView;
 
 class Driver : public QObject
@@ -61,6 +62,8 @@ public:
     /// Types a host command into the host's command line. False when it reported an error.
     bool run(const QString &command);
     bool chooseFromMenu(const QString &menu, const QString &entry);
+    /// Clicks a button that opens a menu at once, then the menu's entry.
+    bool chooseFromButton(QWidget *button, const QString &entry);
     /// Clicks the element that the CSS selector \p selector names, in the page as shown by \p view.
     bool clickInPage(QWebView *view, const QString &selector);
 
@@ -81,6 +84,7 @@ public:
 
 private:
     bool isUsable(QWidget *target, const QPoint &at);
+    bool clickEntry(QMenu *menu, const QString &entry);
     void answerDialog();
 
     std::unique_ptr<KeldaProgram> m_program;
