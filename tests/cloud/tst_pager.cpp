@@ -144,8 +144,11 @@ private slots:
         m_service.page = 9;
         m_stage->page()->RefreshFolderData();
         m_service.succeeds = false;
-        m_stage->page()->RefreshFolderData();
+        m_stage->page()->SearchUpdate();
         checkPagerIsOff();
+        m_service.log.clear();
+        m_stage->page()->SwitchPage(1);
+        QCOMPARE(m_service.log, QStringList());
         m_service.succeeds = true;
         m_stage->page()->RefreshFolderData();
         m_stage->page()->LogActionClick();

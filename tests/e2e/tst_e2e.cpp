@@ -1,9 +1,9 @@
 // Whole journeys through the real host, the real module and the local cloud. Each step is proved outside the plug-in:
 // by the cloud's log, by the bytes on disk, or by what the host counts in its scene.
 
-#include "CloudPage.h"
-#include "CloudProcess.h"
-#include "Evidence.h"
+#include "tour/CloudPage.h"
+#include "tour/CloudProcess.h"
+#include "tour/Evidence.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>

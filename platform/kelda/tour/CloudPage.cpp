@@ -1,4 +1,4 @@
-#include "CloudPage.h"
+#include "tour/CloudPage.h"
 
 #include <QCheckBox>
 #include <QDockWidget>

@@ -1,4 +1,4 @@
-#include "Evidence.h"
+#include "tour/Evidence.h"
 
 #include <QCryptographicHash>
 #include <QDir>

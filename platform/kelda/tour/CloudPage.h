@@ -1,10 +1,10 @@
-// e2e/CloudPage.h
+// tour/CloudPage.h
 //
 // One portal's tab of the cloud browser, used through its widgets: what a person reads there and does there.
 
 #pragma once
 
-#include "Driver.h"
+#include "tour/Driver.h"
 
 class QCheckBox;
 class QListWidget;

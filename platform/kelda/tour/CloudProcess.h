@@ -1,4 +1,4 @@
-// e2e/CloudProcess.h
+// tour/CloudProcess.h
 //
 // The local cloud as a process of its own, the way people run it, and what its log says about the requests it served.
 

@@ -1,6 +1,6 @@
-#include "Tour.h"
+#include "tour/Tour.h"
 
-#include "Evidence.h"
+#include "tour/Evidence.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "Driver.h"
+#include "tour/Driver.h"
 
 #include "host/KeldaHost.h"
 #include "ui/KeldaProgram.h"

@@ -1,6 +1,6 @@
 // Takes the tour: see Tour.h. Usage: tavrin_tour [DIR]
 
-#include "Tour.h"
+#include "tour/Tour.h"
 
 #include <QApplication>
 #include <QDir>

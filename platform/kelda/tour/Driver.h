@@ -1,4 +1,4 @@
-// e2e/Driver.h
+// tour/Driver.h
 //
 // Drives the real host in this process as a person would: mouse and key events, and only to widgets that can be seen
 // and used. Every action answers false when that was not possible, and error() then says why.

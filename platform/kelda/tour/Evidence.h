@@ -1,4 +1,4 @@
-// e2e/Evidence.h
+// tour/Evidence.h
 //
 // What can be seen of a journey without asking the plug-in: files, their bytes, and settings on disk.
 

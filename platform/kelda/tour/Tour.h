@@ -1,12 +1,12 @@
-// e2e/Tour.h
+// tour/Tour.h
 //
 // The tour that `demo --tour` takes: every portal, step by step, through the real widgets, with a line, a picture and a
 // measured proof for each step.
 
 #pragma once
 
-#include "CloudPage.h"
-#include "CloudProcess.h"
+#include "tour/CloudPage.h"
+#include "tour/CloudProcess.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>

@@ -1,4 +1,4 @@
-#include "CloudProcess.h"
+#include "tour/CloudProcess.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
