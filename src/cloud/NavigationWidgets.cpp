@@ -7,14 +7,20 @@
 #include <QAction>
 #include <QMenu>
 #include <QProxyStyle>
-#include <QPushButton>
 #include <QStyleOptionMenuItem>
+#include <QStylePainter>
 #include <QToolBar>
 #include <QToolButton>
 
 using ICloudPortalApi::ICloudItem;
 
 namespace {
+
+/// \p text as a style must get it to draw every "&" of it.
+QString literal(const QString &text)
+{
+    return QString(text).replace(QLatin1Char('&'), QStringLiteral("&&"));
+}
 
 /// Shows the "&" of a folder's name in a menu instead of taking it for a mnemonic.
 class LiteralTextStyle : public QProxyStyle
@@ -28,9 +34,9 @@ public:
             QProxyStyle::drawControl(element, option, painter, widget);
             return;
         }
-        QStyleOptionMenuItem literal(*item);
-        literal.text.replace(QLatin1Char('&'), QStringLiteral("&&"));
-        QProxyStyle::drawControl(element, &literal, painter, widget);
+        QStyleOptionMenuItem shown(*item);
+        shown.text = literal(item->text);
+        QProxyStyle::drawControl(element, &shown, painter, widget);
     }
 
     QSize sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
@@ -68,6 +74,22 @@ void release(QObject *object)
 
 } // namespace
 
+QSize LiteralTextButton::sizeHint() const
+{
+    QSize size = QPushButton::sizeHint();
+    size.rwidth() += text().count(QLatin1Char('&')) * fontMetrics().horizontalAdvance(QLatin1Char('&'));
+    return size;
+}
+
+void LiteralTextButton::paintEvent(QPaintEvent *)
+{
+    QStylePainter painter(this);
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    option.text = literal(option.text);
+    painter.drawControl(QStyle::CE_PushButton, option);
+}
+
 QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal_CloudBrowserWindows *parent)
 {
     auto *button = new QPushButton(KQtUtil::toQString(text), parent);
@@ -103,7 +125,7 @@ void AddFolderWidget(Portal_CloudBrowserWindows *, QToolBar *bar, ICloudItem *fo
 {
     const QString name = KQtUtil::toQString(folder->GetDisplayName());
     auto *action = new QAction(name, bar);
-    action->setIconText(QString(name).replace(QLatin1Char('&'), QStringLiteral("&&")));
+    action->setIconText(literal(name));
     action->setToolTip(Qt::convertFromPlainText(name));
     QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
     bar->addAction(action);
@@ -119,6 +141,15 @@ void AddFolderWidget(Portal_CloudBrowserWindows *, QToolBar *bar, ICloudItem *fo
     action->setMenu(createFolderMenu(bar, folders));
     if (auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(action)))
         button->setPopupMode(QToolButton::InstantPopup);
+}
+
+void ShowOverflowAsText(QToolBar *bar)
+{
+    // The name is the toolkit's own; its arrow is black whatever the palette.
+    if (auto *button = bar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
+        button->setToolButtonStyle(Qt::ToolButtonTextOnly);
+        button->setText(QString(QChar(0xbb)));
+    }
 }
 
 void ClearFolderBar(QToolBar *bar)

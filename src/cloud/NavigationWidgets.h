@@ -7,14 +7,26 @@
 #include <openkelda/openkelda.h>
 
 #include <QIcon>
+#include <QPushButton>
 
 class Portal_CloudBrowserWindows;
-class QPushButton;
 class QToolBar;
 
 namespace ICloudPortalApi {
 class ICloudItem;
 }
+
+/// A button whose text may hold a service's words: an "&" is shown as it stands and is no mnemonic.
+class LiteralTextButton : public QPushButton
+{
+    Q_OBJECT
+public:
+    using QPushButton::QPushButton;
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
 
 /// A page button of the pager; \p parent owns it.
 QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal_CloudBrowserWindows *parent);
@@ -26,6 +38,9 @@ QPushButton *GetIconFolderButton(Portal_CloudBrowserWindows *parent);
 
 /// Appends the button of \p folder to \p bar, with a menu of its sub-folders when it has any. Clicks go to the items.
 void AddFolderWidget(Portal_CloudBrowserWindows *window, QToolBar *bar, ICloudPortalApi::ICloudItem *folder);
+
+/// Makes the button that opens what a narrow \p bar cannot show readable on a dark bar.
+void ShowOverflowAsText(QToolBar *bar);
 
 /// Empties \p bar. What it held is disconnected at once and goes in the event loop, since it may be the sender of the
 /// signal that is being handled.

@@ -85,6 +85,7 @@ void Portal_CloudBrowserWindows::CreateNavigationBar()
     m_folderBar->setAutoFillBackground(true);
     m_folderBar->setStyleSheet(
         QStringLiteral("QToolBar { background-color: #303030; border: 1px solid #444444; padding-left: 3px; }"));
+    ShowOverflowAsText(m_folderBar);
     m_folderBar->addWidget(GetIconFolderButton(this));
     if (m_root) {
         AddFolderWidget(this, m_folderBar, m_root);

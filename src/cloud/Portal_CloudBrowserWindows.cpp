@@ -29,7 +29,7 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     setWindowTitle(name);
     setAccessibleName(name);
 
-    m_loginButton = new QPushButton(UiText(TavrinStrings::kCloudPortalLogIn), this);
+    m_loginButton = new LiteralTextButton(UiText(TavrinStrings::kCloudPortalLogIn), this);
     m_loginButton->setStyleSheet(QStringLiteral("QPushButton { padding: 3px 10px 3px 10px; }"));
     connect(m_loginButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::LogActionClick);
 

@@ -63,7 +63,7 @@ QImage Viewport::render(const QSize &size) const
         if (object.selected)
             picture.drawBox(object.mesh->bounds(), QColor(120, 190, 255));
     }
-    picture.drawGrid(gridStep(m_scene.bounds()), 20, QColor(70, 75, 82));
+    picture.drawGrid(gridStep(m_scene.bounds()), 20, QColor(96, 102, 110));
     return picture.image();
 }
 
