@@ -89,8 +89,11 @@ void Tour::take(const Plan &plan, const QString &name)
 
     const int number = m_steps.size() + 1;
     const QString file = QStringLiteral("%1-%2-%3.png").arg(number, 2, 10, QLatin1Char('0')).arg(plan.id, name);
-    const QImage picture = m_picture.isNull() ? m_driver.picture() : m_picture;
-    if (!picture.save(m_folder + QLatin1Char('/') + file) && outcome.error.isEmpty())
+    if (m_picture.isNull()) {
+        m_driver.settle();
+        m_picture = m_driver.picture();
+    }
+    if (!m_picture.save(m_folder + QLatin1Char('/') + file) && outcome.error.isEmpty())
         outcome.error = file + QStringLiteral(" cannot be written");
 
     const bool ok = outcome.error.isEmpty();

@@ -4,8 +4,30 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
+
+/// From where to where, as shares of \p way, a line that begins at \p first lies inside the picture; the first is the
+/// greater one when no part of it does.
+std::pair<double, double> visibleShares(const QPointF &first, const QPointF &way, double width, double height)
+{
+    double start = 0;
+    double end = 1;
+    const auto clip = [&](double from, double step, double limit) {
+        if (step == 0) {
+            end = from < 0 || from > limit ? -1 : end;
+            return;
+        }
+        const double in = -from / step;
+        const double out = (limit - from) / step;
+        start = std::max(start, std::min(in, out));
+        end = std::min(end, std::max(in, out));
+    };
+    clip(first.x(), way.x(), width);
+    clip(first.y(), way.y(), height);
+    return {start, end};
+}
 
 constexpr QRgb highlightColour = 0xff5aa9ff;
 
@@ -268,13 +290,13 @@ void Rasterizer::drawLine(const QVector3D &from, const QVector3D &to, QRgb colou
     const QPointF first(double((a.x / a.w * 0.5F + 0.5F) * width), double((0.5F - a.y / a.w * 0.5F) * height));
     const QPointF second(double((b.x / b.w * 0.5F + 0.5F) * width), double((0.5F - b.y / b.w * 0.5F) * height));
     const QPointF way = second - first;
-    const double length = std::max(std::abs(way.x()), std::abs(way.y()));
-    if (!std::isfinite(length))
+    const auto [start, end] = visibleShares(first, way, double(width), double(height));
+    const double length = std::max(std::abs(way.x()), std::abs(way.y())) * (end - start);
+    if (!std::isfinite(length) || start > end)
         return;
-    // Far more steps than this only come from a line that runs past the eye; it stays dotted there.
-    const int steps = static_cast<int>(std::min(length, 20000.0)) + 1;
+    const int steps = static_cast<int>(length) + 1;
     for (int at = 0; at <= steps; ++at) {
-        const double share = double(at) / steps;
+        const double share = start + (end - start) * double(at) / steps;
         const QPointF point = first + way * share;
         if (point.x() < 0 || point.y() < 0 || point.x() >= double(width) || point.y() >= double(height))
             continue;
