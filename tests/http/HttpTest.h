@@ -13,9 +13,12 @@
 #include <QTimer>
 #include <QtTest>
 
-inline QString messageOf(const ReturnStatus &status)
+#include <memory>
+
+/// Code and message, as in "404 text" or "200 ".
+inline QString outcome(const ReturnStatus &status)
 {
-    return KQtUtil::toQString(status.GetErrorMessage());
+    return QString::number(status.GetStatusCode()) + ' ' + KQtUtil::toQString(status.GetErrorMessage());
 }
 
 /// The message of a failure as the user sees it.
@@ -75,16 +78,20 @@ public:
     QByteArray body = "before";
 };
 
-/// Each test starts with a host that has shown nothing and has its own text for time-outs.
+/// Each test starts with a host that has shown nothing and has its own text for time-outs, a server, and its client.
 class HttpFixture : public QObject
 {
 protected:
-    void reset()
+    void reset(int requestMs = 5000, int transferMs = 5000)
     {
         m_host.clear();
         m_host.setText("kHttpRequestTimeout", "408 zu lange");
-        httpClient::setDefaultTimeouts(5000, 5000);
+        httpClient::setDefaultTimeouts(requestMs, transferMs);
+        m_server = std::make_unique<LocalServer>();
+        m_client = std::make_unique<TestClient>(*m_server);
     }
 
     RecordingHost m_host;
+    std::unique_ptr<LocalServer> m_server;
+    std::unique_ptr<TestClient> m_client;
 };

@@ -2,73 +2,38 @@
 #include "support/RecordingHost.h"
 #include "TavrinStrings.h"
 
-#include <QSignalSpy>
 #include <QTcpSocket>
 #include <QtTest>
 
-#include <dirent.h>
-
 namespace {
 
-const QByteArray redirectPath = "/crvn/kelda/oauth/dropbox/redirect";
-
-/// The call-back's side: what was handed over, and what to do inside it.
-struct Receiver
+QByteArray redirect(const QByteArray &query)
 {
-    QStringList codes;
-    std::function<void()> inside;
+    return "GET /crvn/kelda/oauth/dropbox/redirect" + query + " HTTP/1.1\r\nHost: code evil\r\n\r\n";
+}
 
-    static void receive(void *self, KString &code)
-    {
-        auto *receiver = static_cast<Receiver *>(self);
-        receiver->codes << QString::fromUtf8(code.utf8());
-        if (receiver->inside)
-            receiver->inside();
-    }
-};
-
-/// A browser's side of one connection.
-class Browser
+/// A browser's side of one connection. It takes nothing off the connection before answer() is called.
+class Browser : public QTcpSocket
 {
 public:
-    explicit Browser(const SimpleHttpServer &server)
+    explicit Browser(const SimpleHttpServer &server, const QByteArray &bytes = QByteArray())
     {
-        m_socket.connectToHost(QHostAddress::LocalHost, server.serverPort());
-        m_connected = m_socket.waitForConnected(1000);
+        setReadBufferSize(1);
+        connectToHost(QHostAddress::LocalHost, server.serverPort());
+        if (!waitForConnected(1000))
+            qFatal("cannot connect");
+        send(bytes);
     }
-    void send(const QByteArray &bytes)
-    {
-        m_socket.write(bytes);
-        m_socket.flush();
-    }
-    /// Takes nothing off the connection before answer() is called.
-    void readLater() { m_socket.setReadBufferSize(1); }
+    bool send(const QByteArray &bytes) { return write(bytes) == bytes.size() && flush(); }
+    bool closed() const { return state() == UnconnectedState; }
     /// All that came until the server hung up.
     QByteArray answer()
     {
-        m_socket.setReadBufferSize(0);
-        if (!QTest::qWaitFor([this] { return closed(); }, 2000))
-            return "still open: " + m_socket.readAll();
-        return m_socket.readAll();
+        setReadBufferSize(0);
+        const bool ended = QTest::qWaitFor([this] { return closed(); }, 2000);
+        return (ended ? "" : "still open: ") + readAll();
     }
-    QByteArray received() { return m_socket.readAll(); }
-    bool connected() const { return m_connected; }
-    bool closed() const { return m_socket.state() == QAbstractSocket::UnconnectedState; }
-
-private:
-    QTcpSocket m_socket;
-    bool m_connected = false;
 };
-
-int openDescriptors()
-{
-    int count = 0;
-    DIR *folder = opendir("/proc/self/fd");
-    while (readdir(folder))
-        ++count;
-    closedir(folder);
-    return count;
-}
 
 } // namespace
 
@@ -76,221 +41,158 @@ class TestSimpleHttpServer : public QObject
 {
     Q_OBJECT
 private slots:
-    void init();
-    void codeIsHandedOverAndAnswered_data();
-    void codeIsHandedOverAndAnswered();
-    void otherRequestsDoNotDisturb_data();
-    void otherRequestsDoNotDisturb();
-    void bytesOneAtATime();
-    void callbackMayDeleteTheServer_data();
-    void callbackMayDeleteTheServer();
-    void slowCallbackOutlastsTheWaits();
-    void unansweredConnectionsEnd();
-    void pausedServerClosesDescriptors();
-    void portInUse();
+    void init()
+    {
+        m_host.clear();
+        m_codes.clear();
+        m_inside = nullptr;
+        listen(300000);
+    }
+
+    void onlyARedirectWithACodeEndsTheWait_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<QString>("code");
+        QTest::newRow("alone") << redirect("?code=XYZ") << "XYZ";
+        QTest::newRow("with a state") << redirect("?state=x&code=abc&last=1") << "abc";
+        QTest::newRow("not decoded") << redirect("?code=a%2Fb+c") << "a%2Fb+c";
+        QTest::newRow("first is empty") << redirect("?code=&code=abc") << "abc";
+        QTest::newRow("denied") << redirect("?error=access_denied") << QString();
+        QTest::newRow("empty code") << redirect("?code=") << QString();
+        QTest::newRow("the time-out word") << redirect("?code=timeout") << QString();
+        QTest::newRow("other path") << redirect("?code=evil").replace("/crvn", "") << QString();
+        QTest::newRow("HEAD") << redirect("?code=evil").replace("GET", "HEAD") << QString();
+        QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\n\x00\n", 9) << QString();
+        QTest::newRow("too long") << QByteArray(200000, 'x') << QString();
+    }
+    void onlyARedirectWithACodeEndsTheWait()
+    {
+        QFETCH(QByteArray, request);
+        QFETCH(QString, code);
+        m_host.setText("kCloudPortalLoginDone", "F\xc3\xa4rdig");
+        QCOMPARE(m_server->serverAddress(), QHostAddress(QHostAddress::LocalHost));
+        Browser first(*m_server, request);
+        if (code.isEmpty()) {
+            QTest::qWait(20);
+            QCOMPARE(m_codes, QStringList());
+            QVERIFY(m_server->isListening());
+        }
+        Browser second(*m_server, redirect("?code=good"));
+        const QByteArray answer = code.isEmpty() ? second.answer() : first.answer();
+        QCOMPARE(m_codes, QStringList(code.isEmpty() ? "good" : code));
+        const QByteArray expected = "HTTP/1.0 200 Ok\r\nContent-Type: text/html; charset=\"utf-8\"\r\n\r\n<h1>"
+                                    "F\xc3\xa4rdig</h1>\n";
+        QCOMPARE(answer.left(expected.size()), expected);
+        QVERIFY(QDateTime::fromString(QString::fromUtf8(answer.mid(expected.size()).trimmed())).isValid());
+        QVERIFY(answer.endsWith('\n') && !m_server->isListening());
+        QCOMPARE((code.isEmpty() ? first : second).readAll(), QByteArray());
+    }
+
+    void bytesOneAtATime()
+    {
+        Browser browser(*m_server);
+        for (const char byte : redirect("?code=slow")) {
+            browser.send(QByteArray(1, byte));
+            QTest::qWait(1);
+        }
+        QVERIFY(browser.answer().contains("</h1>"));
+        QCOMPARE(m_codes, QStringList("slow"));
+    }
+
+    void callbackMayDeleteTheServer()
+    {
+        m_inside = [this] { m_server.reset(); };
+        for (const char *query : {"?code=last", "?error=denied"}) {
+            listen(150);
+            QCOMPARE(Browser(*m_server, redirect(query)).answer(), QByteArray());
+            QVERIFY(!m_server);
+        }
+        QCOMPARE(m_codes, (QStringList{"last", "timeout"}));
+    }
+
+    void slowCallbackOutlastsTheWaits()
+    {
+        listen(150, 150);
+        m_inside = [] { QTest::qWait(200); };
+        for (const char *query : {"?code=abc", "?code=def"}) {
+            QVERIFY(m_server->isListening() || m_server->StartListenPort(0));
+            QVERIFY(Browser(*m_server, redirect(query)).answer().contains("</h1>"));
+        }
+        QCOMPARE(m_codes, (QStringList{"abc", "def"}));
+    }
+
+    void unansweredConnectionsEnd()
+    {
+        listen(300000, 50);
+        const Browser silent(*m_server);
+        const Browser ignored(*m_server, "GET / HTTP/1.1\r\n\r\n");
+        QTRY_VERIFY_WITH_TIMEOUT(silent.closed() && ignored.closed(), 1000);
+        QCOMPARE(m_server->findChildren<QTcpSocket *>().size(), 0);
+        QVERIFY(m_server->isListening());
+
+        listen(300000);
+        const Browser flood(*m_server, QByteArray(200000, 'x'));
+        QTRY_VERIFY_WITH_TIMEOUT(flood.closed(), 1000);
+    }
+
+    void pausedServerClosesDescriptors()
+    {
+        const auto openFiles = [] { return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size(); };
+        m_server->pause();
+        const int before = openFiles();
+        for (int connection = 0; connection < 5; ++connection) {
+            const Browser browser(*m_server, redirect("?code=abc"));
+            QTRY_VERIFY_WITH_TIMEOUT(browser.closed(), 1000);
+        }
+        QCOMPARE(openFiles(), before);
+        QCOMPARE(m_codes, QStringList());
+
+        m_server->resume();
+        const Browser browser(*m_server, redirect("?code=abc"));
+        QTRY_COMPARE(m_codes, QStringList("abc"));
+    }
+
+    void portInUse()
+    {
+        listen(50);
+        m_server->close();
+        QTcpServer occupant;
+        QVERIFY(occupant.listen(QHostAddress::LocalHost, 0));
+        const quint16 port = occupant.serverPort();
+        QVERIFY(!m_server->tryListen(port));
+        QCOMPARE(m_host.errors(), QStringList());
+        QVERIFY(!m_server->StartListenPort(port));
+        const QString error("Error listening to localhost because the following port is protected: %1");
+        QCOMPARE(m_host.errors(), QStringList(error.arg(port)));
+        QTRY_COMPARE(m_codes, QStringList("timeout"));
+
+        occupant.close();
+        QVERIFY(m_server->tryListen(port) && !m_server->isListening());
+    }
 
 private:
-    std::unique_ptr<SimpleHttpServer> listening(Receiver &receiver);
+    void listen(int redirectMs, int connectionMs = 30000)
+    {
+        SimpleHttpServer::setDefaultTimeouts(redirectMs, connectionMs);
+        m_server = std::make_unique<SimpleHttpServer>();
+        m_server->setCallback(&TestSimpleHttpServer::receive, this);
+        if (!m_server->StartListenPort(0))
+            qFatal("cannot listen");
+    }
+    static void receive(void *self, KString &code)
+    {
+        auto *test = static_cast<TestSimpleHttpServer *>(self);
+        test->m_codes << QString::fromUtf8(code.utf8());
+        if (test->m_inside)
+            test->m_inside();
+    }
+
     RecordingHost m_host;
+    QStringList m_codes;
+    /// What the call-back does besides.
+    std::function<void()> m_inside;
+    std::unique_ptr<SimpleHttpServer> m_server;
 };
-
-void TestSimpleHttpServer::init()
-{
-    m_host.clear();
-    SimpleHttpServer::setDefaultTimeouts(300000);
-}
-
-std::unique_ptr<SimpleHttpServer> TestSimpleHttpServer::listening(Receiver &receiver)
-{
-    auto server = std::make_unique<SimpleHttpServer>();
-    server->setCallback(&Receiver::receive, &receiver);
-    if (!server->StartListenPort(0))
-        qFatal("cannot listen");
-    return server;
-}
-
-void TestSimpleHttpServer::codeIsHandedOverAndAnswered_data()
-{
-    QTest::addColumn<QByteArray>("query");
-    QTest::addColumn<QString>("code");
-    QTest::newRow("alone") << QByteArray("?code=XYZ") << "XYZ";
-    QTest::newRow("with a state") << QByteArray("?state=x&code=abc&last=1") << "abc";
-    QTest::newRow("not decoded") << QByteArray("?code=a%2Fb+c") << "a%2Fb+c";
-    QTest::newRow("first is empty") << QByteArray("?code=&code=abc") << "abc";
-}
-
-void TestSimpleHttpServer::codeIsHandedOverAndAnswered()
-{
-    QFETCH(QByteArray, query);
-    QFETCH(QString, code);
-    m_host.setText("kCloudPortalLoginDone", "F\xc3\xa4rdig");
-    Receiver receiver;
-    const auto server = listening(receiver);
-    QCOMPARE(server->serverAddress(), QHostAddress(QHostAddress::LocalHost));
-    Browser browser(*server);
-    browser.send("GET " + redirectPath + query + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-    const QByteArray answer = browser.answer();
-    QCOMPARE(receiver.codes, QStringList(code));
-    const QByteArray expected = "HTTP/1.0 200 Ok\r\nContent-Type: text/html; charset=\"utf-8\"\r\n\r\n<h1>"
-                                "F\xc3\xa4rdig</h1>\n";
-    QCOMPARE(answer.left(expected.size()), expected);
-    QVERIFY(QDateTime::fromString(QString::fromUtf8(answer.mid(expected.size()).trimmed())).isValid());
-    QVERIFY(answer.endsWith('\n'));
-    QVERIFY(!server->isListening());
-}
-
-void TestSimpleHttpServer::otherRequestsDoNotDisturb_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    const QByteArray line = redirectPath + "?code=evil HTTP/1.1\r\n\r\n";
-    QTest::newRow("nothing") << QByteArray();
-    QTest::newRow("denied") << "GET " + redirectPath + "?error=access_denied HTTP/1.1\r\nX: code evil\r\n\r\n";
-    QTest::newRow("empty code") << "GET " + redirectPath + "?code= HTTP/1.1\r\ncode: evil\r\n\r\n";
-    QTest::newRow("the time-out word") << "GET " + redirectPath + "?code=timeout HTTP/1.1\r\n\r\n";
-    QTest::newRow("other case") << "GET " + redirectPath + "?Code=evil HTTP/1.1\r\n\r\n";
-    QTest::newRow("other path") << QByteArray("GET /redirect?code=evil HTTP/1.1\r\n\r\n");
-    QTest::newRow("POST") << "POST " + line;
-    QTest::newRow("OPTIONS") << "OPTIONS " + line;
-    QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\n\x00\n", 9);
-    QTest::newRow("too long") << QByteArray(200000, 'x');
-}
-
-void TestSimpleHttpServer::otherRequestsDoNotDisturb()
-{
-    QFETCH(QByteArray, bytes);
-    Receiver receiver;
-    const auto server = listening(receiver);
-    Browser stranger(*server);
-    stranger.send(bytes);
-    QTest::qWait(20);
-    QCOMPARE(receiver.codes, QStringList());
-    QVERIFY(server->isListening());
-
-    Browser browser(*server);
-    browser.send("GET " + redirectPath + "?code=good HTTP/1.1\r\n\r\n");
-    QVERIFY(browser.answer().startsWith("HTTP/1.0 200 Ok\r\n"));
-    QCOMPARE(receiver.codes, QStringList("good"));
-    QCOMPARE(stranger.received(), QByteArray());
-}
-
-void TestSimpleHttpServer::bytesOneAtATime()
-{
-    Receiver receiver;
-    const auto server = listening(receiver);
-    Browser browser(*server);
-    browser.readLater();
-    const QByteArray request = "GET " + redirectPath + "?code=slow HTTP/1.1\r\nHost: localhost\r\nAccept: */*\r\n\r\n";
-    for (const char byte : request) {
-        browser.send(QByteArray(1, byte));
-        QTest::qWait(1);
-    }
-    QVERIFY(browser.answer().contains("</h1>"));
-    QCOMPARE(receiver.codes, QStringList("slow"));
-}
-
-void TestSimpleHttpServer::callbackMayDeleteTheServer_data()
-{
-    QTest::addColumn<QByteArray>("request");
-    QTest::addColumn<QString>("code");
-    QTest::newRow("code") << "GET " + redirectPath + "?code=last HTTP/1.1\r\n\r\n"
-                          << "last";
-    QTest::newRow("time-out") << QByteArray("GET / HTTP/1.1\r\n\r\n") << "timeout";
-}
-
-void TestSimpleHttpServer::callbackMayDeleteTheServer()
-{
-    QFETCH(QByteArray, request);
-    QFETCH(QString, code);
-    SimpleHttpServer::setDefaultTimeouts(150);
-    Receiver receiver;
-    auto server = listening(receiver);
-    Browser browser(*server);
-    receiver.inside = [&server] { server.reset(); };
-    browser.send(request);
-    QCOMPARE(browser.answer(), QByteArray());
-    QCOMPARE(receiver.codes, QStringList(code));
-}
-
-void TestSimpleHttpServer::slowCallbackOutlastsTheWaits()
-{
-    SimpleHttpServer::setDefaultTimeouts(150, 150);
-    Receiver receiver;
-    receiver.inside = [] { QTest::qWait(200); };
-    const auto server = listening(receiver);
-    Browser browser(*server);
-    browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
-    QVERIFY(browser.answer().contains("</h1>"));
-    QCOMPARE(receiver.codes, QStringList("abc"));
-
-    QVERIFY(server->StartListenPort(0));
-    Browser again(*server);
-    again.send("GET " + redirectPath + "?code=def HTTP/1.1\r\n\r\n");
-    QVERIFY(again.answer().contains("</h1>"));
-    QCOMPARE(receiver.codes, (QStringList{"abc", "def"}));
-}
-
-void TestSimpleHttpServer::unansweredConnectionsEnd()
-{
-    SimpleHttpServer::setDefaultTimeouts(300000, 50);
-    Receiver receiver;
-    const auto server = listening(receiver);
-    Browser silent(*server);
-    Browser ignored(*server);
-    ignored.send("GET / HTTP/1.1\r\n\r\n");
-    QTRY_VERIFY_WITH_TIMEOUT(silent.closed() && ignored.closed(), 1000);
-    QCOMPARE(server->findChildren<QTcpSocket *>().size(), 0);
-    QVERIFY(server->isListening());
-
-    SimpleHttpServer::setDefaultTimeouts(300000);
-    const auto patient = listening(receiver);
-    Browser flood(*patient);
-    flood.send(QByteArray(200000, 'x'));
-    QTRY_VERIFY_WITH_TIMEOUT(flood.closed(), 1000);
-}
-
-void TestSimpleHttpServer::pausedServerClosesDescriptors()
-{
-    Receiver receiver;
-    const auto server = listening(receiver);
-    server->pause();
-    const int before = openDescriptors();
-    for (int connection = 0; connection < 5; ++connection) {
-        Browser browser(*server);
-        QVERIFY(browser.connected());
-        browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
-        QTRY_VERIFY_WITH_TIMEOUT(browser.closed(), 1000);
-    }
-    QCOMPARE(openDescriptors(), before);
-    QCOMPARE(receiver.codes, QStringList());
-
-    server->resume();
-    Browser browser(*server);
-    browser.send("GET " + redirectPath + "?code=abc HTTP/1.1\r\n\r\n");
-    QTRY_COMPARE(receiver.codes, QStringList("abc"));
-}
-
-void TestSimpleHttpServer::portInUse()
-{
-    SimpleHttpServer::setDefaultTimeouts(50);
-    QTcpServer occupant;
-    QVERIFY(occupant.listen(QHostAddress::LocalHost, 0));
-    const quint16 port = occupant.serverPort();
-    Receiver receiver;
-    SimpleHttpServer server;
-    server.setCallback(&Receiver::receive, &receiver);
-    QVERIFY(!server.tryListen(port));
-    QCOMPARE(m_host.errors(), QStringList());
-    QVERIFY(!server.StartListenPort(port));
-    QCOMPARE(
-        m_host.errors(),
-        QStringList(QString("Error listening to localhost because the following port is protected: %1").arg(port)));
-    QTRY_COMPARE(receiver.codes, QStringList("timeout"));
-
-    occupant.close();
-    SimpleHttpServer probe;
-    QVERIFY(probe.tryListen(port));
-    QVERIFY(!probe.isListening());
-}
 
 QTEST_GUILESS_MAIN(TestSimpleHttpServer)
 #include "tst_simplehttpserver.moc"

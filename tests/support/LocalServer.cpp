@@ -1,12 +1,11 @@
 #include "support/LocalServer.h"
 
-#include <QFile>
-#include <QPointer>
 #include <QProcess>
 #include <QSslSocket>
 #include <QTcpSocket>
-#include <QTemporaryDir>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -16,40 +15,28 @@ struct Identity
     QSslKey key;
 };
 
-QByteArray fileContent(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-Identity makeIdentity()
-{
-    const QTemporaryDir folder;
-    const QString key = folder.filePath(QStringLiteral("key.pem"));
-    const QString certificate = folder.filePath(QStringLiteral("certificate.pem"));
-    QProcess openssl;
-    openssl.start(QStringLiteral("openssl"),
-                  {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout",
-                   key, "-out", certificate, "-days", "2", "-subj", "/CN=localhost", "-addext",
-                   "subjectAltName=IP:127.0.0.1,DNS:localhost"});
-    if (!openssl.waitForFinished() || openssl.exitCode() != 0)
-        qFatal("no test certificate: %s", openssl.readAllStandardError().constData());
-    return {QSslCertificate(fileContent(certificate)), QSslKey(fileContent(key), QSsl::Ec)};
-}
-
 const Identity &identity()
 {
-    static const Identity made = makeIdentity();
+    static const Identity made = []() -> Identity {
+        QProcess openssl;
+        openssl.start("openssl", {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                                  "-keyout", "/dev/stdout", "-subj", "/CN=localhost", "-addext",
+                                  "subjectAltName=IP:127.0.0.1,DNS:localhost"});
+        if (!openssl.waitForFinished() || openssl.exitCode() != 0)
+            qFatal("no test certificate: %s", openssl.readAllStandardError().constData());
+        const QByteArray pem = openssl.readAllStandardOutput();
+        return {QSslCertificate(pem), QSslKey(pem, QSsl::Ec)};
+    }();
     return made;
 }
 
 /// Takes one request from the front of \p received; false while it is not complete.
 bool takeRequest(QByteArray &received, Request &request)
 {
-    const int end = received.indexOf("\r\n\r\n");
-    if (end < 0)
+    const int bodyStart = received.indexOf("\r\n\r\n") + 4;
+    if (bodyStart < 4)
         return false;
-    QList<QByteArray> lines = received.left(end).split('\n');
+    QList<QByteArray> lines = received.left(bodyStart - 4).split('\n');
     const QList<QByteArray> words = lines.takeFirst().trimmed().split(' ');
     request.method = words.value(0);
     request.target = words.value(1);
@@ -58,7 +45,6 @@ bool takeRequest(QByteArray &received, Request &request)
         request.headers.append({line.left(colon).trimmed(), line.mid(colon + 1).trimmed()});
     }
     const int length = request.header("Content-Length").toInt();
-    const int bodyStart = end + 4;
     if (received.size() - bodyStart < length)
         return false;
     request.body = received.mid(bodyStart, length);
@@ -78,49 +64,11 @@ QList<QByteArray> Request::headerValues(const QByteArray &name) const
     return values;
 }
 
-Reply &Reply::header(const QByteArray &name, const QByteArray &value)
-{
-    m_headers.append({name, value});
-    return *this;
-}
-
-Reply &Reply::body(const QByteArray &bytes)
-{
-    m_body = bytes;
-    return *this;
-}
-
-Reply &Reply::delayed(int ms)
-{
-    m_delayMs = ms;
-    return *this;
-}
-
-Reply &Reply::hangAfter(int bytes)
-{
-    m_limit = bytes;
-    m_ending = Ending::Hang;
-    return *this;
-}
-
-Reply &Reply::cutAfter(int bytes)
-{
-    m_limit = bytes;
-    m_ending = Ending::Close;
-    return *this;
-}
-
 QByteArray Reply::wire() const
 {
-    QByteArray head = "HTTP/1.1 " + QByteArray::number(m_status) + " Status\r\n";
-    bool hasLength = false;
-    for (const auto &[name, value] : m_headers) {
-        head += name + ": " + value + "\r\n";
-        hasLength = hasLength || name.compare("Content-Length", Qt::CaseInsensitive) == 0;
-    }
-    if (!hasLength)
-        head += "Content-Length: " + QByteArray::number(m_body.size()) + "\r\n";
-    return (head + "\r\n" + m_body).mid(0, m_limit);
+    const QByteArray length = QByteArray::number(m_body.size());
+    const QByteArray head = "HTTP/1.1 " + QByteArray::number(m_status) + " Status\r\n" + m_headers;
+    return (head + "Content-Length: " + length + "\r\n\r\n" + m_body).mid(0, m_limit);
 }
 
 LocalServer::LocalServer(Transport transport) : m_transport(transport)
@@ -133,8 +81,7 @@ LocalServer::LocalServer(Transport transport) : m_transport(transport)
 
 LocalServer::~LocalServer()
 {
-    const QList<QTcpSocket *> sockets = m_exchanges.keys();
-    for (QTcpSocket *socket : sockets)
+    for (QTcpSocket *socket : m_exchanges.keys())
         socket->abort();
 }
 
@@ -143,21 +90,11 @@ QSslCertificate LocalServer::certificate()
     return identity().certificate;
 }
 
-int LocalServer::count(const QByteArray &path) const
-{
-    int found = 0;
-    for (const Request &request : m_requests)
-        found += request.path() == path ? 1 : 0;
-    return found;
-}
-
 Request LocalServer::lastRequest(const QByteArray &path) const
 {
-    for (auto request = m_requests.crbegin(); request != m_requests.crend(); ++request) {
-        if (request->path() == path)
-            return *request;
-    }
-    return Request();
+    const auto fits = [&path](const Request &request) { return request.path() == path; };
+    const auto found = std::find_if(m_requests.crbegin(), m_requests.crend(), fits);
+    return found == m_requests.crend() ? Request() : *found;
 }
 
 void LocalServer::incomingConnection(qintptr descriptor)
@@ -189,17 +126,9 @@ void LocalServer::readFrom(QTcpSocket *socket)
         return;
     exchange->busy = true;
     m_requests.append(request);
-    const Reply reply = replyTo(request);
-    QTimer::singleShot(reply.m_delayMs, socket, [=] { send(socket, reply); });
-}
-
-Reply LocalServer::replyTo(const Request &request)
-{
     const QByteArray key = m_answers.contains(request.target) ? request.target : request.path();
-    const auto found = m_answers.find(key);
-    if (found == m_answers.end())
-        return Reply(404).body("unexpected");
-    return found->size() > 1 ? found->takeFirst() : found->first();
+    const Reply reply = m_answers.value(key, Reply(404).body("unexpected"));
+    QTimer::singleShot(reply.m_delayMs, socket, [=] { send(socket, reply); });
 }
 
 void LocalServer::send(QTcpSocket *socket, const Reply &reply)
@@ -207,12 +136,10 @@ void LocalServer::send(QTcpSocket *socket, const Reply &reply)
     if (!m_exchanges.contains(socket))
         return;
     socket->write(reply.wire());
-    if (reply.m_ending == Reply::Ending::Hang)
-        return;
-    if (reply.m_ending == Reply::Ending::Close) {
+    if (reply.m_ending == Reply::Ending::Close)
         socket->disconnectFromHost();
+    if (reply.m_ending != Reply::Ending::KeepOpen)
         return;
-    }
     m_exchanges[socket].busy = false;
     readFrom(socket);
 }

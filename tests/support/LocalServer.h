@@ -34,33 +34,40 @@ struct Request
     QByteArray header(const QByteArray &name) const { return headerValues(name).value(0); }
 };
 
-/// What the server sends, with a Content-Length unless it has one of its own.
+/// What the server sends, with a Content-Length.
 class Reply
 {
 public:
     explicit Reply(int status = 200) : m_status(status) {}
 
-    Reply &header(const QByteArray &name, const QByteArray &value);
+    Reply &header(const QByteArray &name, const QByteArray &value)
+    {
+        return set(m_headers, m_headers + name + ": " + value + "\r\n");
+    }
     Reply &location(const QByteArray &target) { return header("Location", target); }
-    Reply &body(const QByteArray &bytes);
+    Reply &body(const QByteArray &bytes) { return set(m_body, bytes); }
     /// Waits before the first byte, in milliseconds.
-    Reply &delayed(int ms);
-    /// Sends nothing and keeps the connection open.
-    Reply &hang() { return hangAfter(0); }
-    /// Sends that many bytes of the whole reply, then nothing more.
-    Reply &hangAfter(int bytes);
+    Reply &delayed(int ms) { return set(m_delayMs, ms); }
+    /// Sends that many bytes of the whole reply, then nothing more, and keeps the connection open.
+    Reply &hangAfter(int bytes) { return set(m_limit, bytes).set(m_ending, Ending::Hang); }
     /// Sends that many bytes of the whole reply, then closes the connection.
-    Reply &cutAfter(int bytes);
+    Reply &cutAfter(int bytes) { return set(m_limit, bytes).set(m_ending, Ending::Close); }
 
 private:
     friend class LocalServer;
     enum class Ending { KeepOpen, Hang, Close };
 
+    template <class Value>
+    Reply &set(Value &member, const Value &value)
+    {
+        member = value;
+        return *this;
+    }
     /// What goes on the wire.
     QByteArray wire() const;
 
     int m_status;
-    QList<QPair<QByteArray, QByteArray>> m_headers;
+    QByteArray m_headers;
     QByteArray m_body;
     int m_delayMs = 0;
     int m_limit = -1;
@@ -83,14 +90,11 @@ public:
     /// The certificate of the TLS servers of this process: self-signed, for 127.0.0.1 and localhost.
     static QSslCertificate certificate();
 
-    /// Answers \p target, given with or without its query, whatever the method. Further replies to one target are sent
-    /// in turn, the last one again and again. Anything unknown is answered with 404.
-    void answer(const QByteArray &target, const Reply &reply) { m_answers[target].append(reply); }
+    /// Answers \p target, given with or without its query, whatever the method. Anything unknown is answered with 404.
+    void answer(const QByteArray &target, const Reply &reply) { m_answers[target] = reply; }
 
     const QVector<Request> &requests() const { return m_requests; }
-    /// Requests for \p path, whatever their query.
-    int count(const QByteArray &path) const;
-    /// The last request for \p path; an empty one when there was none.
+    /// The last request for \p path, whatever its query; an empty one when there was none.
     Request lastRequest(const QByteArray &path) const;
 
 protected:
@@ -105,10 +109,9 @@ private:
 
     void readFrom(QTcpSocket *socket);
     void send(QTcpSocket *socket, const Reply &reply);
-    Reply replyTo(const Request &request);
 
     Transport m_transport;
     QHash<QTcpSocket *, Exchange> m_exchanges;
-    QHash<QByteArray, QList<Reply>> m_answers;
+    QHash<QByteArray, Reply> m_answers;
     QVector<Request> m_requests;
 };

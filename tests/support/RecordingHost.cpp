@@ -1,24 +1,9 @@
 #include "support/RecordingHost.h"
 
-RecordingHost::RecordingHost(KGlobal::KeldaState state) : m_state(state)
-{
-    KHost::install(this);
-}
-
 RecordingHost::~RecordingHost()
 {
     if (KHost::instance() == this)
         KHost::install(nullptr);
-}
-
-QStringList RecordingHost::messages(MessageKind kind) const
-{
-    QStringList texts;
-    for (const auto &[messageKind, text] : m_messages) {
-        if (messageKind == kind)
-            texts << text;
-    }
-    return texts;
 }
 
 void RecordingHost::clear()
@@ -35,39 +20,16 @@ void RecordingHost::answer(const QString &prefix, const KCommandResult &result)
     });
 }
 
-void RecordingHost::fail(const QString &prefix, const QString &reason)
-{
-    handle(prefix,
-           [reason](const QString &, KCommandResult &) { return KStatus::failure(KQtUtil::toKString(reason)); });
-}
-
-void RecordingHost::handle(const QString &prefix, std::function<KStatus(const QString &, KCommandResult &)> handler)
-{
-    m_handlers[prefix] = std::move(handler);
-}
-
-void RecordingHost::setText(const char *key, const char *text)
-{
-    m_texts[key] = text;
-}
-
 KStatus RecordingHost::execute(const KString &command, KCommandResult &result, bool, bool)
 {
     const QString text = KQtUtil::toQString(command);
     m_commands << text;
     // In descending order the first prefix that fits is the longest one.
     for (auto entry = m_handlers.rbegin(); entry != m_handlers.rend(); ++entry) {
-        if (text.startsWith(entry->first)) {
-            const auto handler = entry->second;
-            return handler(text, result);
-        }
+        if (text.startsWith(entry->first))
+            return Handler(entry->second)(text, result);
     }
     return KStatus();
-}
-
-void RecordingHost::message(MessageKind kind, const KString &text)
-{
-    m_messages.append({kind, KQtUtil::toQString(text)});
 }
 
 KStatus RecordingHost::registerString(const KStringResourceId &id)
@@ -87,32 +49,26 @@ bool RecordingHost::findString(const KStringResourceId &id, KString &text)
 
 KStatus RecordingHost::registerUIStrings(KObject, KStatus (*registration)(), const KString &procedure)
 {
-    const KStatus status = registration ? registration() : KStatus();
     m_commands << KQtUtil::toQString(procedure);
-    return status;
+    return registration ? registration() : KStatus();
 }
 
 KStatus RecordingHost::registerCommand(KObject, const KString &name, void *(*creator)(), KSyntax (*)())
 {
-    const bool added = m_creators.emplace(name.utf8(), creator).second;
-    return added ? KStatus() : KStatus::failure("the name is in use");
+    void *(*&known)() = m_creators[KQtUtil::toQString(name)];
+    if (known)
+        return KStatus::failure("the name is in use");
+    known = creator;
+    return KStatus();
 }
 
 KStatus RecordingHost::deregisterCommand(KObject, const KString &name)
 {
-    return m_creators.erase(name.utf8()) ? KStatus() : KStatus::failure("no such command");
-}
-
-QStringList RecordingHost::registeredCommands() const
-{
-    QStringList names;
-    for (const auto &entry : m_creators)
-        names << QString::fromStdString(entry.first);
-    return names;
+    return m_creators.remove(KQtUtil::toQString(name)) ? KStatus() : KStatus::failure("no such command");
 }
 
 KPxCommand *RecordingHost::createCommand(const QString &name) const
 {
-    const auto found = m_creators.find(name.toStdString());
-    return found == m_creators.end() ? nullptr : static_cast<KPxCommand *>(found->second());
+    const auto creator = m_creators.value(name);
+    return creator ? static_cast<KPxCommand *>(creator()) : nullptr;
 }

@@ -6,7 +6,7 @@
 
 #include <openkelda/host.h>
 
-#include <QList>
+#include <QMap>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
@@ -15,37 +15,41 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <utility>
 
 /// Installs itself as the host and removes itself again; one at a time.
 class RecordingHost : public KHost
 {
 public:
-    explicit RecordingHost(KGlobal::KeldaState state = KGlobal::kInteractive);
+    using Handler = std::function<KStatus(const QString &, KCommandResult &)>;
+
+    explicit RecordingHost(KGlobal::KeldaState state = KGlobal::kInteractive) : m_state(state) { KHost::install(this); }
     ~RecordingHost() override;
 
     /// Every command, in order, whatever its answer.
     const QStringList &commands() const { return m_commands; }
     /// The texts of one kind of message, in order.
-    QStringList messages(MessageKind kind) const;
+    QStringList messages(MessageKind kind) const { return m_messages.value(kind); }
     QStringList errors() const { return messages(MessageKind::kError); }
     /// Forgets commands and messages; answers and texts stay.
     void clear();
 
     /// Commands that begin with \p prefix give \p result; the longest prefix decides. Any other succeeds with none.
     void answer(const QString &prefix, const KCommandResult &result);
-    void fail(const QString &prefix, const QString &reason);
+    void fail(const QString &prefix, const QString &reason)
+    {
+        handle(prefix, [=](const QString &, KCommandResult &) { return KStatus::failure(KQtUtil::toKString(reason)); });
+    }
     /// \p handler runs inside the command; it may spin the event loop.
-    void handle(const QString &prefix, std::function<KStatus(const QString &, KCommandResult &)> handler);
+    void handle(const QString &prefix, const Handler &handler) { m_handlers[prefix] = handler; }
 
     void setState(KGlobal::KeldaState state) { m_state = state; }
     /// \p window stays the caller's.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
     /// Replaces the text of a key, registered already or not.
-    void setText(const char *key, const char *text);
+    void setText(const char *key, const char *text) { m_texts[key] = text; }
 
     KStatus execute(const KString &command, KCommandResult &result, bool display, bool undo) override;
-    void message(MessageKind kind, const KString &text) override;
+    void message(MessageKind kind, const KString &text) override { m_messages[kind] << KQtUtil::toQString(text); }
     QWidget *mainWindow() override { return m_mainWindow; }
     KGlobal::KeldaState state() override { return m_state; }
     KStatus registerString(const KStringResourceId &id) override;
@@ -56,7 +60,7 @@ public:
     KStatus deregisterCommand(KObject plugin, const KString &name) override;
 
     /// The names of the commands that are registered now.
-    QStringList registeredCommands() const;
+    QStringList registeredCommands() const { return m_creators.keys(); }
     /// A new object of the registered command \p name, which the caller deletes; null for an unknown name.
     KPxCommand *createCommand(const QString &name) const;
 
@@ -64,8 +68,8 @@ private:
     KGlobal::KeldaState m_state;
     QPointer<QWidget> m_mainWindow;
     QStringList m_commands;
-    QList<std::pair<MessageKind, QString>> m_messages;
-    std::map<QString, std::function<KStatus(const QString &, KCommandResult &)>> m_handlers;
+    QMap<MessageKind, QStringList> m_messages;
+    std::map<QString, Handler> m_handlers;
     std::map<std::string, KString> m_texts;
-    std::map<std::string, void *(*)()> m_creators;
+    QMap<QString, void *(*)()> m_creators;
 };
