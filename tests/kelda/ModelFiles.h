@@ -1,6 +1,6 @@
 // kelda/ModelFiles.h
 //
-// Small model files that the host's tests write into their own folders, and the tables of text that they run through.
+// Small model files that the host's tests write into their own folders.
 
 #pragma once
 
@@ -42,19 +42,6 @@ inline void writePaint(const QString &folder)
         image.setPixelColor(at % 8, at / 8, at % 8 < 4 ? Qt::red : Qt::blue);
     if (!image.save(folder + "/paint.png"))
         qFatal("cannot write into %s", qPrintable(folder));
-}
-
-/// Fills a test's table: columns of text, of which the first also names the row.
-inline void addRows(std::initializer_list<const char *> columns,
-                    std::initializer_list<std::initializer_list<const char *>> rows)
-{
-    for (const char *column : columns)
-        QTest::addColumn<QString>(column);
-    for (const auto &row : rows) {
-        QTestData &data = QTest::newRow(*row.begin());
-        for (const char *text : row)
-            data << QString::fromUtf8(text);
-    }
 }
 
 } // namespace ModelFiles

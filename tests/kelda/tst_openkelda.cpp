@@ -1,7 +1,5 @@
 #include <openkelda/host.h>
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <limits>
@@ -11,118 +9,107 @@ class TestOpenKelda : public QObject
 {
     Q_OBJECT
 private slots:
-    void textsConvert();
-    void textsJoinAndCompare();
-    void resultsAreReadByTheirKindOnly();
-    void argumentsAreReadBySyntax();
-    void withoutHostEverythingFailsPolitely();
-};
+    void textsConvertJoinAndCompare()
+    {
+        const std::pair<QByteArray, QString> texts[] = {
+            {"", ""},
+            {"a\x7F\xC2\x80\xEF\xBF\xBD\xF4\x8F\xBF\xBD", "a\u007F\u0080\uFFFD\U0010FFFD"},
+            // cut short; overlong, surrogate, beyond Unicode
+            {"a\x80z\xE2\x82z\xF0\x9F", "a\uFFFDz\uFFFDz\uFFFD"},
+            {"\xE0\x80\xAFz\xED\xA0\x80z\xF4\x90\x80\x80z", "\uFFFDz\uFFFDz\uFFFDz"}};
+        for (const auto &[utf8, wide] : texts) {
+            const KString text(utf8.constData());
+            QCOMPARE(QString::fromStdWString(text.wide()), wide);
+            QCOMPARE(text.length(), static_cast<unsigned>(wide.toUcs4().size()));
+            QCOMPARE(QByteArray(text.utf8()), utf8); // kept as it came
+            QCOMPARE(QByteArray(KString(wide.toStdWString().c_str()).utf8()), wide.toUtf8());
+        }
 
-void TestOpenKelda::textsConvert()
-{
-    const std::pair<QByteArray, QString> texts[] = {
-        {"", ""},
-        {"a\x7F\xC2\x80\xEF\xBF\xBD\xF4\x8F\xBF\xBD", "a\u007F\u0080\uFFFD\U0010FFFD"},
-        // cut short; overlong, surrogate, beyond Unicode
-        {"a\x80z\xE2\x82z\xF0\x9F", "a\uFFFDz\uFFFDz\uFFFD"},
-        {"\xE0\x80\xAFz\xED\xA0\x80z\xF4\x90\x80\x80z", "\uFFFDz\uFFFDz\uFFFDz"}};
-    for (const auto &[utf8, wide] : texts) {
-        const KString text(utf8.constData());
-        QCOMPARE(QString::fromStdWString(text.wide()), wide);
-        QCOMPARE(text.length(), static_cast<unsigned>(wide.toUcs4().size()));
-        QCOMPARE(QByteArray(text.utf8()), utf8); // kept as it came
-        QCOMPARE(QByteArray(KString(wide.toStdWString().c_str()).utf8()), wide.toUtf8());
+        KString sum = "a" + KString("b") + 1 + 2u + std::numeric_limits<qint64>::min() + 3.5;
+        sum += std::numeric_limits<quint64>::max();
+        QCOMPARE(sum.utf8(), "ab12-92233720368547758083.518446744073709551615");
+        KString numbers;
+        for (const double number : {1e6, 1e21, -0.0, 0.1, -2.5e-9, 1.0 / 3})
+            numbers = numbers + number + " ";
+        QCOMPARE(numbers.utf8(), "1000000 1000000000000000000000 0 0.1 -2.5e-09 0.3333333333333333 ");
+        const wchar_t noText[] = {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000), 0};
+        QCOMPARE(KString(noText).utf8(), "\uFFFD\uFFFD");
+        QVERIFY(KString(static_cast<const char *>(nullptr)).isEmpty());
+        QVERIFY(KString("Z") < "a" && "a" < KString("ä") && !(KString("a") < "a"));
+        QVERIFY(KString("a") != "b" && "a" == KString(L"a") && KString(std::string("a")) == "a");
     }
-}
 
-void TestOpenKelda::textsJoinAndCompare()
-{
-    KString sum = "a" + KString("b") + 1 + 2u + std::numeric_limits<qint64>::min() + 3.5;
-    sum += std::numeric_limits<quint64>::max();
-    QCOMPARE(sum.utf8(), "ab12-92233720368547758083.518446744073709551615");
-    KString numbers;
-    for (const double number : {1e6, 1e21, -0.0, 0.1, -2.5e-9, 1.0 / 3})
-        numbers = numbers + number + " ";
-    QCOMPARE(numbers.utf8(), "1000000 1000000000000000000000 0 0.1 -2.5e-09 0.3333333333333333 ");
-    const wchar_t noText[] = {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000), 0};
-    QCOMPARE(KString(noText).utf8(), "\uFFFD\uFFFD");
-    QVERIFY(KString(static_cast<const char *>(nullptr)).isEmpty());
-    QVERIFY(KString("Z") < "a" && "a" < KString("ä") && !(KString("a") < "a"));
-    QVERIFY(KString("a") != "b" && "a" == KString(L"a") && KString(std::string("a")) == "a");
-}
-
-void TestOpenKelda::resultsAreReadByTheirKindOnly()
-{
-    KStringArray array;
-    array.append("x");
-    QStringList read;
-    for (const KCommandResult &result :
-         {KCommandResult(), KCommandResult(7), KCommandResult(1.5), KCommandResult("t"), KCommandResult(array)}) {
-        int integer = -1;
-        double number = -1;
-        KString text("untouched");
-        KStringArray texts;
-        QString line = result.getResult(integer) ? "int " : "";
-        line += result.getResult(number) ? "double " : "";
-        line += result.getResult(text) ? "string " : "";
-        line += result.getResult(texts) ? "array " : "";
-        read += line + QString("%1 %2 %3 %4").arg(integer).arg(number).arg(text.utf8()).arg(texts.length());
+    void resultsAreReadByTheirKindOnly()
+    {
+        KStringArray array;
+        array.append("x");
+        QStringList read;
+        for (const KCommandResult &result :
+             {KCommandResult(), KCommandResult(7), KCommandResult(1.5), KCommandResult("t"), KCommandResult(array)}) {
+            int integer = -1;
+            double number = -1;
+            KString text("untouched");
+            KStringArray texts;
+            const KStatus got[] = {result.getResult(integer), result.getResult(number), result.getResult(text),
+                                   result.getResult(texts)};
+            read += QString("%1%2%3%4 ").arg(!got[0]).arg(!got[1]).arg(!got[2]).arg(!got[3]) +
+                    QString("%1 %2 %3 %4").arg(integer).arg(number).arg(text.utf8()).arg(texts.length());
+        }
+        QCOMPARE(read, QStringList({"1111 -1 -1 untouched 0", "0011 7 7 untouched 0", "1011 -1 1.5 untouched 0",
+                                    "1101 -1 -1 t 0", "1110 -1 -1 untouched 1"}));
     }
-    QCOMPARE(read, QStringList({"-1 -1 untouched 0", "int double 7 7 untouched 0", "double -1 1.5 untouched 0",
-                                "string -1 -1 t 0", "array -1 -1 untouched 1"}));
-}
 
-void TestOpenKelda::argumentsAreReadBySyntax()
-{
-    const auto parsed = [](const QString &arguments) {
-        KSyntax syntax;
-        syntax.addFlag("-spr", "-showportal");
-        syntax.enableQuery(true);
-        KArgList list;
-        for (const QString &argument : arguments.split(' '))
-            list.append(KQtUtil::toKString(argument));
+    void argumentsAreReadBySyntax()
+    {
+        const auto parsed = [](const QString &arguments) {
+            KSyntax syntax;
+            syntax.addFlag("-spr", "-showportal");
+            syntax.enableQuery(true);
+            KArgList list;
+            for (const QString &argument : arguments.split(' '))
+                list.append(KQtUtil::toKString(argument));
+            KStatus status;
+            const KArgParser parser(syntax, list, &status);
+            const QString set = parser.isFlagSet("-spr") && parser.isFlagSet("-showportal") ? "set " : "unset ";
+            return set + (status ? "and good" : status.errorString().utf8());
+        };
+        QCOMPARE(parsed("-query -showportal"), QString("set and good"));
+        QCOMPARE(parsed("-e"), QString("unset unknown flag -e"));
+        QCOMPARE(parsed("-spr -x -y"), QString("set unknown flag -x")); // the first mistake
+        QCOMPARE(parsed("spr -spr"), QString("set unexpected argument spr"));
+    }
+
+    void withoutHostEverythingFailsPolitely()
+    {
         KStatus status;
-        const KArgParser parser(syntax, list, &status);
-        const QString set = parser.isFlagSet("-spr") && parser.isFlagSet("-showportal") ? "set " : "unset ";
-        return set + (status ? "and good" : status.errorString().utf8());
-    };
-    QCOMPARE(parsed("-spr"), QString("set and good"));
-    QCOMPARE(parsed("-query -showportal"), QString("set and good"));
-    QCOMPARE(parsed("-e"), QString("unset unknown flag -e"));
-    QCOMPARE(parsed("-spr -x -y"), QString("set unknown flag -x")); // the first mistake
-    QCOMPARE(parsed("spr -spr"), QString("set unexpected argument spr"));
-}
+        QVERIFY(KGlobal::executeCommandStringResult("print 1", false, false, &status).isEmpty());
+        QVERIFY(!status && !status.errorString().isEmpty());
+        QVERIFY(!KHost::instance() && !KQtUtil::mainWindow() && KGlobal::keldaState() == KGlobal::kBatch);
 
-void TestOpenKelda::withoutHostEverythingFailsPolitely()
-{
-    KStatus status;
-    QVERIFY(KGlobal::executeCommandStringResult("print 1", false, false, &status).isEmpty());
-    QVERIFY(!status && !status.errorString().isEmpty());
-    QVERIFY(!KHost::instance() && !KQtUtil::mainWindow() && KGlobal::keldaState() == KGlobal::kBatch);
+        const KStringResourceId id("P", "key", "text ");
+        QVERIFY(!KStringResource::registerString(id));
+        QCOMPARE(KStringResource::getString(id, status).utf8(), "text ");
 
-    const KStringResourceId id("P", "key", "text ");
-    QVERIFY(!KStringResource::registerString(id));
-    QCOMPARE(KStringResource::getString(id, status).utf8(), "text ");
+        int handle = 0;
+        status = KStatus();
+        KFnPlugin plugin(KObject(&handle), "V", "1", "Any", &status);
+        QVERIFY(!status && plugin.deregisterCommand("C") == status && plugin.registerCommand("C", nullptr) == status);
+        QVERIFY(plugin.registerUIStrings(nullptr, "P") == status);
 
-    int handle = 0;
-    status = KStatus();
-    KFnPlugin plugin(KObject(&handle), "V", "1", "Any", &status);
-    QVERIFY(!status && plugin.deregisterCommand("C") == status && plugin.registerCommand("C", nullptr) == status);
-    QVERIFY(plugin.registerUIStrings(nullptr, "P") == status);
-
-    QTemporaryDir folder;
-    QFile captured(folder.filePath("stderr"));
-    QVERIFY(captured.open(QIODevice::ReadWrite));
-    const int screen = dup(STDERR_FILENO);
-    dup2(captured.handle(), STDERR_FILENO);
-    KGlobal::displayWarning("50% done");
-    KGlobal::displayError("no %s");
-    fflush(stderr);
-    dup2(screen, STDERR_FILENO);
-    close(screen);
-    captured.seek(0);
-    QCOMPARE(captured.readAll(), QByteArray("warning: 50% done\nerror: no %s\n"));
-}
+        QTemporaryDir folder;
+        QFile captured(folder.filePath("stderr"));
+        QVERIFY(captured.open(QIODevice::ReadWrite));
+        const int screen = dup(STDERR_FILENO);
+        dup2(captured.handle(), STDERR_FILENO);
+        KGlobal::displayWarning("50% done");
+        KGlobal::displayError("no %s");
+        fflush(stderr);
+        dup2(screen, STDERR_FILENO);
+        close(screen);
+        captured.seek(0);
+        QCOMPARE(captured.readAll(), QByteArray("warning: 50% done\nerror: no %s\n"));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestOpenKelda)
 #include "tst_openkelda.moc"

@@ -1,6 +1,7 @@
 // The option box procedures, on a real dialog of the kind that a plug-in makes.
 
 #include "kelda/SceneHost.h"
+#include "kelda/Steps.h"
 
 #include "ui/OptionBox.h"
 
@@ -37,18 +38,100 @@ class TestOptions : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_host.reset();
+        m_host = std::make_unique<SceneHost>(KGlobal::kInteractive);
+        registerOptionBoxCommands(m_host->host, m_host->options);
+    }
 
-    void acceptedOptionsChangeTheImport();
-    void dialogShowsWhatIsStoredAndWithoutOkChangesNothing();
-    void anotherTranslatorReplacesTheWidgets();
-    void failures_data();
-    void failures();
+    void acceptedOptionsChangeTheImport()
+    {
+        const QString file = ModelFiles::write(m_host->path("<b>box.obj"), ModelFiles::box());
+        PlugInDialog dialog;
+        setUp("Import", "OBJ", file);
+        const auto *label = dialog.findChild<QLabel *>("KeldaOptionFile");
+        QVERIFY(label->text() == "<b>box.obj" && label->textFormat() == Qt::PlainText);
+
+        QString answer = "not called";
+        // At this moment the dialog is closed already.
+        connect(&dialog, &QDialog::finished, this, [&] { answer = accept("Import"); });
+        QTimer::singleShot(0, &dialog, [&] {
+            dialog.click(dialog.option<QCheckBox>("triangulate"));
+            dialog.click(dialog.option<QCheckBox>("joinVertices"));
+            dialog.scale()->setValue(3);
+            // Nothing is stored before the dialog is accepted.
+            m_host->import(file);
+            QCOMPARE(m_host->measured(), QString("12 12 8 0 0 0 1 2 3"));
+            dialog.click(dialog.ok);
+        });
+        QVERIFY(dialog.exec() == QDialog::Accepted && answer.isEmpty());
+
+        run("file -force -new");
+        m_host->import(file);
+        QCOMPARE(m_host->measured(), QString("0 6 24 0 0 0 3 6 9"));
+        QCOMPARE(run("fileOption Import \"STL\" -q \"scale\""), QString("1"));
+    }
+
+    void dialogShowsItsTranslatorAndWithoutOkChangesNothing()
+    {
+        run("fileOption Import \"FBX\" -set \"triangulate\" 0; fileOption Import \"FBX\" -set \"scale\" 0.01");
+        {
+            // An earlier dialog that is still there must not get the options of the newer one.
+            PlugInDialog closing;
+            setUp("Import", "OBJ", "x.obj");
+            closing.show();
+            const PlugInDialog dialog;
+            setUp("Import", "FBX", "x.fbx");
+            QCOMPARE(dialog.scale()->value(), 0.01);
+            const auto checked = [&dialog](const char *key) { return dialog.option<QCheckBox>(key)->isChecked(); };
+            QVERIFY(!checked("triangulate") && checked("joinVertices"));
+            dialog.scale()->setValue(7);
+        }
+        QCOMPARE(run("fileOption Import \"FBX\" -q \"scale\""), QString("0.01"));
+
+        const PlugInDialog dialog;
+        setUp("ExportAll", "OBJ", ".");
+        QVERIFY(dialog.option<QCheckBox>("materials"));
+        setUp("ExportAll", "COLLADA", ".");
+        QVERIFY(!dialog.option<QCheckBox>("materials"));
+        QCOMPARE(dialog.findChildren<QComboBox *>("KeldaOption_upAxis").size(), 1);
+
+        // Both exports share their options.
+        dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
+        QCOMPARE(accept("ExportAll"), QString());
+        QCOMPARE(run("fileOption ExportActive \"COLLADA\" -q \"upAxis\""), QString("Z"));
+    }
+
+    void failures()
+    {
+        const PlugInDialog dialog;
+        run("fileOperationsOptionsUISetup Import PlugInOptionsLayout");
+        playSteps([this](const QString &command) { return run(command); }, R"(
+initCurrentFileTypeOption Paint "" "" => failed: unknown file action "Paint"
+initCurrentFileTypeOption => failed: initCurrentFileTypeOption takes 3 arguments
+fileOperationsOptionsUISetup Import Nowhere => failed: there is no layout named "Nowhere"
+fileOperationsOptionsUICallback Import Nowhere => failed: no options were set up in a layout named "Nowhere"
+setCurrentFileTypeOption Import PlugInOptionsLayout "Clay" => failed: unknown file translator "Clay"
+fileOperationsOptionsUICallback Import PlugInOptionsLayout => failed: no translator's options are shown
+fileOperationsOptionsUICallback ExportAll PlugInOptionsLayout => failed: the options in "PlugInOptionsLayout" belong to another action
+)");
+    }
 
 private:
     QString run(const QString &command) { return m_host->run(command); }
     /// The five commands that fill a dialog, in the order in which plug-ins send them.
-    void setUp(const QString &action, const QString &translator, const QString &path);
+    void setUp(const QString &action, const QString &translator, const QString &path)
+    {
+        const QString target = action + " PlugInOptionsLayout";
+        for (const QString &command :
+             {"initCurrentFileTypeOption " + action + " \"\" \"\"", "fileOperationsOptionsUISetup " + target,
+              "fileOperationsOptionsUIInitValues " + target + " \"" + translator + '"',
+              "setCurrentFileTypeOption " + target + " \"" + translator + '"',
+              "fileOperationsSelectionChangedCallback " + target + " \"" + path + '"'})
+            QCOMPARE(run(command), QString());
+    }
+
     QString accept(const QString &action)
     {
         return run("fileOperationsOptionsUICallback " + action + " PlugInOptionsLayout");
@@ -56,112 +139,6 @@ private:
 
     std::unique_ptr<SceneHost> m_host;
 };
-
-void TestOptions::init()
-{
-    m_host.reset();
-    m_host = std::make_unique<SceneHost>(KGlobal::kInteractive);
-    registerOptionBoxCommands(m_host->host, m_host->options);
-}
-
-void TestOptions::setUp(const QString &action, const QString &translator, const QString &path)
-{
-    const QString target = action + " PlugInOptionsLayout";
-    QCOMPARE(run("initCurrentFileTypeOption " + action + " \"\" \"\""), QString());
-    QCOMPARE(run("fileOperationsOptionsUISetup " + target), QString());
-    QCOMPARE(run("fileOperationsOptionsUIInitValues " + target + " \"" + translator + "\""), QString());
-    QCOMPARE(run("setCurrentFileTypeOption " + target + " \"" + translator + "\""), QString());
-    QCOMPARE(run("fileOperationsSelectionChangedCallback " + target + " \"" + path + "\""), QString());
-}
-
-void TestOptions::acceptedOptionsChangeTheImport()
-{
-    const QString file = ModelFiles::write(m_host->path("<b>box.obj"), ModelFiles::box());
-    PlugInDialog dialog;
-    setUp("Import", "OBJ", file);
-    const auto *label = dialog.findChild<QLabel *>("KeldaOptionFile");
-    QCOMPARE(label->text(), QString("<b>box.obj"));
-    QCOMPARE(label->textFormat(), Qt::PlainText);
-
-    QString answer = "not called";
-    // At this moment the dialog is closed already.
-    connect(&dialog, &QDialog::finished, this, [&] { answer = accept("Import"); });
-    QTimer::singleShot(0, &dialog, [&] {
-        dialog.click(dialog.option<QCheckBox>("triangulate"));
-        dialog.click(dialog.option<QCheckBox>("joinVertices"));
-        dialog.scale()->setValue(3);
-        // Nothing is stored before the dialog is accepted.
-        m_host->import(file);
-        QCOMPARE(m_host->measured(), QString("12 12 8 0 0 0 1 2 3"));
-        dialog.click(dialog.ok);
-    });
-    QCOMPARE(dialog.exec(), int(QDialog::Accepted));
-    QCOMPARE(answer, QString());
-
-    run("file -force -new");
-    m_host->import(file);
-    QCOMPARE(m_host->measured(), QString("0 6 24 0 0 0 3 6 9"));
-    QCOMPARE(run("fileOption Import \"STL\" -q \"scale\""), QString("1"));
-}
-
-void TestOptions::dialogShowsWhatIsStoredAndWithoutOkChangesNothing()
-{
-    run("fileOption Import \"FBX\" -set \"triangulate\" 0; fileOption Import \"FBX\" -set \"scale\" 0.01");
-    // An earlier dialog that is still there must not get the options of the newer one.
-    PlugInDialog closing;
-    setUp("Import", "OBJ", "x.obj");
-    closing.show();
-    {
-        const PlugInDialog dialog;
-        setUp("Import", "FBX", "x.fbx");
-        QVERIFY(dialog.scale());
-        QCOMPARE(dialog.scale()->value(), 0.01);
-        QVERIFY(!dialog.option<QCheckBox>("triangulate")->isChecked());
-        QVERIFY(dialog.option<QCheckBox>("joinVertices")->isChecked());
-        dialog.scale()->setValue(7);
-    }
-    QCOMPARE(run("fileOption Import \"FBX\" -q \"scale\""), QString("0.01"));
-}
-
-void TestOptions::anotherTranslatorReplacesTheWidgets()
-{
-    const PlugInDialog dialog;
-    setUp("ExportAll", "OBJ", ".");
-    QVERIFY(dialog.option<QCheckBox>("materials"));
-    setUp("ExportAll", "COLLADA", ".");
-    QVERIFY(!dialog.option<QCheckBox>("materials"));
-    QCOMPARE(dialog.findChildren<QComboBox *>("KeldaOption_upAxis").size(), 1);
-
-    // Both exports share their options.
-    dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
-    QCOMPARE(accept("ExportAll"), QString());
-    QCOMPARE(run("fileOption ExportActive \"COLLADA\" -q \"upAxis\""), QString("Z"));
-}
-
-void TestOptions::failures_data()
-{
-    ModelFiles::addRows(
-        {"command", "answer"},
-        {
-            {"initCurrentFileTypeOption Paint \"\" \"\"", "unknown file action \"Paint\""},
-            {"initCurrentFileTypeOption", "initCurrentFileTypeOption takes 3 arguments"},
-            {"fileOperationsOptionsUISetup Import Nowhere", "there is no layout named \"Nowhere\""},
-            {"fileOperationsOptionsUICallback Import Nowhere", "no options were set up in a layout named \"Nowhere\""},
-            {"setCurrentFileTypeOption Import PlugInOptionsLayout \"Clay\"", "unknown file translator \"Clay\""},
-            {"fileOperationsOptionsUICallback Import PlugInOptionsLayout", "no translator's options are shown"},
-            {"fileOperationsOptionsUICallback ExportAll PlugInOptionsLayout",
-             "the options in \"PlugInOptionsLayout\" belong to another action"},
-        });
-}
-
-void TestOptions::failures()
-{
-    QFETCH(QString, command);
-    QFETCH(QString, answer);
-    const PlugInDialog dialog;
-    run("fileOperationsOptionsUISetup Import PlugInOptionsLayout");
-    QCOMPARE(run(command), "failed: " + answer);
-}
 
 QTEST_MAIN(TestOptions)
 #include "tst_options.moc"

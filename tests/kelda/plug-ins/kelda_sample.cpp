@@ -15,9 +15,8 @@ KString currentGreeting()
     return KStringResource::getString(greeting, status);
 }
 
-class SampleCommand : public KPxCommand
+struct SampleCommand : KPxCommand
 {
-public:
     SampleCommand() { ++alive; }
     ~SampleCommand() override { --alive; }
 
@@ -47,6 +46,8 @@ KStatus initializePlugin(KObject plugin)
     functions.registerUIStrings([] { return KStringResource::registerString(greeting); }, "SampleInitStrings");
     for (const char *name : {"Sample", "SampleLeft"})
         functions.registerCommand(name, []() -> void * { return new SampleCommand; });
+    if (std::getenv("SAMPLE_FAILS"))
+        return KStatus::failure("no licence");
     KGlobal::executeCommand("eval ( \"source \\\"Sample.ksc\\\"\" );");
     KGlobal::displayInfo("initialised: " + currentGreeting());
     return KStatus();
@@ -54,6 +55,8 @@ KStatus initializePlugin(KObject plugin)
 
 KStatus uninitializePlugin(KObject plugin)
 {
+    if (std::getenv("SAMPLE_FAILS"))
+        KGlobal::displayError("a plug-in that was never initialised was uninitialised");
     if (std::getenv("SAMPLE_STAYS"))
         return KStatus::failure("not now");
     return KFnPlugin(plugin, "Tests", "1.2", "Any").deregisterCommand("Sample");
