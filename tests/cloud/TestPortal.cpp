@@ -6,6 +6,7 @@
 #include <QListWidget>
 #include <QToolBar>
 #include <QToolButton>
+#include <QtTest>
 
 using namespace ICloudPortalApi;
 
@@ -234,6 +235,17 @@ QStringList TestStage::folderBar() const
             texts << (label ? label->text() : action->text());
     }
     return texts;
+}
+
+void addRows(std::initializer_list<const char *> columns, const QList<QStringList> &rows)
+{
+    for (const char *column : columns)
+        QTest::addColumn<QString>(column);
+    for (const QStringList &row : rows) {
+        QTestData &data = QTest::newRow(qPrintable(row.first()));
+        for (const QString &text : row.mid(1))
+            data << text;
+    }
 }
 
 void settle()

@@ -138,5 +138,8 @@ private:
     std::unique_ptr<Portal_CloudBrowser> m_controller;
 };
 
+/// Adds the text columns and rows of a test's table; the first text of a row is its name.
+void addRows(std::initializer_list<const char *> columns, const QList<QStringList> &rows);
+
 /// Runs the event loop until what was handed to it, deferred deletes included, is done.
 void settle();

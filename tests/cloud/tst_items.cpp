@@ -97,21 +97,13 @@ private slots:
 
     void extensions_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("extension");
-        QTest::newRow("case is kept") << "a/Model.OBJ"
-                                      << "OBJ";
-        QTest::newRow("the last dot counts") << "a.tar.gz"
-                                             << "gz";
-        QTest::newRow("no dot") << "model"
-                                << "none";
-        QTest::newRow("dot of a folder") << "v1.2/model"
-                                         << "none";
-        QTest::newRow("hidden file") << ".obj"
-                                     << "none";
-        QTest::newRow("hidden file in a folder") << "a/.obj"
-                                                 << "none";
-        QTest::newRow("other letters") << QString::fromUtf8("模型.ply") << "ply";
+        addRows({"name", "extension"}, {{"case is kept", "a/Model.OBJ", "OBJ"},
+                                        {"the last dot counts", "a.tar.gz", "gz"},
+                                        {"no dot", "model", "none"},
+                                        {"dot of a folder", "v1.2/model", "none"},
+                                        {"hidden file", ".obj", "none"},
+                                        {"hidden file in a folder", "a/.obj", "none"},
+                                        {"other letters", "模型.ply", "ply"}});
     }
 
     void extensions()
@@ -126,19 +118,12 @@ private slots:
 
     void cleaning_data()
     {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("cleaned");
-        QTest::newRow("path and colon") << "a/b:c"
-                                        << "bc";
-        QTest::newRow("capitals and blanks") << "  My Model.FBX\t"
-                                             << "my model.fbx";
-        QTest::newRow("nothing but forbidden") << "???"
-                                               << "";
-        QTest::newRow("parent directory") << "../.."
-                                          << "..";
-        QTest::newRow("blank after the path") << "dir\\ x "
-                                              << "x";
-        QTest::newRow("umlaut") << QString::fromUtf8("ÄRA|.obj") << QString::fromUtf8("ära.obj");
+        addRows({"typed", "cleaned"}, {{"path and colon", "a/b:c", "bc"},
+                                       {"capitals and blanks", "  My Model.FBX\t", "my model.fbx"},
+                                       {"nothing but forbidden", "???", ""},
+                                       {"parent directory", "../..", ".."},
+                                       {"blank after the path", "dir\\ x ", "x"},
+                                       {"umlaut", "ÄRA|.obj", "ära.obj"}});
     }
 
     void cleaning()

@@ -52,24 +52,12 @@ private slots:
 
     void importsStayInTheDownloadFolder_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("plain") << "Cup.OBJ"
-                               << ""
-                               << "/temp_cloud/Test/Cup.OBJ";
-        QTest::newRow("quotes are one argument") << "a\"; quit.obj"
-                                                 << ""
-                                                 << R"(/temp_cloud/Test/a\"; quit.obj)";
-        QTest::newRow("sub-folder") << "x.obj"
-                                    << "/Models/Old"
-                                    << "/temp_cloud/Test/Models/Old/x.obj";
-        QTest::newRow("parent folders") << "x.obj"
-                                        << "/../../etc"
-                                        << "/temp_cloud/Test/_/_/etc/x.obj";
-        QTest::newRow("separators in the name") << "../x.obj"
-                                                << ""
-                                                << "/temp_cloud/Test/_";
+        addRows({"name", "folder", "expected"},
+                {{"plain", "Cup.OBJ", "", "/temp_cloud/Test/Cup.OBJ"},
+                 {"quotes are one argument", "a\"; quit.obj", "", R"(/temp_cloud/Test/a\"; quit.obj)"},
+                 {"sub-folder", "x.obj", "/Models/Old", "/temp_cloud/Test/Models/Old/x.obj"},
+                 {"parent folders", "x.obj", "/../../etc", "/temp_cloud/Test/_/_/etc/x.obj"},
+                 {"separators in the name", "../x.obj", "", "/temp_cloud/Test/_"}});
     }
 
     void importsStayInTheDownloadFolder()

@@ -33,5 +33,12 @@ private:
 
 /// The entry points of a plug-in module, exported under these plain names. The host calls the first after opening the
 /// module and the second before closing it; a failure of the second leaves the plug-in loaded.
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#endif
 extern "C" KStatus initializePlugin(KObject plugin);
 extern "C" KStatus uninitializePlugin(KObject plugin);
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
