@@ -91,6 +91,7 @@ private slots:
         const int right = Qt::RightDockWidgetArea;
         const int left = Qt::LeftDockWidgetArea;
         QTest::newRow("new user") << true << none << true << none << false;
+        QTest::newRow("floating, docked before") << true << right << false << right << false;
         QTest::newRow("docked nowhere") << false << none << false << right << false;
         QTest::newRow("docked left") << false << left << false << left << false;
         QTest::newRow("beside another dock") << false << right << true << right << true;
