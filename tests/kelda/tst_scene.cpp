@@ -4,7 +4,7 @@
 #include "kelda/Steps.h"
 
 #include "scene/ModelFolder.h"
-#include "scene/ModelReader.h"
+#include "scene/IsolatedReader.h"
 #include "scene/Translators.h"
 
 #include <assimp/Importer.hpp>
@@ -17,7 +17,7 @@ class TestScene : public QObject
 
 private slots:
     void init() { m_host = std::make_unique<SceneHost>(KGlobal::kBatch); }
-    void cleanup() { ModelReader::setPatience(ModelReader::defaultPatienceMs); }
+    void cleanup() { IsolatedReader::setPatience(IsolatedReader::defaultPatienceMs); }
 
     /// "file|flags|stored options"
     void imports();
@@ -53,7 +53,7 @@ private slots:
             const QString measured = m_host->measured();
             QVERIFY2(measured.startsWith("12 12 ") && measured.endsWith(variant.second), qPrintable(type + measured));
 
-            ModelReader::setPatience(3000);
+            IsolatedReader::setPatience(3000);
             const qint64 whole = QFileInfo(written).size();
             for (const int percent : {90, 60, 30}) {
                 run("file -new");
@@ -100,9 +100,9 @@ private slots:
             large += QStringLiteral("v 1 %1 0\nf 1 %2 %3\n").arg(at).arg(at + 1).arg(at + 2).toLatin1();
         const QString file = ModelFiles::write(path("fan.obj"), large);
         // One millisecond is left once the allowance for the file's size is taken off.
-        ModelReader::setPatience(1 - static_cast<int>(large.size() >> 8));
+        IsolatedReader::setPatience(1 - static_cast<int>(large.size() >> 8));
         QVERIFY(m_host->import(file).contains("does not come to an end"));
-        ModelReader::setPatience(ModelReader::defaultPatienceMs);
+        IsolatedReader::setPatience(IsolatedReader::defaultPatienceMs);
         QCOMPARE(m_host->import(file), file);
     }
 

@@ -1,6 +1,8 @@
-#include "scene/ModelReader.h"
+#include "scene/IsolatedReader.h"
 
-#include <QDataStream>
+#include "scene/ReadRequest.h"
+#include "scene/Translators.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -8,7 +10,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <functional>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/time.h>
@@ -17,37 +18,48 @@
 
 namespace {
 
-/// How much more memory than the host has the child may take: some for every file, and a multiple of the file's size.
-/// A file that refers to itself in a circle would fill the machine otherwise.
+/// How much more memory than the host has the process may take: some for every file, and a multiple of the file's
+/// size. A file that refers to itself in a circle would fill the machine otherwise.
 constexpr rlim_t basicMemory = rlim_t(512) << 20;
 constexpr rlim_t memoryPerByte = 150;
 
-/// A file without a name, for what the child has to say.
+/// A file without a name that carries the request to the process and its answer back.
 class SharedMemoryFile
 {
 public:
     SharedMemoryFile() : m_handle(memfd_create("kelda-import", MFD_CLOEXEC))
     {
-        if (m_handle < 0)
+        if (m_handle < 0 || !m_file.open(m_handle, QIODevice::ReadWrite))
             throw FileError(QStringLiteral("there is no memory for it"));
     }
-    ~SharedMemoryFile() { close(m_handle); }
+    ~SharedMemoryFile()
+    {
+        m_file.close();
+        if (m_handle >= 0)
+            close(m_handle);
+    }
     SharedMemoryFile(const SharedMemoryFile &) = delete;
     SharedMemoryFile &operator=(const SharedMemoryFile &) = delete;
 
     int handle() const { return m_handle; }
+    /// At its beginning.
+    QFile &rewound()
+    {
+        if (!m_file.seek(0))
+            throw FileError(QStringLiteral("its contents got lost"));
+        return m_file;
+    }
 
 private:
     int m_handle;
+    QFile m_file;
 };
 
-void startTimer(__itimer_which kind, int milliseconds)
+struct Limits
 {
-    itimerval limit{};
-    limit.it_value.tv_sec = milliseconds / 1000;
-    limit.it_value.tv_usec = (milliseconds % 1000) * 1000;
-    setitimer(kind, &limit, nullptr);
-}
+    int computingMs;
+    rlim_t memory;
+};
 
 rlim_t addressSpaceInUse()
 {
@@ -57,46 +69,56 @@ rlim_t addressSpaceInUse()
     return file.readLine().split(' ').first().toULongLong() * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// What the child may use up before it is ended. Its death is quiet: no core file, nothing on the terminal.
-void restrictChild(int computingMs, rlim_t memory)
+/// The reader beside the running program, else the one of the build.
+QByteArray readerProgram()
 {
-    for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGINT, SIGTERM})
+    const QString own = QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
+    const QString beside = own + QStringLiteral("/kelda_reader");
+    return QFile::encodeName(QFileInfo(beside).isExecutable() ? beside : QStringLiteral(KELDA_READER));
+}
+
+void startTimer(__itimer_which kind, int milliseconds)
+{
+    itimerval limit{};
+    limit.it_value.tv_sec = milliseconds / 1000;
+    limit.it_value.tv_usec = (milliseconds % 1000) * 1000;
+    setitimer(kind, &limit, nullptr);
+}
+
+/// Turns the forked process into the reader. Another thread of the host may hold any lock at this moment, so nothing
+/// here allocates. The limits outlive the change; its death is quiet: no core file, nothing on the terminal.
+[[noreturn]] void becomeReader(char *const *arguments, int handle, const Limits &limits)
+{
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    for (const int number : {SIGPROF, SIGALRM, SIGINT, SIGTERM})
         std::signal(number, SIG_DFL);
-    startTimer(ITIMER_PROF, computingMs);
-    // A lock that another thread of the host held when the process split would otherwise be waited for for ever.
-    startTimer(ITIMER_REAL, computingMs * 6);
+    startTimer(ITIMER_PROF, limits.computingMs);
+    startTimer(ITIMER_REAL, limits.computingMs * 6); // for a file that never yields its bytes
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
-    const rlimit space{memory, memory};
+    const rlimit space{limits.memory, limits.memory};
     setrlimit(RLIMIT_AS, &space);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nowhere, STDERR_FILENO);
+    dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+    fcntl(handle, F_SETFD, 0);
+    execv(arguments[0], arguments);
+    _exit(EXIT_FAILURE);
 }
 
-[[noreturn]] void runChild(int handle, const std::function<ModelData()> &read)
+/// How the process ended.
+int runReader(int handle, const Limits &limits)
 {
-    QString problem;
-    ModelData model;
-    try {
-        model = read();
-    } catch (const std::bad_alloc &) {
-        problem = QStringLiteral("it needs more memory than there is");
-    } catch (const std::exception &error) {
-        problem = QString::fromUtf8(error.what());
-    } catch (...) {
-        problem = QStringLiteral("it is damaged");
-    }
-    QFile file;
-    if (!file.open(handle, QIODevice::WriteOnly))
-        _exit(EXIT_FAILURE);
-    QDataStream stream(&file);
-    stream << problem << model;
-    _exit(file.flush() && stream.status() == QDataStream::Ok ? EXIT_SUCCESS : EXIT_FAILURE);
-}
-
-/// How the child ended.
-int waitFor(pid_t child)
-{
+    QByteArray program = readerProgram();
+    QByteArray number = QByteArray::number(handle);
+    char *const arguments[] = {program.data(), number.data(), nullptr};
+    if (access(program.constData(), X_OK) != 0)
+        throw FileError(QStringLiteral("the program %1 is missing").arg(QFile::decodeName(program)));
+    const pid_t child = fork();
+    if (child < 0)
+        throw FileError(QStringLiteral("no process can be started to read it"));
+    if (child == 0)
+        becomeReader(arguments, handle, limits);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
@@ -105,42 +127,36 @@ int waitFor(pid_t child)
 
 } // namespace
 
-int ModelReader::s_patienceMs = ModelReader::defaultPatienceMs;
+int IsolatedReader::s_patienceMs = IsolatedReader::defaultPatienceMs;
 
-void ModelReader::setPatience(int milliseconds)
+void IsolatedReader::setPatience(int milliseconds)
 {
     s_patienceMs = milliseconds;
 }
 
-ModelData ModelReader::readIsolated(const QString &path, const Translator *translator, const OptionValues &options)
+ModelData IsolatedReader::read(const QString &path, const Translator *translator, const OptionValues &options)
 {
-    const SharedMemoryFile memory;
+    SharedMemoryFile memory;
+    QDataStream request(&memory.rewound());
+    request << ReadRequest{path, translator ? translator->name : QString(), options};
+    memory.rewound(); // flushes it, and both ends share the place
+
     const qint64 size = QFileInfo(path).size();
-    const int computingMs = s_patienceMs + static_cast<int>(size >> 8);
-    const rlim_t space = addressSpaceInUse() + basicMemory + memoryPerByte * static_cast<rlim_t>(size);
-    const pid_t child = fork();
-    if (child < 0)
-        throw FileError(QStringLiteral("no process can be started to read it"));
-    if (child == 0) {
-        restrictChild(computingMs, space);
-        runChild(memory.handle(), [&] { return read(path, translator, options); });
-    }
-    const int status = waitFor(child);
+    const int status =
+        runReader(memory.handle(), {s_patienceMs + static_cast<int>(size >> 8),
+                                    addressSpaceInUse() + basicMemory + memoryPerByte * static_cast<rlim_t>(size)});
     if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGPROF || WTERMSIG(status) == SIGALRM))
         throw FileError(QStringLiteral("reading it does not come to an end, it is probably damaged"));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS)
         throw FileError(QStringLiteral("it is damaged"));
 
-    QFile file;
-    if (!file.open(memory.handle(), QIODevice::ReadOnly) || !file.seek(0))
-        throw FileError(QStringLiteral("its contents got lost"));
-    QDataStream stream(&file);
+    QDataStream answer(&memory.rewound());
     QString problem;
     ModelData model;
-    stream >> problem >> model;
+    answer >> problem >> model;
     if (!problem.isEmpty())
         throw FileError(problem);
-    if (stream.status() != QDataStream::Ok)
+    if (answer.status() != QDataStream::Ok)
         throw FileError(QStringLiteral("its contents got lost"));
     return model;
 }

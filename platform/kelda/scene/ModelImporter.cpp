@@ -1,8 +1,8 @@
 #include "scene/ModelImporter.h"
 
+#include "scene/IsolatedReader.h"
 #include "scene/MaterialBuilder.h"
 #include "scene/ModelFolder.h"
-#include "scene/ModelReader.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -28,7 +28,7 @@ void checkFile(const QString &path)
 ImportResult readChecked(const QString &path, const Translator *translator, const OptionValues &options)
 {
     checkFile(path);
-    ModelData model = ModelReader::readIsolated(path, translator, options);
+    ModelData model = IsolatedReader::read(path, translator, options);
     const ModelFolder folder(path, path);
     MaterialBuilder builder(folder);
     std::vector<std::shared_ptr<const Material>> materials;

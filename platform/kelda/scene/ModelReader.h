@@ -1,7 +1,7 @@
 // scene/ModelReader.h
 //
-// Reads a model file with the import library. The library trusts its input more than files from anywhere deserve: a
-// damaged one can crash it or keep it busy for ever, so readIsolated() lets a process of its own do the work.
+// Reads a model file with the import library. A damaged file can crash that library or keep it busy for ever, so the
+// host calls this through IsolatedReader only.
 
 #pragma once
 
@@ -21,13 +21,4 @@ public:
     /// Reads \p path as \p translator does; null tries what the file's first bytes suggest. At least one part. Throws
     /// FileError, and whatever the library throws.
     static ModelData read(const QString &path, const Translator *translator, const OptionValues &options);
-
-    /// The same in a child process; blocks until it ended. A child that crashes, or computes longer than the patience
-    /// and four seconds per MiB of the file, throws FileError. That is some twenty times what sound files take.
-    static ModelData readIsolated(const QString &path, const Translator *translator, const OptionValues &options);
-    static void setPatience(int milliseconds);
-    static constexpr int defaultPatienceMs = 20'000;
-
-private:
-    static int s_patienceMs;
 };
