@@ -3,8 +3,8 @@
 #include "kelda/SceneHost.h"
 #include "kelda/Steps.h"
 
-#include "scene/ModelFolder.h"
 #include "scene/IsolatedReader.h"
+#include "scene/ModelFolder.h"
 #include "scene/Translators.h"
 
 #include <assimp/Importer.hpp>
