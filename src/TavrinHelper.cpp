@@ -35,15 +35,14 @@ bool qtHelper_removeDir(const QString &path)
 
 namespace Tavrin {
 
-WaitCursorAuto::WaitCursorAuto(Begin begin)
-{
-    if (begin == Begin::Now)
-        KGlobal::executeCommand("waitCursor -state on;");
-}
-
 WaitCursorAuto::~WaitCursorAuto()
 {
     KGlobal::executeCommand("if (`waitCursor -q -state`) { waitCursor -state off; }");
+}
+
+WaitCursor::WaitCursor()
+{
+    KGlobal::executeCommand("waitCursor -state on;");
 }
 
 } // namespace Tavrin

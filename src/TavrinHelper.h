@@ -28,17 +28,21 @@ bool qtHelper_removeDir(const QString &path);
 
 namespace Tavrin {
 
-/// Turns the host's wait cursor off when it goes out of scope.
+/// Turns the host's wait cursor off when it goes out of scope, if it is on.
 class WaitCursorAuto
 {
 public:
-    enum class Begin { Now, ByCaller };
-
-    /// Begin::Now also turns the wait cursor on; Begin::ByCaller leaves that to the caller.
-    explicit WaitCursorAuto(Begin begin = Begin::Now);
+    WaitCursorAuto() = default;
     ~WaitCursorAuto();
     WaitCursorAuto(const WaitCursorAuto &) = delete;
     WaitCursorAuto &operator=(const WaitCursorAuto &) = delete;
+};
+
+/// Shows the host's wait cursor as long as it lives.
+class WaitCursor : public WaitCursorAuto
+{
+public:
+    WaitCursor();
 };
 
 } // namespace Tavrin

@@ -90,14 +90,14 @@ void Portal_CloudBrowser::ShowCloudBrowserWindow()
 bool Portal_CloudBrowser::isUserLoggedIn()
 {
     const PortalCall call;
-    const Tavrin::WaitCursorAuto cursor;
+    const Tavrin::WaitCursor cursor;
     return m_portal->GetLogin()->IsLogin();
 }
 
 bool Portal_CloudBrowser::login()
 {
     const PortalCall call;
-    const Tavrin::WaitCursorAuto cursor;
+    const Tavrin::WaitCursor cursor;
     return m_portal->GetLogin()->Login(this);
 }
 

@@ -134,7 +134,7 @@ void Portal_CloudBrowserWindows::exportAndUpload(const KString &name, ICloudItem
 {
     const Operation operation(this);
     const QPointer<ICloudItem> existingGuard(existing);
-    const Tavrin::WaitCursorAuto cursor;
+    const Tavrin::WaitCursor cursor;
     const KString folder = DownloadFolder(m_currentFolder);
     QDir().mkpath(KQtUtil::toQString(folder));
     const KString command = KString("file -force -options \"\" -type \"") + TavrinHelper::quoted(m_exportTranslator) +

@@ -112,7 +112,7 @@ void Portal_CloudBrowserWindows::RefreshFolderData()
     if (!m_currentFolder)
         return;
     const Operation operation(this);
-    const Tavrin::WaitCursorAuto cursor;
+    const Tavrin::WaitCursor cursor;
     graftFixedFolders(m_currentFolder);
 
     const QPointer<ICloudItem> folder(m_currentFolder);

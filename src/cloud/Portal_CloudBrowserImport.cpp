@@ -58,7 +58,7 @@ void Portal_CloudBrowserWindows::ImportClick()
 
 bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
 {
-    const Tavrin::WaitCursorAuto cursor;
+    const Tavrin::WaitCursor cursor;
     const KString folder = DownloadFolder(m_selectedItem);
     const QString name = KQtUtil::toQString(m_selectedItem->GetImportFilename());
     const KString fileName = KQtUtil::toKString(TavrinHelper::safeLocalName(name));
@@ -69,7 +69,7 @@ bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
 
 void Portal_CloudBrowserWindows::importFile(const KString &localPath)
 {
-    const Tavrin::WaitCursorAuto cursor;
+    const Tavrin::WaitCursor cursor;
     const SpinningCall call(this);
     const KString command = KString("file -force -pr -i \"") + TavrinHelper::quoted(localPath) + "\"";
     if (KGlobal::executeCommand(command))
