@@ -1,5 +1,6 @@
-#include <algorithm>
 #include <localcloud/DropboxService.h>
+#include <localcloud/Replies.h>
+#include <localcloud/Secrets.h>
 #include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -12,11 +13,6 @@ namespace {
 constexpr int kMaxSignedKeys = 1000;
 constexpr int kDefaultFileLimit = 10000;
 constexpr int kMaxFileLimit = 25000;
-
-void setJson(HttpResponse &response, const QJsonObject &object)
-{
-    response.set(200, "application/json", QJsonDocument(object).toJson(QJsonDocument::Compact));
-}
 
 /// The number of entries asked for; -1 when it is no sensible number.
 int fileLimit(const QByteArray &query)
@@ -42,104 +38,41 @@ QString freeName(const DropboxFolder &folder, const QString &path)
 
 } // namespace
 
-void setFile(HttpResponse &response, const QString &file, qint64 size, const QByteArray &range)
-{
-    response.set(200, mediaType(file), {});
-    response.setHeader("Accept-Ranges", "bytes");
-    response.file = file;
-    response.fileLength = size;
-    const QByteArray spec = range.mid(6).trimmed();
-    const int dash = spec.indexOf('-');
-    if (!range.startsWith("bytes=") || dash < 0 || spec.contains(','))
-        return;
-    bool firstOk = true;
-    bool lastOk = true;
-    qint64 first = dash > 0 ? spec.left(dash).toLongLong(&firstOk) : 0;
-    qint64 last = dash + 1 < spec.size() ? spec.mid(dash + 1).toLongLong(&lastOk) : size - 1;
-    if (!firstOk || !lastOk || spec == "-" || last < -1 || (dash > 0 && dash + 1 < spec.size() && last < first))
-        return;
-    if (dash == 0) { // the last bytes
-        first = std::max<qint64>(0, size - last);
-        last = last > 0 ? size - 1 : -1;
-    }
-    last = std::min(last, size - 1);
-    if (first > last) {
-        setJsonError(response, 416, "The range lies beyond the end of the file.");
-        response.setHeader("Content-Range", "bytes */" + QByteArray::number(size));
-        return;
-    }
-    response.status = 206;
-    response.fileOffset = first;
-    response.fileLength = last - first + 1;
-    response.setHeader("Content-Range", "bytes " + QByteArray::number(first) + '-' + QByteArray::number(last) + '/' +
-                                            QByteArray::number(size));
-}
-
 DropboxService::DropboxService(const DropboxOptions &options, const QString &folder, const QString &tokenFile)
     : m_options(options), m_tokens(tokenFile), m_signIn(m_tokens, options.displayName), m_folder(folder)
 {
-    const QString &api = m_options.apiHost;
-    const QString &content = m_options.contentHost;
+    const QStringList api{m_options.apiHost};
+    const QStringList content{m_options.contentHost};
+    const QByteArrayList reading{"GET", "HEAD"};
     using Self = DropboxService;
-    m_routes = {
-        {m_options.webHost, "/1/oauth2/authorize", true, {"GET", "HEAD", "POST"}, &Self::authorize, false},
-        {api, "/1/oauth2/token", true, {"POST"}, &Self::token, false},
-        {api, "/1/account/info", true, {"GET", "HEAD"}, &Self::accountInfo, true},
-        {api, "/1/account/info/", true, {"GET", "HEAD"}, &Self::accountInfo, true},
-        {api, "/1/metadata/dropbox", true, {"GET", "HEAD"}, &Self::metadata, true},
-        {api, "/1/metadata/dropbox/", false, {"GET", "HEAD"}, &Self::metadata, true},
-        {content, "/1/files/dropbox/", false, {"GET", "HEAD"}, &Self::download, true},
-        {content, "/1/files_put/dropbox/", false, {"PUT", "POST"}, &Self::upload, true},
-        {m_options.signedHost, "/1/get/", false, {"GET", "HEAD"}, &Self::signedDownload, false},
+    const auto call = [this](void (Self::*handler)(HttpRequest &, HttpResponse &)) {
+        return [this, handler](HttpRequest &request, HttpResponse &response) { (this->*handler)(request, response); };
     };
-}
-
-bool DropboxService::handles(const QString &host) const
-{
-    return std::any_of(m_routes.begin(), m_routes.end(), [&](const Route &route) { return route.host == host; });
-}
-
-bool DropboxService::handlesPath(const QByteArray &path) const
-{
-    return routeOf({}, path) != nullptr;
-}
-
-const DropboxService::Route *DropboxService::routeOf(const QString &host, const QByteArray &path) const
-{
-    const bool anyHost = !handles(host);
-    const auto found = std::find_if(m_routes.begin(), m_routes.end(), [&](const Route &route) {
-        return (anyHost || route.host == host) && (route.exact ? path == route.prefix : path.startsWith(route.prefix));
+    const auto signedIn = [this](const HttpRequest &request, HttpResponse &response) {
+        return m_signIn.isSignedIn(request, response);
+    };
+    const auto account = [this](HttpRequest &, HttpResponse &response) { m_signIn.accountInfo(response); };
+    m_routes = RouteTable({
+        {{m_options.webHost},
+         "/1/oauth2/authorize",
+         true,
+         {"GET", "HEAD", "POST"},
+         [this](HttpRequest &request, HttpResponse &response) { m_signIn.authorize(request, response); },
+         nullptr},
+        {api,
+         "/1/oauth2/token",
+         true,
+         {"POST"},
+         [this](HttpRequest &request, HttpResponse &response) { m_signIn.token(request, response); },
+         nullptr},
+        {api, "/1/account/info", true, reading, account, signedIn},
+        {api, "/1/account/info/", true, reading, account, signedIn},
+        {api, "/1/metadata/dropbox", true, reading, call(&Self::metadata), signedIn},
+        {api, "/1/metadata/dropbox/", false, reading, call(&Self::metadata), signedIn},
+        {content, "/1/files/dropbox/", false, reading, call(&Self::download), signedIn},
+        {content, "/1/files_put/dropbox/", false, {"PUT", "POST"}, call(&Self::upload), signedIn},
+        {{m_options.signedHost}, "/1/get/", false, reading, call(&Self::signedDownload), {}},
     });
-    return found == m_routes.end() ? nullptr : &*found;
-}
-
-void DropboxService::handle(HttpRequest &request, HttpResponse &response)
-{
-    const Route *route = routeOf(request.host, request.path);
-    if (!route) {
-        setJsonError(response, 404, "There is no such call.");
-    } else if (!route->methods.contains(request.method)) {
-        setJsonError(response, 405, "This call is made with another method.");
-        response.setHeader("Allow", route->methods.join(", "));
-    } else if (!route->needsToken || m_signIn.isSignedIn(request, response)) {
-        request.path = request.path.mid(route->prefix.size());
-        (this->*route->handler)(request, response);
-    }
-}
-
-void DropboxService::authorize(HttpRequest &request, HttpResponse &response)
-{
-    m_signIn.authorize(request, response);
-}
-
-void DropboxService::token(HttpRequest &request, HttpResponse &response)
-{
-    m_signIn.token(request, response);
-}
-
-void DropboxService::accountInfo(HttpRequest &, HttpResponse &response)
-{
-    m_signIn.accountInfo(response);
 }
 
 void DropboxService::metadata(HttpRequest &request, HttpResponse &response)

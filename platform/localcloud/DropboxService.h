@@ -8,6 +8,7 @@
 #include <localcloud/DropboxFolder.h>
 #include <localcloud/DropboxSignIn.h>
 #include <localcloud/DropboxTokens.h>
+#include <localcloud/RouteTable.h>
 #include <QHash>
 
 namespace localcloud {
@@ -29,28 +30,13 @@ public:
     /// Serves \p folder, which exists; keeps tokens in \p tokenFile.
     DropboxService(const DropboxOptions &options, const QString &folder, const QString &tokenFile);
 
-    bool handles(const QString &host) const override;
-    bool handlesPath(const QByteArray &path) const override;
-    void handle(HttpRequest &request, HttpResponse &response) override;
+    bool handles(const QString &host) const override { return m_routes.hasHost(host); }
+    bool handlesPath(const QByteArray &path) const override { return m_routes.hasPath(path); }
+    void handle(HttpRequest &request, HttpResponse &response) override { m_routes.dispatch(request, response); }
 
     DropboxTokens &tokens() { return m_tokens; }
 
 private:
-    using Handler = void (DropboxService::*)(HttpRequest &, HttpResponse &);
-    struct Route
-    {
-        QString host; ///< empty: any
-        QByteArray prefix;
-        bool exact;
-        QByteArrayList methods;
-        Handler handler;
-        bool needsToken;
-    };
-    const Route *routeOf(const QString &host, const QByteArray &path) const;
-
-    void authorize(HttpRequest &request, HttpResponse &response);
-    void token(HttpRequest &request, HttpResponse &response);
-    void accountInfo(HttpRequest &request, HttpResponse &response);
     void metadata(HttpRequest &request, HttpResponse &response);
     void download(HttpRequest &request, HttpResponse &response);
     void upload(HttpRequest &request, HttpResponse &response);
@@ -61,12 +47,8 @@ private:
     DropboxTokens m_tokens;
     DropboxSignIn m_signIn;
     DropboxFolder m_folder;
-    QVector<Route> m_routes;
+    RouteTable m_routes;
     QHash<QString, QString> m_signedKeys; ///< one-time key to decoded path
 };
-
-/// Makes \p response carry \p file, or the part of it that a Range header asks for: 206, or 416 for one beyond its end.
-/// Several ranges and malformed ones are ignored.
-void setFile(HttpResponse &response, const QString &file, qint64 size, const QByteArray &range);
 
 } // namespace localcloud

@@ -1,6 +1,5 @@
 #include <localcloud/DropboxSignIn.h>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <localcloud/Replies.h>
 #include <QUrl>
 
 namespace localcloud {
@@ -96,12 +95,6 @@ QByteArray authorizePage(const AuthorizeRequest &asked)
 
 } // namespace
 
-void setJsonError(HttpResponse &response, int status, const QByteArray &message)
-{
-    const QJsonObject object{{"error", QString::fromUtf8(message)}};
-    response.set(status, "application/json", QJsonDocument(object).toJson(QJsonDocument::Compact));
-}
-
 void DropboxSignIn::authorize(const HttpRequest &request, HttpResponse &response)
 {
     const bool posted = request.method == "POST";
@@ -144,7 +137,7 @@ void DropboxSignIn::token(const HttpRequest &request, HttpResponse &response)
         setJsonError(response, 500, "The token cannot be stored.");
     } else {
         const QJsonObject object{{"access_token", token}, {"token_type", "bearer"}, {"uid", kUserId}};
-        response.set(200, "application/json", QJsonDocument(object).toJson(QJsonDocument::Compact));
+        setJson(response, object);
     }
 }
 
@@ -153,7 +146,7 @@ void DropboxSignIn::accountInfo(HttpResponse &response) const
     const QJsonObject quota{{"quota", 2147483648.0}, {"normal", 0}, {"shared", 0}};
     const QJsonObject object{{"display_name", m_displayName}, {"uid", kUserId.toInt()}, {"country", "CH"},
                              {"email", "local@localhost"},    {"quota_info", quota},    {"locale", "en"}};
-    response.set(200, "application/json", QJsonDocument(object).toJson(QJsonDocument::Compact));
+    setJson(response, object);
 }
 
 bool DropboxSignIn::isSignedIn(const HttpRequest &request, HttpResponse &response) const

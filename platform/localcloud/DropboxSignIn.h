@@ -10,9 +10,6 @@
 
 namespace localcloud {
 
-/// Answers with a JSON object that holds \p message as "error".
-void setJsonError(HttpResponse &response, int status, const QByteArray &message);
-
 class DropboxSignIn
 {
 public:

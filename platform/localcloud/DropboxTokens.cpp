@@ -1,9 +1,5 @@
 #include <localcloud/DropboxTokens.h>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QRandomGenerator>
-#include <QSaveFile>
+#include <localcloud/Secrets.h>
 
 namespace localcloud {
 
@@ -14,21 +10,9 @@ constexpr int kMaxCodes = 1000;
 
 } // namespace
 
-QString randomKey()
-{
-    static const char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-    QString key;
-    for (int i = 0; i < 64; ++i)
-        key += QLatin1Char(letters[QRandomGenerator::system()->bounded(36)]);
-    return key;
-}
-
 DropboxTokens::DropboxTokens(const QString &file) : m_file(file)
 {
-    QFile stored(file);
-    if (!stored.open(QIODevice::ReadOnly))
-        return;
-    const QJsonObject tokens = QJsonDocument::fromJson(stored.readAll()).object().value("tokens").toObject();
+    const QJsonObject tokens = readSecrets(file).value("tokens").toObject();
     for (auto it = tokens.begin(); it != tokens.end(); ++it)
         m_tokens.insert(it.key(), QDateTime::fromString(it.value().toString(), Qt::ISODate));
 }
@@ -38,11 +22,7 @@ bool DropboxTokens::save() const
     QJsonObject tokens;
     for (auto it = m_tokens.begin(); it != m_tokens.end(); ++it)
         tokens.insert(it.key(), it.value().toString(Qt::ISODate));
-    QSaveFile file(m_file);
-    if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner))
-        return false;
-    file.write(QJsonDocument(QJsonObject{{"tokens", tokens}}).toJson());
-    return file.commit();
+    return writeSecrets(m_file, {{"tokens", tokens}});
 }
 
 QString DropboxTokens::issueCode(const QString &clientId, const QString &redirectUri)

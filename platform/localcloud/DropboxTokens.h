@@ -12,9 +12,6 @@
 
 namespace localcloud {
 
-/// A string of 64 random characters out of a-z and 0-9.
-QString randomKey();
-
 class DropboxTokens
 {
 public:

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <functional>
 #include <localcloud/LocalCloud.h>
+#include <localcloud/Replies.h>
 #include <QDir>
 #include <QHostAddress>
 #include <QSslSocket>

@@ -1,5 +1,5 @@
 #include <localcloud/DropboxFolder.h>
-#include <localcloud/DropboxService.h>
+#include <localcloud/Replies.h>
 #include <localcloud/RequestParser.h>
 #include <localcloud/Rules.h>
 #include <QTest>
