@@ -1,6 +1,7 @@
 #include "tour/CloudPage.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDockWidget>
 #include <QLineEdit>
 #include <QListWidget>
@@ -263,4 +264,67 @@ bool CloudPage::setShowOptions(bool on)
     if (box->isChecked() != on && !m_driver.click(box))
         return false;
     return box->isChecked() == on || m_driver.fail(QStringLiteral("the box for the import options did not change"));
+}
+
+bool CloudPage::showTab(int index)
+{
+    auto *tabs = qobject_cast<QTabWidget *>(m_driver.find(QStringLiteral("ImportExportTabs"), page()));
+    if (!tabs || index >= tabs->count())
+        return m_driver.fail(QStringLiteral("there is no such tab below the list"));
+    return tabs->currentIndex() == index || m_driver.click(tabs->tabBar(), tabs->tabBar()->tabRect(index).center());
+}
+
+bool CloudPage::showImportTab()
+{
+    return showTab(0);
+}
+
+bool CloudPage::showExportTab()
+{
+    return showTab(1);
+}
+
+QComboBox *CloudPage::translatorBox() const
+{
+    return qobject_cast<QComboBox *>(m_driver.find(QStringLiteral("CloudExportFilter"), page()));
+}
+
+QStringList CloudPage::translators() const
+{
+    const QComboBox *box = translatorBox();
+    QStringList names;
+    for (int i = 0; box && i < box->count(); ++i)
+        names << box->itemText(i);
+    return names;
+}
+
+bool CloudPage::chooseTranslator(const QString &name)
+{
+    return m_driver.choose(translatorBox(), name);
+}
+
+bool CloudPage::setExportName(const QString &name)
+{
+    return m_driver.replace(m_driver.find(QStringLiteral("CloudExportFileName"), page()), name);
+}
+
+QString CloudPage::exportName() const
+{
+    auto *field = qobject_cast<QLineEdit *>(m_driver.find(QStringLiteral("CloudExportFileName"), page()));
+    return field ? field->text() : QString();
+}
+
+bool CloudPage::showExportOptions()
+{
+    return m_driver.click(m_driver.find(QStringLiteral("CloudExportOptionsButton"), page()));
+}
+
+bool CloudPage::exportAll()
+{
+    return m_driver.click(m_driver.find(QStringLiteral("CloudExportAllButton"), page()));
+}
+
+bool CloudPage::exportSelection()
+{
+    return m_driver.click(m_driver.find(QStringLiteral("CloudExportSelectionButton"), page()));
 }

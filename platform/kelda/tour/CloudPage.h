@@ -7,6 +7,7 @@
 #include "tour/Driver.h"
 
 class QCheckBox;
+class QComboBox;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
@@ -55,6 +56,19 @@ public:
     bool importByDoubleClick(const QString &name);
     bool setShowOptions(bool on);
 
+    bool showImportTab();
+    bool showExportTab();
+    /// The translators that the export tab offers.
+    QStringList translators() const;
+    bool chooseTranslator(const QString &name);
+    bool setExportName(const QString &name);
+    QString exportName() const;
+    /// Clicks the gear; returns when the dialog is closed.
+    bool showExportOptions();
+    /// Each returns when the export, its questions and the upload have ended.
+    bool exportAll();
+    bool exportSelection();
+
 private:
     QWidget *page() const;
     QListWidget *list() const;
@@ -62,6 +76,8 @@ private:
     QList<QToolButton *> pathButtons() const;
     QListWidgetItem *shownEntry(const QString &name) const;
     bool pointTo(const QString &name, QPoint *at) const;
+    bool showTab(int index);
+    QComboBox *translatorBox() const;
 
     Driver &m_driver;
     QString m_portal;

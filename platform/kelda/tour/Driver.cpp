@@ -6,7 +6,9 @@
 
 #include <openkelda/openkelda.h>
 
+#include <QAbstractItemView>
 #include <QApplication>
+#include <QComboBox>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -141,6 +143,9 @@ bool Driver::click(QWidget *target, const QPoint &at)
     const QPoint point = at.isNull() && target ? target->rect().center() : at;
     if (!isUsable(target, point))
         return false;
+    // A window system makes the clicked window the active one; the offscreen platform leaves that to the program.
+    if (!QApplication::activePopupWidget())
+        target->activateWindow();
     m_error.clear();
     QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, point);
     return true;
@@ -178,7 +183,9 @@ bool Driver::replace(QWidget *field, const QString &text)
 {
     if (!click(field))
         return false;
-    QWidget *editor = QApplication::focusWidget() ? QApplication::focusWidget() : field;
+    QWidget *editor = QApplication::focusWidget();
+    if (!editor || (editor != field && !field->isAncestorOf(editor)))
+        return fail(nameOf(field) + QStringLiteral(" has not taken the focus"));
     QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClicks(editor, text);
     QTest::keyClick(editor, Qt::Key_Tab);
@@ -195,6 +202,21 @@ bool Driver::run(const QString &command)
     QTest::keyClick(line, Qt::Key_Return);
     const QStringList errors = m_hostMessages.mid(before).filter(QRegularExpression(QStringLiteral("^error: ")));
     return errors.isEmpty() || fail(errors.join(QStringLiteral(" | ")));
+}
+
+bool Driver::choose(QComboBox *box, const QString &entry)
+{
+    const int row = box ? box->findText(entry) : -1;
+    if (row < 0)
+        return fail(QStringLiteral("there is no choice ") + entry);
+    const auto isOpen = [box] { return box->view()->isVisible(); };
+    if (!click(box) || !waitFor(isOpen, QStringLiteral("the list of choices")))
+        return false;
+    QTest::keyClick(box->view(), Qt::Key_Home);
+    for (int i = 0; i < row; ++i)
+        QTest::keyClick(box->view(), Qt::Key_Down);
+    QTest::keyClick(box->view(), Qt::Key_Return);
+    return box->currentText() == entry || fail(QStringLiteral("the choice stayed at ") + box->currentText());
 }
 
 bool Driver::chooseFromMenu(const QString &menu, const QString &entry)

@@ -16,6 +16,7 @@
 #include <memory>
 
 class KeldaProgram;
+class QComboBox;
 class QMenu;
 class QWebView;
 
@@ -61,6 +62,8 @@ public:
     bool replace(QWidget *field, const QString &text);
     /// Types a host command into the host's command line. False when it reported an error.
     bool run(const QString &command);
+    /// Opens the list of a combo box and takes the entry with that text.
+    bool choose(QComboBox *box, const QString &entry);
     bool chooseFromMenu(const QString &menu, const QString &entry);
     /// Clicks a button that opens a menu at once, then the menu's entry.
     bool chooseFromButton(QWidget *button, const QString &entry);

@@ -5,14 +5,11 @@
 
 #pragma once
 
-#include "tour/CloudPage.h"
-#include "tour/CloudProcess.h"
+#include "tour/PortalGuide.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QTemporaryDir>
-
-#include <vector>
 
 class Tour
 {
@@ -24,49 +21,51 @@ public:
     bool run();
 
 private:
-    /// What is visited on one portal.
-    struct Plan
-    {
-        QString id;         ///< in file names and in tour.json
-        QString tab;        ///< the portal's display name
-        QStringList folder; ///< opened by `open-folder`, from the root on
-        QString large;      ///< a file in the root, for `download`
-        QString model;      ///< a file in that folder, for `import`
-        QStringList steps;
-    };
     /// Empty error: the step held, and detail says what was measured.
     struct Outcome
     {
         QString error;
         QString detail;
     };
-    using Step = Outcome (Tour::*)(const Plan &);
+    using Step = Outcome (Tour::*)();
 
-    static const std::vector<Plan> &plans();
     static Step stepNamed(const QString &name);
 
-    Outcome signIn(const Plan &plan);
-    Outcome list(const Plan &plan);
-    Outcome openFolder(const Plan &plan);
-    Outcome download(const Plan &plan);
-    Outcome import(const Plan &plan);
+    // The steps, in TourSteps.cpp. Each starts where the one before it ended.
+    Outcome signIn();
+    Outcome list();
+    Outcome openFolder();
+    Outcome download();
+    Outcome import();
+    Outcome exportScene();
+    Outcome upload();
 
     bool begin();
-    void take(const Plan &plan, const QString &name);
+    void take(const QString &name);
+    bool savePicture(const QString &name, const QImage &picture) const;
     bool report();
+
     Outcome failed() const;
-    Outcome compareWithDisk(const QString &path, const QString &target);
-    /// Imports \p name from the shown list and proves that the bytes of \p path arrived.
-    Outcome fetch(const QString &name, const QString &path);
-    int answeredWith200(const QString &targetStart, const QString &method) const;
+    bool openFolders(const QStringList &folder);
+    bool goToRoot();
+    Outcome compareWithCloud(const QStringList &folder);
+    /// Imports \p name, which is in the shown list of \p folder, and proves that the cloud's bytes arrived.
+    Outcome fetch(const QStringList &folder, const QString &name);
+    /// The local file of that name below the folder for transfers; empty without one.
+    QString localFile(const QString &name) const;
+    bool setExportScale();
     qint64 sceneInfo(const QString &what) const;
+    QList<double> sceneSize() const;
 
     QString m_folder;
     QTemporaryDir m_scratch;
     CloudProcess m_cloud;
     Driver m_driver;
+    std::unique_ptr<PortalGuide> m_guide;
     std::unique_ptr<CloudPage> m_page;
-    QImage m_picture; ///< taken by the step itself, when its end would show less
+    QString m_pictureName; ///< of the running step, without its ending
+    QImage m_picture;      ///< taken by the step itself, when its end would show less
+    QStringList m_place;   ///< the folder that is shown
     QJsonArray m_steps;
     bool m_ok = true;
 };

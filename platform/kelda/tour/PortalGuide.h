@@ -1,0 +1,64 @@
+// tour/PortalGuide.h
+//
+// What a traveller must know of one portal: how one signs in there, what is worth a visit, and how the local cloud
+// proves, without the plug-in's help, that something happened.
+
+#pragma once
+
+#include "tour/CloudPage.h"
+#include "tour/CloudProcess.h"
+
+#include <memory>
+#include <vector>
+
+class PortalGuide
+{
+public:
+    struct Sights
+    {
+        QStringList folder;  ///< opened by `open-folder`, from the root on
+        QStringList archive; ///< holds `large`
+        QString large;       ///< a big file, for `download`
+        QString model;       ///< a file with a texture in `folder`, for `import`
+    };
+    /// Requests that count as a proof when the cloud answered them with 200.
+    struct Trace
+    {
+        QString method;
+        QString target; ///< its beginning
+    };
+
+    PortalGuide(Driver &driver, const CloudProcess &cloud) : m_driver(driver), m_cloud(cloud) {}
+    virtual ~PortalGuide() = default;
+
+    virtual QString id() const = 0;  ///< in file names and in tour.json
+    virtual QString tab() const = 0; ///< the portal's display name
+    virtual QStringList steps() const = 0;
+    virtual Sights sights() const = 0;
+
+    /// Clicks Login and waits until the sign-in page can be answered.
+    virtual bool askToSignIn(CloudPage &page) = 0;
+    /// Answers it and waits until the tab shows the user's name and files.
+    virtual bool answerSignIn(CloudPage &page) = 0;
+    /// What shows that the service let the user in, once.
+    virtual Trace admission() const = 0;
+    /// The plug-in's settings file that keeps the session.
+    virtual QString settingsName() const = 0;
+
+    /// What the list of \p folder must show, in any order.
+    virtual QStringList entries(const QStringList &folder) const = 0;
+    virtual Trace listing(const QStringList &folder) const = 0;
+    virtual Trace download() const = 0;
+    virtual Trace upload() const = 0;
+    /// The file on the cloud's disk that the entry \p name of \p folder stands for.
+    virtual QString original(const QStringList &folder, const QString &name) const = 0;
+
+    int answers(const Trace &trace) const;
+
+protected:
+    Driver &m_driver;
+    const CloudProcess &m_cloud;
+};
+
+/// A guide for each portal that the plug-in has, in the order of its tabs. Both references must outlive the guides.
+std::vector<std::unique_ptr<PortalGuide>> portalGuides(Driver &driver, const CloudProcess &cloud);
