@@ -50,8 +50,17 @@ const KStringResourceId *const texts[] = {
 };
 
 const KStringResourceId *const furtherTexts[] = {
-    &kHttpUploadTooLarge,  &kHttpFileWriteError,    &kPluginInitializeError, &kPluginUninitializeError,
-    &kPluginRegisterError, &kPluginDeregisterError, &kPluginCommandErrorEnd, &kPluginBusy,
+    &kHttpUploadTooLarge,
+    &kHttpFileWriteError,
+    &kHttpFileReadError,
+    &kCloudPortalUploadNotConfirmed,
+    &kCloudPortalExportFolderClosed,
+    &kPluginInitializeError,
+    &kPluginUninitializeError,
+    &kPluginRegisterError,
+    &kPluginDeregisterError,
+    &kPluginCommandErrorEnd,
+    &kPluginBusy,
 };
 
 } // namespace

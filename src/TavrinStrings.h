@@ -74,6 +74,11 @@ inline const KStringResourceId kCloudPortalParentDirectory("Tavrin", "kCloudPort
 inline const KStringResourceId kHttpUploadTooLarge("Tavrin", "kHttpUploadTooLarge",
                                                    "The file is too large to be uploaded.");
 inline const KStringResourceId kHttpFileWriteError("Tavrin", "kHttpFileWriteError", "The file cannot be written: ");
+inline const KStringResourceId kHttpFileReadError("Tavrin", "kHttpFileReadError", "The file cannot be read: ");
+inline const KStringResourceId kCloudPortalUploadNotConfirmed("Tavrin", "kCloudPortalUploadNotConfirmed",
+                                                              "The service did not confirm that the file was stored.");
+inline const KStringResourceId kCloudPortalExportFolderClosed("Tavrin", "kCloudPortalExportFolderClosed",
+                                                              "The folder to export into is not open any more.");
 inline const KStringResourceId kPluginInitializeError("Tavrin", "kPluginInitializeError",
                                                       "TavrinCmd - could not initialize plugin: ");
 inline const KStringResourceId kPluginUninitializeError("Tavrin", "kPluginUninitializeError",

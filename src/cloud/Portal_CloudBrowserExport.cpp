@@ -13,6 +13,38 @@
 
 using ICloudPortalApi::ICloudItem;
 
+/// What an export needs to know, as it was at the click: the question, the host and the portal let other things happen.
+struct Portal_CloudBrowserWindows::ExportJob
+{
+    /// The host command that writes the file into \p directory.
+    KString command(const KString &directory) const
+    {
+        return KString("file -force -options \"\" -type \"") + TavrinHelper::quoted(translator) + "\" -pr " +
+               (selectionOnly ? "-es \"" : "-ea \"") + TavrinHelper::quoted(directory + name) + "\"";
+    }
+
+    KString name;
+    KString translator;
+    KString subFolder; ///< of the download area
+    QPointer<ICloudItem> folder;
+    QPointer<ICloudItem> existing;
+    bool selectionOnly;
+};
+
+namespace {
+
+void reportMissingTranslator()
+{
+    const KString warning = TavrinStrings::getString(TavrinStrings::kCloudPortalExportTranslatorNotFound);
+    KGlobal::displayWarning(warning);
+    KGlobal::executeCommand(KString("confirmDialog -title \"") +
+                            TavrinHelper::quoted(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError)) +
+                            "\" -m \"" + TavrinHelper::quoted(warning) + "\"  -messageAlign \"left\" -button \"" +
+                            TavrinHelper::quoted(TavrinStrings::getString(TavrinStrings::kOk)) + "\"");
+}
+
+} // namespace
+
 void Portal_CloudBrowserWindows::exportTextChangedEvent(QString newText)
 {
     m_exportSelectionButton->setEnabled(!newText.isEmpty());
@@ -29,13 +61,6 @@ void Portal_CloudBrowserWindows::RefreshExporterFilterList()
     if (!m_exportFilter || !HasExportFormats())
         return;
     const Operation operation(this);
-    m_translators.clear();
-    m_extensions.clear();
-    m_exportTranslator = KString();
-    m_exportExtension = KString();
-    const int remembered = std::max(m_exportFilter->currentIndex(), 0);
-    m_exportFilter->clear();
-
     KStringArray names;
     KStringArray extensions;
     {
@@ -44,6 +69,13 @@ void Portal_CloudBrowserWindows::RefreshExporterFilterList()
     }
     if (operation.pageIsGone())
         return;
+    // Nothing is emptied before the host has answered, since the call may have let another refresh in.
+    const int remembered = std::max(m_exportFilter->currentIndex(), 0);
+    m_exportFilter->clear();
+    m_translators.clear();
+    m_extensions.clear();
+    m_exportTranslator = KString();
+    m_exportExtension = KString();
     for (unsigned i = 0; i < names.length(); ++i) {
         const KString extension = i < extensions.length() ? extensions[i] : KString();
         const int index = static_cast<int>(i);
@@ -55,18 +87,20 @@ void Portal_CloudBrowserWindows::RefreshExporterFilterList()
         }
     }
     // The entries come after the maps, since adding the first one already signals that it was chosen.
-    for (const auto &entry : m_translators)
-        m_exportFilter->addItem(KQtUtil::toQString(entry.second));
+    for (unsigned i = 0; i < names.length(); ++i)
+        m_exportFilter->addItem(KQtUtil::toQString(names[i]));
     if (m_exportFilter->count() > 0)
         m_exportFilter->setCurrentIndex(remembered < m_exportFilter->count() ? remembered : 0);
 }
 
 void Portal_CloudBrowserWindows::ExportFilterFilesClick(int index)
 {
-    if (index < 0)
-        return;
-    m_exportTranslator = m_translators[index];
-    m_exportExtension = m_extensions[index];
+    const auto textAt = [index](const std::map<int, KString> &texts) {
+        const auto found = texts.find(index);
+        return found == texts.end() ? KString() : found->second;
+    };
+    m_exportTranslator = textAt(m_translators);
+    m_exportExtension = textAt(m_extensions);
 }
 
 ICloudItem *Portal_CloudBrowserWindows::IsOverwrite(KString name)
@@ -96,22 +130,19 @@ void Portal_CloudBrowserWindows::ExportClick(bool selectionOnly)
     const Operation operation(this);
     if (m_exportTranslator.isEmpty()) {
         const SpinningCall call(this);
-        const KString warning = TavrinStrings::getString(TavrinStrings::kCloudPortalExportTranslatorNotFound);
-        KGlobal::displayWarning(warning);
-        KGlobal::executeCommand(KString("confirmDialog -title \"") +
-                                TavrinHelper::quoted(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError)) +
-                                "\" -m \"" + TavrinHelper::quoted(warning) + "\"  -messageAlign \"left\" -button \"" +
-                                TavrinHelper::quoted(TavrinStrings::getString(TavrinStrings::kOk)) + "\"");
+        reportMissingTranslator();
         return;
     }
-
     const KString name = exportFileName();
-    const QPointer<ICloudItem> folder(m_currentFolder);
-    const QPointer<ICloudItem> existing(IsOverwrite(name));
-    if (existing && !mayOverwrite())
+    const ExportJob job{
+        name, m_exportTranslator, LocalSubFolder(m_currentFolder), m_currentFolder, IsOverwrite(name), selectionOnly};
+    if (job.existing && !mayOverwrite())
         return;
-    if (!operation.pageIsGone() && folder && folder == m_currentFolder)
-        exportAndUpload(name, existing, selectionOnly);
+    if (operation.pageIsGone())
+        return;
+    const Tavrin::WaitCursor cursor;
+    if (!operation.pageIsGone() && exportAndUpload(job) && !operation.pageIsGone())
+        RefreshFolderData();
 }
 
 bool Portal_CloudBrowserWindows::mayOverwrite()
@@ -130,43 +161,41 @@ bool Portal_CloudBrowserWindows::mayOverwrite()
     return answer == QMessageBox::Yes;
 }
 
-void Portal_CloudBrowserWindows::exportAndUpload(const KString &name, ICloudItem *existing, bool selectionOnly)
+bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
 {
     const Operation operation(this);
-    const QPointer<ICloudItem> existingGuard(existing);
-    const Tavrin::WaitCursor cursor;
-    const KString folder = DownloadFolder(m_currentFolder);
+    const SpinningCall call(this);
+    if (!checkFolderIsOpen(job))
+        return false;
+    const KString folder = TavrinHelper::tempCloudDirectory() + "/" + job.subFolder + "/";
     QDir().mkpath(KQtUtil::toQString(folder));
-    const KString command = KString("file -force -options \"\" -type \"") + TavrinHelper::quoted(m_exportTranslator) +
-                            "\" -pr " + (selectionOnly ? "-es \"" : "-ea \"") + TavrinHelper::quoted(folder + name) +
-                            "\"";
     KStatus exported;
-    KString written;
-    {
-        const SpinningCall call(this);
-        written = KGlobal::executeCommandStringResult(command, false, false, &exported);
-    }
+    const KString written = KGlobal::executeCommandStringResult(job.command(folder), false, false, &exported);
     if (!exported || operation.pageIsGone())
-        return;
+        return false;
 
-    QString cleaned = KQtUtil::toQString(written);
-    CleanFilename(cleaned);
-    m_exportName->setText(cleaned);
-    const bool uploaded = upload(existingGuard, folder, KQtUtil::toKString(cleaned));
-    if (!uploaded)
-        KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError));
-    else
+    QString fileName = KQtUtil::toQString(written);
+    CleanFilename(fileName);
+    m_exportName->setText(fileName);
+    if (!checkFolderIsOpen(job))
+        return false;
+    const bool isName = TavrinHelper::safeLocalName(fileName) == fileName;
+    const bool uploaded = isName && m_portal->GetBrowser()->UploadFile(m_portal->GetLogin(), job.folder, job.existing,
+                                                                       folder, KQtUtil::toKString(fileName));
+    if (uploaded)
         DisplaySuccess(false, written);
-    if (uploaded && !operation.pageIsGone())
-        RefreshFolderData();
+    else
+        KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError));
+    return uploaded;
 }
 
-bool Portal_CloudBrowserWindows::upload(ICloudItem *existing, const KString &folder, const KString &fileName)
+bool Portal_CloudBrowserWindows::checkFolderIsOpen(const ExportJob &job) const
 {
-    if (!m_currentFolder)
-        return false;
-    const SpinningCall call(this);
-    return m_portal->GetBrowser()->UploadFile(m_portal->GetLogin(), m_currentFolder, existing, folder, fileName);
+    if (job.folder && job.folder == m_currentFolder)
+        return true;
+    KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError));
+    KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalExportFolderClosed));
+    return false;
 }
 
 void Portal_CloudBrowserWindows::ExportAllClick()
@@ -181,6 +210,8 @@ void Portal_CloudBrowserWindows::ExportSelectionClick()
 
 void Portal_CloudBrowserWindows::ShowExportOptions()
 {
+    if (m_spinningCalls > 0)
+        return;
     ShowOptionsDialog("ExportAll", TavrinStrings::getString(TavrinStrings::kCloudPortalExportOptionsTitle),
                       m_exportTranslator, ".");
 }

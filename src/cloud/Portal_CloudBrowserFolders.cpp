@@ -357,8 +357,9 @@ void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleC
 void Portal_CloudBrowserWindows::exportUnderName(const KString &extension)
 {
     if (extension != m_exportExtension) {
-        const auto found = std::find_if(m_extensions.begin(), m_extensions.end(),
-                                        [&](const auto &entry) { return entry.second == extension; });
+        const auto found = std::find_if(m_extensions.begin(), m_extensions.end(), [&](const auto &entry) {
+            return entry.second == extension && !m_translators[entry.first].isEmpty();
+        });
         if (found == m_extensions.end())
             return;
         m_exportFilter->setCurrentIndex(found->first);

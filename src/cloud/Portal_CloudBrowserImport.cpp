@@ -37,10 +37,16 @@ void fillOptionsDialog(const KString &action, const KString &translator, const K
 
 } // namespace
 
-KString Portal_CloudBrowserWindows::DownloadFolder(ICloudItem *item)
+KString Portal_CloudBrowserWindows::LocalSubFolder(ICloudItem *item)
 {
     const QString subFolder = KQtUtil::toQString(m_portal->GetPortalDisplayName() + item->GetImportPathFolder());
-    return TavrinHelper::tempCloudDirectory() + "/" + KQtUtil::toKString(TavrinHelper::safeLocalPath(subFolder)) + "/";
+    return KQtUtil::toKString(TavrinHelper::safeLocalPath(subFolder));
+}
+
+KString Portal_CloudBrowserWindows::DownloadFolder(ICloudItem *item)
+{
+    const KString subFolder = LocalSubFolder(item);
+    return TavrinHelper::tempCloudDirectory() + "/" + subFolder + "/";
 }
 
 void Portal_CloudBrowserWindows::ImportClick()

@@ -112,6 +112,7 @@ private:
 
     class Operation;
     class SpinningCall;
+    struct ExportJob;
     enum class Postponed { Nothing, FolderChange, Rebuild };
     enum PageButton {
         kPreviousPage,
@@ -161,12 +162,13 @@ private:
     void updatePager();
     void setPageButton(PageButton button, bool available, qint64 page);
 
+    KString LocalSubFolder(ICloudItem *item);
     void importFile(const KString &localPath);
     bool downloadSelected(KString &localPath);
     KString exportFileName() const;
     bool mayOverwrite();
-    void exportAndUpload(const KString &name, ICloudItem *existing, bool selectionOnly);
-    bool upload(ICloudItem *existing, const KString &folder, const KString &fileName);
+    bool exportAndUpload(const ExportJob &job);
+    bool checkFolderIsOpen(const ExportJob &job) const;
 
     QPointer<Portal_CloudBrowserDockWidget> m_dock;
     Portal_CloudBrowser *m_controller = nullptr;

@@ -110,11 +110,14 @@ public:
             m_service.duringDownload();
         return m_service.succeeds;
     }
-    bool UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, KString, KString fileName) override
+    bool UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, KString localFolder, KString fileName) override
     {
+        m_service.uploadFolder = localFolder;
         m_service.log << QStringLiteral("upload %1 to %2 over %3")
                              .arg(KQtUtil::toQString(fileName), KQtUtil::toQString(folder->GetUniqueID()),
                                   existing ? KQtUtil::toQString(existing->GetUniqueID()) : QStringLiteral("nothing"));
+        if (m_service.duringUpload)
+            m_service.duringUpload();
         return m_service.succeeds;
     }
     void setOwnerCB(IPortalOwnerCB *owner) override { m_owner = owner; }

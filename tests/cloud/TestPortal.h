@@ -66,11 +66,13 @@ struct TestService
     std::function<void()> duringLoginCheck;
     std::function<void()> duringFetch;
     std::function<void()> duringDownload;
+    std::function<void()> duringUpload;
 
     QStringList log;
     HeaderMap lastCriteria;
     KString downloadFolder;
     KString downloadName;
+    KString uploadFolder;
 
     QList<Entry> &root() { return folders[QStringLiteral("root")]; }
     /// How often the log holds a line that begins with \p start.

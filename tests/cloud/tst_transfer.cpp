@@ -1,16 +1,11 @@
-// Import and export: the commands that the host is sent, and what happens when one of the steps fails.
+// Import: the commands that the host is sent, and what happens when one of the steps fails.
 
 #include "TestPortal.h"
 
 #include "support/RecordingHost.h"
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QDialog>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -18,14 +13,6 @@
 namespace {
 
 const QString kLayout = QStringLiteral("CloudPortalFileDialogOptionsGrpBoxLayout");
-
-KStringArray texts(const QStringList &items)
-{
-    KStringArray array;
-    for (const QString &item : items)
-        array.append(KQtUtil::toKString(item));
-    return array;
-}
 
 } // namespace
 
@@ -36,14 +23,9 @@ private slots:
     void init()
     {
         m_service = TestService();
-        m_service.exportFormats = QStringList{"fbx"};
-        m_service.root() = {{"1", "Cup.OBJ"}, {"2", "a\"; quit.obj"}, {"3", "scene.fbx"}};
-        m_host.setState(KGlobal::kInteractive);
+        m_service.root() = {{"1", "Cup.OBJ"}, {"2", "a\"; quit.obj"}};
         m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
-        m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
         m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
-        m_host.answer("Tavrin_GetExportTranslatorList", KCommandResult(texts({"FBX", "OBJ", "Odd"})));
-        m_host.answer("Tavrin_GetExportTranslatorExtensionList", KCommandResult(texts({"fbx", "obj"})));
         m_stage = std::make_unique<TestStage>(m_service);
         m_host.clear();
     }
@@ -137,62 +119,6 @@ private slots:
                  QStringList({expected[0], expected[3]}) + expected.mid(1, 2) + expected.mid(4));
         QVERIFY(m_host.commands().indexOf(expected.last()) <
                 m_host.commands().indexOf("file -force -pr -i \"" + path + '"'));
-    }
-
-    void theFilterOffersEveryTranslator()
-    {
-        auto *filter = m_stage->find<QComboBox>("CloudExportFilter");
-        filter->setCurrentIndex(1);
-        m_stage->find<QTabWidget>("ImportExportTabs")->setCurrentIndex(1);
-        QCOMPARE(filter->count(), 3);
-        QCOMPARE(filter->currentIndex(), 1);
-        m_host.answer("Tavrin_GetExportTranslatorList", KCommandResult(texts({"FBX"})));
-        m_stage->page()->RefreshExporterFilterList();
-        QCOMPARE(filter->currentIndex(), 0);
-        m_host.answer("Tavrin_GetExportTranslatorList", KCommandResult());
-        m_stage->page()->RefreshExporterFilterList();
-        m_stage->find<QLineEdit>("CloudExportFileName")->setText("x");
-        m_host.clear();
-        m_stage->page()->ExportAllClick();
-        QCOMPARE(m_host.messages(KHost::MessageKind::kWarning),
-                 QStringList("Cannot find a valid exporter to export this file type."));
-        QCOMPARE(m_host.commands(),
-                 QStringList("confirmDialog -title \"Export Error\" -m \"Cannot find a valid exporter to export this "
-                             "file type.\"  -messageAlign \"left\" -button \"Ok\""));
-    }
-
-    void exports_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("filter");
-        QTest::addColumn<QString>("sent");
-        QTest::newRow("extension is added") << "Cup" << 0 << "FBX cup.fbx";
-        QTest::newRow("extension is kept") << "Cup.FBX" << 0 << "FBX cup.fbx";
-        QTest::newRow("the translator decides") << "cup.fbx" << 1 << "OBJ cup.fbx.obj";
-        QTest::newRow("a translator without extension") << "cup" << 2 << "Odd cup.";
-    }
-
-    void exports()
-    {
-        QFETCH(QString, typed);
-        QFETCH(int, filter);
-        QFETCH(QString, sent);
-        auto *field = m_stage->find<QLineEdit>("CloudExportFileName");
-        auto *all = m_stage->find<QPushButton>("CloudExportAllButton");
-        QVERIFY(!all->isEnabled());
-        m_stage->find<QComboBox>("CloudExportFilter")->setCurrentIndex(filter);
-        field->setText(typed);
-        QVERIFY(all->isEnabled());
-        all->click();
-        const QStringList parts = sent.split(' ');
-        QCOMPARE(m_host.commands().filter("file "),
-                 QStringList("file -force -options \"\" -type \"" + parts[0] + "\" -pr -ea \"" + m_dir.path() +
-                             "/temp_cloud/Test/" + parts[1] + '"'));
-        QCOMPARE(field->text(), QString("written.fbx"));
-        QCOMPARE(m_service.log.mid(m_service.log.size() - 2),
-                 QStringList({"upload written.fbx to root over nothing", "list root"}));
-        QCOMPARE(m_host.messages(KHost::MessageKind::kInfo), QStringList("Successful export: /elsewhere/Written.FBX"));
-        checkCursorIsOff();
     }
 
 private:
