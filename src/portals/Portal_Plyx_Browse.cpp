@@ -1,0 +1,159 @@
+#include "portals/Portal_Plyx_Browse.h"
+
+#include "http/httpClient.h"
+#include "portals/Portal_Plyx_Login.h"
+#include "portals/Portal_Plyx_Replies.h"
+#include "portals/Portal_Plyx_Requests.h"
+
+#include <algorithm>
+#include <iterator>
+
+using namespace ICloudPortalApi;
+
+namespace {
+
+const char *const galleryOrder[] = {"Grell", "Tarn", "Lumo", "Lumo Mobile"};
+
+/// The requests of one download: every file comes from a host that the service names anew.
+class AssetDownload
+{
+public:
+    AssetDownload(const Portal_Plyx_Login &session, const QString &assetId, const QString &folder)
+        : m_host(session.GetHost()), m_assetId(assetId), m_folder(folder), m_assetHeaders(session.GetRequestHeaders())
+    {
+        m_assetHeaders[L"Cache-Control"] = L"no-cache";
+        m_serverHeaders = m_assetHeaders;
+        m_serverHeaders.erase(L"X-Secure-Session"); // this request goes over plain HTTP
+    }
+
+    bool describe(PlyxReplies::AssetFiles &files)
+    {
+        QByteArray body;
+        m_client.setHost(m_host.utf8(), 0);
+        if (!isGood(m_client.get(PlyxRequests::asset(m_assetId), m_assetHeaders, true, body)))
+            return false;
+        files = PlyxReplies::assetFiles(body);
+        return true;
+    }
+
+    /// False when a request failed. True, with nothing written, when the service names no host.
+    bool fetch(const QString &fileId, const QString &localName)
+    {
+        QByteArray body;
+        m_client.setHost(m_host.utf8(), 0);
+        if (!isGood(m_client.get(PlyxRequests::downloadServer(), m_serverHeaders, false, body)))
+            return false;
+        const KString server = PlyxReplies::downloadHost(body);
+        if (server.isEmpty())
+            return true;
+        m_client.setHost(server.utf8(), 0);
+        return isGood(
+            m_client.getFile(m_folder, localName, PlyxRequests::download(m_assetId, fileId), m_assetHeaders, true));
+    }
+
+private:
+    /// Shows a failure.
+    static bool isGood(const ReturnStatus &status)
+    {
+        if (!status.IsSuccess())
+            status.DisplayUserMessageBox();
+        return status.IsSuccess();
+    }
+
+    httpClient m_client;
+    KString m_host;
+    QString m_assetId;
+    QString m_folder;
+    HeaderMap m_assetHeaders;
+    HeaderMap m_serverHeaders;
+};
+
+} // namespace
+
+int Portal_Plyx_IPortalBrowser::GetPortalType()
+{
+    return kPagedSearch;
+}
+
+bool Portal_Plyx_IPortalBrowser::SearchCloudItems(ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
+                                                  ItemVector &results, int &currentPage, int &totalPageCount,
+                                                  int &totalResultCount)
+{
+    if (!login->IsLogin() || criteria.count(L"NoSearch") != 0)
+        return false;
+
+    const auto &session = static_cast<Portal_Plyx_Login &>(*login);
+    const QString path = PlyxRequests::search(criteria, pageNumber, pageSize);
+    httpClient client;
+    client.setHost(session.GetHost().utf8(), 0);
+    QByteArray body;
+    // Behind the host, what is no absolute path would read as part of its name.
+    const ReturnStatus status =
+        path.startsWith(QLatin1Char('/')) ? client.get(path, session.GetRequestHeaders(), true, body) : ReturnStatus(0);
+    if (!status.IsSuccess()) {
+        status.DisplayUserMessageBox();
+        return false;
+    }
+    PlyxReplies::searchResults(body, m_owner, results, currentPage, totalPageCount, totalResultCount);
+    return true;
+}
+
+bool Portal_Plyx_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &)
+{
+    return false;
+}
+
+bool Portal_Plyx_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, ItemVector &)
+{
+    return false;
+}
+
+bool Portal_Plyx_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName)
+{
+    if (!item)
+        return false;
+    const QString assetId = KQtUtil::toQString(item->GetUniqueID());
+    if (!login->IsLogin())
+        return false;
+
+    AssetDownload download(static_cast<Portal_Plyx_Login &>(*login), assetId, KQtUtil::toQString(folder));
+    PlyxReplies::AssetFiles files;
+    if (!download.describe(files))
+        return false;
+    for (const PlyxReplies::Texture &texture : files.textures)
+        download.fetch(texture.fileId, texture.localName);
+    return !files.modelId || download.fetch(*files.modelId, KQtUtil::toQString(fileName));
+}
+
+bool Portal_Plyx_IPortalBrowser::UploadFile(ILogin *, ICloudItem *, ICloudItem *, KString, KString)
+{
+    return false;
+}
+
+void Portal_Plyx_IPortalBrowser::setOwnerCB(IPortalOwnerCB *owner)
+{
+    m_owner = owner;
+}
+
+bool Portal_Plyx_IPortalBrowser::BuildFoldersAndFileList(ItemVector &folders, ItemVector &files, ICloudItem *folder,
+                                                         ICloudItem *root, ItemVector extra, ItemSet excluded)
+{
+    if (!folder || !root)
+        return false;
+    if (folder == root) {
+        folders.assign(std::size(galleryOrder), nullptr);
+        for (auto child = folder->GetChildBegin(); child != folder->GetChildEnd(); ++child) {
+            if (!*child || !(*child)->IsFolder())
+                continue;
+            const auto *gallery = std::find_if(std::begin(galleryOrder), std::end(galleryOrder),
+                                               [&](const char *name) { return (*child)->GetDisplayName() == name; });
+            if (gallery == std::end(galleryOrder))
+                continue;
+            (*child)->RemoveAllChild(false);
+            folders[static_cast<std::size_t>(gallery - std::begin(galleryOrder))] = *child;
+            excluded.insert(*child);
+        }
+        folders.erase(std::remove(folders.begin(), folders.end(), nullptr), folders.end());
+    }
+    return IPortalBrowser::BuildFoldersAndFileList(folders, files, folder, root, extra, excluded);
+}

@@ -1,0 +1,129 @@
+#include "portals/Portal_Plyx_Replies.h"
+
+#include "http/JsonReply.h"
+#include "portals/Portal_Plyx_CloudItem.h"
+#include "TavrinHelper.h"
+
+#include <openkelda/KQtUtil.h>
+
+#include <QRegularExpression>
+
+#include <memory>
+
+namespace {
+
+const char objFormat[] = "OBJ ( .obj )";
+
+QScriptValue member(const QScriptValue &object, const char *name)
+{
+    return object.property(QString::fromLatin1(name), QScriptValue::ResolveLocal);
+}
+
+/// The member \p name, a text or a number, as text; empty for anything else.
+QString textOf(const QScriptValue &object, const char *name)
+{
+    const QScriptValue value = member(object, name);
+    return value.isString() || value.isNumber() ? value.toString() : QString();
+}
+
+/// Fills \p item from one element of "ASSET"; false when the element has no id and so names nothing.
+bool readAsset(const QScriptValue &entry, Portal_Plyx_ICloudItem &item)
+{
+    const QString id = textOf(entry, "ASSET_ID");
+    if (id.isEmpty())
+        return false;
+    const auto copy = [&](const char *property, const char *name) {
+        item.SetProperty(property, KQtUtil::toKString(textOf(entry, name)));
+    };
+    copy("UniqueID", "ASSET_ID");
+    copy("Name", "ASSET_NAME");
+    copy("ArtistName", "ARTIST_NAME");
+    copy("CreateDate", "DATE_PUBLISHED");
+    copy("ThumbnailUrl", "THUMBNAIL_FILE");
+    item.SetProperty("CanDownload", "true");
+    return true;
+}
+
+/// What of a texture's name may be written into the download folder; empty when nothing of it may.
+QString localTextureName(const QString &name)
+{
+    const int separator = qMax(name.lastIndexOf(QLatin1Char('/')), name.lastIndexOf(QLatin1Char('\\')));
+    const QString base = name.mid(separator + 1);
+    if (base.isEmpty() || base == QLatin1String(".") || base == QLatin1String(".."))
+        return QString();
+    return TavrinHelper::safeLocalName(base);
+}
+
+std::vector<PlyxReplies::Texture> texturesOf(const QScriptValue &asset)
+{
+    std::vector<PlyxReplies::Texture> textures;
+    for (const QScriptValue &entry : JsonReply::elements(member(member(asset, "TEXTURESFILES"), "TEXTURESFILE"))) {
+        const QString name = localTextureName(textOf(entry, "NAME"));
+        const QString id = textOf(entry, "ID");
+        if (!name.isEmpty() && !id.isEmpty())
+            textures.push_back({name, id});
+    }
+    return textures;
+}
+
+} // namespace
+
+namespace PlyxReplies {
+
+bool isMember(const QByteArray &body)
+{
+    const JsonReply reply(body);
+    return member(reply.value(), "MEMBERID").isNumber();
+}
+
+bool memberName(const QByteArray &body, KString &name)
+{
+    const JsonReply reply(body);
+    return JsonReply::text(reply.value(), "MEMBERNAME", name);
+}
+
+void searchResults(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owner, ICloudPortalApi::ItemVector &items,
+                   int &currentPage, int &totalPageCount, int &totalResultCount)
+{
+    const JsonReply reply(body);
+    for (const QScriptValue &entry : JsonReply::elements(member(member(reply.value(), "ASSETS"), "ASSET"))) {
+        auto item = std::make_unique<Portal_Plyx_ICloudItem>(owner);
+        if (readAsset(entry, *item))
+            items.push_back(item.release());
+    }
+    JsonReply::integer(reply.value(), "TOTAL_PAGE_COUNT", totalPageCount);
+    JsonReply::integer(reply.value(), "TOTAL_RESULT_COUNT", totalResultCount);
+    JsonReply::integer(reply.value(), "CURRENT_PAGE", currentPage);
+}
+
+AssetFiles assetFiles(const QByteArray &body)
+{
+    AssetFiles files;
+    const JsonReply reply(body);
+    const QScriptValue asset = member(reply.value(), "ASSET");
+    const QScriptValue formats = member(asset, "FILEFORMATS");
+    if (!formats.isObject())
+        return files;
+    files.textures = texturesOf(asset);
+    for (const QScriptValue &entry : JsonReply::elements(member(formats, "FILEFORMAT"))) {
+        KString name;
+        if (JsonReply::text(entry, "NAME", name) && name == objFormat) {
+            files.modelId = textOf(entry, "FILEID");
+            break;
+        }
+    }
+    return files;
+}
+
+KString downloadHost(const QByteArray &body)
+{
+    static const QRegularExpression bareHost(
+        QStringLiteral("\\A(?=.{1,260}\\z)[A-Za-z0-9](?:[A-Za-z0-9_.-]*[A-Za-z0-9])?(?::[0-9]{1,5})?\\z"));
+    const JsonReply reply(body);
+    KString host;
+    if (!JsonReply::text(reply.value(), "DOWNLOAD", host) || !bareHost.match(KQtUtil::toQString(host)).hasMatch())
+        return KString();
+    return host;
+}
+
+} // namespace PlyxReplies

@@ -1,0 +1,73 @@
+#include "portals/Portal_Plyx_Requests.h"
+
+namespace {
+
+/// \p text with the ASCII \p characters percent-encoded; all others are left to the HTTP client.
+QString escaped(const QString &text, const char *characters)
+{
+    const QString special = QString::fromLatin1(characters);
+    QString result;
+    for (const QChar character : text) {
+        if (special.contains(character))
+            result += QString::fromLatin1('%' + QByteArray(1, character.toLatin1()).toHex().toUpper());
+        else
+            result += character;
+    }
+    return result;
+}
+
+QString escapedValue(const QString &text)
+{
+    return escaped(text, "&#%");
+}
+
+QString place(const HeaderMap &criteria)
+{
+    const auto gallery = criteria.find(L"Public");
+    if (gallery != criteria.end()) {
+        return QStringLiteral("/API/v1/Search?file_type_ids=119&media_type_id=") +
+               QString::fromStdWString(gallery->second) + QStringLiteral("&content=free");
+    }
+    if (criteria.count(L"Home") != 0)
+        return QStringLiteral("/API/v1/Member/Assets?file_type_ids=119");
+    return QString();
+}
+
+} // namespace
+
+namespace PlyxRequests {
+
+QString member()
+{
+    return QStringLiteral("/API/v1/Member");
+}
+
+QString search(const HeaderMap &criteria, int pageNumber, int pageSize)
+{
+    QString path = place(criteria) + QStringLiteral("&page_num=") + QString::number(pageNumber) +
+                   QStringLiteral("&page_size=") + QString::number(pageSize) +
+                   QStringLiteral("&sort_by=date&sort_order=desc");
+    const auto keywords = criteria.find(L"SearchString");
+    if (keywords != criteria.end()) {
+        path += QStringLiteral("&keyword=") + escapedValue(QString::fromStdWString(keywords->second)) +
+                QStringLiteral("&is_all_keywords=all");
+    }
+    return path;
+}
+
+QString asset(const QString &assetId)
+{
+    return QStringLiteral("/API/v1/Asset/") + escaped(assetId, "%#?/");
+}
+
+QString downloadServer()
+{
+    return QStringLiteral("/API/v1/Server/Download");
+}
+
+QString download(const QString &assetId, const QString &fileId)
+{
+    return QStringLiteral("/v1/Download?id=") + escapedValue(assetId) + QLatin1Char('_') + escapedValue(fileId);
+}
+
+} // namespace PlyxRequests
