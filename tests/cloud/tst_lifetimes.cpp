@@ -4,13 +4,25 @@
 
 #include "support/RecordingHost.h"
 
-#include <QListWidget>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
+#include <QTimer>
 #include <QToolBar>
 #include <QtTest>
 
 using Kind = TestItem::Kind;
+
+namespace {
+
+KStringArray oneText(const char *text)
+{
+    KStringArray array;
+    array.append(text);
+    return array;
+}
+
+} // namespace
 
 class TestLifetimes : public QObject
 {
@@ -20,10 +32,14 @@ private slots:
     {
         m_service = TestService();
         m_service.fixedFolders = QStringList{"Fixed", "Other"};
+        m_service.exportFormats = QStringList{"obj"};
         m_service.root() = {{"d", "Deep", Kind::Folder}, {"f", "a.obj"}};
         m_service.folders["d"] = {{"dd", "Deeper", Kind::Folder}, {"g", "b.obj"}};
         m_service.folders["Fixed"] = {{"h", "c.obj"}};
         m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
+        m_host.answer("file -force", KCommandResult(KString("/x/new.obj")));
+        for (const char *command : {"Tavrin_GetExportTranslatorList", "Tavrin_GetExportTranslatorExtensionList"})
+            m_host.answer(command, KCommandResult(oneText("obj")));
         m_window = std::make_unique<QMainWindow>();
         m_host.setMainWindow(m_window.get());
         m_stage = std::make_unique<TestStage>(m_service);
@@ -41,8 +57,18 @@ private slots:
         QVERIFY(!Portal_CloudBrowser::IsBusy());
     }
 
+    void manyClicksLeaveNothingBehind_data()
+    {
+        QTest::addColumn<bool>("paged");
+        QTest::newRow("listing") << false;
+        QTest::newRow("search and pages") << true;
+    }
+
     void manyClicksLeaveNothingBehind()
     {
+        QFETCH(bool, paged);
+        if (paged)
+            restartPaged();
         clickThrough(3);
         const int actions = m_stage->dock()->findChildren<QAction *>().size();
         const int widgets = m_stage->dock()->findChildren<QWidget *>().size();
@@ -53,6 +79,7 @@ private slots:
         QCOMPARE(m_stage->dock()->findChildren<QWidget *>().size(), widgets);
         QCOMPARE(TestItem::alive, items);
         QCOMPARE(m_stage->page()->LiveItemCount(), items);
+        QCOMPARE(m_service.count("search"), paged ? 128 * 6 + 1 : 0);
     }
 
     void refreshesInAFetchRunOnceAfterwards()
@@ -104,7 +131,8 @@ private slots:
     void theWindowMayGoDuring_data()
     {
         QTest::addColumn<QString>("call");
-        for (const char *call : {"login check", "fetch", "download", "import", "options"})
+        for (const char *call :
+             {"login check", "fetch", "download", "import", "options", "question", "export", "upload"})
             QTest::newRow(call) << call;
     }
 
@@ -123,8 +151,12 @@ private slots:
             m_service.duringFetch = destroy;
         else if (call == "download")
             m_service.duringDownload = destroy;
+        else if (call == "question")
+            QTimer::singleShot(0, this, destroy);
+        else if (call == "upload")
+            m_service.duringUpload = destroy;
         else
-            m_host.handle(call == "import" ? "file -force" : "Tavrin_GetImportTranslatorFromFileExtension",
+            m_host.handle(call != "options" ? "file -force" : "Tavrin_GetImportTranslatorFromFileExtension",
                           [&](const QString &, KCommandResult &) {
                               destroy();
                               return KStatus();
@@ -133,9 +165,12 @@ private slots:
             m_stage->controller()->LoginDoneCB(true);
         else if (call == "fetch")
             doubleClick("Deep");
+        else if (call == "export" || call == "upload" || call == "question")
+            exportAs(call == "question" ? "a" : "new");
         else
             doubleClick("a.obj");
-        m_service.duringFetch = m_service.duringLoginCheck = m_service.duringDownload = nullptr;
+        m_service.duringFetch = m_service.duringLoginCheck = nullptr;
+        m_service.duringDownload = m_service.duringUpload = nullptr;
         m_host.answer("file -force", KCommandResult());
         m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult());
         QVERIFY(gone);
@@ -145,12 +180,31 @@ private slots:
 private:
     void doubleClick(const QString &name) { m_stage->page()->ListViewItemDoubleClick(m_stage->row(name)); }
 
-    /// Four folder changes a round: by the list, by a menu, by the parent button, by the bar.
+    void exportAs(const QString &name)
+    {
+        m_stage->find<QLineEdit>("CloudExportFileName")->setText(name);
+        m_stage->page()->ExportAllClick();
+    }
+
+    void restartPaged()
+    {
+        m_stage.reset();
+        m_service.type = ICloudPortalApi::kPagedSearch;
+        m_service.search = true;
+        m_service.page = 0;
+        m_service.itemCount = 1000;
+        m_stage = std::make_unique<TestStage>(m_service);
+        settle();
+    }
+
+    /// Four folder changes a round: by the list, by a menu, by the parent button, by the bar. Pages are turned as well.
     void clickThrough(int rounds)
     {
         for (int i = 0; i < rounds; ++i) {
             doubleClick("Deep");
             settle();
+            for (const int pages : {1, -1})
+                m_stage->page()->SwitchPage(pages);
             m_stage->page()->PreviousFolderClick();
             settle();
             m_stage->find<QToolBar>("FolderBar")->actions().at(1)->menu()->actions().first()->trigger();
