@@ -5,6 +5,9 @@
 #include "portals/Portal_DropBox_Login.h"
 #include "portals/Portal_DropBox_Replies.h"
 #include "portals/Portal_DropBox_Requests.h"
+#include "TavrinStrings.h"
+
+#include <openkelda/KGlobal.h>
 
 using namespace ICloudPortalApi;
 
@@ -24,6 +27,13 @@ struct Place
     QString root;
     QString path;
 };
+
+/// The client sends nothing and gives no reason when the local file is missing or cannot be read.
+void tellUnreadable(ReturnStatus &status, const KString &localPath)
+{
+    status.SetErrorMessage(TavrinStrings::getString(TavrinStrings::kHttpFileReadError) + localPath);
+    KGlobal::displayError(status.GetErrorMessage());
+}
 
 } // namespace
 
@@ -95,12 +105,17 @@ bool Portal_DropBox_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder
     client.setHost(session.GetContentHost().utf8(), 0);
     QByteArray body;
     const QString path = DropBoxRequests::upload(place.root, place.path, KQtUtil::toQString(fileName));
-    const ReturnStatus status = client.postFile(localFolder, fileName, path, session.GetRequestHeaders(), true, body);
+    ReturnStatus status = client.postFile(localFolder, fileName, path, session.GetRequestHeaders(), true, body);
     if (!status.IsSuccess()) {
+        if (status.GetErrorMessage().isEmpty())
+            tellUnreadable(status, localFolder + fileName);
         status.DisplayUserMessageBox();
         return false;
     }
-    return DropBoxReplies::isStored(body);
+    const bool isStored = DropBoxReplies::isStored(body);
+    if (!isStored)
+        KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalUploadNotConfirmed));
+    return isStored;
 }
 
 void Portal_DropBox_IPortalBrowser::setOwnerCB(IPortalOwnerCB *owner)

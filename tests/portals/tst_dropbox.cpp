@@ -195,7 +195,7 @@ private slots:
     void failuresAreShownOnce_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("status=403") << "Http code: 403";
+        QTest::newRow("status=500") << "Http code: 500";
         QTest::newRow("hang") << "Http code: 408 \n408 Http request timeout";
         QTest::newRow("garbage") << "Http code: 0";
         QTest::newRow("cut=1") << "Http code: 0";
@@ -224,6 +224,42 @@ private slots:
             QVERIFY2(box.startsWith(text), qPrintable(box));
         const QString shown = m_fixture->everythingShown();
         QVERIFY2(!shown.contains(CloudFixture::storedToken()) && !shown.contains(APP_SECRET), qPrintable(shown));
+    }
+
+    void uploadsThatFailSayWhy_data()
+    {
+        const QString unreadable = "Http code: 0 \nThe file cannot be read: ";
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("box");
+        for (const char *code : {"401", "403", "404", "411", "507"})
+            QTest::newRow(QByteArray("status=") + code) << "up.fbx" << QString("Http code: %1 \nSorry").arg(code);
+        QTest::newRow("missing") << "gone.fbx" << unreadable;
+        QTest::newRow("a folder") << "." << unreadable;
+        QTest::newRow("not confirmed") << "up.fbx" << QString();
+    }
+
+    void uploadsThatFailSayWhy()
+    {
+        const QString rule = QTest::currentDataTag();
+        QFETCH(QString, name);
+        QFETCH(QString, box);
+        signIn();
+        QVERIFY(m_login->IsLogin());
+        writeFile(localDir() + "up.fbx", "an upload");
+        writeFile(localDir() + "zero", R"({"bytes":0})");
+        writeFile(m_remote + "/up.fbx", "before");
+        m_fixture->cloud.addRule("*", "/1/files_put/*", box.isEmpty() ? "body=" + localDir() + "zero" : rule);
+        const auto requests = m_fixture->requests().size();
+        QVERIFY(!upload(m_root.get(), name));
+        if (box.isEmpty()) {
+            QCOMPARE(m_fixture->host.errors(), QStringList("The service did not confirm that the file was stored."));
+        } else {
+            QVERIFY2(m_fixture->boxes.size() == 1 && m_fixture->boxes.first().startsWith(box),
+                     qPrintable(m_fixture->boxes.join('|')));
+            QCOMPARE(m_fixture->requests().size() - requests, box.contains("read") ? 0 : 1);
+            QCOMPARE(m_fixture->host.errors(), QStringList(m_fixture->boxes.first().section('\n', 1)));
+        }
+        QCOMPARE(readFile(localDir() + "up.fbx") + readFile(m_remote + "/up.fbx"), QByteArray("an uploadbefore"));
     }
 
     void itemMayGoDuringTheCall()
