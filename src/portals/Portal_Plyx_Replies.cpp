@@ -120,10 +120,11 @@ KString downloadHost(const QByteArray &body)
     static const QRegularExpression bareHost(
         QStringLiteral("\\A(?=.{1,260}\\z)[A-Za-z0-9](?:[A-Za-z0-9_.-]*[A-Za-z0-9])?(?::[0-9]{1,5})?\\z"));
     const JsonReply reply(body);
-    KString host;
-    if (!JsonReply::text(reply.value(), "DOWNLOAD", host) || !bareHost.match(KQtUtil::toQString(host)).hasMatch())
+    const QScriptValue host = member(reply.value(), "DOWNLOAD");
+    // Matched before it becomes a host text, which ends at a zero character.
+    if (!host.isString() || !bareHost.match(host.toString()).hasMatch())
         return KString();
-    return host;
+    return KQtUtil::toKString(host.toString());
 }
 
 } // namespace PlyxReplies
