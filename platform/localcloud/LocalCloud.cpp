@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <functional>
 #include <localcloud/LocalCloud.h>
+#include <localcloud/PlyxSeed.h>
 #include <localcloud/Replies.h>
 #include <QDir>
 #include <QHostAddress>
@@ -74,17 +75,38 @@ bool LocalCloud::prepareFolders(QString *error)
             *error = m_dataDir + QStringLiteral(": the data folder cannot be made");
         return false;
     }
-    const QString state = m_dataDir + "/.localcloud";
-    QFile::setPermissions(state, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    if (!seedDropbox(dropboxDir(), state + "/seeded-dropbox", m_options.seed, error))
+    QFile::setPermissions(m_dataDir + "/.localcloud", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return prepareDropbox(error) && preparePlyx(error);
+}
+
+bool LocalCloud::prepareDropbox(QString *error)
+{
+    if (!seedDropbox(dropboxDir(), stateFile("seeded-dropbox"), m_options.seed, error))
         return false;
     if (!m_dropbox) {
         auto service =
-            std::make_unique<DropboxService>(m_options.dropbox, dropboxDir(), state + "/dropbox-tokens.json");
+            std::make_unique<DropboxService>(m_options.dropbox, dropboxDir(), stateFile("dropbox-tokens.json"));
         m_dropbox = service.get();
         addService(std::move(service));
     }
     return true;
+}
+
+bool LocalCloud::preparePlyx(QString *error)
+{
+    if (!seedPlyx(plyxDir(), stateFile("seeded-plyx"), m_options.seed, error))
+        return false;
+    if (!m_plyx) {
+        auto service = std::make_unique<PlyxService>(m_options.plyx, plyxDir(), stateFile("plyx-sessions.json"));
+        m_plyx = service.get();
+        addService(std::move(service));
+    }
+    return m_plyx->open(error);
+}
+
+QString LocalCloud::stateFile(const char *name) const
+{
+    return m_dataDir + "/.localcloud/" + name;
 }
 
 bool LocalCloud::openAuthority(QString *error)
@@ -122,6 +144,11 @@ QString LocalCloud::dropboxDir() const
     return m_dataDir + "/dropbox";
 }
 
+QString LocalCloud::plyxDir() const
+{
+    return m_dataDir + "/plyx";
+}
+
 QString LocalCloud::spoolFolder() const
 {
     return m_dataDir + "/.localcloud/uploads";
@@ -156,6 +183,22 @@ void LocalCloud::revokeDropboxTokens()
 {
     if (m_dropbox)
         m_dropbox->tokens().revokeAll();
+}
+
+PlyxSession LocalCloud::issuePlyxSession()
+{
+    return m_plyx ? m_plyx->sessions().open() : PlyxSession();
+}
+
+void LocalCloud::revokePlyxSessions()
+{
+    if (m_plyx)
+        m_plyx->sessions().revokeAll();
+}
+
+int LocalCloud::plyxSessionCount() const
+{
+    return m_plyx ? m_plyx->sessions().count() : 0;
 }
 
 void LocalCloud::addService(std::unique_ptr<CloudService> service)

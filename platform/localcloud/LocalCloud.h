@@ -9,6 +9,7 @@
 #include <localcloud/CloudService.h>
 #include <localcloud/DropboxService.h>
 #include <localcloud/HttpConnection.h>
+#include <localcloud/PlyxService.h>
 #include <localcloud/RequestLog.h>
 #include <localcloud/Rules.h>
 #include <localcloud/SeedData.h>
@@ -31,6 +32,7 @@ struct LocalCloudOptions
     bool keepRequests = true;  ///< collect requests()
     int maxConnections = 1000;
     localcloud::DropboxOptions dropbox;
+    localcloud::PlyxOptions plyx;
     localcloud::ConnectionLimits limits;
 };
 
@@ -52,6 +54,8 @@ public:
     QSslCertificate caCertificate() const;
     /// The folder that the Dropbox service shows, absolute and without a slash at its end.
     QString dropboxDir() const;
+    /// The folder of the Plyx catalogue, absolute and without a slash at its end.
+    QString plyxDir() const;
 
     /// Adds a rule: see localcloud::Rules::add. \p times requests, 0 for all.
     bool addRule(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
@@ -70,6 +74,13 @@ public:
     /// Makes every Dropbox token invalid.
     void revokeDropboxTokens();
 
+    /// A Plyx session that is valid at once.
+    localcloud::PlyxSession issuePlyxSession();
+    /// Ends every Plyx session and forgets the browsers that stay signed in.
+    void revokePlyxSessions();
+    /// How many Plyx sessions there are.
+    int plyxSessionCount() const;
+
     /// Adds another service, before start() or after.
     void addService(std::unique_ptr<localcloud::CloudService> service);
 
@@ -83,6 +94,9 @@ private:
     QString spoolFolder() const override;
 
     bool prepareFolders(QString *error);
+    bool prepareDropbox(QString *error);
+    bool preparePlyx(QString *error);
+    QString stateFile(const char *name) const;
     bool openAuthority(QString *error);
     localcloud::CloudService *serviceFor(const localcloud::HttpRequest &request, bool direct) const;
     void accept(qintptr descriptor);
@@ -93,6 +107,7 @@ private:
     std::shared_ptr<localcloud::CertificateAuthority> m_authority;
     std::vector<std::unique_ptr<localcloud::CloudService>> m_services;
     localcloud::DropboxService *m_dropbox = nullptr; // one of m_services
+    localcloud::PlyxService *m_plyx = nullptr;       // likewise
     localcloud::Rules m_rules;
     localcloud::RequestLog m_log;
     QVector<RequestRecord> m_requests;

@@ -172,6 +172,14 @@ QByteArray mtlBytes(const QString &material, const QString &texture)
            texture.toUtf8() + '\n';
 }
 
+QByteArray plainMtlBytes(const QString &material, const QColor &colour)
+{
+    QByteArray bytes = "newmtl " + material.toUtf8() + '\n';
+    appendFormatted(bytes, "Ka 0.1 0.1 0.1\nKd %.3f %.3f %.3f\nKs 0.1 0.1 0.1\nNs 12\nillum 2\n", colour.redF(),
+                    colour.greenF(), colour.blueF());
+    return bytes;
+}
+
 QByteArray stlBytes(const SeedMesh &mesh)
 {
     QByteArray bytes = QByteArray("binary STL").leftJustified(80, ' ');
@@ -268,6 +276,33 @@ QByteArray barrelTexture(int size)
             const QRgb wood = x / stave % 2 == 0 ? qRgb(150, 92, 46) : qRgb(190, 124, 62);
             const double factor = !hoop && x % stave < 2 ? 0.4 : grain(x / stave, y, x);
             image.setPixel(x, y, shaded(hoop ? qRgb(96, 104, 112) : wood, factor));
+        }
+    }
+    return pngBytes(image);
+}
+
+QByteArray chequerTexture(int size)
+{
+    QImage image(size, size, QImage::Format_RGB32);
+    for (int y = 0; y < size; ++y) {
+        for (int x = 0; x < size; ++x)
+            image.setPixel(x, y, (x * 8 / size + y * 8 / size) % 2 == 0 ? qRgb(204, 44, 52) : qRgb(244, 240, 228));
+    }
+    return pngBytes(image);
+}
+
+QByteArray brickTexture(int size)
+{
+    QImage image(size, size, QImage::Format_RGB32);
+    const int height = size / 8;
+    const int width = size / 4;
+    for (int y = 0; y < size; ++y) {
+        const int course = y / height;
+        for (int x = 0; x < size; ++x) {
+            const int shifted = x + course % 2 * width / 2;
+            const bool mortar = y % height < 3 || shifted % width < 3;
+            const int brick = course * 5 + shifted % size / width;
+            image.setPixel(x, y, shaded(mortar ? qRgb(206, 200, 190) : qRgb(168, 74, 50), grain(brick, x, y)));
         }
     }
     return pngBytes(image);

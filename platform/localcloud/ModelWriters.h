@@ -6,6 +6,7 @@
 
 #include <localcloud/SeedMesh.h>
 #include <QByteArray>
+#include <QColor>
 #include <QString>
 
 namespace localcloud {
@@ -15,6 +16,8 @@ QByteArray objBytes(const SeedMesh &mesh, const QString &name, const QString &ma
 
 /// The material library that goes with it: one material, textured with the image file \p texture.
 QByteArray mtlBytes(const QString &material, const QString &texture);
+/// The same in one colour.
+QByteArray plainMtlBytes(const QString &material, const QColor &colour);
 
 /// Binary STL.
 QByteArray stlBytes(const SeedMesh &mesh);
@@ -31,5 +34,11 @@ QByteArray crateTexture(int size);
 
 /// A PNG of \p size x \p size pixels: staves with two metal hoops.
 QByteArray barrelTexture(int size);
+
+/// A PNG of \p size x \p size pixels: eight by eight squares in red and white.
+QByteArray chequerTexture(int size);
+
+/// A PNG of \p size x \p size pixels: eight courses of bricks.
+QByteArray brickTexture(int size);
 
 } // namespace localcloud

@@ -160,4 +160,42 @@ SeedMesh chairMesh()
     return mesh;
 }
 
+SeedMesh barrelMesh()
+{
+    return latheMesh({{0.0, 0.0}, {0.30, 0.0}, {0.36, 0.2}, {0.39, 0.45}, {0.36, 0.7}, {0.30, 0.9}, {0.0, 0.9}}, 32);
+}
+
+SeedMesh mugMesh()
+{
+    return latheMesh({{0.0, 0.0}, {0.28, 0.0}, {0.30, 0.05}, {0.30, 0.6}, {0.26, 0.6}, {0.26, 0.06}, {0.0, 0.06}}, 36);
+}
+
+SeedMesh towerMesh()
+{
+    SeedMesh mesh;
+    mesh.append(boxMesh({0.5F, 1.2F, 0.5F}));
+    mesh.append(boxMesh({0.6F, 0.1F, 0.6F}), {0, 1.2F, 0});
+    mesh.append(latheMesh({{0.26, 0.0}, {0.28, 0.12}, {0.18, 0.3}, {0.05, 0.36}, {0.0, 0.5}}, 24), {0, 1.3F, 0});
+    return mesh;
+}
+
+SeedMesh stoolMesh()
+{
+    return latheMesh({{0.0, 0.0}, {0.2, 0.0}, {0.05, 0.05}, {0.05, 0.4}, {0.2, 0.4}, {0.2, 0.46}, {0.0, 0.46}}, 28);
+}
+
+SeedMesh vaseMesh()
+{
+    return latheMesh({{0.0, 0.0},
+                      {0.16, 0.0},
+                      {0.28, 0.2},
+                      {0.30, 0.36},
+                      {0.22, 0.58},
+                      {0.12, 0.72},
+                      {0.18, 0.86},
+                      {0.15, 0.86},
+                      {0.09, 0.72}},
+                     30);
+}
+
 } // namespace localcloud

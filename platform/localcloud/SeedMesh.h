@@ -39,5 +39,10 @@ SeedMesh terrainMesh(int columns, int rows);
 
 SeedMesh tableMesh();
 SeedMesh chairMesh();
+SeedMesh barrelMesh();
+SeedMesh mugMesh();
+SeedMesh towerMesh();
+SeedMesh stoolMesh();
+SeedMesh vaseMesh();
 
 } // namespace localcloud
