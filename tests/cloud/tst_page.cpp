@@ -4,7 +4,7 @@
 
 #include "support/RecordingHost.h"
 
-#include <QCheckBox>
+#include <QHelpEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -12,6 +12,7 @@
 #include <QTabWidget>
 #include <QToolBar>
 #include <QToolButton>
+#include <QToolTip>
 #include <QtTest>
 
 using Kind = TestItem::Kind;
@@ -40,6 +41,14 @@ private slots:
         QCOMPARE(names.mid(2), QStringList({"a & b.obj", "Notes", "odd.xyz"}));
         QVERIFY(m_stage->row("Fixed")->toolTip().isEmpty());
         QCOMPARE(m_stage->row("Notes")->toolTip(), QString("id: n\nmark-up: <b>x</b>"));
+
+        auto *list = m_stage->find<QListWidget>("ListOfFileFromCloud");
+        const QPoint place = list->visualItemRect(m_stage->row("Notes")).center();
+        QHelpEvent asked(QEvent::ToolTip, place, QPoint());
+        QApplication::sendEvent(list->viewport(), &asked);
+        QCOMPARE(QToolTip::text(), Qt::convertFromPlainText(m_stage->row("Notes")->toolTip()));
+        QVERIFY(QToolTip::text().contains("&lt;b&gt;"));
+        QToolTip::hideText();
     }
 
     void enteringAndLeavingAFolder()

@@ -103,6 +103,12 @@ private slots:
         m_stage->page()->SwitchPage(-1);
         m_stage->page()->SwitchPage(2147483647);
         QCOMPARE(m_service.log, QStringList({"search 15 64", "search 0 64"}));
+
+        m_service.page = m_service.itemCount = 2147483647;
+        m_stage->page()->RefreshFolderData();
+        m_service.log.clear();
+        m_stage->page()->SwitchPage(1);
+        QCOMPARE(m_service.log, QStringList());
     }
 
     void everyButtonGoesItsWayAndAnotherPageSizeKeepsThePage()
@@ -130,10 +136,10 @@ private slots:
         m_service.page = 0;
         m_stage->page()->SwitchPage(2);
         auto *field = m_stage->find<QLineEdit>("SearchTextInput");
-        field->setText("red chair");
+        field->setText("R&B #1 100% <b>");
         QTest::keyClick(field, Qt::Key_Return);
         QCOMPARE(m_service.log.last(), QString("search 1 64"));
-        QCOMPARE(m_service.lastCriteria[L"SearchString"], std::wstring(L"red chair"));
+        QCOMPARE(m_service.lastCriteria[L"SearchString"], std::wstring(L"R&B #1 100% <b>"));
         field->clear();
         m_stage->page()->SearchUpdate();
         QCOMPARE(m_service.lastCriteria.count(L"SearchString"), std::size_t(0));

@@ -1,6 +1,19 @@
 #include "HttpTest.h"
 
 #include <QSslError>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+namespace {
+
+/// A line of this process's memory figures, in bytes.
+qint64 memoryInUse(const QByteArray &key)
+{
+    const QByteArray figures = contentOf("/proc/self/status");
+    return figures.mid(figures.indexOf(key) + key.size()).simplified().split(' ').first().toLongLong() * 1024;
+}
+
+} // namespace
 
 /// What goes out, what comes back, and how calls end.
 class TestHttpClient : public HttpFixture
@@ -91,6 +104,31 @@ private slots:
             QCOMPARE(m_client->body, QByteArray("before"));
         }
         QCOMPARE(m_server->requests().size(), 0);
+    }
+
+    void anUploadHoldsTheFileOnce()
+    {
+        constexpr qint64 size = 96 << 20;
+        QFile file(m_client->folder + "big");
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(size));
+        qint64 received = 0;
+        QTcpServer sink;
+        connect(&sink, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket *socket = sink.nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, socket, [&, socket] {
+                received += socket->readAll().size();
+                if (received > size)
+                    socket->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+            });
+        });
+        QVERIFY(sink.listen(QHostAddress::LocalHost));
+        m_client->setHost("127.0.0.1", sink.serverPort());
+        httpClient::setDefaultTimeouts(5000, 60000);
+        const qint64 before = memoryInUse("VmRSS:");
+        const KString folder = KQtUtil::toKString(m_client->folder);
+        QCOMPARE(m_client->postFile(folder, "big", "/put", {}, false, m_client->body).GetStatusCode(), 200);
+        const qint64 growth = memoryInUse("VmHWM:") - before;
+        QVERIFY2(growth < size + (32 << 20), qPrintable(QString::number(growth >> 20) + " MiB"));
     }
 
     void everyCallEndsAlike_data()
