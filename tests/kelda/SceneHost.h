@@ -37,9 +37,10 @@ struct SceneHost
         }
     }
 
-    QString import(QString file, const QString &flags = QString())
+    static QString quoted(QString text) { return '"' + text.replace('\\', "\\\\").replace('"', "\\\"") + '"'; }
+    QString import(const QString &file, const QString &flags = QString())
     {
-        return run("file -force -pr " + flags + " -i \"" + file.replace('"', "\\\"") + '"');
+        return run("file -force -pr " + flags + " -i " + quoted(file));
     }
     void importBox() { import(ModelFiles::write(path("box.obj"), ModelFiles::box())); }
 

@@ -87,9 +87,19 @@ std::vector<OptionSpec> OptionStore::specs(FileAction action, const Translator &
         return {{"triangulate", QStringLiteral("Triangulate polygons"), Kind::Bool, true, {}},
                 {"joinVertices", QStringLiteral("Join identical vertices"), Kind::Bool, true, {}},
                 scale};
+    // Both turn or stretch the points; what a file says about its axes and units stays the exporter's.
     std::vector<OptionSpec> specs{scale, {"upAxis", QStringLiteral("Up axis"), Kind::Choice, "Y", {"Y", "Z"}}};
-    if (translator.name == QLatin1String("OBJ"))
+    const QByteArray &id = translator.exportId;
+    if (id == "obj" || id == "fbxa" || id == "collada" || id == "plyb")
+        specs.push_back({"triangulate", QStringLiteral("Triangulate polygons"), Kind::Bool, false, {}});
+    if (id != "obj" && id != "stlb") // which always have some
+        specs.push_back({"normals", QStringLiteral("Write normals"), Kind::Bool, true, {}});
+    if (id == "gltf2" || id == "glb2" || id == "fbxa")
+        specs.push_back({"textures", QStringLiteral("Put textures inside"), Kind::Bool, true, {}});
+    if (id == "obj")
         specs.push_back({"materials", QStringLiteral("Write a material file (.mtl)"), Kind::Bool, false, {}});
+    if (id == "stlb" || id == "plyb")
+        specs.push_back({"format", QStringLiteral("Format"), Kind::Choice, "binary", {"binary", "text"}});
     return specs;
 }
 

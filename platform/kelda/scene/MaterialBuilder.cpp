@@ -48,6 +48,11 @@ Material MaterialBuilder::build(const MaterialData &data)
     return material;
 }
 
+void MaterialBuilder::noteMissingFile(const QString &name)
+{
+    warnOnce(QStringLiteral("material file \"%1\" was not found beside the model").arg(shortName(name)));
+}
+
 QImage MaterialBuilder::textureBeside(const QString &reference)
 {
     const QString path = m_folder.resolve(reference);

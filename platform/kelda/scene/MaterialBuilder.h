@@ -16,6 +16,8 @@ public:
     explicit MaterialBuilder(const ModelFolder &folder) : m_folder(folder) {}
 
     Material build(const MaterialData &data);
+    /// \p name is the material file's; the model's materials are plain without it.
+    void noteMissingFile(const QString &name);
     /// About textures that are missing or unreadable, one line each.
     const QStringList &warnings() const { return m_warnings; }
 

@@ -54,12 +54,12 @@ QDataStream &operator<<(QDataStream &stream, const ModelData &model)
 {
     saveAll(stream, model.materials);
     saveAll(stream, model.parts);
-    return stream;
+    return stream << model.missingMaterials;
 }
 
 QDataStream &operator>>(QDataStream &stream, ModelData &model)
 {
     loadAll(stream, model.materials);
     loadAll(stream, model.parts);
-    return stream;
+    return stream >> model.missingMaterials;
 }

@@ -33,6 +33,7 @@ struct ModelData
 
     std::vector<MaterialData> materials;
     std::vector<Part> parts;
+    QString missingMaterials; ///< name of a material file that was not there; empty when all is well
 };
 
 QDataStream &operator<<(QDataStream &stream, const ModelData &model);

@@ -1,245 +1,241 @@
 #include "scene/ModelExporter.h"
 
+#include "scene/ExportScene.h"
 #include "scene/Translators.h"
 
-#include <QBuffer>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTemporaryDir>
+#include <QSaveFile>
 
+#include <assimp/config.h>
 #include <assimp/Exporter.hpp>
+#include <assimp/material.h>
 #include <assimp/postprocess.h>
-#include <assimp/scene.h>
 
 #include <algorithm>
-#include <cstring>
+#include <limits>
 
 namespace {
 
-bool holdsTextures(const Translator &translator)
-{
-    return translator.exportId.startsWith("gl");
-}
+/// What the exporter calls its file; the real name appears in nothing it writes but a reference to a material file.
+const char blobName[] = "model";
+constexpr std::size_t largestText = std::numeric_limits<int>::max();
 
-/// Builds the library's scene, which owns all of its parts.
-class SceneBuilder
+/// A file that appears under its name with all of its bytes or not at all.
+class OutputFile
 {
 public:
-    SceneBuilder(const OptionValues &options, bool embedTextures)
-        : m_scale(options.value(QStringLiteral("scale"), 1.0).toFloat()),
-          m_zUp(options.value(QStringLiteral("upAxis")).toString() == QLatin1String("Z")),
-          m_embedTextures(embedTextures)
-    {}
+    explicit OutputFile(const QString &path) : m_file(path)
+    {
+        const QFileInfo info(path);
+        if (info.isDir())
+            throw FileError(QStringLiteral("a folder of that name is in the way"));
+        if (info.exists() && !info.isFile())
+            throw FileError(QStringLiteral("something that is no file is in the way"));
+        if (!info.dir().exists())
+            throw FileError(QStringLiteral("there is no such folder"));
+        if (!m_file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+            throw FileError(m_file.errorString());
+    }
 
-    std::unique_ptr<aiScene> build(const std::vector<SceneObject> &objects);
+    /// On a disk that fills up, a write may take some of the bytes and call that no error; only the next one fails.
+    /// A buffer would hide it.
+    void write(const char *bytes, qint64 size)
+    {
+        while (size > 0) {
+            const qint64 taken = m_file.write(bytes, size);
+            if (taken <= 0)
+                throw FileError(m_file.errorString());
+            bytes += taken;
+            size -= taken;
+        }
+    }
+    void write(const QByteArray &bytes) { write(bytes.constData(), bytes.size()); }
+    void write(const aiExportDataBlob &blob)
+    {
+        write(static_cast<const char *>(blob.data), static_cast<qint64>(blob.size));
+    }
+    void commit()
+    {
+        if (!m_file.commit())
+            throw FileError(m_file.errorString());
+    }
 
 private:
-    aiVector3D point(const QVector3D &from) const
-    {
-        return m_zUp ? aiVector3D(from.x(), -from.z(), from.y()) : aiVector3D(from.x(), from.y(), from.z());
-    }
-    aiMesh *mesh(const SceneObject &object, unsigned materialIndex) const;
-    aiMaterial *material(const Material &source);
-    QByteArray textureReference(const Material &source);
-
-    float m_scale;
-    bool m_zUp;
-    bool m_embedTextures;
-    QHash<qint64, int> m_textureNumbers;
-    std::vector<aiTexture *> m_textures;
+    QSaveFile m_file;
 };
 
-std::unique_ptr<aiScene> SceneBuilder::build(const std::vector<SceneObject> &objects)
+/// Null when the exporter made no such file.
+const aiExportDataBlob *sideFile(const aiExportDataBlob &main, const char *suffix)
 {
-    auto scene = std::make_unique<aiScene>();
-    const auto count = static_cast<unsigned>(objects.size());
-    scene->mMetaData = new aiMetadata();
-    scene->mRootNode = new aiNode("scene");
-    scene->mMeshes = new aiMesh *[count];
-    scene->mMaterials = new aiMaterial *[count];
-    QHash<const Material *, unsigned> materials;
-    std::vector<aiNode *> nodes;
-    for (const SceneObject &object : objects) {
-        if (!materials.contains(object.material.get())) {
-            materials.insert(object.material.get(), scene->mNumMaterials);
-            scene->mMaterials[scene->mNumMaterials++] = material(*object.material);
-        }
-        auto *node = new aiNode(object.name.toStdString());
-        node->mMeshes = new unsigned[1]{scene->mNumMeshes};
-        node->mNumMeshes = 1;
-        nodes.push_back(node);
-        scene->mMeshes[scene->mNumMeshes++] = mesh(object, materials.value(object.material.get()));
+    for (const aiExportDataBlob *blob = main.next; blob; blob = blob->next) {
+        if (QByteArray(blob->name.C_Str()).endsWith(suffix))
+            return blob;
     }
-    scene->mRootNode->addChildren(count, nodes.data());
-    if (!m_textures.empty()) {
-        scene->mNumTextures = static_cast<unsigned>(m_textures.size());
-        scene->mTextures = new aiTexture *[m_textures.size()];
-        std::copy(m_textures.begin(), m_textures.end(), scene->mTextures);
-    }
-    return scene;
-}
-
-aiMesh *SceneBuilder::mesh(const SceneObject &object, unsigned materialIndex) const
-{
-    const Mesh &source = *object.mesh;
-    auto *mesh = new aiMesh();
-    mesh->mName = object.name.toStdString();
-    mesh->mMaterialIndex = materialIndex;
-    mesh->mNumVertices = static_cast<unsigned>(source.positions.size());
-    mesh->mVertices = new aiVector3D[source.positions.size()];
-    std::transform(source.positions.begin(), source.positions.end(), mesh->mVertices,
-                   [this](const QVector3D &from) { return point(from) * m_scale; });
-    if (!source.normals.empty()) {
-        mesh->mNormals = new aiVector3D[source.normals.size()];
-        std::transform(source.normals.begin(), source.normals.end(), mesh->mNormals,
-                       [this](const QVector3D &from) { return point(from); });
-    }
-    if (!source.uvs.empty()) {
-        mesh->mNumUVComponents[0] = 2;
-        mesh->mTextureCoords[0] = new aiVector3D[source.uvs.size()];
-        std::transform(source.uvs.begin(), source.uvs.end(), mesh->mTextureCoords[0],
-                       [](const QVector2D &from) { return aiVector3D(from.x(), from.y(), 0); });
-    }
-    mesh->mNumFaces = static_cast<unsigned>(source.faceCount());
-    mesh->mFaces = new aiFace[mesh->mNumFaces];
-    for (int at = 0; at < source.faceCount(); ++at) {
-        int corners = 0;
-        const quint32 *from = source.face(at, corners);
-        aiFace &face = mesh->mFaces[at];
-        face.mNumIndices = static_cast<unsigned>(corners);
-        face.mIndices = new unsigned[face.mNumIndices];
-        std::copy(from, from + corners, face.mIndices);
-        mesh->mPrimitiveTypes |=
-            static_cast<unsigned>(corners == 3 ? aiPrimitiveType_TRIANGLE : aiPrimitiveType_POLYGON);
-    }
-    return mesh;
-}
-
-aiMaterial *SceneBuilder::material(const Material &source)
-{
-    auto *material = new aiMaterial();
-    const aiString name(source.name.toStdString());
-    material->AddProperty(&name, AI_MATKEY_NAME);
-    const QColor &colour = source.diffuse;
-    const aiColor4D diffuse(static_cast<float>(colour.redF()), static_cast<float>(colour.greenF()),
-                            static_cast<float>(colour.blueF()), 1);
-    material->AddProperty(&diffuse, 1, AI_MATKEY_COLOR_DIFFUSE);
-    const QByteArray reference = textureReference(source);
-    if (!reference.isEmpty()) {
-        const aiString path(reference.toStdString());
-        material->AddProperty(&path, AI_MATKEY_TEXTURE_DIFFUSE(0));
-    }
-    return material;
-}
-
-QByteArray SceneBuilder::textureReference(const Material &source)
-{
-    if (!m_embedTextures || source.texture.isNull())
-        return m_embedTextures ? QByteArray() : source.textureName.toUtf8();
-    auto number = m_textureNumbers.find(source.texture.cacheKey());
-    if (number == m_textureNumbers.end()) {
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        source.texture.save(&buffer, "PNG");
-        auto *texture = new aiTexture();
-        texture->mFilename = source.textureName.toStdString();
-        std::strcpy(texture->achFormatHint, "png");
-        texture->mWidth = static_cast<unsigned>(buffer.data().size());
-        texture->pcData = new aiTexel[texture->mWidth / sizeof(aiTexel) + 1];
-        std::memcpy(texture->pcData, buffer.data().constData(), texture->mWidth);
-        number = m_textureNumbers.insert(source.texture.cacheKey(), static_cast<int>(m_textures.size()));
-        m_textures.push_back(texture);
-    }
-    return '*' + QByteArray::number(*number);
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw FileError(file.errorString());
-    return file.readAll();
+    return nullptr;
 }
 
 /// A text glTF refers to a second file with the numbers; carried inside as base64, one file is all there is.
-void foldBuffersIn(const QString &path)
+void writeWithBuffers(const aiExportDataBlob &text, OutputFile &out)
 {
-    QJsonObject root = QJsonDocument::fromJson(contentOf(path)).object();
-    QJsonArray buffers = root.value(QStringLiteral("buffers")).toArray();
-    for (int at = 0; at < buffers.size(); ++at) {
-        QJsonObject buffer = buffers.at(at).toObject();
-        const QString name = QFileInfo(buffer.value(QStringLiteral("uri")).toString()).fileName();
-        const QString beside = QFileInfo(path).dir().filePath(name);
-        buffer.insert(QStringLiteral("uri"), QStringLiteral("data:application/octet-stream;base64,") +
-                                                 QString::fromLatin1(contentOf(beside).toBase64()));
-        buffers.replace(at, buffer);
-        QFile::remove(beside);
+    const aiExportDataBlob *numbers = sideFile(text, ".bin");
+    if (!numbers) {
+        out.write(text);
+        return;
     }
-    root.insert(QStringLiteral("buffers"), buffers);
-    QFile file(path);
-    const QByteArray text = QJsonDocument(root).toJson(QJsonDocument::Compact);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
-        throw FileError(file.errorString());
+    // Quotation marks inside a name are escaped, so this stands nowhere else.
+    const QByteArray reference = QByteArray("\"uri\": \"") + blobName + ".bin\"";
+    const auto json = QByteArray::fromRawData(static_cast<const char *>(text.data),
+                                              static_cast<int>(std::min(text.size, largestText)));
+    const int at = json.indexOf(reference);
+    if (at < 0 || text.size > largestText)
+        throw FileError(QStringLiteral("its buffers cannot be put inside"));
+    out.write(json.constData(), at);
+    out.write("\"uri\": \"data:application/octet-stream;base64,");
+    constexpr std::size_t slice = 3 << 18; // a multiple of three needs no padding
+    for (std::size_t from = 0; from < numbers->size; from += slice) {
+        const auto *bytes = static_cast<const char *>(numbers->data) + from;
+        const auto size = static_cast<int>(std::min(slice, numbers->size - from));
+        out.write(QByteArray::fromRawData(bytes, size).toBase64());
+    }
+    out.write("\"");
+    out.write(json.constData() + at + reference.size(), json.size() - at - reference.size());
 }
 
-void moveInto(const QString &from, const QString &to)
+QString materialFileName(const QString &target)
 {
-    if (QFileInfo(to).isDir())
-        throw FileError(QStringLiteral("a folder of that name is in the way"));
-    QFile::remove(to);
-    QFile file(from);
-    if (!file.rename(to))
-        throw FileError(file.errorString());
+    return QFileInfo(target).completeBaseName().simplified() + QStringLiteral(".mtl");
+}
+
+void writeMaterials(const aiExportDataBlob &main, const QString &path)
+{
+    try {
+        OutputFile out(path);
+        if (const aiExportDataBlob *content = sideFile(main, ".mtl"))
+            out.write(*content);
+        out.commit();
+    } catch (const FileError &problem) {
+        throw FileError(
+            QStringLiteral("its material file \"%1\": %2").arg(QFileInfo(path).fileName(), problem.reason()));
+    }
+}
+
+bool wantsMaterialFile(const Translator &translator, const OptionValues &options)
+{
+    return translator.exportId == "obj" && options.value(QStringLiteral("materials")).toBool();
+}
+
+QByteArray exporterId(const Translator &translator, const OptionValues &options)
+{
+    if (translator.exportId == "obj")
+        return wantsMaterialFile(translator, options) ? "obj" : "objnomtl";
+    if (options.value(QStringLiteral("format")).toString() == QLatin1String("text"))
+        return translator.exportId == "stlb" ? "stl" : "ply";
+    return translator.exportId;
 }
 
 void writeChecked(const std::vector<SceneObject> &objects, const QString &target, const Translator &translator,
                   const OptionValues &options)
 {
-    const QFileInfo info(target);
-    if (!info.dir().exists())
-        throw FileError(QStringLiteral("there is no such folder"));
-    const QTemporaryDir scratch(info.dir().filePath(QStringLiteral(".kelda-export-XXXXXX")));
-    if (!scratch.isValid())
-        throw FileError(scratch.errorString());
-
-    const bool withMaterials = options.value(QStringLiteral("materials")).toBool();
-    const QByteArray id = translator.exportId == "obj" && !withMaterials ? QByteArray("objnomtl") : translator.exportId;
-    const std::unique_ptr<aiScene> scene = SceneBuilder(options, holdsTextures(translator)).build(objects);
-    const QString written = scratch.filePath(info.fileName());
+    OutputFile out(target);
+    const std::unique_ptr<aiScene> scene = ExportScene::build(objects, translator, options);
+    const QString materials = wantsMaterialFile(translator, options) ? materialFileName(target) : QString();
+    Assimp::ExportProperties properties;
+    // The reference to the material file is made of this name.
+    properties.SetPropertyString(AI_CONFIG_EXPORT_BLOB_NAME, materials.isEmpty() ? blobName : materials.toStdString());
+    const unsigned steps = options.value(QStringLiteral("triangulate")).toBool() ? aiProcess_Triangulate : 0U;
     Assimp::Exporter exporter;
-    if (exporter.Export(scene.get(), id.constData(), written.toStdString()) != aiReturn_SUCCESS)
-        throw FileError(QString::fromUtf8(exporter.GetErrorString()).simplified());
+    const aiExportDataBlob *blob =
+        exporter.ExportToBlob(scene.get(), exporterId(translator, options).constData(), steps, &properties);
+    if (!blob || blob->size == 0) {
+        const QString reason = QString::fromUtf8(exporter.GetErrorString()).simplified();
+        throw FileError(reason.isEmpty() ? QStringLiteral("it cannot be put into such a file") : reason);
+    }
     if (translator.exportId == "gltf2")
-        foldBuffersIn(written);
+        writeWithBuffers(*blob, out);
+    else
+        out.write(*blob);
+    if (!materials.isEmpty())
+        writeMaterials(*blob, QFileInfo(target).dir().filePath(materials));
+    out.commit();
+}
 
-    const QStringList parts = QDir(scratch.path()).entryList(QDir::Files);
-    for (const QString &part : parts)
-        moveInto(scratch.filePath(part), info.dir().filePath(part));
-    if (!QFileInfo::exists(target))
-        throw FileError(QStringLiteral("nothing was written"));
+/// False for the grey that a file without materials gets.
+bool isPainted(const Material &material)
+{
+    const bool grey = material.diffuse.saturation() == 0;
+    return !grey || !(material.name.isEmpty() || material.name == QLatin1String(AI_DEFAULT_MATERIAL_NAME));
+}
+
+/// The names of the objects' images, each once, or as many as fit into a line.
+QString imageNames(const std::vector<SceneObject> &objects)
+{
+    constexpr int most = 5;
+    QStringList names;
+    for (const SceneObject &object : objects) {
+        const Material &material = *object.material;
+        if (!material.texture.isNull() && !names.contains(material.textureName))
+            names.append(material.textureName);
+    }
+    if (names.size() <= most)
+        return names.join(QStringLiteral(", "));
+    return QStringList(names.mid(0, most)).join(QStringLiteral(", ")) +
+           QStringLiteral(" and %1 more").arg(names.size() - most);
+}
+
+/// An upload is one file, so what would need a second one is lost to whoever downloads it.
+QStringList losses(const std::vector<SceneObject> &objects, const QString &target, const Translator &translator,
+                   const OptionValues &options)
+{
+    if (ExportScene::holdsTextures(translator))
+        return {};
+    const bool painted = std::any_of(objects.begin(), objects.end(),
+                                     [](const SceneObject &object) { return isPainted(*object.material); });
+    const bool textured = std::any_of(objects.begin(), objects.end(),
+                                      [](const SceneObject &object) { return !object.material->texture.isNull(); });
+    const QString onlyNames = QStringLiteral("textures are left out, only their names are written: ");
+    if (translator.exportId == "collada")
+        return textured ? QStringList(onlyNames + imageNames(objects)) : QStringList();
+    if (wantsMaterialFile(translator, options)) {
+        QStringList lines{
+            QStringLiteral("materials are in \"%1\" beside it, which an upload of the one file leaves behind")
+                .arg(materialFileName(target))};
+        if (textured)
+            lines.append(onlyNames + imageNames(objects));
+        return lines;
+    }
+    if (!painted && !textured)
+        return {};
+    const QString what = textured ? QStringLiteral("colours and textures") : QStringLiteral("colours");
+    if (translator.exportId == "obj")
+        return {QStringLiteral("%1 are left out, they would need files beside it").arg(what)};
+    return {QStringLiteral("%1 are left out, %2 files hold shapes only").arg(what, translator.name)};
 }
 
 } // namespace
 
 QString ModelExporter::targetPath(const QString &path, const Translator &translator)
 {
+    const QString name = QFileInfo(path).fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+        throw FileError(QStringLiteral("cannot export \"%1\": this names no file").arg(path));
     if (translator.extensions.contains(QFileInfo(path).suffix().toLower()))
         return path;
     return path + QLatin1Char('.') + translator.extension();
 }
 
-void ModelExporter::write(const std::vector<SceneObject> &objects, const QString &target, const Translator &translator,
-                          const OptionValues &options)
+QStringList ModelExporter::write(const std::vector<SceneObject> &objects, const QString &target,
+                                 const Translator &translator, const OptionValues &options)
 {
+    const QString failed = QStringLiteral("cannot export \"%1\": %2");
     try {
         if (objects.empty())
             throw FileError(QStringLiteral("there is nothing to write"));
         writeChecked(objects, target, translator, options);
+    } catch (const std::bad_alloc &) {
+        throw FileError(failed.arg(target, QStringLiteral("it needs more memory than there is")));
     } catch (const std::exception &problem) {
-        throw FileError(QStringLiteral("cannot export \"%1\": %2").arg(target, QString::fromUtf8(problem.what())));
+        throw FileError(failed.arg(target, QString::fromUtf8(problem.what())));
     }
+    return losses(objects, target, translator, options);
 }

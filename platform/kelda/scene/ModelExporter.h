@@ -13,11 +13,11 @@ class ModelExporter
 {
 public:
     /// The file that an export to \p path writes: \p path itself when it already has one of the translator's
-    /// extensions, else with the extension appended.
+    /// extensions, else with the extension appended. Throws FileError when \p path ends without a name.
     static QString targetPath(const QString &path, const Translator &translator);
 
-    /// Writes \p objects to \p target, replacing a file there only when everything was written. Textures go into the
-    /// file where its kind can hold them; otherwise their names do. Throws FileError, naming the file.
-    static void write(const std::vector<SceneObject> &objects, const QString &target, const Translator &translator,
-                      const OptionValues &options);
+    /// Writes \p objects to \p target, which stays as it was, or absent, until everything is on the disk. Throws
+    /// FileError, naming the file. Answers what the file could not take along, one line each.
+    static QStringList write(const std::vector<SceneObject> &objects, const QString &target,
+                             const Translator &translator, const OptionValues &options);
 };

@@ -96,10 +96,16 @@ Assimp::IOStream *ModelFolder::Open(const char *file, const char *mode)
         return nullptr;
     const QString name = QString::fromUtf8(file);
     const QString path = name == m_alias ? m_modelPath : resolve(name);
-    if (path.isEmpty())
-        return nullptr;
     auto stream = std::make_unique<FileStream>(path);
-    return stream->open() ? stream.release() : nullptr;
+    const bool opened = !path.isEmpty() && stream->open();
+    if (name.endsWith(QLatin1String(".mtl"), Qt::CaseInsensitive)) {
+        // When a name leads nowhere, the importer tries the model's own name as well.
+        if (opened)
+            m_missingMaterials.clear();
+        else if (m_missingMaterials.isEmpty())
+            m_missingMaterials = name.section(QLatin1Char('/'), -1);
+    }
+    return opened ? stream.release() : nullptr;
 }
 
 void ModelFolder::Close(Assimp::IOStream *stream)

@@ -28,8 +28,12 @@ public:
     Assimp::IOStream *Open(const char *file, const char *mode) override;
     void Close(Assimp::IOStream *stream) override;
 
+    /// The material file that the importer asked for in vain and found no other one for; empty when all is well.
+    const QString &missingMaterials() const { return m_missingMaterials; }
+
 private:
     QString m_modelPath;
     QString m_alias;
     QString m_folder;
+    QString m_missingMaterials;
 };

@@ -31,6 +31,8 @@ ImportResult readChecked(const QString &path, const Translator *translator, cons
     ModelData model = IsolatedReader::read(path, translator, options);
     const ModelFolder folder(path, path);
     MaterialBuilder builder(folder);
+    if (!model.missingMaterials.isEmpty())
+        builder.noteMissingFile(model.missingMaterials);
     std::vector<std::shared_ptr<const Material>> materials;
     for (const MaterialData &data : model.materials)
         materials.push_back(std::make_shared<Material>(builder.build(data)));

@@ -191,10 +191,11 @@ QString aliasFor(const QString &path, const Translator *translator)
 ModelData ModelReader::read(const QString &path, const Translator *translator, const OptionValues &options)
 {
     const QString alias = aliasFor(path, translator);
-    auto folder = std::make_unique<ModelFolder>(QFileInfo(path).absoluteFilePath(), alias);
-    Assimp::Importer importer; // deletes the folder
-    importer.SetIOHandler(folder.release());
+    auto *folder = new ModelFolder(QFileInfo(path).absoluteFilePath(), alias);
+    Assimp::Importer importer;
+    importer.SetIOHandler(folder); // deletes it in the end
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
 
     unsigned steps = aiProcess_ValidateDataStructure;
     if (options.value(QStringLiteral("triangulate"), true).toBool())
@@ -206,5 +207,7 @@ ModelData ModelReader::read(const QString &path, const Translator *translator, c
         const QString reason = QString::fromUtf8(importer.GetErrorString()).simplified().left(300);
         throw FileError(reason.isEmpty() ? QStringLiteral("it cannot be read") : reason);
     }
-    return Collector(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble()).collect();
+    ModelData model = Collector(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble()).collect();
+    model.missingMaterials = folder->missingMaterials();
+    return model;
 }

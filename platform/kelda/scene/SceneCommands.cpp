@@ -52,6 +52,7 @@ public:
 private:
     Value import(const Flags &flags, const QString &path);
     Value exportTo(const Flags &flags, const QString &path, bool selectionOnly);
+    void warn(const QString &path, const QStringList &warnings);
     OptionValues effectiveOptions(FileAction action, const Translator &translator, const Flags &flags) const;
 
     KeldaHost &m_host;
@@ -91,9 +92,14 @@ Value FileCommand::import(const Flags &flags, const QString &path)
         options = effectiveOptions(FileAction::Import, *translator, flags);
     ImportResult result = ModelImporter::read(path, translator, options);
     m_scene.add(std::move(result.objects));
-    for (const QString &warning : qAsConst(result.warnings))
-        m_host.message(KHost::MessageKind::kWarning, KQtUtil::toKString(QFileInfo(path).fileName() + ": " + warning));
+    warn(path, result.warnings);
     return path;
+}
+
+void FileCommand::warn(const QString &path, const QStringList &warnings)
+{
+    for (const QString &warning : warnings)
+        m_host.message(KHost::MessageKind::kWarning, KQtUtil::toKString(QFileInfo(path).fileName() + ": " + warning));
 }
 
 Value FileCommand::exportTo(const Flags &flags, const QString &path, bool selectionOnly)
@@ -117,7 +123,7 @@ Value FileCommand::exportTo(const Flags &flags, const QString &path, bool select
     if (objects.empty())
         throw CommandError(QStringLiteral("cannot export \"%1\": %2")
                                .arg(target, selectionOnly ? "nothing is selected" : "the scene is empty"));
-    ModelExporter::write(objects, target, *translator, options);
+    warn(target, ModelExporter::write(objects, target, *translator, options));
     return target;
 }
 
