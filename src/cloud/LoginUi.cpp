@@ -1,6 +1,8 @@
 #include "cloud/LoginUi.h"
 
 #include "cloud/CloudPortalApi.h"
+#include "cloud/UiText.h"
+#include "http/httpErrors.h"
 
 #include <QScreen>
 #include <QVBoxLayout>
@@ -16,6 +18,47 @@ constexpr int kAddressStep = 1000;
 constexpr long kLongestAddress = 1024 * 1024;
 const QSize kFirstSize(343, 368);
 
+/// Says why a page could not be loaded, where the toolkit's own would stay blank. A service's error page is shown as
+/// it is.
+class SignInPage : public QWebPage
+{
+public:
+    using QWebPage::QWebPage;
+
+    bool supportsExtension(Extension extension) const override { return extension == ErrorPageExtension; }
+    bool extension(Extension extension, const ExtensionOption *option, ExtensionReturn *output) override
+    {
+        if (extension != ErrorPageExtension || !option || !output)
+            return false;
+        const auto &failure = *static_cast<const ErrorPageExtensionOption *>(option);
+        if (failure.frame != mainFrame() || isCancelled(failure))
+            return false;
+        const QString text = UiText(TavrinStrings::kCloudPortalLoginErrorLoadingPage) + "\n\n" + reason(failure);
+        auto &page = *static_cast<ErrorPageExtensionReturn *>(output);
+        page.contentType = QStringLiteral("text/html");
+        page.encoding = QStringLiteral("utf-8");
+        page.content = (QStringLiteral("<body style='margin:24px;font:14px sans-serif'>") +
+                        text.toHtmlEscaped().replace('\n', QLatin1String("<br>")))
+                           .toUtf8();
+        return true;
+    }
+
+private:
+    static bool isCancelled(const ErrorPageExtensionOption &failure)
+    {
+        return failure.domain == QtNetwork && failure.error == QNetworkReply::OperationCanceledError;
+    }
+    static QString reason(const ErrorPageExtensionOption &failure)
+    {
+        if (failure.domain == Http)
+            return KQtUtil::toQString(ReturnStatus(failure.error).GetFormattedResultMessage());
+        if (failure.domain == QtNetwork)
+            return KQtUtil::toQString(
+                httpErrors::networkErrorText(static_cast<QNetworkReply::NetworkError>(failure.error)));
+        return failure.errorString;
+    }
+};
+
 void hideScrollBars(QWebView *view)
 {
     QWebFrame *frame = view->page()->mainFrame();
@@ -27,7 +70,9 @@ void hideScrollBars(QWebView *view)
 QWebView *createView(QWidget *parent)
 {
     auto *view = new QWebView(parent);
+    view->setPage(new SignInPage(view));
     view->setContextMenuPolicy(Qt::NoContextMenu);
+    view->setCursor(Qt::BusyCursor); // until there is something to see
     hideScrollBars(view);
     return view;
 }
@@ -90,6 +135,7 @@ void LoginUi::createDialog(QWidget *parent)
     m_dialog = new QDialog(parent, flags & ~Qt::WindowContextHelpButtonHint);
     m_dialog->setObjectName(QStringLiteral("CloudPortalLoginDialog"));
     m_dialog->setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    m_dialog->setWindowTitle(UiText(TavrinStrings::kCloudPortalLogIn));
     m_dialog->setModal(true);
     auto *layout = new QVBoxLayout;
     layout->setContentsMargins(0, 0, 0, 0);
@@ -99,7 +145,15 @@ void LoginUi::createDialog(QWidget *parent)
     m_dialog->show();
 
     connect(m_dialog, &QDialog::rejected, this, &LoginUi::loginCancelled);
-    connect(m_view, &QWebView::urlChanged, this, &LoginUi::urlChanged);
+    // Queued, because the end of a sign-in spins the event loop and may even delete the view: neither may happen with
+    // the page's loader on the stack.
+    connect(
+        m_view, &QWebView::urlChanged, this,
+        [this, dialog = m_dialog](const QUrl &url) {
+            if (dialog && dialog == m_dialog && !dialog->isHidden())
+                urlChanged(url);
+        },
+        Qt::QueuedConnection);
     connect(m_view, &QWebView::loadFinished, this, &LoginUi::loadFinished);
 }
 
@@ -166,6 +220,8 @@ void LoginUi::hideDialog()
 
 void LoginUi::loadFinished(bool ok)
 {
+    if (m_view)
+        m_view->unsetCursor();
     if (!ok || !m_dialog || !m_view)
         return;
     QWebFrame *frame = m_view->page()->mainFrame();

@@ -29,7 +29,8 @@ public:
     /// \p callback hears once how the next dialog ended, with \p context as its first argument; null for none.
     void setCallback(Callback callback, void *context);
 
-    /// Shows the dialog over \p parent (which may be null) and returns at once; the page loads in the event loop.
+    /// Shows the dialog over \p parent (which may be null) and returns at once; the page loads in the event loop, and
+    /// says why if it cannot be loaded.
     /// False when nothing was opened: the user is signed in already, or no address could be built. The login object's
     /// IsLogin() may spin the event loop first.
     bool login(QWidget *parent);

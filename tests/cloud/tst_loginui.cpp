@@ -11,6 +11,8 @@
 #include <QWebFrame>
 #include <QWebView>
 
+#include <functional>
+
 using ICloudPortalApi::LoginUi;
 
 namespace {
@@ -23,7 +25,10 @@ public:
     bool LoginUIDoneCB(const QUrl &url) override
     {
         seen << url.path();
-        return url.path().endsWith("done");
+        if (!url.path().endsWith("done"))
+            return false;
+        onDone();
+        return true;
     }
     bool Logout() override { return true; }
     bool IsLogin() override { return loggedIn; }
@@ -43,6 +48,7 @@ public:
     long claimedLength = 0;
     QList<unsigned long> sizes;
     QStringList seen;
+    std::function<void()> onDone = [] {};
 };
 
 Reply page(const QByteArray &body)
@@ -114,6 +120,42 @@ private slots:
         QVERIFY(!dialog()->isVisible());
         QTest::qWait(100);
         QCOMPARE(m_told.size(), 2);
+    }
+
+    void theWindowMayGoWhileTheEndIsTold()
+    {
+        m_server->answer("/form", page("<script>window.location='/done'</script>wait"));
+        m_server->answer("/done", page(QByteArray(300000, 'x')).delayed(20));
+        auto window = std::make_unique<QWidget>();
+        m_login->onDone = [&] {
+            QTest::qWait(50); // the page goes on loading
+            window.reset();
+        };
+        QVERIFY(m_ui->login(window.get()));
+        QTRY_VERIFY(!window);
+        QTest::qWait(50);
+        QVERIFY(m_told == QStringList({"signal 1", "callback 1"}) && !dialog());
+    }
+
+    void aFailedLoadSaysWhy_data()
+    {
+        QTest::addColumn<Reply>("reply");
+        QTest::addColumn<QStringList>("shown"); // title, text
+        QTest::newRow("no page") << Reply(500) << QStringList{"Login", "Http code: 500"};
+        QTest::newRow("broken off") << page("form").cutAfter(30) << QStringList{"Login", "RemoteHostClosedError"};
+        QTest::newRow("the service's own page") << page("no & entry") << QStringList{"Sign in", "no & entry"};
+    }
+
+    void aFailedLoadSaysWhy()
+    {
+        QFETCH(Reply, reply);
+        QFETCH(QStringList, shown);
+        m_server->answer("/form", reply);
+        QVERIFY(m_ui->login(nullptr));
+        const QWebFrame *frame = dialog()->findChild<QWebView *>()->page()->mainFrame();
+        QTRY_VERIFY2(frame->toPlainText().contains(shown.at(1)), qPrintable(frame->toPlainText()));
+        QTRY_COMPARE(dialog()->windowTitle(), shown.at(0));
+        QVERIFY(m_told.isEmpty() && dialog()->isVisible());
     }
 
     void closingIsCancelling()
