@@ -17,7 +17,8 @@ namespace localcloud {
 struct PlyxOptions
 {
     QString host = QStringLiteral("www.plyx.example");
-    QStringList downloadHosts{QStringLiteral("files1.plyx.example"), QStringLiteral("files2.plyx.example")};
+    QStringList downloadHosts{QStringLiteral("files1.plyx.example"),
+                              QStringLiteral("files2.plyx.example")}; ///< not empty
     PlyxAccount account;
 };
 

@@ -35,6 +35,7 @@ label.check { display: inline; margin: 0 0 0 4px; font-size: 13px; color: #33404
 button { display: block; width: 100%; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
          background: #14805e; color: #ffffff; cursor: pointer; }
 button:focus, button:hover { background: #0f6a4d; }
+.hint { margin: 18px 0 0; font-size: 12px; color: #7a8791; text-align: center; }
 </style></head><body><div class="bar">Plyx<small>local cloud</small></div><div class="card">%2</div></body></html>
 )");
     return QString(frame)
@@ -43,9 +44,17 @@ button:focus, button:hover { background: #0f6a4d; }
         .toUtf8();
 }
 
-/// The form again; \p error is shown above it when it is not empty.
-QByteArray loginPage(const QByteArray &query, const QString &user, bool stay, const QString &error)
+/// What the form shows besides its labels.
+struct FormState
 {
+    QString user;
+    bool stay = false;
+    QString error; ///< shown above the form when it is not empty
+};
+
+QByteArray loginPage(const QByteArray &query, const PlyxAccount &account, const FormState &state)
+{
+    const auto &[user, stay, error] = state;
     const QString message = error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + error + "</p>";
     const QString form =
         QStringLiteral("<h1>Sign in to see your models</h1>") + message +
@@ -59,7 +68,9 @@ QByteArray loginPage(const QByteArray &query, const QString &user, bool stay, co
         QStringLiteral("><div class=\"row\"><input id=\"stay\" name=\"stay\" type=\"checkbox\" value=\"yes\"") +
         (stay ? " checked" : "") +
         QStringLiteral("><label class=\"check\" for=\"stay\">Stay signed in</label></div>"
-                       "<button id=\"sign-in\" type=\"submit\">Sign in</button></form>");
+                       "<button id=\"sign-in\" type=\"submit\">Sign in</button></form>"
+                       "<p class=\"hint\">Here on this computer the user is <b>") +
+        account.user.toHtmlEscaped() + "</b>, the password <b>" + account.password.toHtmlEscaped() + "</b>.</p>";
     return page(QStringLiteral("Sign in to Plyx"), form);
 }
 
@@ -93,7 +104,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
         if (m_sessions.isStayKey(cookieOf(request)))
             finish(response);
         else
-            response.set(200, "text/html; charset=utf-8", loginPage(request.query, {}, false, {}));
+            response.set(200, "text/html; charset=utf-8", loginPage(request.query, m_account, {}));
         return;
     }
     const QByteArray &form = request.body.bytes();
@@ -101,7 +112,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
     const bool stay = formValue(form, "stay") == QLatin1String("yes");
     if (user != m_account.user || formValue(form, "password") != m_account.password) {
         const QString error("The user name or the password is wrong.");
-        response.set(200, "text/html; charset=utf-8", loginPage(request.query, user, stay, error));
+        response.set(200, "text/html; charset=utf-8", loginPage(request.query, m_account, {user, stay, error}));
         return;
     }
     if (stay)
