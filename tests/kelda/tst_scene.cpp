@@ -63,7 +63,7 @@ private slots:
             ModelFiles::write(path(name), "x");
         QCOMPARE(mkfifo(QFile::encodeName(path("model/pipe")).constData(), 0600), 0);
         const ModelFolder folder(path("model/cup.obj"), path("model/cup.obj"));
-        for (const char *skin : {"skin.png", "C:\\art\\skin.png", "/art/skin.png", "../skin.png"})
+        for (const char *skin : {"skin.png", "C:\\art\\skin.png", "/art/skin.png", "../skin.png", "Skin.PNG"})
             QCOMPARE(folder.resolve(skin), path("model/skin.png"));
         for (const char *wood : {"maps/wood.png", "maps\\wood.png"})
             QCOMPARE(folder.resolve(wood), path("model/maps/wood.png"));

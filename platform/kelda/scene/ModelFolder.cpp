@@ -6,6 +6,7 @@
 
 #include <assimp/IOStream.hpp>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -81,7 +82,13 @@ QString ModelFolder::resolve(const QString &reference) const
     const QString last = path.section(QLatin1Char('/'), -1);
     if (last.isEmpty() || last == QLatin1String(".") || last == QLatin1String(".."))
         return QString();
-    return isReadableFile(prefix + last) ? prefix + last : QString();
+    if (isReadableFile(prefix + last))
+        return prefix + last;
+    const QStringList names = QDir(m_folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    const auto alike = std::find_if(names.begin(), names.end(), [&](const QString &name) {
+        return name.compare(last, Qt::CaseInsensitive) == 0 && isReadableFile(prefix + name);
+    });
+    return alike == names.end() ? QString() : prefix + *alike;
 }
 
 bool ModelFolder::Exists(const char *file) const

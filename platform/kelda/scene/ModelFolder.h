@@ -19,7 +19,7 @@ public:
     ModelFolder(const QString &modelPath, const QString &alias);
 
     /// The file that \p reference (as written in the model) stands for: the relative path inside the folder, else its
-    /// last component beside the model. Empty when there is no such regular file.
+    /// last component beside the model, in upper or lower case as it may be. Empty when there is no such regular file.
     QString resolve(const QString &reference) const;
 
     bool Exists(const char *file) const override;
