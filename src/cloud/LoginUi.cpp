@@ -72,7 +72,6 @@ QWebView *createView(QWidget *parent)
     auto *view = new QWebView(parent);
     view->setPage(new SignInPage(view));
     view->setContextMenuPolicy(Qt::NoContextMenu);
-    view->setCursor(Qt::BusyCursor); // until there is something to see
     hideScrollBars(view);
     return view;
 }
@@ -220,8 +219,6 @@ void LoginUi::hideDialog()
 
 void LoginUi::loadFinished(bool ok)
 {
-    if (m_view)
-        m_view->unsetCursor();
     if (!ok || !m_dialog || !m_view)
         return;
     QWebFrame *frame = m_view->page()->mainFrame();

@@ -125,10 +125,10 @@ private slots:
     void theWindowMayGoWhileTheEndIsTold()
     {
         m_server->answer("/form", page("<script>window.location='/done'</script>wait"));
-        m_server->answer("/done", page(QByteArray(300000, 'x')).delayed(20));
+        m_server->answer("/done", page(QByteArray(300000, 'x')).hangAfter(100000));
         auto window = std::make_unique<QWidget>();
         m_login->onDone = [&] {
-            QTest::qWait(50); // the page goes on loading
+            QTest::qWait(20); // the page is still loading then
             window.reset();
         };
         QVERIFY(m_ui->login(window.get()));
