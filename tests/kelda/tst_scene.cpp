@@ -308,6 +308,9 @@ file -type "3DS" -ea "x" => failed: 3DS files are not written
 file -new; file -type "OBJ" -ea "x" => failed: cannot export "x.obj": the scene is empty
 file -type "STL" -ea "DIR/cup.STL" => DIR/cup.STL
 file -type "OBJ" -ea "DIR/cup.fbx" => DIR/cup.fbx.obj
+file -ea "DIR/cup.zae" => DIR/cup.zae.dae
+file -force -type "FBX" -ea "DIR/.fbx"; file -new; file -i "DIR/.fbx"; sceneInfo -q -triangles => 36
+file -force -type "PLY" -ea "DIR/...ply"; file -new; file -i "DIR/...ply"; sceneInfo -q -triangles => 36
 file -type "OBJ" -ea "DIR/box" => failed: cannot export "DIR/box.obj": the file exists and -force is not given
 select -clear; file -es "x.obj" => failed: cannot export "x.obj": nothing is selected
 file -options "gloss=1" -i "x.obj" => failed: OBJ has no option "gloss"

@@ -219,7 +219,7 @@ QString ModelExporter::targetPath(const QString &path, const Translator &transla
     const QString name = QFileInfo(path).fileName();
     if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
         throw FileError(QStringLiteral("cannot export \"%1\": this names no file").arg(path));
-    if (translator.extensions.contains(QFileInfo(path).suffix().toLower()))
+    if (QFileInfo(path).suffix().toLower() == translator.extension())
         return path;
     return path + QLatin1Char('.') + translator.extension();
 }

@@ -12,8 +12,9 @@ struct Translator;
 class ModelExporter
 {
 public:
-    /// The file that an export to \p path writes: \p path itself when it already has one of the translator's
-    /// extensions, else with the extension appended. Throws FileError when \p path ends without a name.
+    /// The file that an export to \p path writes: \p path itself when it already has the translator's
+    /// extension, in upper or lower case, else with the extension appended. Throws FileError when \p path ends without
+    /// a name.
     static QString targetPath(const QString &path, const Translator &translator);
 
     /// Writes \p objects to \p target, which stays as it was, or absent, until everything is on the disk. Throws
