@@ -19,7 +19,7 @@ class CloudFixture : public QObject
 {
     Q_OBJECT
 public:
-    CloudFixture()
+    explicit CloudFixture(const LocalCloudOptions &options = {}) : cloud(options)
     {
         if (!cloud.start())
             qFatal("the local cloud cannot start");
