@@ -2,6 +2,7 @@
 
 #include "http/httpErrors.h"
 #include "http/ReplyWait.h"
+#include "http/UploadBody.h"
 #include "TavrinStrings.h"
 
 #include <openkelda/KGlobal.h>
@@ -13,8 +14,6 @@
 #include <QPointer>
 #include <QSslConfiguration>
 #include <QUrl>
-
-#include <new>
 
 namespace {
 
@@ -91,18 +90,6 @@ ReturnStatus interrupted()
 }
 
 /// The whole of \p file, which is open; a null array when it cannot be read or held.
-QByteArray contentOf(QFile &file)
-{
-    try {
-        QByteArray content("");
-        if (file.size() > 0)
-            content = file.read(file.size());
-        return content.size() == file.size() ? content : QByteArray();
-    } catch (const std::bad_alloc &) {
-        return QByteArray();
-    }
-}
-
 } // namespace
 
 httpClient::httpClient()
@@ -148,20 +135,18 @@ ReturnStatus httpClient::post(QString path, QByteArray &data, HeaderMap headers,
 ReturnStatus httpClient::postFile(KString localDir, KString fileName, QString path, HeaderMap headers, bool https,
                                   QByteArray &body)
 {
-    QFile file(KQtUtil::toQString(localDir) + KQtUtil::toQString(fileName));
-    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return ReturnStatus(0);
-    if (file.size() > largestUploadBytes)
-        return ReturnStatus(0, TavrinStrings::getString(TavrinStrings::kHttpUploadTooLarge));
-    QByteArray content = contentOf(file);
-    if (content.isNull())
-        return ReturnStatus(0);
-
+    auto file = std::make_unique<UploadBody>(KQtUtil::toQString(localDir) + KQtUtil::toQString(fileName));
+    if (!file->load(largestUploadBytes)) {
+        return file->isTooLarge() ? ReturnStatus(0, TavrinStrings::getString(TavrinStrings::kHttpUploadTooLarge))
+                                  : ReturnStatus(0);
+    }
     KString length;
-    length += static_cast<double>(content.size());
+    length += static_cast<double>(file->size());
     replaceHeader(headers, L"Content-Length", length);
     replaceHeader(headers, L"Content-Type", "application/octet-stream");
-    return exchange(m_manager->post(makeRequest(path, headers, https), content), m_transferTimeoutMs, body);
+    QNetworkReply *reply = m_manager->post(makeRequest(path, headers, https), file.get());
+    file.release()->setParent(reply);
+    return exchange(reply, m_transferTimeoutMs, body);
 }
 
 ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString path, HeaderMap headers, bool https)
