@@ -33,8 +33,16 @@ class TestExport : public QObject
 {
     Q_OBJECT
 private slots:
+    void initTestCase()
+    {
+        connect(&m_answering, &QTimer::timeout, this, &TestExport::answer);
+        m_answering.start(5);
+    }
+
     void init()
     {
+        m_agree = true;
+        m_meanwhile = nullptr;
         m_service = TestService();
         m_service.exportFormats = QStringList{"fbx"};
         m_service.root() = {{"1", "scene.fbx"},
@@ -145,13 +153,14 @@ private slots:
         QFETCH(QString, over);
         m_host.setState(static_cast<KGlobal::KeldaState>(state.toInt()));
         m_host.answer("file ", KCommandResult(KString("/x/written.fbx")));
-        answerQuestion(answer == "yes", [this] {
+        m_agree = answer == "yes";
+        m_meanwhile = [this] {
             m_filter->setCurrentIndex(1);
             m_stage->page()->ExportSelectionClick();
             m_stage->page()->ShowExportOptions();
             m_stage->page()->ListViewItemDoubleClick(m_stage->row("cup.obj"));
             m_stage->controller()->LoginDoneCB(true);
-        });
+        };
         exportAs(name);
         QCOMPARE(m_asked, answer.isEmpty() ? QStringList() : QStringList("Do you want to overwrite the file?"));
         QCOMPARE(m_host.commands().filter("file -"),
@@ -180,7 +189,8 @@ private slots:
             m_stage->page()->ExportAllClick();
             m_stage->page()->ClearSelection();
         };
-        answerQuestion(true, [&] { moment == "question" ? close() : void(); });
+        if (moment == "question")
+            m_meanwhile = close;
         m_host.handle("file ", [&](const QString &, KCommandResult &result) {
             if (moment == "export")
                 close();
@@ -261,7 +271,6 @@ private slots:
         const QString name = QTest::currentDataTag();
         QFETCH(QString, sent);
         m_stage->find<QTabWidget>("ImportExportTabs")->setCurrentIndex(1);
-        answerQuestion(true);
         m_stage->page()->ListViewItemDoubleClick(m_stage->row(name));
         QCOMPARE(m_asked.size(), sent.isEmpty() ? 0 : 1);
         const QString command = m_host.commands().filter("file -").join('|');
@@ -277,14 +286,11 @@ private slots:
         m_filter->setCurrentIndex(2);
         for (const bool accepted : {false, true}) {
             forget();
-            QTimer::singleShot(0, this, [&] {
-                auto *dialog = m_stage->dock()->findChild<QDialog *>("CloudPortalOptionsDialog");
-                QCOMPARE(dialog->windowTitle(), QString("Export Options"));
-                m_stage->page()->ShowExportOptions();
-                accepted ? dialog->accept() : dialog->reject();
-            });
+            m_agree = accepted;
+            m_meanwhile = [this] { m_stage->page()->ShowExportOptions(); };
             m_stage->find<QPushButton>("CloudExportOptionsButton")->click();
             settle();
+            QCOMPARE(m_asked, QStringList("Export Options"));
             QStringList expected{"initCurrentFileTypeOption ExportAll \"\" \"\"",
                                  "fileOperationsOptionsUISetup ExportAll " + layout,
                                  "fileOperationsOptionsUIInitValues ExportAll " + layout + " \"O\\\"dd\"",
@@ -309,18 +315,22 @@ private:
         m_field->setText(name);
         m_stage->page()->ExportAllClick();
     }
-    /// Answers the next question once \p meanwhile has run.
-    void answerQuestion(
-        bool yes, const std::function<void()> &meanwhile = [] {})
+    /// Answers a question or an options dialog. What m_meanwhile holds runs first, once.
+    void answer()
     {
-        QTimer::singleShot(0, this, [=] {
-            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            m_asked << box->text();
-            meanwhile();
-            box->button(yes ? QMessageBox::Yes : QMessageBox::No)->click();
-        });
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        if (m_meanwhile) {
+            QTimer::singleShot(0, this, std::exchange(m_meanwhile, nullptr));
+            return;
+        }
+        const auto *box = qobject_cast<QMessageBox *>(dialog);
+        m_asked << (box ? box->text() : dialog->windowTitle());
+        if (box)
+            box->button(m_agree ? QMessageBox::Yes : QMessageBox::No)->click();
+        else
+            m_agree ? dialog->accept() : dialog->reject();
     }
     QStringList offered() const
     {
@@ -343,6 +353,9 @@ private:
     std::unique_ptr<TestStage> m_stage;
     QLineEdit *m_field = nullptr;  // the page's
     QComboBox *m_filter = nullptr; // the page's
+    QTimer m_answering;
+    bool m_agree = true;
+    std::function<void()> m_meanwhile;
     QStringList m_asked;
 };
 
