@@ -34,7 +34,7 @@ bool UploadBody::readFile()
         if (!m_blocks.back().data() || file.read(m_blocks.back().data(), wanted) != wanted)
             return false;
     }
-    return true;
+    return file.size() == m_size; // not one that is still being written
 }
 
 bool UploadBody::seek(qint64 position)

@@ -9,7 +9,6 @@
 #include <openkelda/KQtUtil.h>
 
 #include <QDir>
-#include <QFileInfo>
 #include <QNetworkAccessManager>
 #include <QPointer>
 #include <QSslConfiguration>
@@ -89,7 +88,6 @@ ReturnStatus interrupted()
     return ReturnStatus(0, httpErrors::networkErrorText(QNetworkReply::OperationCanceledError));
 }
 
-/// The whole of \p file, which is open; a null array when it cannot be read or held.
 } // namespace
 
 httpClient::httpClient()
