@@ -96,6 +96,7 @@ std::vector<OptionSpec> OptionStore::specs(FileAction action, const Translator &
         specs.push_back({"normals", QStringLiteral("Write normals"), Kind::Bool, true, {}});
     if (id == "gltf2" || id == "glb2" || id == "fbxa")
         specs.push_back({"textures", QStringLiteral("Put textures inside"), Kind::Bool, true, {}});
+    // Off at first: an upload takes the model file alone, and a reference to a file that stayed behind helps nobody.
     if (id == "obj")
         specs.push_back({"materials", QStringLiteral("Write a material file (.mtl)"), Kind::Bool, false, {}});
     if (id == "stlb" || id == "plyb")
