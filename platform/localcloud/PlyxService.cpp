@@ -207,8 +207,9 @@ void PlyxService::download(HttpRequest &request, HttpResponse &response)
     const QString &host = m_options.downloadHosts[(here + 1) % m_options.downloadHosts.size()];
     response.set(302, "text/plain", "The file is at another address.\n");
     response.setHeader("Cache-Control", "no-store");
-    response.setHeader("Location",
-                       QByteArray(request.tls ? "https://" : "http://") + host.toLatin1() + "/v1/Once/" + key);
+    // The name at the end only tells people and rules what it is.
+    response.setHeader("Location", QByteArray(request.tls ? "https://" : "http://") + host.toLatin1() + "/v1/Once/" +
+                                       key + '/' + QUrl::toPercentEncoding(QFileInfo(file->path).fileName()));
 }
 
 void PlyxService::keyedDownload(HttpRequest &request, HttpResponse &response)
@@ -218,7 +219,7 @@ void PlyxService::keyedDownload(HttpRequest &request, HttpResponse &response)
         setJsonError(response, 400, "The address is the only ticket; no session may come with it.");
         return;
     }
-    const QString path = m_keys.take(request.path);
+    const QString path = m_keys.take(request.path.left(request.path.indexOf('/')));
     const QFileInfo info(path);
     if (path.isEmpty())
         setJsonError(response, 403, "This address has been used or was never given out.");

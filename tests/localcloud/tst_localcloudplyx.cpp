@@ -79,7 +79,7 @@ private slots:
         QVERIFY(load([&] { view.load(kLogin); }));
         const QSize size = frame->contentsSize();
         QVERIFY2(size.width() >= 400 && size.width() <= 600 && size.height() >= 400 && size.height() <= 600,
-                 QTest::toString(size));
+                 qPrintable(QString("%1 x %2").arg(size.width()).arg(size.height())));
         QVERIFY(element("error").isNull());
 
         const int before = m_cloud->plyxSessionCount();
@@ -244,7 +244,10 @@ private slots:
         };
         const QByteArray mtl = fetched(id, textures[named("^mtllib (.*)$", obj)]);
         QCOMPARE(named("^newmtl (.*)$", mtl), named("^usemtl (.*)$", obj));
-        QCOMPARE(QImage::fromData(fetched(id, textures[named("^map_Kd (.*)$", mtl)])).size(), QSize(256, 256));
+        const int image = textures[named("^map_Kd (.*)$", mtl)];
+        QCOMPARE(QImage::fromData(fetched(id, image)).size(), QSize(256, 256));
+        m_cloud->addRule("files*.plyx.example", "/v1/Once/*.png", "status=503");
+        QVERIFY(fetched(id, image).contains("rule") && fetched(id, formats["OBJ ( .obj )"]) == obj);
         const QByteArray picture = m_client->get(asset["THUMBNAIL_FILE"].toString()).body;
         QCOMPARE(QImage::fromData(picture).size(), QSize(96, 96));
         QVERIFY(!m_pictures.contains(picture)); // none looks like another
