@@ -1,7 +1,7 @@
 // localcloud/PlyxSeed.h
 //
-// The catalogue that the Plyx service starts with: some three hundred assets over a dozen shapes and surfaces, all made
-// by this program.
+// The catalogue that the Plyx service starts with: some three hundred assets over ten shapes and fourteen surfaces, all
+// made by this program.
 
 #pragma once
 
