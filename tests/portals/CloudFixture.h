@@ -14,6 +14,24 @@
 #include <QtTest>
 #include <QtWidgets>
 
+/// Hears of sign-ins and clicks.
+struct RecordingOwner : ICloudPortalApi::IPortalOwnerCB
+{
+    void LoginDoneCB(bool success) override
+    {
+        heard << success;
+        onDone();
+    }
+    void CloudItemClickCB(ICloudPortalApi::ICloudItem *item) override { clicked = item; }
+    void CloudFolderArrowClickCB(ICloudPortalApi::ICloudItem *) override {}
+    QWidget *GetParentLoginWidget() override { return window; }
+
+    QList<bool> heard;
+    std::function<void()> onDone = [] {};
+    ICloudPortalApi::ICloudItem *clicked = nullptr;
+    QWidget *window = nullptr;
+};
+
 /// Made anew for each test, before the portal, and gone after it.
 class CloudFixture : public QObject
 {

@@ -15,23 +15,6 @@ namespace {
 const char account[] = "GET /1/account/info/";
 const QString redirectUri = "http://localhost:8080/crvn/kelda/oauth/dropbox/redirect";
 
-class Owner : public IPortalOwnerCB
-{
-public:
-    void LoginDoneCB(bool success) override
-    {
-        heard << success;
-        onDone();
-    }
-    void CloudItemClickCB(ICloudItem *item) override { clicked = item; }
-    void CloudFolderArrowClickCB(ICloudItem *) override {}
-    QWidget *GetParentLoginWidget() override { return nullptr; }
-
-    QList<bool> heard;
-    std::function<void()> onDone = [] {};
-    ICloudItem *clicked = nullptr;
-};
-
 using Item = std::unique_ptr<ICloudItem>;
 
 Item makeItem(const QString &path)
@@ -60,7 +43,7 @@ private slots:
         m_login = new Portal_DropBox_Login;
         m_portal = std::make_unique<Portal_DropBox>(m_login, new Portal_DropBox_IPortalBrowser);
         m_root.reset(m_portal->CreateFolderHierarchy());
-        m_owner = Owner();
+        m_owner = RecordingOwner();
         m_portal->setOwnerCB(&m_owner);
         m_remote = m_fixture->cloud.dropboxDir();
     }
@@ -101,7 +84,7 @@ private slots:
     void waitGoesOnUntilAllowed()
     {
         SimpleHttpServer::setDefaultTimeouts(10000, 50);
-        Owner replaced;
+        RecordingOwner replaced;
         m_login->Login(&replaced);
         m_login->Login(&m_owner);
         QVERIFY(m_fixture->opened.value(1).query().endsWith(redirectUri));
@@ -310,7 +293,7 @@ private:
     Portal_DropBox_Login *m_login = nullptr; // the portal's
     Item m_root;
     std::vector<Item> m_items;
-    Owner m_owner;
+    RecordingOwner m_owner;
     QString m_remote;
 };
 
