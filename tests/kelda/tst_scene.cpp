@@ -36,7 +36,7 @@ private slots:
     }
 
     /// "translator|options|flag => extension, triangles, bounding box, names or objects, left and right of the texture,
-    /// warnings". Cut off anywhere, such a file is still one clear error or something of use.
+    /// warnings"
     void exportsComeBack();
     /// "translator|options|text to count in the file"
     void optionsShowInTheFile();
@@ -77,6 +77,9 @@ private:
     QString run(const QString &command) { return m_host->run(command); }
     QString path(const QString &name) const { return m_host->path(name); }
 
+    /// Cut off anywhere, a file is still one clear error or something of use.
+    QStringList faultsOfCut(const QString &file);
+
     std::unique_ptr<SceneHost> m_host;
 };
 
@@ -100,6 +103,21 @@ Täßchen 茶  "b' 100%1#".OBJ|| => 12 12 8 0 0 0 1 2 3
 typed.txt|-type "OBJ"| => 12 12 8 0 0 0 1 2 3
 first bytes decide|| => 12 12 8 0 0 0 1 2 3
 )");
+}
+
+QStringList TestScene::faultsOfCut(const QString &file)
+{
+    QStringList faults;
+    IsolatedReader::setPatience(3000);
+    const qint64 whole = QFileInfo(file).size();
+    for (const int percent : {90, 60, 30}) {
+        run("file -new");
+        const QString answer = QFile::resize(file, whole * percent / 100) ? m_host->import(file) : "cannot be cut";
+        const bool refused = answer.contains("cannot import \"" + file + "\": ") && !answer.contains("come to an end");
+        if ((answer != file && !refused) || m_host->scene.objects().empty() == (answer == file))
+            faults.append(QString::number(percent) + " %: " + answer);
+    }
+    return faults;
 }
 
 void TestScene::exportsComeBack()
@@ -137,19 +155,7 @@ void TestScene::exportsComeBack()
             result.append("not red");
         if (!warned.isEmpty())
             result.append(warned);
-
-        IsolatedReader::setPatience(3000);
-        const qint64 whole = QFileInfo(written).size();
-        for (const int percent : {90, 60, 30}) {
-            run("file -new");
-            if (!QFile::resize(written, whole * percent / 100))
-                return QStringLiteral("cannot be cut");
-            const QString cut = m_host->import(written);
-            const bool refused = cut.contains("cannot import \"" + written + "\": ") && !cut.contains("come to an end");
-            if ((cut != written && !refused) || m_host->scene.objects().empty() == (cut == written))
-                result.append(QString::number(percent) + " %: " + cut);
-        }
-        return result.join(", ");
+        return (result << faultsOfCut(written)).join(", ");
     };
     playSteps(outcome, R"(
 OBJ||-ea => .obj, 16, -1 -1 0 3 2 5, 4, not red, colours and textures are left out, they would need files beside it
@@ -211,12 +217,7 @@ void TestScene::failedExportLeavesNothing()
     QVERIFY(mkfifo(QFile::encodeName(path("pipe.obj")).constData(), 0600) == 0);
     ModelFiles::write(path("old.obj"), "as it was");
     const auto everything = [this] {
-        QStringList found;
-        QDirIterator files(m_host->dir.path(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                           QDirIterator::Subdirectories);
-        while (files.hasNext())
-            found.append(files.next());
-        return found;
+        return QDir(m_host->dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System);
     };
     const QStringList before = everything();
     const auto outcome = [this](QString target) {
