@@ -92,6 +92,17 @@ QWebView *CloudPage::browser() const
     return window ? window->findChild<QWebView *>() : nullptr;
 }
 
+bool CloudPage::clickLogin()
+{
+    return m_driver.click(loginButton());
+}
+
+QWebView *CloudPage::signInPage() const
+{
+    const QWidget *dialog = m_driver.find(QStringLiteral("CloudPortalLoginDialog"));
+    return dialog ? dialog->findChild<QWebView *>() : nullptr;
+}
+
 bool CloudPage::askToSignIn()
 {
     // An earlier sign-in's page may still be shown, with buttons that belong to that sign-in.
@@ -103,7 +114,7 @@ bool CloudPage::askToSignIn()
         return loaded && browser() &&
                !browser()->page()->mainFrame()->findFirstElement(QStringLiteral("#allow")).isNull();
     };
-    return m_driver.click(loginButton()) && m_driver.waitFor(pageShown, QStringLiteral("the sign-in page"));
+    return clickLogin() && m_driver.waitFor(pageShown, QStringLiteral("the sign-in page"));
 }
 
 bool CloudPage::allow()
@@ -223,6 +234,16 @@ bool CloudPage::goUp()
         }
     }
     return m_driver.fail(QStringLiteral("there is no parent-folder button"));
+}
+
+bool CloudPage::search(const QString &text)
+{
+    return m_driver.replace(m_driver.find(QStringLiteral("SearchTextInput"), page()), text, Qt::Key_Return);
+}
+
+bool CloudPage::nextPage()
+{
+    return m_driver.click(m_driver.find(QStringLiteral("NextPageButton"), page()));
 }
 
 bool CloudPage::select(const QString &name)

@@ -27,6 +27,9 @@ public:
     QWidget *dock() const;
     bool isOpen() const { return dock() != nullptr; }
 
+    bool clickLogin();
+    /// The page in the plug-in's sign-in dialog; null while none is shown.
+    QWebView *signInPage() const;
     /// Clicks Login and waits for the sign-in page in the host's browser window.
     bool askToSignIn();
     /// Clicks Allow there, waits until the tab shows the user's name and the files, and closes the browser window.
@@ -48,6 +51,9 @@ public:
     QStringList path() const;
     /// Goes up with the parent-folder button.
     bool goUp();
+    /// Replaces the text of the search field and presses Return there.
+    bool search(const QString &text);
+    bool nextPage();
     bool select(const QString &name);
     QString chosenFile() const;
     bool canImport() const;

@@ -54,6 +54,8 @@ public:
     QString caFile() const { return m_setup.folder + QStringLiteral("/ca.pem"); }
     /// What the Dropbox service serves.
     QString dropboxFolder() const { return dataFolder() + QStringLiteral("/dropbox"); }
+    /// The catalogue and the files of the Plyx service.
+    QString plyxFolder() const { return dataFolder() + QStringLiteral("/plyx"); }
     /// All requests so far, or those whose target begins with \p targetStart.
     std::vector<Request> requests(const QString &targetStart = QString()) const;
 

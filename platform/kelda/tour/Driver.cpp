@@ -179,7 +179,7 @@ bool Driver::drag(QWidget *target, const QPoint &from, const QPoint &to)
     return true;
 }
 
-bool Driver::replace(QWidget *field, const QString &text)
+bool Driver::replace(QWidget *field, const QString &text, Qt::Key last)
 {
     if (!click(field))
         return false;
@@ -187,8 +187,9 @@ bool Driver::replace(QWidget *field, const QString &text)
     if (!editor || (editor != field && !field->isAncestorOf(editor)))
         return fail(nameOf(field) + QStringLiteral(" has not taken the focus"));
     QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(editor, Qt::Key_Delete);
     QTest::keyClicks(editor, text);
-    QTest::keyClick(editor, Qt::Key_Tab);
+    QTest::keyClick(editor, last);
     return true;
 }
 
@@ -272,6 +273,16 @@ bool Driver::clickInPage(QWebView *view, const QString &selector)
     if (area.isEmpty() || !view->rect().contains(area.center().toPoint()))
         return fail(selector + QStringLiteral(" is not in the visible part of the page"));
     return click(view, area.center().toPoint());
+}
+
+bool Driver::typeInPage(QWebView *view, const QString &selector, const QString &text)
+{
+    if (!clickInPage(view, selector))
+        return false;
+    QTest::keyClicks(view, text);
+    const QString value =
+        view->page()->mainFrame()->findFirstElement(selector).evaluateJavaScript("this.value").toString();
+    return value == text || fail(selector + QStringLiteral(" holds ") + value);
 }
 
 void Driver::answerDialog()

@@ -58,8 +58,8 @@ public:
     bool doubleClick(QWidget *target, const QPoint &at);
     /// Presses at \p from, moves to \p to, and lets go there; both in \p target.
     bool drag(QWidget *target, const QPoint &from, const QPoint &to);
-    /// Replaces the text of a field and leaves it with the tabulator key.
-    bool replace(QWidget *field, const QString &text);
+    /// Replaces the text of a field and presses \p last there.
+    bool replace(QWidget *field, const QString &text, Qt::Key last = Qt::Key_Tab);
     /// Types a host command into the host's command line. False when it reported an error.
     bool run(const QString &command);
     /// Opens the list of a combo box and takes the entry with that text.
@@ -69,6 +69,8 @@ public:
     bool chooseFromButton(QWidget *button, const QString &entry);
     /// Clicks the element that the CSS selector \p selector names, in the page as shown by \p view.
     bool clickInPage(QWebView *view, const QString &selector);
+    /// Clicks a field of the page and types there.
+    bool typeInPage(QWebView *view, const QString &selector, const QString &text);
 
     /// Who answers dialogs that open while an action runs. False leaves the dialog to the driver, which notes the text
     /// of a message box for takeMessages() and presses its default button.

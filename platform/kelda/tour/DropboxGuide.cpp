@@ -40,7 +40,8 @@ PortalGuide::Sights DropboxGuide::sights() const
     return {{QStringLiteral("Models"), QStringLiteral("Textured")},
             {},
             QStringLiteral("Large terrain.obj"),
-            QStringLiteral("Painted barrel.glb")};
+            QStringLiteral("Painted barrel.glb"),
+            {}};
 }
 
 bool DropboxGuide::askToSignIn(CloudPage &page)
@@ -66,14 +67,14 @@ QString DropboxGuide::settingsName() const
     return QStringLiteral("TavrinSettings_DropBoxAppBrowser_Kelda");
 }
 
-QStringList DropboxGuide::entries(const QStringList &folder) const
+QStringList DropboxGuide::entries(const View &view) const
 {
-    return namesIn(m_cloud.dropboxFolder() + joined(folder));
+    return namesIn(m_cloud.dropboxFolder() + joined(view.folder));
 }
 
-PortalGuide::Trace DropboxGuide::listing(const QStringList &folder) const
+PortalGuide::Trace DropboxGuide::listing(const View &view) const
 {
-    return {QStringLiteral("GET"), QStringLiteral("/1/metadata/dropbox/") + joined(folder) + QLatin1Char('?')};
+    return {QStringLiteral("GET"), QStringLiteral("/1/metadata/dropbox/") + joined(view.folder) + QLatin1Char('?')};
 }
 
 PortalGuide::Trace DropboxGuide::download() const

@@ -19,8 +19,8 @@ public:
     bool answerSignIn(CloudPage &page) override;
     Trace admission() const override;
     QString settingsName() const override;
-    QStringList entries(const QStringList &folder) const override;
-    Trace listing(const QStringList &folder) const override;
+    QStringList entries(const View &view) const override;
+    Trace listing(const View &view) const override;
     Trace download() const override;
     Trace upload() const override;
     QString original(const QStringList &folder, const QString &name) const override;

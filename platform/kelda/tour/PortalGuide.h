@@ -20,12 +20,21 @@ public:
         QStringList archive; ///< holds `large`
         QString large;       ///< a big file, for `download`
         QString model;       ///< a file with a texture in `folder`, for `import`
+        QString keyword;     ///< for `search` in `folder`
     };
-    /// Requests that count as a proof when the cloud answered them with 200.
+    /// Requests that count as a proof when the cloud answered them with \a status.
     struct Trace
     {
         QString method;
         QString target; ///< its beginning
+        int status = 200;
+    };
+    /// What is shown of a folder.
+    struct View
+    {
+        QStringList folder;
+        QString keyword;
+        int page = 1;
     };
 
     PortalGuide(Driver &driver, const CloudProcess &cloud) : m_driver(driver), m_cloud(cloud) {}
@@ -45,13 +54,17 @@ public:
     /// The plug-in's settings file that keeps the session.
     virtual QString settingsName() const = 0;
 
-    /// What the list of \p folder must show, in any order.
-    virtual QStringList entries(const QStringList &folder) const = 0;
-    virtual Trace listing(const QStringList &folder) const = 0;
+    /// What the list must show, in any order.
+    virtual QStringList entries(const View &view) const = 0;
+    virtual Trace listing(const View &view) const = 0;
+    /// One answer for each file that comes with the entry \p name of \p folder; filesOf() says how many there are.
     virtual Trace download() const = 0;
-    virtual Trace upload() const = 0;
-    /// The file on the cloud's disk that the entry \p name of \p folder stands for.
+    virtual int filesOf(const QStringList &folder, const QString &name) const;
+    /// The file on the cloud's disk that the entry stands for, and the name under which it arrives.
     virtual QString original(const QStringList &folder, const QString &name) const = 0;
+    virtual QString localName(const QStringList &folder, const QString &name) const;
+    /// An upload's answer, on a portal that takes files.
+    virtual Trace upload() const;
 
     int answers(const Trace &trace) const;
 

@@ -14,7 +14,8 @@ Tour::Step Tour::stepNamed(const QString &name)
         {QStringLiteral("sign-in"), &Tour::signIn},         {QStringLiteral("list"), &Tour::list},
         {QStringLiteral("open-folder"), &Tour::openFolder}, {QStringLiteral("download"), &Tour::download},
         {QStringLiteral("import"), &Tour::import},          {QStringLiteral("export"), &Tour::exportScene},
-        {QStringLiteral("upload"), &Tour::upload},
+        {QStringLiteral("upload"), &Tour::upload},          {QStringLiteral("search"), &Tour::search},
+        {QStringLiteral("page"), &Tour::turnPage},
     };
     return steps.value(name);
 }

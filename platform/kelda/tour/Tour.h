@@ -35,6 +35,8 @@ private:
     Outcome signIn();
     Outcome list();
     Outcome openFolder();
+    Outcome search();
+    Outcome turnPage();
     Outcome download();
     Outcome import();
     Outcome exportScene();
@@ -48,7 +50,8 @@ private:
     Outcome failed() const;
     bool openFolders(const QStringList &folder);
     bool goToRoot();
-    Outcome compareWithCloud(const QStringList &folder);
+    /// Compares the shown list with the cloud's disk, and the cloud's log with what must have been asked.
+    Outcome compareWithCloud(const PortalGuide::View &view);
     /// Imports \p name, which is in the shown list of \p folder, and proves that the cloud's bytes arrived.
     Outcome fetch(const QStringList &folder, const QString &name);
     /// The local file of that name below the folder for transfers; empty without one.

@@ -80,26 +80,41 @@ Tour::Outcome Tour::signIn()
     return {{}, QStringLiteral("\"%1\"; one session issued and stored").arg(m_page->loginText())};
 }
 
-Tour::Outcome Tour::compareWithCloud(const QStringList &folder)
+Tour::Outcome Tour::compareWithCloud(const PortalGuide::View &view)
 {
-    const QStringList names = m_guide->entries(folder);
-    if (sorted(m_page->entries()) != sorted(names))
+    const QStringList names = m_guide->entries(view);
+    if (names.isEmpty() || sorted(m_page->entries()) != sorted(names))
         return {QStringLiteral("the list shows %1").arg(m_page->entries().join(QStringLiteral(", "))), {}};
-    if (m_guide->answers(m_guide->listing(folder)) < 1)
-        return {QStringLiteral("the cloud has not answered ") + m_guide->listing(folder).target, {}};
+    if (m_guide->answers(m_guide->listing(view)) < 1)
+        return {QStringLiteral("the cloud has not answered ") + m_guide->listing(view).target, {}};
     return {{}, QStringLiteral("%1 entries, the same as on the cloud's disk").arg(names.size())};
 }
 
 Tour::Outcome Tour::list()
 {
     m_driver.settle();
-    return compareWithCloud({});
+    return compareWithCloud(PortalGuide::View());
 }
 
 Tour::Outcome Tour::openFolder()
 {
     const QStringList folder = m_guide->sights().folder;
-    return openFolders(folder) ? compareWithCloud(folder) : failed();
+    return openFolders(folder) ? compareWithCloud({folder, {}, 1}) : failed();
+}
+
+Tour::Outcome Tour::search()
+{
+    const QString keyword = m_guide->sights().keyword;
+    return m_page->search(keyword) ? compareWithCloud({m_place, keyword, 1}) : failed();
+}
+
+Tour::Outcome Tour::turnPage()
+{
+    if (!m_page->search(QString()) || !m_page->nextPage())
+        return failed();
+    Outcome outcome = compareWithCloud({m_place, {}, 2});
+    outcome.detail += QStringLiteral(", on page 2");
+    return outcome;
 }
 
 QString Tour::localFile(const QString &name) const
@@ -116,10 +131,11 @@ Tour::Outcome Tour::fetch(const QStringList &folder, const QString &name)
     const int served = m_guide->answers(m_guide->download());
     if (!m_page->select(name) || !m_page->import())
         return failed();
-    if (m_guide->answers(m_guide->download()) != served + 1)
-        return {QStringLiteral("the cloud has not served exactly one file"), {}};
+    const int files = m_guide->filesOf(folder, name);
+    if (m_guide->answers(m_guide->download()) != served + files)
+        return {QStringLiteral("the cloud has not served exactly %1 of its files").arg(files), {}};
     const QString original = sha256(m_guide->original(folder, name));
-    if (original.isEmpty() || sha256(localFile(name)) != original)
+    if (original.isEmpty() || sha256(localFile(m_guide->localName(folder, name))) != original)
         return {QStringLiteral("no downloaded file has the bytes of ") + name, {}};
     return {{}, QStringLiteral("SHA-256 %1... equal").arg(original.left(12))};
 }
@@ -127,7 +143,7 @@ Tour::Outcome Tour::fetch(const QStringList &folder, const QString &name)
 Tour::Outcome Tour::download()
 {
     const PortalGuide::Sights sights = m_guide->sights();
-    if (!goToRoot() || !openFolders(sights.archive))
+    if (!goToRoot() || !openFolders(sights.archive) || !m_driver.run(QStringLiteral("file -new -force")))
         return failed();
     const QString original = m_guide->original(sights.archive, sights.large);
     QElapsedTimer timer;

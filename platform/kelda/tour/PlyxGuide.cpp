@@ -1,0 +1,171 @@
+#include "tour/PlyxGuide.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QWebElement>
+#include <QWebFrame>
+#include <QWebPage>
+#include <QWebView>
+
+#include <algorithm>
+
+namespace {
+
+const int pageSize = 64;
+const int modelType = 119;
+const QString account = QStringLiteral("demo"); ///< its password is the same
+const QString objLabel = QStringLiteral("OBJ ( .obj )");
+
+int mediaType(const QString &gallery)
+{
+    static const QMap<QString, int> types{{QStringLiteral("Lumo"), 27},
+                                          {QStringLiteral("Lumo Mobile"), 28},
+                                          {QStringLiteral("Tarn"), 31},
+                                          {QStringLiteral("Grell"), 35}};
+    return types.value(gallery);
+}
+
+QString text(const QJsonObject &object, const char *key)
+{
+    return object[QLatin1String(key)].toString();
+}
+
+bool matches(const QJsonObject &asset, int gallery, const QString &keyword)
+{
+    return asset[QLatin1String("gallery")].toInt() == gallery && asset[QLatin1String("free")].toBool(true) &&
+           asset[QLatin1String("fileTypes")].toArray().contains(modelType) &&
+           (text(asset, "name") + QLatin1Char(' ') + text(asset, "artist")).contains(keyword, Qt::CaseInsensitive);
+}
+
+} // namespace
+
+QString PlyxGuide::id() const
+{
+    return QStringLiteral("plyx");
+}
+
+QString PlyxGuide::tab() const
+{
+    return QStringLiteral("Plyx");
+}
+
+QStringList PlyxGuide::steps() const
+{
+    return {QStringLiteral("sign-in"), QStringLiteral("list"), QStringLiteral("open-folder"),
+            QStringLiteral("search"),  QStringLiteral("page"), QStringLiteral("download"),
+            QStringLiteral("import")};
+}
+
+PortalGuide::Sights PlyxGuide::sights() const
+{
+    Sights sights;
+    sights.folder = QStringList{QStringLiteral("Lumo")};
+    sights.archive = QStringList{QStringLiteral("Tarn")};
+    sights.large = QStringLiteral("Brick tower");
+    sights.model = QStringLiteral("Wooden barrel");
+    sights.keyword = QStringLiteral("brick");
+    return sights;
+}
+
+bool PlyxGuide::askToSignIn(CloudPage &page)
+{
+    const auto pageShown = [&] {
+        return page.signInPage() &&
+               !page.signInPage()->page()->mainFrame()->findFirstElement(QStringLiteral("#password")).isNull();
+    };
+    return page.clickLogin() && m_driver.waitFor(pageShown, QStringLiteral("the sign-in page"));
+}
+
+bool PlyxGuide::answerSignIn(CloudPage &page)
+{
+    const auto signedIn = [&] { return !page.signInPage() && page.isSignedIn() && !page.entries().isEmpty(); };
+    return m_driver.typeInPage(page.signInPage(), QStringLiteral("#user"), account) &&
+           m_driver.typeInPage(page.signInPage(), QStringLiteral("#password"), account) &&
+           m_driver.clickInPage(page.signInPage(), QStringLiteral("#sign-in")) &&
+           m_driver.waitFor(signedIn, QStringLiteral("the user's name and folders"));
+}
+
+PortalGuide::Trace PlyxGuide::admission() const
+{
+    return {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
+}
+
+QString PlyxGuide::settingsName() const
+{
+    return QStringLiteral("TavrinSettings_PlyxAppBrowser_Kelda");
+}
+
+QVector<QJsonObject> PlyxGuide::assets(const QString &gallery, const QString &keyword) const
+{
+    QVector<QJsonObject> found;
+    QFile catalogue(m_cloud.plyxFolder() + QStringLiteral("/catalogue.json"));
+    if (!catalogue.open(QIODevice::ReadOnly))
+        return found;
+    const QJsonArray all = QJsonDocument::fromJson(catalogue.readAll()).object()[QLatin1String("assets")].toArray();
+    for (const QJsonValue &entry : all) {
+        if (matches(entry.toObject(), mediaType(gallery), keyword))
+            found << entry.toObject();
+    }
+    std::stable_sort(found.begin(), found.end(), [](const QJsonObject &one, const QJsonObject &other) {
+        return text(one, "published") > text(other, "published");
+    });
+    return found;
+}
+
+QJsonObject PlyxGuide::asset(const QStringList &folder, const QString &name) const
+{
+    for (const QJsonObject &entry : assets(folder.value(0))) {
+        if (text(entry, "name") == name)
+            return entry;
+    }
+    return {};
+}
+
+QStringList PlyxGuide::entries(const View &view) const
+{
+    if (view.folder.isEmpty())
+        return {QStringLiteral("Grell"), QStringLiteral("Tarn"), QStringLiteral("Lumo"), QStringLiteral("Lumo Mobile"),
+                QStringLiteral("Home")};
+    QStringList names;
+    for (const QJsonObject &entry : assets(view.folder.first(), view.keyword).mid((view.page - 1) * pageSize, pageSize))
+        names << text(entry, "name");
+    return names;
+}
+
+PortalGuide::Trace PlyxGuide::listing(const View &view) const
+{
+    if (view.folder.isEmpty())
+        return {QStringLiteral("GET"), QStringLiteral("/API/v1/Member")};
+    QString target = QStringLiteral("/API/v1/Search?file_type_ids=119&media_type_id=%1&content=free&page_num=%2"
+                                    "&page_size=64&sort_by=date&sort_order=desc")
+                         .arg(mediaType(view.folder.first()))
+                         .arg(view.page);
+    if (!view.keyword.isEmpty())
+        target += QStringLiteral("&keyword=") + view.keyword;
+    return {QStringLiteral("GET"), target};
+}
+
+PortalGuide::Trace PlyxGuide::download() const
+{
+    return {QStringLiteral("GET"), QStringLiteral("/v1/Once/")};
+}
+
+int PlyxGuide::filesOf(const QStringList &folder, const QString &name) const
+{
+    return asset(folder, name)[QLatin1String("textures")].toArray().size() + 1;
+}
+
+QString PlyxGuide::original(const QStringList &folder, const QString &name) const
+{
+    for (const QJsonValue &format : asset(folder, name)[QLatin1String("formats")].toArray()) {
+        if (text(format.toObject(), "name") == objLabel)
+            return m_cloud.plyxFolder() + QStringLiteral("/files/") + text(format.toObject(), "file");
+    }
+    return QString();
+}
+
+QString PlyxGuide::localName(const QStringList &folder, const QString &name) const
+{
+    return QString::number(asset(folder, name)[QLatin1String("id")].toInt()) + QStringLiteral(".obj");
+}
