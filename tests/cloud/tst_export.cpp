@@ -284,6 +284,8 @@ private slots:
             m_stage->find<QPushButton>("CloudExportOptionsButton")->click();
             settle();
             QCOMPARE(m_asked, QStringList("Export Options"));
+            QCOMPARE(m_layout, layout);
+            QVERIFY(!m_stage->dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
             QStringList expected{"initCurrentFileTypeOption ExportAll \"\" \"\"",
                                  "fileOperationsOptionsUISetup ExportAll " + layout,
                                  "fileOperationsOptionsUIInitValues ExportAll " + layout + " \"O\\\"dd\"",
@@ -325,6 +327,7 @@ private:
         }
         const auto *box = qobject_cast<QMessageBox *>(dialog);
         m_asked << (box ? box->text() : dialog->windowTitle());
+        m_layout = dialog->layout()->objectName();
         if (box)
             box->button(m_agree ? QMessageBox::Yes : QMessageBox::No)->click();
         else
@@ -348,6 +351,7 @@ private:
     bool m_agree = true;
     std::function<void()> m_meanwhile;
     QStringList m_asked;
+    QString m_layout; // the last dialog's
 };
 
 QTEST_MAIN(TestExport)
