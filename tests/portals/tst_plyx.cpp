@@ -8,7 +8,6 @@
 #include "portals/Portal_Plyx_CloudItem.h"
 #include "shell/TestFiles.h"
 
-#include <QWebElement>
 #include <QWebFrame>
 #include <QWebView>
 
@@ -213,9 +212,9 @@ private:
     void submit(const QString &password)
     {
         QTRY_COMPARE(dialog()->windowTitle(), QString("Sign in to Plyx"));
-        page()->findFirstElement("#user").setAttribute("value", "demo");
-        page()->findFirstElement("#password").setAttribute("value", password);
-        page()->findFirstElement("#sign-in").evaluateJavaScript("this.click()");
+        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
+                                   "field('user').value = 'demo'; field('password').value = '" +
+                                   password + "'; field('sign-in').click();");
     }
 
     static std::unique_ptr<ICloudItem> makeItem(const char *id)
