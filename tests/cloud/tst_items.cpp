@@ -95,43 +95,24 @@ private slots:
         delete hidden;
     }
 
-    void extensions_data()
+    void fileNames()
     {
-        addRows({"name", "extension"}, {{"case is kept", "a/Model.OBJ", "OBJ"},
-                                        {"the last dot counts", "a.tar.gz", "gz"},
-                                        {"no dot", "model", "none"},
-                                        {"dot of a folder", "v1.2/model", "none"},
-                                        {"hidden file", ".obj", "none"},
-                                        {"hidden file in a folder", "a/.obj", "none"},
-                                        {"other letters", "模型.ply", "ply"}});
-    }
-
-    void extensions()
-    {
-        QFETCH(QString, name);
-        QFETCH(QString, extension);
-        KString text = KQtUtil::toKString(name);
-        KString found("none");
-        getFileExtension(text, found);
-        QCOMPARE(KQtUtil::toQString(found), extension);
-    }
-
-    void cleaning_data()
-    {
-        addRows({"typed", "cleaned"}, {{"path and colon", "a/b:c", "bc"},
-                                       {"capitals and blanks", "  My Model.FBX\t", "my model.fbx"},
-                                       {"nothing but forbidden", "???", ""},
-                                       {"parent directory", "../..", ".."},
-                                       {"blank after the path", "dir\\ x ", "x"},
-                                       {"umlaut", "ÄRA|.obj", "ära.obj"}});
-    }
-
-    void cleaning()
-    {
-        QFETCH(QString, typed);
-        QFETCH(QString, cleaned);
-        CleanFilename(typed);
-        QCOMPARE(typed, cleaned);
+        const std::map<QString, QString> extensions{{"a/Model.OBJ", "OBJ"}, {"a.tar.gz", "gz"}, {"model", "none"},
+                                                    {"v1.2/model", "none"}, {".obj", "none"},   {"a/.obj", "none"},
+                                                    {"模型.ply", "ply"},    {"..", ""}};
+        for (const auto &[name, extension] : extensions) {
+            KString text = KQtUtil::toKString(name);
+            KString found("none");
+            getFileExtension(text, found);
+            QCOMPARE(KQtUtil::toQString(found), extension);
+        }
+        const std::map<QString, QString> typed{
+            {"  My Model.FBX\t", "my model.fbx"}, {"../..", ".."}, {"dir\\ x ", "x"}, {"ÄRA|.obj", "ära.obj"}};
+        for (const auto &[text, cleaned] : typed) {
+            QString name = text;
+            CleanFilename(name);
+            QCOMPARE(name, cleaned);
+        }
     }
 
     void echoIsRestoredWhenTheCommandFails()
