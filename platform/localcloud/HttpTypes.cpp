@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <localcloud/HttpTypes.h>
 #include <QFileInfo>
 #include <QHash>
@@ -11,6 +12,12 @@ QByteArray headerValue(const HeaderList &headers, const char *name)
             return entry.second;
     }
     return {};
+}
+
+bool hasHeader(const HeaderList &headers, const char *name)
+{
+    return std::any_of(headers.begin(), headers.end(),
+                       [name](const auto &entry) { return qstricmp(entry.first.constData(), name) == 0; });
 }
 
 bool headerHasToken(const HeaderList &headers, const char *name, const char *token)

@@ -19,6 +19,9 @@ using HeaderList = QVector<QPair<QByteArray, QByteArray>>;
 /// The value of the first header called \p name (case does not count); empty when there is none.
 QByteArray headerValue(const HeaderList &headers, const char *name);
 
+/// Whether there is a header called \p name, be it empty.
+bool hasHeader(const HeaderList &headers, const char *name);
+
 /// Whether the header \p name holds \p token in its comma-separated list (case does not count).
 bool headerHasToken(const HeaderList &headers, const char *name, const char *token);
 

@@ -8,6 +8,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPair>
+#include <QSet>
 
 namespace localcloud {
 
@@ -85,7 +87,7 @@ public:
     /// An asset of the shape and surface of these numbers, under the name that they make unless \p name is given. The
     /// reference lives until the next call.
     QJsonObject &add(int id, int gallery, int shape, int surface, const QString &name = {});
-    /// \p count assets, every one of another shape than the one before.
+    /// \p count assets, every one of another shape than the one before, under names that are new in their gallery.
     void addSeries(int firstId, int gallery, int count);
     void finish();
 
@@ -100,6 +102,7 @@ private:
     std::vector<Shape> m_shapes;
     std::vector<Surface> m_surfaces;
     std::vector<QJsonObject> m_assets;
+    QSet<QPair<int, QString>> m_names; ///< that are taken, with their gallery
     QDateTime m_published{QDate(2014, 6, 30), QTime(17, 45), Qt::UTC};
 };
 
@@ -131,9 +134,10 @@ QJsonObject &CatalogueWriter::add(int id, int gallery, int shape, int surface, c
     QJsonArray textures{file(id * 10 + 3, kMaterial + ".mtl", fileName(look.name) + ".mtl")};
     if (!look.file.isEmpty())
         textures.append(file(id * 10 + 4, look.file, look.file));
-    const QString plainName = QString::fromLatin1(look.name) + ' ' + fileName(form.name);
+    const QString shown = name.isEmpty() ? QString::fromLatin1(look.name) + ' ' + fileName(form.name) : name;
+    m_names.insert({gallery, shown});
     m_assets.push_back({{"id", id},
-                        {"name", name.isEmpty() ? plainName : name},
+                        {"name", shown},
                         {"artist", gallery == kOwn ? "Robin Example" : QString::fromUtf8(artists[id % 6])},
                         {"published", m_published.toString("yyyy-MM-dd HH:mm:ss")},
                         {"gallery", gallery},
@@ -148,18 +152,20 @@ QJsonObject &CatalogueWriter::add(int id, int gallery, int shape, int surface, c
 
 void CatalogueWriter::addSeries(int firstId, int gallery, int count)
 {
-    static const char *const series[] = {"", "Old ", "Little ", "Garden "};
     const int shapes = static_cast<int>(m_shapes.size());
     const int surfaces = static_cast<int>(m_surfaces.size());
     for (int i = 0; i < count; ++i) {
         const int shape = i % shapes;
         const int surface = (i + i / shapes) % surfaces;
-        const QString name = QLatin1String(series[i / (shapes * surfaces)]) +
-                             QLatin1String(m_surfaces[static_cast<std::size_t>(surface)].name) + ' ' +
-                             fileName(m_shapes[static_cast<std::size_t>(shape)].name);
-        QString shown = name.toLower();
-        shown[0] = shown[0].toUpper();
-        add(firstId + i, gallery, shape, surface, shown);
+        const QString plainName = QLatin1String(m_surfaces[static_cast<std::size_t>(surface)].name) + ' ' +
+                                  fileName(m_shapes[static_cast<std::size_t>(shape)].name);
+        QString name = plainName;
+        for (const char *prefix : {"Old ", "Little ", "Garden "}) {
+            if (!m_names.contains({gallery, name}))
+                break;
+            name = QLatin1String(prefix) + plainName.toLower();
+        }
+        add(firstId + i, gallery, shape, surface, name);
     }
 }
 

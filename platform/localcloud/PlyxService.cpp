@@ -81,6 +81,10 @@ QVector<Route> PlyxService::routes()
     const auto signedIn = [this](const HttpRequest &request, HttpResponse &response) {
         return arrivedOver(Transport::Tls, request, response) && m_signIn.isSignedIn(request, response);
     };
+    const auto signedInOrNobody = [this](const HttpRequest &request, HttpResponse &response) {
+        return arrivedOver(Transport::Tls, request, response) &&
+               (m_signIn.isNobody(request) || m_signIn.isSignedIn(request, response));
+    };
     const auto plain = [this](const HttpRequest &request, HttpResponse &response) {
         return arrivedOver(Transport::Plain, request, response) && m_signIn.hasSession(request, response);
     };
@@ -89,7 +93,7 @@ QVector<Route> PlyxService::routes()
     return {
         {web, "/TokenAPI/login.cfm", true, {"GET", "HEAD", "POST"}, login, overTls},
         {web, "/TokenAPI/done.cfm", true, reading, done, overTls},
-        {web, "/API/v1/Member", true, reading, call(&Self::member), signedIn},
+        {web, "/API/v1/Member", true, reading, call(&Self::member), signedInOrNobody},
         {web, "/API/v1/Member/Assets", true, reading, call(&Self::memberAssets), signedIn},
         {web, "/API/v1/Search", true, reading, call(&Self::search), signedIn},
         {web, "/API/v1/Asset/", false, reading, call(&Self::asset), signedIn},
@@ -109,10 +113,13 @@ bool PlyxService::arrivedOver(Transport transport, const HttpRequest &request, H
     return false;
 }
 
-void PlyxService::member(HttpRequest &, HttpResponse &response)
+void PlyxService::member(HttpRequest &request, HttpResponse &response)
 {
-    setJson(response,
-            {{"MEMBERID", m_options.account.memberId}, {"MEMBERNAME", m_options.account.memberName}, {"TYPE", "free"}});
+    const PlyxAccount &account = m_options.account;
+    if (m_signIn.isNobody(request))
+        setJson(response, {{"ERROR", "Nobody is signed in."}});
+    else
+        setJson(response, {{"MEMBERID", account.memberId}, {"MEMBERNAME", account.memberName}, {"TYPE", "free"}});
 }
 
 void PlyxService::memberAssets(HttpRequest &request, HttpResponse &response)

@@ -154,6 +154,14 @@ bool PlyxSignIn::isSignedIn(const HttpRequest &request, HttpResponse &response) 
     return (isKnownClient(request) && m_sessions.isOpen(id, secureId)) || refuse(response);
 }
 
+bool PlyxSignIn::isNobody(const HttpRequest &request) const
+{
+    const auto isBlank = [&](const char *name) {
+        return hasHeader(request.headers, name) && request.header(name).isEmpty();
+    };
+    return isKnownClient(request) && isBlank("X-Session") && isBlank("X-Secure-Session");
+}
+
 bool PlyxSignIn::hasSession(const HttpRequest &request, HttpResponse &response) const
 {
     const QString id = QString::fromLatin1(request.header("X-Session"));

@@ -37,7 +37,10 @@ public:
     /// Whether the request names the application and both halves of a session; answers 401 when it does not.
     bool isSignedIn(const HttpRequest &request, HttpResponse &response) const;
 
-    /// The same without the secure half.
+    /// Whether the application asks with both halves of the session there but empty, as it does before a sign-in.
+    bool isNobody(const HttpRequest &request) const;
+
+    /// The same as isSignedIn() without the secure half.
     bool hasSession(const HttpRequest &request, HttpResponse &response) const;
 
 private:

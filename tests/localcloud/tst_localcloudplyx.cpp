@@ -1,6 +1,7 @@
 #include "CloudClient.h"
 #include <QImage>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QNetworkProxy>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -147,6 +148,12 @@ private slots:
         if (wanted == 0)
             return;
         QCOMPARE(clientOf(*m_cloud, "QK4ZT9", m_session.id, m_session.secureId)->get(url).status, 401);
+        const auto nobody = clientOf(*m_cloud, "QK4ZT8", {}, {});
+        nobody->setHeader("X-Session", "");
+        nobody->setHeader("X-Secure-Session", "");
+        const CloudReply reply = nobody->get(url);
+        QCOMPARE(reply.status, url.endsWith("/Member") ? 200 : 401);
+        QCOMPARE(reply.json["ERROR"].toString(), QString(reply.status == 200 ? "Nobody is signed in." : ""));
         QCOMPARE(m_client->send("DELETE", url).status, 405);
         const QString other = url.startsWith("https") ? "http" + url.mid(5) : "https" + url.mid(4);
         QCOMPARE(m_client->get(other).status, 403);
@@ -252,6 +259,19 @@ private slots:
         QCOMPARE(QImage::fromData(picture).size(), QSize(96, 96));
         QVERIFY(!m_pictures.contains(picture)); // none looks like another
         m_pictures.insert(picture);
+    }
+
+    void noGalleryShowsANameTwice()
+    {
+        QSet<QString> names;
+        const QJsonDocument catalogue = QJsonDocument::fromJson(readFile(m_cloud->plyxDir() + "/catalogue.json"));
+        for (const QJsonValue &asset : catalogue["assets"].toArray()) {
+            const QString name = QString::number(asset["gallery"].toInt()) + ' ' + asset["name"].toString();
+            QVERIFY2(!names.contains(name), qPrintable(name));
+            names.insert(name);
+        }
+        QVERIFY(names.contains("27 Wooden barrel") && names.contains("31 Brick tower"));
+        QVERIFY(m_client->get(kApi + "/Search?media_type_id=27&keyword=brick").json["TOTAL_RESULT_COUNT"].toInt() > 2);
     }
 
     void oddAssetsAreServedAsTheyAre()
