@@ -113,7 +113,8 @@ bool LoginUi::login(QWidget *parent)
 {
     const QPointer<LoginUi> self(this);
     const QPointer<QWidget> parentGuard(parent);
-    if (!m_login || m_login->IsLogin() || !self)
+    const unsigned request = ++m_request;
+    if (!m_login || m_login->IsLogin() || !self || request != m_request)
         return false;
 
     releaseDialog();
@@ -202,6 +203,7 @@ void LoginUi::finish(bool success)
 
 void LoginUi::CleanResources()
 {
+    ++m_request;
     m_callback = nullptr;
     m_context = nullptr;
     hideDialog();

@@ -32,7 +32,7 @@ public:
     /// Shows the dialog over \p parent (which may be null) and returns at once; the page loads in the event loop, and
     /// says why if it cannot be loaded.
     /// False when nothing was opened: the user is signed in already, or no address could be built. The login object's
-    /// IsLogin() may spin the event loop first.
+    /// IsLogin() may spin the event loop first; another login() or a CleanResources() that comes then prevails.
     bool login(QWidget *parent);
     /// Ends the dialog as a success: callback, then CleanResources().
     void loginDone();
@@ -60,6 +60,7 @@ private:
     ILogin *m_login = nullptr;
     Callback m_callback = nullptr;
     void *m_context = nullptr;
+    unsigned m_request = 0; ///< changes with what begins or ends a sign-in
     QPointer<QDialog> m_dialog;
     QPointer<QWebView> m_view;
 };

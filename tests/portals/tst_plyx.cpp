@@ -120,8 +120,15 @@ private slots:
         QVERIFY(!dialog() && m_owner.heard.size() == 2 && !m_login->IsLogin());
         QVERIFY(m_login->Login(&m_owner) && dialog() && m_login->Logout() && !dialog());
 
+        int requestsLeft = 1;
+        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [&] {
+            if (--requestsLeft == 0)
+                m_login->Logout();
+        });
         signIn();
-        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [this] { m_login->Logout(); });
+        QVERIFY(!m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog() && stored() == "|");
+        store({"stale", "stale"});
+        requestsLeft = 2;
         QVERIFY(!m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog() && stored() == "|");
     }
 
