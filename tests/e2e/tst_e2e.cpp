@@ -1,8 +1,7 @@
 // Whole journeys through the real host, the real module and the local cloud. Each step is proved outside the plug-in:
 // by the cloud's log, by the bytes on disk, or by what the host counts in its scene.
 
-#include "tour/CloudPage.h"
-#include "tour/CloudProcess.h"
+#include "Journey.h"
 #include "tour/Evidence.h"
 
 #include <QComboBox>
@@ -15,14 +14,16 @@
 
 namespace {
 
-const QString portal = QStringLiteral("Dropbox");
 const QString settingsName = QStringLiteral("TavrinSettings_DropBoxAppBrowser_Kelda");
 
 } // namespace
 
-class TestE2E : public QObject
+class TestE2E : public Journey
 {
     Q_OBJECT
+public:
+    TestE2E() : Journey(QStringLiteral("Dropbox")) {}
+
 private slots:
     void initTestCase();
     void init();
@@ -50,15 +51,7 @@ private slots:
 private:
     bool openExportTab();
     bool openSignedIn();
-    bool startHost();
-    qint64 triangles() const { return m_driver->ask(QStringLiteral("sceneInfo -q -triangles")).toLongLong(); }
     QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
-
-    QTemporaryDir m_folder;
-    CloudProcess m_cloud;
-    std::unique_ptr<QTemporaryDir> m_userDir;
-    std::unique_ptr<Driver> m_driver;
-    std::unique_ptr<CloudPage> m_page;
 };
 
 void TestE2E::initTestCase()
@@ -80,24 +73,12 @@ void TestE2E::initTestCase()
 
 void TestE2E::init()
 {
-    m_cloud.use();
-    removeSettings();
-    m_userDir = std::make_unique<QTemporaryDir>();
-    QVERIFY2(startHost(), qPrintable(m_driver->error()));
+    QVERIFY2(startAfresh(), qPrintable(error()));
 }
 
 void TestE2E::cleanup()
 {
-    m_page.reset();
-    m_driver.reset();
-}
-
-bool TestE2E::startHost()
-{
-    m_page.reset();
-    m_driver = std::make_unique<Driver>();
-    m_page = std::make_unique<CloudPage>(*m_driver, portal);
-    return m_driver->start({m_userDir->path(), m_cloud.caFile()});
+    stopHost();
 }
 
 bool TestE2E::openSignedIn()
@@ -125,15 +106,15 @@ void TestE2E::importsWhatIsOnTheDisk()
     QFETCH(QStringList, folders);
     QFETCH(QString, name);
     QFETCH(int, quads);
-    QVERIFY2(openSignedIn(), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn(), qPrintable(error()));
     for (const QString &folder : folders)
-        QVERIFY2(m_page->openFolder(folder), qPrintable(m_driver->error()));
+        QVERIFY2(m_page->openFolder(folder), qPrintable(error()));
     const std::size_t served = m_cloud.requests(QStringLiteral("/1/files/")).size();
     QCOMPARE(triangles(), 0);
 
-    QVERIFY2(m_page->select(name), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->select(name), qPrintable(error()));
     QCOMPARE(m_page->chosenFile(), name);
-    QVERIFY2(m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->import(), qPrintable(error()));
 
     const auto requests = m_cloud.requests(QStringLiteral("/1/files/"));
     QCOMPARE(requests.size(), served + 1);
@@ -141,7 +122,7 @@ void TestE2E::importsWhatIsOnTheDisk()
     QCOMPARE(requests.back().status, 200);
     QVERIFY(requests.back().tls);
     const QString path = (folders + QStringList{name}).join(QLatin1Char('/'));
-    const QStringList downloads = filesBelow(m_userDir->filePath("temp_cloud"));
+    const QStringList downloads = transferred();
     QCOMPARE(downloads.size(), 1);
     QCOMPARE(sha256(downloads.first()), sha256(remote(path)));
     QCOMPARE(triangles(), 2 * quads);
@@ -154,7 +135,7 @@ void TestE2E::redirectedDownloadKeepsTheTokenToItself()
     CloudProcess cloud;
     const QStringList rules{"api-content.dropbox.com /1/files/* signed-redirect"};
     QVERIFY2(cloud.start({m_folder.filePath("cloud"), rules, 0}), qPrintable(cloud.error()));
-    QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
 
     QCOMPARE(triangles(), 12);
     const auto requests = cloud.requests();
@@ -168,49 +149,49 @@ void TestE2E::redirectedDownloadKeepsTheTokenToItself()
 
 void TestE2E::showsFoldersAsTheyAre()
 {
-    QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->open(), qPrintable(error()));
     QCOMPARE(m_page->loginText(), QStringLiteral("Login"));
     QVERIFY(!m_page->isListEnabled());
 
-    QVERIFY2(m_page->signIn(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->signIn(), qPrintable(error()));
     QCOMPARE(m_page->loginText(), QStringLiteral("Logout (Robin Example)"));
     QCOMPARE(sorted(m_page->entries()), sorted(namesIn(m_cloud.dropboxFolder())));
-    QVERIFY2(m_page->openFolder("e2e"), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->openFolder("e2e"), qPrintable(error()));
     QCOMPARE(sorted(m_page->entries()), sorted(namesIn(remote("e2e"))));
     QCOMPARE(m_page->entries().first(), QStringLiteral("deep"));
 
-    QVERIFY2(m_page->select("notes"), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->select("notes"), qPrintable(error()));
     QVERIFY2(!m_page->canImport(), "a file that no translator reads can be imported");
-    QVERIFY2(m_page->openFromPath("e2e", "deep"), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->openFromPath("e2e", "deep"), qPrintable(error()));
     QTRY_COMPARE(m_page->path(), (QStringList{"Dropbox", "e2e", "deep"}));
     QCOMPARE(m_page->entries(), QStringList{"er"});
-    QVERIFY2(m_page->goUp() && m_page->goUp(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->goUp() && m_page->goUp(), qPrintable(error()));
     QCOMPARE(sorted(m_page->entries()), sorted(namesIn(m_cloud.dropboxFolder())));
 }
 
 void TestE2E::deniedSignInLeavesTheUserOut()
 {
     const std::size_t exchanged = m_cloud.requests(QStringLiteral("/1/oauth2/token")).size();
-    QVERIFY2(m_page->open() && m_page->askToSignIn() && m_page->deny(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->open() && m_page->askToSignIn() && m_page->deny(), qPrintable(error()));
     QTest::qWait(200);
     QCOMPARE(m_page->loginText(), QStringLiteral("Login"));
     QVERIFY(!m_page->isListEnabled());
     QCOMPARE(m_cloud.requests(QStringLiteral("/1/oauth2/token")).size(), exchanged);
 
-    QVERIFY2(m_page->signIn(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->signIn(), qPrintable(error()));
     QCOMPARE(m_cloud.requests(QStringLiteral("/1/oauth2/token")).size(), exchanged + 1);
 }
 
 void TestE2E::logoutForgetsTheSession()
 {
-    QVERIFY2(openSignedIn(), qPrintable(m_driver->error()));
-    QVERIFY2(m_page->select("plain.obj"), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn(), qPrintable(error()));
+    QVERIFY2(m_page->select("plain.obj"), qPrintable(error()));
     const QString token = storedSession(settingsName);
     QVERIFY(!token.isEmpty());
     const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
     QVERIFY(!(QFileInfo(settingsFile(settingsName)).permissions() & others));
 
-    QVERIFY2(m_page->logOut(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->logOut(), qPrintable(error()));
     QCOMPARE(storedSession(settingsName), QString());
     QVERIFY(!m_page->isListEnabled());
     QVERIFY(!m_page->canImport());
@@ -230,23 +211,20 @@ void TestE2E::storedSessionNeedsNoBrowser_data()
 void TestE2E::storedSessionNeedsNoBrowser()
 {
     QFETCH(bool, sameHost);
-    QVERIFY2(openSignedIn(), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn(), qPrintable(error()));
     const std::size_t asked = m_cloud.requests(QStringLiteral("/1/oauth2/authorize")).size();
 
     if (sameHost) {
-        QVERIFY2(m_driver->run(QStringLiteral("unloadPlugin \"Tavrin\"")), qPrintable(m_driver->error()));
+        QVERIFY2(m_driver->run(QStringLiteral("unloadPlugin \"Tavrin\"")), qPrintable(error()));
         QVERIFY(!m_page->isOpen());
-        QVERIFY2(m_driver->run(QStringLiteral("loadPlugin \"%1\"").arg(Driver::module())),
-                 qPrintable(m_driver->error()));
+        QVERIFY2(m_driver->run(QStringLiteral("loadPlugin \"%1\"").arg(Driver::module())), qPrintable(error()));
     } else {
         m_driver->stop();
-        QVERIFY2(startHost(), qPrintable(m_driver->error()));
+        QVERIFY2(startHost(), qPrintable(error()));
     }
-    if (!m_page->isOpen())
-        QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
-    QVERIFY2(m_driver->waitFor([this] { return m_page->isSignedIn(); }, "the stored session"),
-             qPrintable(m_driver->error()));
-    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->open(), qPrintable(error()));
+    QVERIFY2(m_driver->waitFor([this] { return m_page->isSignedIn(); }, "the stored session"), qPrintable(error()));
+    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
     QCOMPARE(triangles(), 12);
     QVERIFY(!m_page->browser());
     QCOMPARE(m_cloud.requests(QStringLiteral("/1/oauth2/authorize")).size(), asked);
@@ -254,19 +232,19 @@ void TestE2E::storedSessionNeedsNoBrowser()
 
 void TestE2E::closedDockComesBack()
 {
-    QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("plain.obj"), qPrintable(m_driver->error()));
-    QVERIFY2(m_page->closeDock(), qPrintable(m_driver->error()));
-    QVERIFY2(m_page->open(), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("plain.obj"), qPrintable(error()));
+    QVERIFY2(m_page->closeDock(), qPrintable(error()));
+    QVERIFY2(m_page->open(), qPrintable(error()));
     QVERIFY(m_page->isSignedIn());
-    QVERIFY2(m_page->importByDoubleClick("two words.obj"), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->importByDoubleClick("two words.obj"), qPrintable(error()));
     QCOMPARE(triangles(), 8);
 }
 
 void TestE2E::optionsChangeWhatIsImported()
 {
-    QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
     const QStringList before = m_driver->ask("sceneInfo -q -boundingBox").split(QLatin1Char(' '));
-    QVERIFY2(m_driver->run("file -new -force"), qPrintable(m_driver->error()));
+    QVERIFY2(m_driver->run("file -new -force"), qPrintable(error()));
 
     int dialogs = 0;
     m_driver->setDialogHandler([&](QDialog &dialog) {
@@ -276,8 +254,7 @@ void TestE2E::optionsChangeWhatIsImported()
         return dialog.objectName() == QLatin1String("CloudPortalOptionsDialog") && m_driver->replace(scale, "3") &&
                m_driver->click(ok);
     });
-    QVERIFY2(m_page->setShowOptions(true) && m_page->select("plain.obj") && m_page->import(),
-             qPrintable(m_driver->error()));
+    QVERIFY2(m_page->setShowOptions(true) && m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
 
     QCOMPARE(dialogs, 1);
     const QStringList after = m_driver->ask("sceneInfo -q -boundingBox").split(QLatin1Char(' '));
@@ -301,7 +278,7 @@ void TestE2E::brokenTransferImportsNothing()
     QFETCH(bool, killed);
     CloudProcess cloud;
     QVERIFY2(cloud.start({m_folder.filePath("cloud"), {rule}, 0}), qPrintable(cloud.error()));
-    QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("big.obj"), qPrintable(m_driver->error()));
+    QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("big.obj"), qPrintable(error()));
 
     m_driver->takeHostMessages();
     qint64 arrived = 0;
@@ -315,7 +292,7 @@ void TestE2E::brokenTransferImportsNothing()
     });
     if (killed)
         executioner.start(2);
-    QVERIFY2(m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->import(), qPrintable(error()));
     executioner.stop();
     QVERIFY(!killed || (arrived > 0 && arrived < QFileInfo(remote("e2e/big.obj")).size()));
 
@@ -328,7 +305,7 @@ void TestE2E::brokenTransferImportsNothing()
     if (killed)
         QVERIFY2(cloud.start({m_folder.filePath("cloud"), {}, quint16(cloud.address().port())}),
                  qPrintable(cloud.error()));
-    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
     QCOMPARE(triangles(), 10);
 }
 
@@ -353,22 +330,22 @@ void TestE2E::exportedModelsComeBack()
     QFETCH(QString, translator);
     QFETCH(QString, extension);
     QVERIFY2(openExportTab() && m_page->chooseTranslator(translator) && m_page->setExportName(" Round: Trip\""),
-             qPrintable(m_driver->error()));
+             qPrintable(error()));
     const qint64 before = triangles();
     QVERIFY(before > 0);
-    QVERIFY2(m_page->exportAll(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
     QCOMPARE(m_driver->takeMessages(), QStringList());
 
     const QString name = QStringLiteral("round trip.") + extension;
     QCOMPARE(m_page->exportName(), name);
     QVERIFY2(m_page->entries().contains(name), qPrintable(m_page->entries().join(", ")));
-    const QStringList local = filesBelow(m_userDir->filePath("temp_cloud")).filter(name);
+    const QStringList local = transferred().filter(name);
     QCOMPARE(local.size(), 1);
     QCOMPARE(sha256(local.first()), sha256(remote("exports/" + name)));
 
     QVERIFY(QDir(m_userDir->filePath("temp_cloud")).removeRecursively());
     QVERIFY2(m_driver->run("file -new -force") && m_page->showImportTab() && m_page->select(name) && m_page->import(),
-             qPrintable(m_driver->error()));
+             qPrintable(error()));
     QCOMPARE(triangles(), before);
     QCOMPARE(m_driver->takeMessages(), QStringList());
 }
@@ -389,8 +366,7 @@ void TestE2E::existingFileIsReplacedOnlyWhenAsked()
     writeQuads(remote("exports/taken.obj"), 9);
     QFile::remove(remote("exports/free.obj"));
     const QString old = sha256(remote("exports/taken.obj"));
-    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed),
-             qPrintable(m_driver->error()));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), qPrintable(error()));
     const std::size_t before = m_cloud.requests().size();
 
     int questions = 0;
@@ -400,13 +376,13 @@ void TestE2E::existingFileIsReplacedOnlyWhenAsked()
         return box && box->icon() == QMessageBox::Question &&
                m_driver->click(box->button(QMessageBox::StandardButton(answer)));
     });
-    QVERIFY2(m_page->exportAll(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
 
     QCOMPARE(questions, typed == QLatin1String("taken") ? 1 : 0);
     const bool exported = answer != QMessageBox::No;
     QCOMPARE(sha256(remote("exports/taken.obj")) == old, answer != QMessageBox::Yes);
     QCOMPARE(m_cloud.requests().size() > before, exported);
-    const QStringList written = filesBelow(m_userDir->filePath("temp_cloud")).filter("/" + typed + ".obj");
+    const QStringList written = transferred().filter("/" + typed + ".obj");
     QCOMPARE(written.size(), exported ? 1 : 0);
     QCOMPARE(m_page->entries().contains(typed + ".obj"), exported || typed == QLatin1String("taken"));
 }
@@ -430,11 +406,11 @@ void TestE2E::refusedUploadLeavesTheLocalFile()
     QVERIFY2(cloud.start({m_folder.filePath("cloud"), {"api-content.dropbox.com /1/files_put/* " + action}, 0}),
              qPrintable(cloud.error()));
     QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName("refused"),
-             qPrintable(m_driver->error()));
+             qPrintable(error()));
     m_driver->takeHostMessages();
-    QVERIFY2(m_page->exportAll(), qPrintable(m_driver->error()));
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
 
-    QCOMPARE(filesBelow(m_userDir->filePath("temp_cloud")).filter("/refused.obj").size(), 1);
+    QCOMPARE(transferred().filter("/refused.obj").size(), 1);
     QVERIFY(!m_page->entries().contains("refused.obj"));
     QCOMPARE(QFileInfo::exists(remote("exports/refused.obj")), reachesTheCloud);
     const QStringList errors = m_driver->takeHostMessages().filter(QRegularExpression("^error: "));
