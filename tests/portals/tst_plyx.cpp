@@ -121,8 +121,8 @@ private slots:
         QVERIFY(m_login->Login(&m_owner) && dialog() && m_login->Logout() && !dialog());
 
         int requestsLeft = 1;
-        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [&] {
-            if (--requestsLeft == 0)
+        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [&](const RequestRecord &record) {
+            if (record.target == "/API/v1/Member" && --requestsLeft == 0)
                 m_login->Logout();
         });
         signIn();
