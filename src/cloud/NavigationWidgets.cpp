@@ -16,6 +16,9 @@ using ICloudPortalApi::ICloudItem;
 
 namespace {
 
+constexpr int kTextMargin = 3;   // pixels between a page button's text and its edge
+constexpr int kSmallestText = 8; // pixels
+
 /// \p text as a style must get it to draw every "&" of it.
 QString literal(const QString &text)
 {
@@ -99,6 +102,17 @@ QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal
     button->setAccessibleName(KQtUtil::toQString(accessibleName));
     button->setCheckable(false);
     return button;
+}
+
+void SetNavigationButtonText(QPushButton *button, const QString &text)
+{
+    QFont font = button->parentWidget()->font();
+    const int room = button->maximumWidth() - 2 * kTextMargin;
+    int pixels = QFontInfo(font).pixelSize();
+    while (pixels > kSmallestText && QFontMetrics(font).horizontalAdvance(text) > room)
+        font.setPixelSize(--pixels);
+    button->setFont(font);
+    button->setText(text);
 }
 
 QIcon GetIconPreviousFolder()

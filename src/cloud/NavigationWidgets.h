@@ -30,6 +30,8 @@ protected:
 
 /// A page button of the pager; \p parent owns it.
 QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal_CloudBrowserWindows *parent);
+/// Writes \p text in a font small enough for it to be read whole on the button, in any language.
+void SetNavigationButtonText(QPushButton *button, const QString &text);
 
 QIcon GetIconPreviousFolder();
 QIcon GetIconSearch();

@@ -1,5 +1,6 @@
 // Paging: which pages a paged portal's bar offers, and what a click on them does.
 
+#include "cloud/NavigationWidgets.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
 #include "cloud/Portal_CloudBrowserWindows.h"
 #include "cloud/UiText.h"
@@ -11,7 +12,7 @@
 void Portal_CloudBrowserWindows::setPageButton(PageButton button, bool available, qint64 page)
 {
     QPushButton *widget = m_pageButtons[button];
-    widget->setText(available ? QString::number(page) : QStringLiteral("."));
+    SetNavigationButtonText(widget, available ? QString::number(page) : QStringLiteral("."));
     widget->setEnabled(available);
     widget->setVisible(available);
 }
@@ -26,8 +27,8 @@ void Portal_CloudBrowserWindows::updatePager()
 
     QPushButton *next = m_pageButtons[kNextPage];
     next->setEnabled(!isBeyondEnd(1));
-    next->setText(isBeyondEnd(1) ? QStringLiteral(">")
-                                 : UiText(TavrinStrings::kCloudPortalNext) + QStringLiteral(" >"));
+    SetNavigationButtonText(next, isBeyondEnd(1) ? QStringLiteral(">")
+                                                 : UiText(TavrinStrings::kCloudPortalNext) + QStringLiteral(" >"));
     for (int step = 1; step <= 4; ++step)
         setPageButton(static_cast<PageButton>(kCurrentPage + step), !isBeyondEnd(step), page + step);
 
@@ -38,8 +39,8 @@ void Portal_CloudBrowserWindows::updatePager()
         setPageButton(static_cast<PageButton>(kCurrentPage - step), !isBeforeStart(step), page - step);
     QPushButton *previous = m_pageButtons[kPreviousPage];
     previous->setEnabled(page >= 2);
-    previous->setText(page < 2 ? QStringLiteral("<")
-                               : QStringLiteral("< ") + UiText(TavrinStrings::kCloudPortalPrevious));
+    SetNavigationButtonText(previous, page < 2 ? QStringLiteral("<")
+                                               : QStringLiteral("< ") + UiText(TavrinStrings::kCloudPortalPrevious));
 }
 
 void Portal_CloudBrowserWindows::SwitchPage(int delta)

@@ -157,13 +157,13 @@ void Portal_CloudBrowserWindows::DisablePageResultNavigationUI()
     if (!m_searchBar || !m_pageButtons[kNextPage])
         return;
     m_pageButtons[kNextPage]->setEnabled(false);
-    m_pageButtons[kNextPage]->setText(QStringLiteral(">"));
+    SetNavigationButtonText(m_pageButtons[kNextPage], QStringLiteral(">"));
     for (int button = kPrevious5; button <= kNext4; ++button)
         m_pageButtons[static_cast<std::size_t>(button)]->hide();
     m_pageButtons[kPreviousPage]->setEnabled(false);
-    m_pageButtons[kPreviousPage]->setText(QStringLiteral("<"));
+    SetNavigationButtonText(m_pageButtons[kPreviousPage], QStringLiteral("<"));
     m_pageButtons[kCurrentPage]->setEnabled(false);
-    m_pageButtons[kCurrentPage]->setText(QStringLiteral("|"));
+    SetNavigationButtonText(m_pageButtons[kCurrentPage], QStringLiteral("|"));
 }
 
 bool Portal_CloudBrowserWindows::postpone(Postponed kind, std::function<void()> call)
