@@ -91,11 +91,12 @@ function(tavrin_test name)
   endif()
 endfunction()
 
-# tavrin_import_openkelda(root): takes headers and library of an installed SDK instead of the stand-in.
-function(tavrin_import_openkelda root)
-  find_path(OPENKELDA_INCLUDE_DIR openkelda/openkelda.h PATHS "${root}/include" NO_DEFAULT_PATH REQUIRED)
-  find_library(OPENKELDA_LIBRARY openkelda PATHS "${root}/lib" "${root}/lib64" NO_DEFAULT_PATH REQUIRED)
-  add_library(openkelda SHARED IMPORTED GLOBAL)
-  set_target_properties(openkelda PROPERTIES IMPORTED_LOCATION "${OPENKELDA_LIBRARY}"
-    INTERFACE_INCLUDE_DIRECTORIES "${OPENKELDA_INCLUDE_DIR}")
+# tavrin_import(name root): takes <name>/<name>.h and the library of an installed SDK instead of the stand-in.
+function(tavrin_import name root)
+  string(TOUPPER ${name} upper)
+  find_path(${upper}_INCLUDE_DIR ${name}/${name}.h PATHS "${root}/include" NO_DEFAULT_PATH REQUIRED)
+  find_library(${upper}_LIBRARY ${name} PATHS "${root}/lib" "${root}/lib64" NO_DEFAULT_PATH REQUIRED)
+  add_library(${name} SHARED IMPORTED GLOBAL)
+  set_target_properties(${name} PROPERTIES IMPORTED_LOCATION "${${upper}_LIBRARY}"
+    INTERFACE_INCLUDE_DIRECTORIES "${${upper}_INCLUDE_DIR}")
 endfunction()
