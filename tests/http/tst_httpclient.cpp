@@ -75,7 +75,7 @@ private slots:
     {
         m_server->answer("/put", Reply(200).body("{\"rev\":\"1\"}"));
         const HeaderMap headers = {{L"content-LENGTH", L"3"}, {L"Content-Type", L"a/b"}, {L"content-type", L"c/d"}};
-        for (const int size : {0, 1000000}) {
+        for (const int size : {0, 3000000}) {
             const QByteArray content = numberedBytes(size);
             QVERIFY(writeFile(m_client->folder + QString::fromUtf8("t\xc3\xa4sse"), content));
             const KString folder = KQtUtil::toKString(m_client->folder);
