@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <localcloud/TokenStore.h>
 #include <QDateTime>
 #include <QHash>
 #include <QString>
@@ -16,7 +17,7 @@ class DropboxTokens
 {
 public:
     /// Reads the tokens kept in \p file, if it is there.
-    explicit DropboxTokens(const QString &file);
+    explicit DropboxTokens(const QString &file) : m_tokens(file) {}
 
     QString issueCode(const QString &clientId, const QString &redirectUri);
 
@@ -25,10 +26,10 @@ public:
 
     /// A new token, already on disk. Empty when it cannot be kept.
     QString issueToken();
-    bool isValid(const QString &token) const { return m_tokens.contains(token); }
+    bool isValid(const QString &token) const { return m_tokens.isValid(token); }
 
     /// Makes every token invalid, on disk as well.
-    void revokeAll();
+    void revokeAll() { m_tokens.revokeAll(); }
 
 private:
     struct Code
@@ -37,10 +38,8 @@ private:
         QString redirectUri;
         QDateTime expires;
     };
-    bool save() const;
 
-    QString m_file;
-    QHash<QString, QDateTime> m_tokens; ///< token to time of issue
+    TokenStore m_tokens;
     QHash<QString, Code> m_codes;
 };
 

@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <limits>
 #include <localcloud/HttpConnection.h>
 #include <QDateTime>
-#include <QLocale>
 #include <utility>
 
 namespace localcloud {
@@ -11,14 +11,6 @@ namespace {
 constexpr qint64 kReadBuffer = 256LL * 1024;
 constexpr qint64 kWriteAhead = 256LL * 1024;
 constexpr qint64 kWriteSlice = 64LL * 1024;
-
-QByteArray httpDate()
-{
-    return QLocale::c()
-               .toString(QDateTime::currentDateTimeUtc(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"))
-               .toLatin1() +
-           " GMT";
-}
 
 QByteArray singleLine(QByteArray value)
 {
@@ -222,7 +214,12 @@ void HttpConnection::respond()
     }
     m_sent = 0;
     const bool bodyless = m_head.method == "HEAD" || m_response.status == 304 || m_response.status == 204;
-    m_toSend = bodyless ? 0 : m_response.length();
+    m_chunked = m_response.source && !m_head.oldVersion;
+    m_toSend = m_response.source ? std::numeric_limits<qint64>::max() : m_response.length();
+    if (bodyless)
+        m_toSend = 0;
+    else if (m_response.source && !m_chunked)
+        m_head.keepAlive = false; // the end of the connection is the end of the body
     if (m_response.cutAfter >= 0) {
         m_toSend = std::min(m_toSend, m_response.cutAfter);
         m_head.keepAlive = false;
@@ -238,9 +235,11 @@ void HttpConnection::writeHead()
         "HTTP/1.1 " + QByteArray::number(m_response.status) + ' ' + reasonPhrase(m_response.status) + "\r\n";
     for (const auto &entry : std::as_const(m_response.headers))
         text += singleLine(entry.first) + ": " + singleLine(entry.second) + "\r\n";
-    if (m_response.status != 304 && m_response.status != 204)
+    if (m_chunked)
+        text += "Transfer-Encoding: chunked\r\n";
+    else if (!m_response.source && m_response.status != 304 && m_response.status != 204)
         text += "Content-Length: " + QByteArray::number(m_response.length()) + "\r\n";
-    text += "Date: " + httpDate() + "\r\nServer: localcloud\r\n";
+    text += "Date: " + httpDate(QDateTime::currentSecsSinceEpoch()) + "\r\nServer: localcloud\r\n";
     text += m_head.keepAlive ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";
     m_socket->write(text);
 }
@@ -253,18 +252,27 @@ void HttpConnection::onBytesWritten()
     }
 }
 
+QByteArray HttpConnection::nextBytes()
+{
+    const qint64 count = std::min(kWriteSlice, m_toSend - m_sent);
+    if (m_response.source)
+        return m_response.source().left(
+            static_cast<int>(std::min<qint64>(m_toSend - m_sent, std::numeric_limits<int>::max())));
+    return m_file ? m_file->read(count) : m_response.body.mid(static_cast<int>(m_sent), static_cast<int>(count));
+}
+
 void HttpConnection::writeMore()
 {
     while (m_sent < m_toSend && m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() < kWriteAhead) {
-        const qint64 count = std::min(kWriteSlice, m_toSend - m_sent);
-        const QByteArray bytes =
-            m_file ? m_file->read(count) : m_response.body.mid(static_cast<int>(m_sent), static_cast<int>(count));
-        if (bytes.isEmpty()) { // the file became shorter: the announced length cannot be kept
+        const QByteArray bytes = nextBytes();
+        if (bytes.isEmpty() && !m_response.source) { // the file became shorter: the announced length cannot be kept
             m_socket->abort();
             return;
         }
-        m_socket->write(bytes);
+        m_socket->write(m_chunked ? QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n" : bytes);
         m_sent += bytes.size();
+        if (bytes.isEmpty())
+            m_toSend = m_sent;
     }
     if (m_writing && m_sent == m_toSend)
         finishResponse();
@@ -274,6 +282,7 @@ void HttpConnection::finishResponse()
 {
     m_writing = false;
     m_file.reset();
+    m_response.source = nullptr;
     if (!m_head.keepAlive) {
         linger();
         return;

@@ -64,6 +64,7 @@ private:
     void refuse(int status);
     void respond();
     void writeHead();
+    QByteArray nextBytes();
     void writeMore();
     void finishResponse();
     void linger();
@@ -82,6 +83,7 @@ private:
     std::unique_ptr<QFile> m_file;
     qint64 m_sent = 0; ///< bytes of the body handed to the socket
     qint64 m_toSend = 0;
+    bool m_chunked = false; ///< the response has no known length
     bool m_writing = false;
 };
 

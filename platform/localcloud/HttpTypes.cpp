@@ -1,9 +1,17 @@
 #include <algorithm>
 #include <localcloud/HttpTypes.h>
+#include <QDateTime>
 #include <QFileInfo>
 #include <QHash>
+#include <QLocale>
 
 namespace localcloud {
+
+namespace {
+
+const QString kDateFormat = QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'");
+
+} // namespace
 
 QByteArray headerValue(const HeaderList &headers, const char *name)
 {
@@ -49,6 +57,7 @@ void HttpResponse::set(int code, const QByteArray &type, const QByteArray &text)
     status = code;
     body = text;
     file.clear();
+    source = nullptr;
     setHeader("Content-Type", type);
 }
 
@@ -67,7 +76,10 @@ QByteArray reasonPhrase(int status)
 {
     static const QHash<int, QByteArray> phrases{
         {200, "OK"},
+        {201, "Created"},
+        {204, "No Content"},
         {206, "Partial Content"},
+        {207, "Multi-Status"},
         {302, "Found"},
         {304, "Not Modified"},
         {400, "Bad Request"},
@@ -79,7 +91,9 @@ QByteArray reasonPhrase(int status)
         {408, "Request Timeout"},
         {409, "Conflict"},
         {411, "Length Required"},
+        {412, "Precondition Failed"},
         {413, "Payload Too Large"},
+        {415, "Unsupported Media Type"},
         {416, "Range Not Satisfiable"},
         {431, "Request Header Fields Too Large"},
         {500, "Internal Server Error"},
@@ -90,6 +104,18 @@ QByteArray reasonPhrase(int status)
         {507, "Insufficient Storage"},
     };
     return phrases.value(status, "Status");
+}
+
+QByteArray httpDate(qint64 seconds)
+{
+    return QLocale::c().toString(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC), kDateFormat).toLatin1();
+}
+
+std::optional<qint64> parseHttpDate(const QByteArray &text)
+{
+    QDateTime time = QLocale::c().toDateTime(QString::fromLatin1(text), kDateFormat);
+    time.setTimeSpec(Qt::UTC);
+    return time.isValid() ? std::optional(time.toSecsSinceEpoch()) : std::nullopt;
 }
 
 QByteArray mediaType(const QString &fileName)

@@ -5,7 +5,9 @@
 
 #pragma once
 
+#include <functional>
 #include <localcloud/RequestBody.h>
+#include <optional>
 #include <QByteArray>
 #include <QPair>
 #include <QString>
@@ -45,8 +47,8 @@ struct HttpRequest
     QByteArray target() const { return query.isNull() ? path : path + '?' + query; }
 };
 
-/// A response; the body is either \a body or \a fileLength bytes of \a file from \a fileOffset on. Content-Length, Date
-/// and Connection are added by the connection.
+/// A response; the body is \a body, or \a fileLength bytes of \a file from \a fileOffset on, or what \a source gives.
+/// Content-Length or Transfer-Encoding, Date and Connection are added by the connection.
 struct HttpResponse
 {
     int status = 200;
@@ -55,6 +57,8 @@ struct HttpResponse
     QString file; ///< path of a local file that is streamed; empty for none
     qint64 fileOffset = 0;
     qint64 fileLength = 0;
+    std::function<QByteArray()>
+        source; ///< gives the body piece by piece as the client takes it, an empty one at its end
 
     int delayMs = 0;      ///< waits before the first byte
     qint64 cutAfter = -1; ///< closes the connection after so many bytes of the body; -1 never
@@ -64,11 +68,17 @@ struct HttpResponse
     /// Replaces status, body and Content-Type.
     void set(int code, const QByteArray &type, const QByteArray &text);
     void setHeader(const QByteArray &name, const QByteArray &value);
+    /// Of a body whose length is known.
     qint64 length() const { return file.isEmpty() ? body.size() : fileLength; }
 };
 
 /// The reason phrase of a status; "Status" for one that has none here.
 QByteArray reasonPhrase(int status);
+
+/// A time in seconds since 1970 as headers show it, "Sun, 06 Nov 1994 08:49:37 GMT".
+QByteArray httpDate(qint64 seconds);
+/// Reads it back; nothing for another form.
+std::optional<qint64> parseHttpDate(const QByteArray &text);
 
 /// The media type that goes with the extension of \p fileName.
 QByteArray mediaType(const QString &fileName);

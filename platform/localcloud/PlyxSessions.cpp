@@ -1,22 +1,8 @@
 #include <localcloud/PlyxSessions.h>
 #include <localcloud/Secrets.h>
 #include <QJsonArray>
-#include <QRandomGenerator>
 
 namespace localcloud {
-
-namespace {
-
-/// "+/" and 32 characters of Base64.
-QString sessionKey()
-{
-    quint32 words[6];
-    QRandomGenerator::system()->fillRange(words);
-    const auto bytes = QByteArray::fromRawData(reinterpret_cast<const char *>(words), sizeof words);
-    return "+/" + QString::fromLatin1(bytes.toBase64());
-}
-
-} // namespace
 
 PlyxSessions::PlyxSessions(const QString &file) : m_file(file)
 {
@@ -41,7 +27,7 @@ bool PlyxSessions::save() const
 
 PlyxSession PlyxSessions::open()
 {
-    const PlyxSession session{sessionKey(), sessionKey()};
+    const PlyxSession session{randomBase64Key(), randomBase64Key()};
     m_sessions.insert(session.id, session.secureId);
     if (save())
         return session;

@@ -15,6 +15,11 @@ void setJsonError(HttpResponse &response, int status, const QByteArray &message)
     response.status = status;
 }
 
+void setText(HttpResponse &response, int status, const QByteArray &message)
+{
+    response.set(status, "text/plain; charset=utf-8", message + '\n');
+}
+
 void setFile(HttpResponse &response, const QString &file, qint64 size, const QByteArray &range)
 {
     response.set(200, mediaType(file), {});

@@ -137,22 +137,22 @@ RequestHead parseHead(const QByteArray &bytes)
     const QList<QByteArray> words = lines.first().split(' ');
     if (words.size() != 3 || !isToken(words[0]) || !words[2].startsWith("HTTP/"))
         return refused(400);
-    const bool oldVersion = words[2] == "HTTP/1.0";
-    if (!oldVersion && words[2] != "HTTP/1.1")
+    head.oldVersion = words[2] == "HTTP/1.0";
+    if (!head.oldVersion && words[2] != "HTTP/1.1")
         return refused(505);
     head.method = words[0];
     if (!readHeaders(lines, head.headers) || !readTarget(words[1], head))
         return refused(400);
     if (head.authority.isEmpty())
         head.authority = headerValue(head.headers, "Host");
-    if (head.authority.isEmpty() && !oldVersion)
+    if (head.authority.isEmpty() && !head.oldVersion)
         return refused(400);
     if (!head.authority.isEmpty() && hostOf(head.authority).isEmpty())
         return refused(400);
     if (const int status = readBodyLength(head))
         return refused(status);
-    head.keepAlive = isKeptAlive(head.headers, oldVersion);
-    head.expectContinue = !oldVersion && headerHasToken(head.headers, "Expect", "100-continue");
+    head.keepAlive = isKeptAlive(head.headers, head.oldVersion);
+    head.expectContinue = !head.oldVersion && headerHasToken(head.headers, "Expect", "100-continue");
     return head;
 }
 

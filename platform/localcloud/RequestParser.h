@@ -24,6 +24,7 @@ struct RequestHead
     bool chunked = false;
     bool hasLength = false;
     bool keepAlive = true;
+    bool oldVersion = false; ///< HTTP/1.0, which knows no chunks
     bool expectContinue = false;
 
     bool isConnect() const { return method == "CONNECT"; }

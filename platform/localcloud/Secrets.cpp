@@ -15,6 +15,14 @@ QString randomKey()
     return key;
 }
 
+QString randomBase64Key()
+{
+    quint32 words[6];
+    QRandomGenerator::system()->fillRange(words);
+    const auto bytes = QByteArray::fromRawData(reinterpret_cast<const char *>(words), sizeof words);
+    return "+/" + QString::fromLatin1(bytes.toBase64());
+}
+
 QJsonObject readSecrets(const QString &file)
 {
     QFile stored(file);

@@ -12,6 +12,9 @@ namespace localcloud {
 /// A string of 64 random characters out of a-z and 0-9.
 QString randomKey();
 
+/// "+/" and 32 characters of Base64, a key that must be escaped in addresses.
+QString randomBase64Key();
+
 /// The object kept in \p file; an empty one when there is none.
 QJsonObject readSecrets(const QString &file);
 

@@ -1,0 +1,38 @@
+#include <localcloud/WebPage.h>
+
+namespace localcloud {
+
+QByteArray webPage(const PageLook &look, const QString &title, const QString &body)
+{
+    static const QString frame = QStringLiteral(R"(<!DOCTYPE html>
+<html lang="en"><head><meta charset="utf-8"><title>%1</title>
+<style>
+html { background: #eef1f4; }
+body { margin: 0; min-width: 440px; color: #33404d; font: 14px "DejaVu Sans", Arial, sans-serif; }
+.bar { background: %3; color: #ffffff; padding: 16px 0; text-align: center; font-size: 22px;
+       letter-spacing: 2px; }
+.bar small { display: block; font-size: 11px; letter-spacing: 0; color: %5; margin-top: 3px; }
+.card { width: 332px; margin: 26px auto; padding: 22px 28px 24px; background: #ffffff; border: 1px solid #d5dce2;
+        border-radius: 6px; }
+h1 { font-size: 18px; margin: 0 0 16px; color: #1f2a33; font-weight: normal; }
+p { line-height: 1.5; margin: 0 0 8px; }
+.error { background: #fdecea; border: 1px solid #f3b9b3; border-radius: 4px; color: #9b2318; padding: 8px 12px; }
+label { display: block; margin: 12px 0 5px; font-size: 12px; color: #5a6873; }
+input.text { display: block; width: 100%; box-sizing: border-box; -webkit-box-sizing: border-box; font: inherit;
+             padding: 8px 10px; border: 1px solid #b9c4cd; border-radius: 4px; color: #1f2a33; background: #ffffff; }
+input.text:focus { border-color: %3; outline: 2px solid %6; }
+label.check { display: inline; margin: 0 0 0 4px; font-size: 13px; color: #33404d; }
+.row { margin: 16px 0 18px; }
+button { display: block; width: 100%; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
+         background: %3; color: #ffffff; cursor: pointer; }
+button:focus, button:hover { background: %4; }
+.hint { margin: 18px 0 0; font-size: 12px; color: #7a8791; text-align: center; }
+</style></head><body><div class="bar">%2<small>local cloud</small></div><div class="card">%7</div></body></html>
+)");
+    return frame
+        .arg(title.toHtmlEscaped(), look.brand.toHtmlEscaped(), look.colour, look.darkColour, look.paleColour,
+             look.focusColour, body)
+        .toUtf8();
+}
+
+} // namespace localcloud
