@@ -91,8 +91,7 @@ private slots:
         QVERIFY(m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=abc")) && stored() == "abc|");
 
         const QByteArray address = QByteArray("https://www.plyx.example") + loginPage;
-        const long size = m_login->CreateLoginRequest(nullptr, 0);
-        QCOMPARE(size, address.size() + 1);
+        QCOMPARE(m_login->CreateLoginRequest(nullptr, 0), address.size() + 1);
         for (const int cut : {address.size(), 8}) {
             QByteArray buffer(100, 'x');
             m_login->CreateLoginRequest(buffer.data(), static_cast<unsigned long>(cut) + 1);
@@ -238,29 +237,24 @@ private:
         if (keywords)
             criteria[L"SearchString"] = keywords;
         ItemVector items;
-        int page = -1;
-        int pages = -1;
-        int results = -1;
-        const bool isDone =
-            m_portal->GetBrowser()->SearchCloudItems(m_login, criteria, 1, 2, items, page, pages, results);
-        QString text(isDone ? "" : "failed ");
+        int n[] = {-1, -1, -1};
+        IPortalBrowser *browser = m_portal->GetBrowser();
+        QString text(browser->SearchCloudItems(m_login, criteria, 1, 2, items, n[0], n[1], n[2]) ? "" : "failed ");
         for (ICloudItem *item : items) {
             text += KQtUtil::toQString(item->GetDisplayName()) + ", ";
             item->FolderClick();
             text += m_owner.clicked == item ? "" : "(not heard) ";
             delete item;
         }
-        return text + QString("%1 %2 %3").arg(page).arg(pages).arg(results);
+        return text + QString("%1 %2 %3").arg(n[0]).arg(n[1]).arg(n[2]);
     }
     /// The item goes as soon as the first request has been served.
     bool download(const char *id)
     {
         auto item = makeItem(id);
         const auto gone = connect(&m_fixture->cloud, &LocalCloud::requestServed, this, [&] { item.reset(); });
-        const bool isDone =
-            m_portal->GetBrowser()->DownloadCloudItem(m_login, item.get(), KQtUtil::toKString(local()), "model");
-        disconnect(gone);
-        return isDone;
+        const auto stop = qScopeGuard([&] { disconnect(gone); });
+        return m_portal->GetBrowser()->DownloadCloudItem(m_login, item.get(), KQtUtil::toKString(local()), "model");
     }
     QString local() const { return m_folder->filePath("local/"); }
     QString downloaded() const

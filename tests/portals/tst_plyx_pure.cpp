@@ -76,18 +76,16 @@ private slots:
              "{},4,'5',null,{'__proto__':{'ASSET_ID':'6'}}]}}",
              "7 8 9"},
             {"{'ASSETS':{'ASSET':{'ASSET_ID':7}}}", "7 8 9"},
-            {"{'ASSETS':{'ASSET':[{'ASSET_ID':'\xe2\x80\xa8'}]}}", QString(QChar(0x2028)) + " , 7 8 9"},
-            {QByteArray("{'CURRENT_PAGE':2}\0<html>", 25), "2 8 9"},
-            {"\xef\xbb\xbf{'CURRENT_PAGE':2}", "2 8 9"},
+            {"\xef\xbb\xbf{'CURRENT_PAGE':2,'ASSETS':{'ASSET':[{'ASSET_ID':'\xe2\x80\xa8'}]}}",
+             QString(QChar(0x2028)) + " , 2 8 9"},
             {"{'CURRENT_PAGE':-1,'TOTAL_PAGE_COUNT':2147483647,'TOTAL_RESULT_COUNT':1e300}",
              "-1 2147483647 2147483647"},
             {"{'CURRENT_PAGE':'3','TOTAL_PAGE_COUNT':null,'TOTAL_RESULT_COUNT':[25]}", "7 8 9"},
+            {"<html>busy</html>", "7 8 9"},
+            {"{'CURRENT_PAGE':2,'ASSETS':{'ASSET':[{'ASSET_ID':7},", "7 8 9"},
         };
         for (const auto &[body, expected] : replies)
             QCOMPARE(found(body), expected);
-        for (const char *broken : {"", "<html>busy</html>", "{'CURRENT_PAGE':2,'ASSETS':{'ASSET':[{'ASSET_ID':7},",
-                                   "{'CURRENT_PAGE':NaN}", "(function(){while(1){}}())"})
-            QCOMPARE(found(broken), QString("7 8 9"));
     }
 
     void assetReplies()
@@ -114,11 +112,14 @@ private slots:
             QVERIFY2(!PlyxReplies::isMember(json(body)) && !PlyxReplies::memberName(json(body), name), body);
         QVERIFY(PlyxReplies::isMember(json("{'MEMBERID':42}")) && name == "before");
 
-        for (const QByteArray host : {"files-2.plyx.example", "localhost:8443"})
-            QVERIFY2(PlyxReplies::downloadHost(json("{'DOWNLOAD':'" + host + "'}")) == host.constData(), host);
-        for (const QByteArray host : {"", "https://a.b", "a.b/c", "a@b", "a.b?c", "a.b#c", "a.b:", "a.b:123456", "a b",
-                                      "a.b\\n", "-a.b", "[::1]", "a:b@c", "ä.b", "a.b\\u0000c"})
-            QVERIFY2(PlyxReplies::downloadHost(json("{'DOWNLOAD':'" + host + "'}")).isEmpty(), host);
+        const auto hostIn = [](const QByteArray &text) {
+            return PlyxReplies::downloadHost(json("{'DOWNLOAD':'" + text + "'}"));
+        };
+        QVERIFY(hostIn("files-2.plyx.example") == "files-2.plyx.example" &&
+                hostIn("localhost:8443") == "localhost:8443");
+        for (const char *text : {"", "https://a.b", "a.b/c", "a@b", "a.b?c", "a.b#c", "a.b:", "a.b:123456", "a b",
+                                 "a.b\\n", "-a.b", "[::1]", "a:b@c", "ä.b", "a.b\\u0000c"})
+            QVERIFY2(hostIn(text).isEmpty(), text);
     }
 
     void rootShowsTheGalleriesFirst()
