@@ -43,6 +43,8 @@ private slots:
     void brokenTransferImportsNothing();
     void exportedModelsComeBack_data();
     void exportedModelsComeBack();
+    void oddNamesHaveAClearOutcome_data();
+    void oddNamesHaveAClearOutcome();
     void existingFileIsReplacedOnlyWhenAsked_data();
     void existingFileIsReplacedOnlyWhenAsked();
     void refusedUploadLeavesTheLocalFile_data();
@@ -348,6 +350,44 @@ void TestE2E::exportedModelsComeBack()
              qPrintable(error()));
     QCOMPARE(triangles(), before);
     QCOMPARE(m_driver->takeMessages(), QStringList());
+}
+
+void TestE2E::oddNamesHaveAClearOutcome_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("nothing left") << "???"
+                                  << ".obj";
+    QTest::newRow("parent folder") << ".."
+                                   << "...obj";
+    QTest::newRow("path") << "C:\\Work\\A/b:c"
+                          << "bc.obj";
+    QTest::newRow("other extension") << "Model.fbx"
+                                     << "model.fbx.obj";
+    QTest::newRow("command") << "x`quit`; $y"
+                             << "x`quit`; $y.obj";
+    QTest::newRow("non-ASCII") << QString("ÄRGER 日本") << QString("ärger 日本.obj");
+    QTest::newRow("too long") << QString(300, 'x') << QString();
+}
+
+void TestE2E::oddNamesHaveAClearOutcome()
+{
+    QFETCH(QString, typed);
+    QFETCH(QString, stored);
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), qPrintable(error()));
+    const QStringList before = namesIn(remote("exports"));
+    m_driver->takeHostMessages();
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+
+    QStringList added = QDir(remote("exports")).entryList(QDir::Files | QDir::Hidden);
+    for (const QString &name : before)
+        added.removeOne(name);
+    QCOMPARE(added, stored.isEmpty() ? QStringList() : QStringList{stored});
+    QCOMPARE(m_driver->takeMessages(), QStringList());
+    const QStringList said = m_driver->takeHostMessages();
+    QCOMPARE(said.filter(QRegularExpression("^error: .*File name too long")).isEmpty(), !stored.isEmpty());
+    QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
+    QFile::remove(remote("exports/" + stored));
 }
 
 void TestE2E::existingFileIsReplacedOnlyWhenAsked_data()

@@ -188,7 +188,8 @@ bool Driver::replace(QWidget *field, const QString &text, Qt::Key last)
         return fail(nameOf(field) + QStringLiteral(" has not taken the focus"));
     QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClick(editor, Qt::Key_Delete);
-    QTest::keyClicks(editor, text);
+    for (const QChar letter : text) // keyClicks() knows Latin letters only
+        QTest::sendKeyEvent(QTest::Click, editor, Qt::Key_unknown, QString(letter), Qt::NoModifier);
     QTest::keyClick(editor, last);
     return true;
 }
