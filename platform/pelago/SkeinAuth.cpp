@@ -1,48 +1,125 @@
-#include <pelago/pelago.h>
+#include "SkeinCall.h"
 
-const char *Skein_Auth_getServerAddress(Skein_Service_Deployment)
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+using namespace pelago;
+
+namespace pelago {
+
+HandleTable<Session> &sessions()
 {
-    return "";
+    static auto *const table = new HandleTable<Session>(int64_t{1} << 32);
+    return *table;
 }
 
-int64_t Skein_Auth_openSession(const char *, const char *, const char *, const char *)
+} // namespace pelago
+
+namespace {
+
+/// Runs \p call on the session behind \p handle.
+template <class Call>
+int withSession(int64_t handle, const Call &call) noexcept
 {
-    return Skein_Result_BadArgument;
+    return static_cast<int>(guarded([&]() -> int64_t {
+        const std::shared_ptr<Session> session = sessions().find(handle);
+        return session ? call(*session) : Skein_Result_UnknownHandle;
+    }));
 }
 
-void Skein_Auth_closeSession(int64_t) {}
-
-int Skein_Auth_isUserLoggedIn(int64_t)
+/// \p name of the user of \p handle, held in \p text of the session.
+const char *nameText(int64_t handle, QString Credentials::*name, QByteArray Session::*text) noexcept
 {
-    return Skein_Result_UnknownHandle;
+    const char *result = "";
+    withSession(handle, [&](Session &session) {
+        session.*text = (session.credentials().*name).toUtf8();
+        result = (session.*text).constData();
+        return 1;
+    });
+    return result;
 }
 
-long Skein_Auth_createLoginRequest(int64_t, char *, unsigned long)
+} // namespace
+
+const char *Skein_Auth_getServerAddress(Skein_Service_Deployment deployment)
 {
-    return Skein_Result_UnknownHandle;
+    static QByteArray texts[3];
+    const char *result = "";
+    guarded([&]() -> int64_t {
+        const int number = static_cast<int>(deployment);
+        if (number < 0 || number > 2)
+            return 0;
+        texts[number] = Deployments::load().at(number).signIn.toEncoded();
+        result = texts[number].constData();
+        return 1;
+    });
+    return result;
 }
 
-int Skein_Auth_completeLogin(int64_t, const char *)
+int64_t Skein_Auth_openSession(const char *, const char *, const char *sessionFile, const char *serverAddress)
 {
-    return Skein_Result_UnknownHandle;
+    return guarded([&]() -> int64_t {
+        const QUrl server = pelago::serverAddress(QString::fromUtf8(serverAddress));
+        if (!Deployments::load().isAllowed(server))
+            return Skein_Result_BadArgument;
+        return sessions().add(std::make_shared<Session>(QString::fromUtf8(sessionFile), server));
+    });
 }
 
-int Skein_Auth_login(int64_t, const char *, const char *)
+void Skein_Auth_closeSession(int64_t handle)
 {
-    return Skein_Result_UnknownHandle;
+    guarded([handle]() -> int64_t {
+        if (const std::shared_ptr<Session> session = sessions().take(handle))
+            session->close();
+        return 1;
+    });
 }
 
-int Skein_Auth_logout(int64_t)
+int Skein_Auth_isUserLoggedIn(int64_t session)
 {
-    return Skein_Result_UnknownHandle;
+    return withSession(session, [](const Session &found) { return found.isSignedIn() ? 1 : 0; });
 }
 
-const char *Skein_Auth_getUserFirstName(int64_t)
+long Skein_Auth_createLoginRequest(int64_t session, char *buffer, unsigned long size)
 {
-    return "";
+    return withSession(session, [=](const Session &found) -> int {
+        if (found.deployment().kind == SignInKind::Password)
+            return Skein_Result_PasswordSignIn;
+        const QByteArray address = found.server().toEncoded();
+        if (buffer && size > 0) {
+            const auto length = std::min<unsigned long>(static_cast<unsigned long>(address.size()), size - 1);
+            std::memcpy(buffer, address.constData(), length);
+            buffer[length] = '\0';
+        }
+        return address.size() + 1;
+    });
 }
 
-const char *Skein_Auth_getUserLastName(int64_t)
+int Skein_Auth_completeLogin(int64_t session, const char *finalAddress)
 {
-    return "";
+    return withSession(session, [finalAddress](Session &found) {
+        return found.completeLogin(QUrl(QString::fromUtf8(finalAddress), QUrl::TolerantMode));
+    });
+}
+
+int Skein_Auth_login(int64_t session, const char *user, const char *password)
+{
+    return withSession(
+        session, [=](Session &found) { return found.login(QString::fromUtf8(user), QString::fromUtf8(password)); });
+}
+
+int Skein_Auth_logout(int64_t session)
+{
+    return withSession(session, [](Session &found) { return found.logout() ? 1 : Skein_Result_LocalFile; });
+}
+
+const char *Skein_Auth_getUserFirstName(int64_t session)
+{
+    return nameText(session, &Credentials::firstName, &Session::firstNameText);
+}
+
+const char *Skein_Auth_getUserLastName(int64_t session)
+{
+    return nameText(session, &Credentials::lastName, &Session::lastNameText);
 }

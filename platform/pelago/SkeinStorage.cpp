@@ -1,36 +1,190 @@
-#include <pelago/pelago.h>
+#include "Listing.h"
+#include "SkeinCall.h"
+#include "Transfer.h"
 
-const char *Skein_Storage_getServerAddress(Skein_Service_Deployment)
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace pelago;
+
+namespace pelago {
+
+HandleTable<EndPoint> &endPoints()
 {
-    return "";
+    static auto *const table = new HandleTable<EndPoint>(int64_t{1} << 33);
+    return *table;
 }
 
-int64_t Skein_Storage_createEndPoint(int64_t, const char *, int, const char *, int, int)
+} // namespace pelago
+
+namespace {
+
+constexpr int replaceMode = 2;
+
+/// Runs \p call on the end point behind \p handle.
+template <class Call>
+int withEndPoint(int64_t handle, const Call &call) noexcept
 {
-    return Skein_Result_UnknownHandle;
+    return static_cast<int>(guarded([&]() -> int64_t {
+        const std::shared_ptr<EndPoint> endPoint = endPoints().find(handle);
+        return endPoint ? call(*endPoint) : Skein_Result_UnknownHandle;
+    }));
 }
 
-void Skein_Storage_destroyEndPoint(int64_t) {}
-
-int Skein_Storage_listContents(int64_t, const char *, Skein_ContentCb, void *)
+/// The same, and tells \p transferCb how it ended.
+template <class Call>
+int transfer(int64_t handle, Skein_TransferCb transferCb, void *context, const Call &call) noexcept
 {
-    return Skein_Result_UnknownHandle;
+    const int result = withEndPoint(handle, call);
+    if (transferCb && result != Skein_Result_UnknownHandle)
+        guarded([&]() -> int64_t { return transferCb(context, result), 1; });
+    return result;
 }
 
-int Skein_Storage_downloadFile(int64_t, const char *, const char *, const char *, const char *, Skein_ProgressCb,
-                               Skein_TransferCb, void *, void *)
+/// Passes on what has been moved, \p before included, as long as it grows.
+class Meter
 {
-    return Skein_Result_UnknownHandle;
+public:
+    Meter(Skein_ProgressCb callback, void *context) : m_callback(callback), m_context(context) {}
+
+    Progress from(qint64 before, qint64 knownTotal)
+    {
+        return [=](qint64 done, qint64 total) {
+            if (!m_callback || before + done <= m_told)
+                return;
+            m_told = before + done;
+            m_callback(m_context, m_told, knownTotal >= 0 ? knownTotal : total);
+        };
+    }
+
+private:
+    Skein_ProgressCb m_callback;
+    void *m_context;
+    qint64 m_told = -1;
+};
+
+QString text(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
 }
 
-int Skein_Storage_uploadFiles(int64_t, const char *, const char *const *, const char *const *, int, Skein_ProgressCb,
-                              Skein_TransferCb, void *, void *)
+int storeAll(EndPoint &endPoint, const QString &folder, const QStringList &paths, const QStringList &names,
+             Meter &meter)
 {
-    return Skein_Result_UnknownHandle;
+    qint64 total = 0;
+    for (const QString &path : paths)
+        total += QFileInfo(path).size();
+    qint64 before = 0;
+    for (int at = 0; at < paths.size(); ++at) {
+        const int result = uploadNew(endPoint, DavPath::child(folder, names[at]), paths[at], meter.from(before, total));
+        if (result < 0)
+            return at > 0 ? at : result;
+        before += QFileInfo(paths[at]).size();
+    }
+    return paths.size();
 }
 
-int Skein_Storage_updateFile(int64_t, const char *, const char *, int, const char *, Skein_ProgressCb, Skein_TransferCb,
-                             void *, void *)
+} // namespace
+
+const char *Skein_Storage_getServerAddress(Skein_Service_Deployment deployment)
 {
-    return Skein_Result_UnknownHandle;
+    static QByteArray texts[3];
+    const char *result = "";
+    guarded([&]() -> int64_t {
+        const int number = static_cast<int>(deployment);
+        if (number < 0 || number > 2)
+            return 0;
+        texts[number] = Deployments::load().at(number).storage.toEncoded();
+        result = texts[number].constData();
+        return 1;
+    });
+    return result;
+}
+
+int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress, int options, const char *space,
+                                     int firstReserved, int secondReserved)
+{
+    return guarded([&]() -> int64_t {
+        const std::shared_ptr<Session> found = sessions().find(session);
+        if (!found)
+            return Skein_Result_UnknownHandle;
+        const QUrl storage = folderAddress(text(storageAddress));
+        const bool usual = options == 0 && firstReserved == 0 && secondReserved == 0;
+        if (!usual || !space || std::strcmp(space, "my") != 0 || !found->mayUse(storage))
+            return Skein_Result_BadArgument;
+        return endPoints().add(std::make_shared<EndPoint>(found, storage));
+    });
+}
+
+void Skein_Storage_destroyEndPoint(int64_t handle)
+{
+    guarded([handle]() -> int64_t {
+        if (const std::shared_ptr<EndPoint> endPoint = endPoints().take(handle))
+            endPoint->close();
+        return 1;
+    });
+}
+
+int Skein_Storage_listContents(int64_t handle, const char *folderId, Skein_ContentCb contentCb, void *context)
+{
+    return withEndPoint(handle, [&](EndPoint &endPoint) -> int {
+        const QString folder = text(folderId);
+        return DavPath::isIdentifier(folder) ? listFolder(endPoint, folder, contentCb, context)
+                                             : Skein_Result_BadArgument;
+    });
+}
+
+int Skein_Storage_downloadFile(int64_t handle, const char *folderId, const char *fileName, const char *localFolder,
+                               const char *localName, Skein_ProgressCb progressCb, Skein_TransferCb downloadCb,
+                               void *progressContext, void *downloadContext)
+{
+    return transfer(handle, downloadCb, downloadContext, [&](EndPoint &endPoint) -> int {
+        const QString folder = text(folderId);
+        const QString name = text(fileName);
+        const QString target = text(localName);
+        const bool named = DavPath::isIdentifier(folder) && DavPath::isName(name) && DavPath::isName(target);
+        if (!named || text(localFolder).isEmpty())
+            return Skein_Result_BadArgument;
+        Meter meter(progressCb, progressContext);
+        return downloadFile(endPoint, DavPath::child(folder, name), QDir(text(localFolder)).filePath(target),
+                            meter.from(0, -1));
+    });
+}
+
+int Skein_Storage_uploadFiles(int64_t handle, const char *folderId, const char *const *localPaths,
+                              const char *const *fileNames, int count, Skein_ProgressCb progressCb,
+                              Skein_TransferCb uploadCb, void *progressContext, void *uploadContext)
+{
+    return transfer(handle, uploadCb, uploadContext, [&](EndPoint &endPoint) -> int {
+        const QString folder = text(folderId);
+        if (!DavPath::isIdentifier(folder) || !localPaths || !fileNames || count < 1)
+            return Skein_Result_BadArgument;
+        QStringList paths;
+        QStringList names;
+        for (int at = 0; at < count; ++at) {
+            paths.append(text(localPaths[at]));
+            names.append(text(fileNames[at]));
+        }
+        if (!std::all_of(names.begin(), names.end(), DavPath::isName))
+            return Skein_Result_BadArgument;
+        Meter meter(progressCb, progressContext);
+        return storeAll(endPoint, folder, paths, names, meter);
+    });
+}
+
+int Skein_Storage_updateFile(int64_t handle, const char *folderId, const char *itemId, int mode, const char *localPath,
+                             Skein_ProgressCb progressCb, Skein_TransferCb uploadCb, void *progressContext,
+                             void *uploadContext)
+{
+    return transfer(handle, uploadCb, uploadContext, [&](EndPoint &endPoint) -> int {
+        const QString item = text(itemId);
+        const bool known = !item.isEmpty() && DavPath::isIdentifier(item);
+        if (!known || DavPath::parent(item) != text(folderId) || mode != replaceMode)
+            return Skein_Result_BadArgument;
+        Meter meter(progressCb, progressContext);
+        return uploadReplacing(endPoint, item, text(localPath), meter.from(0, -1));
+    });
 }

@@ -50,10 +50,11 @@ typedef enum Skein_Result {
     Skein_Result_Redirected = -12,  /* the server pointed to another address, which is never followed */
     Skein_Result_ServerError = -13, /* any other status */
     Skein_Result_BadReply = -14,    /* the reply is no answer to the question */
-    Skein_Result_LocalFile = -15    /* a local file cannot be read or written */
+    Skein_Result_LocalFile = -15,   /* a local file cannot be read or written */
+    Skein_Result_Internal = -16     /* no memory, or not the application object's thread */
 } Skein_Result;
 
-/* --- Sign-in ------------------------------------------------------------------------------------------------- */
+/* Sign-in */
 
 /** The sign-in service of a deployment; empty when pelago.ini gives none that can be used. Valid until the next call
  * for the same deployment. */
@@ -94,7 +95,7 @@ int Skein_Auth_logout(int64_t session);
 const char *Skein_Auth_getUserFirstName(int64_t session);
 const char *Skein_Auth_getUserLastName(int64_t session);
 
-/* --- Storage ------------------------------------------------------------------------------------------------- */
+/* Storage */
 
 /* An entry's identifier is its path below the storage address: names separated by "/", nothing escaped, no slash at
  * either end. The identifier of the storage's own folder is empty; a null identifier means the same. */
@@ -113,7 +114,7 @@ typedef void (*Skein_TransferCb)(void *context, int result);
 const char *Skein_Storage_getServerAddress(Skein_Service_Deployment deployment);
 
 /** An end point for the files below storageAddress, with the credentials that the session holds at each call. The
- * address is the storage of the session's deployment or has the origin of its sign-in service. space must be "my", the
+ * address must have the origin of the session's sign-in service or of its deployment's storage. space must be "my", the
  * user's own files; the numbers must be 0. Negative on failure. Never asks a server. */
 int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress, int options, const char *space,
                                      int firstReserved, int secondReserved);
@@ -145,7 +146,7 @@ int Skein_Storage_updateFile(int64_t endPoint, const char *folderId, const char 
                              const char *localPath, Skein_ProgressCb progressCb, Skein_TransferCb uploadCb,
                              void *progressContext SKEIN_OPTIONAL, void *uploadContext SKEIN_OPTIONAL);
 
-/* --- Tracing ------------------------------------------------------------------------------------------------- */
+/* Tracing */
 
 /** 0: nothing, which is the default; 1: what went wrong; 2: also one line per request. No line holds a secret, a query
  * or file content. */

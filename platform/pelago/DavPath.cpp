@@ -1,0 +1,122 @@
+#include "DavPath.h"
+
+#include <QTextCodec>
+
+#include <algorithm>
+
+namespace pelago::DavPath {
+
+namespace {
+
+int hexDigit(char digit)
+{
+    if (digit >= '0' && digit <= '9')
+        return digit - '0';
+    const char small = static_cast<char>(digit | 0x20);
+    return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
+}
+
+/// Decodes once; what is no escape stays as it is.
+QByteArray decoded(const QByteArray &text)
+{
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    for (int at = 0; at < text.size(); ++at) {
+        const bool complete = text[at] == '%' && at + 2 < text.size();
+        const int high = complete ? hexDigit(text[at + 1]) : -1;
+        const int low = complete ? hexDigit(text[at + 2]) : -1;
+        if (high < 0 || low < 0) {
+            bytes.append(text[at]);
+        } else {
+            bytes.append(static_cast<char>(high * 16 + low));
+            at += 2;
+        }
+    }
+    return bytes;
+}
+
+/// The decoded names of an escaped path. Split before decoding, so that an escaped slash does not separate.
+QByteArrayList namesOf(const QByteArray &path)
+{
+    QByteArrayList names;
+    for (const QByteArray &part : path.split('/')) {
+        if (!part.isEmpty())
+            names.append(decoded(part));
+    }
+    return names;
+}
+
+/// \p bytes as text; false when they are no UTF-8, because no identifier would lead back to them.
+bool readUtf8(const QByteArray &bytes, QString *text)
+{
+    QTextCodec::ConverterState state;
+    *text = QTextCodec::codecForMib(106)->toUnicode(bytes.constData(), bytes.size(), &state);
+    return state.invalidChars == 0 && state.remainingChars == 0;
+}
+
+} // namespace
+
+bool isName(const QString &name)
+{
+    const bool dots = name == QLatin1String(".") || name == QLatin1String("..");
+    return !name.isEmpty() && !dots && !name.contains(QLatin1Char('/')) && !name.contains(QChar(0));
+}
+
+bool isIdentifier(const QString &id)
+{
+    const QStringList names = id.split(QLatin1Char('/'));
+    return id.isEmpty() || std::all_of(names.begin(), names.end(), isName);
+}
+
+QString child(const QString &folder, const QString &name)
+{
+    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
+}
+
+QString parent(const QString &id)
+{
+    return id.left(std::max(0, id.lastIndexOf(QLatin1Char('/'))));
+}
+
+QUrl address(const QUrl &root, const QString &id, Form form)
+{
+    QByteArray text = root.toEncoded(QUrl::RemoveQuery | QUrl::RemoveFragment);
+    text += QUrl::toPercentEncoding(id, "/");
+    if (form == Form::Folder && !text.endsWith('/'))
+        text += '/';
+    return QUrl::fromEncoded(text, QUrl::StrictMode);
+}
+
+Folder::Folder(const QUrl &address)
+    : m_host(address.host(QUrl::FullyEncoded).toLatin1().toLower()),
+      m_names(namesOf(address.path(QUrl::FullyEncoded).toLatin1()))
+{}
+
+Folder::Member Folder::find(const QByteArray &href, QString *name) const
+{
+    QByteArray path = href;
+    const int authority = href.startsWith('/') ? -1 : href.indexOf("://");
+    if (authority >= 0) {
+        const int pathStart = href.indexOf('/', authority + 3);
+        const QUrl server = QUrl::fromEncoded(href.left(pathStart));
+        // A server behind a gateway often writes another scheme or port than the one that leads to it.
+        if (server.host(QUrl::FullyEncoded).toLatin1().toLower() != m_host)
+            return Member::Other;
+        path = pathStart < 0 ? QByteArray("/") : href.mid(pathStart);
+    } else if (!href.startsWith('/')) {
+        return Member::Other;
+    }
+    const auto pathEnd = std::find_if(path.cbegin(), path.cend(), [](char c) { return c == '?' || c == '#'; });
+    path.truncate(static_cast<int>(pathEnd - path.cbegin()));
+
+    const QByteArrayList names = namesOf(path);
+    if (names.size() < m_names.size() || names.size() > m_names.size() + 1)
+        return Member::Other;
+    if (!std::equal(m_names.begin(), m_names.end(), names.begin()))
+        return Member::Other;
+    if (names.size() == m_names.size())
+        return Member::Itself;
+    return readUtf8(names.last(), name) && isName(*name) ? Member::Child : Member::Other;
+}
+
+} // namespace pelago::DavPath

@@ -1,0 +1,50 @@
+// pelago/Deployments.h
+//
+// Which servers there are: the user's pelago.ini, or the built-in addresses.
+
+#pragma once
+
+#include <QString>
+#include <QUrl>
+#include <QVector>
+
+namespace pelago {
+
+enum class SignInKind { Web, Password };
+
+struct Deployment
+{
+    QString name;
+    QUrl signIn;  ///< invalid when the file gives none that can be used
+    QUrl storage; ///< likewise; its path ends in "/"
+    SignInKind kind = SignInKind::Web;
+    bool plainHttp = false; ///< whether hosts other than this machine may be asked without TLS
+    int idleTimeoutMs = 60000;
+};
+
+class Deployments
+{
+public:
+    /// Reads the file that PELAGO_CONFIG names, otherwise pelago.ini in the user's configuration folder.
+    static Deployments load();
+    /// A file that does not exist gives the built-in addresses, one that cannot be read none at all.
+    explicit Deployments(const QString &file);
+
+    /// \p number as in Skein_Service_Deployment; one without addresses for any other.
+    Deployment at(int number) const { return m_all.value(number); }
+    /// The first one that signs in at \p signIn, otherwise one with defaults and without addresses.
+    Deployment forSignIn(const QUrl &signIn) const;
+    /// Whether credentials may go to \p address: TLS, or this machine, or allowed by the file for that origin.
+    bool isAllowed(const QUrl &address) const;
+
+private:
+    QVector<Deployment> m_all;
+};
+
+/// \p text as an address without name, password, query or fragment; invalid when it is none for http or https.
+QUrl serverAddress(const QString &text);
+/// The same, with a path that ends in "/".
+QUrl folderAddress(const QString &text);
+bool sameOrigin(const QUrl &one, const QUrl &other);
+
+} // namespace pelago

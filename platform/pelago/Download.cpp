@@ -1,0 +1,75 @@
+#include "EndPoint.h"
+#include "Transfer.h"
+
+#include <pelago/pelago.h>
+
+#include <cstdio>
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+namespace pelago {
+
+namespace {
+
+/// A file beside \p target that takes its place in the end, or goes.
+class PartFile
+{
+public:
+    explicit PartFile(const QString &target) : m_target(target)
+    {
+        const QString id = QUuid::createUuid().toString(QUuid::Id128);
+        m_file.setFileName(QFileInfo(target).path() + QStringLiteral("/.pelago-") + id + QStringLiteral(".tmp"));
+    }
+    ~PartFile()
+    {
+        if (m_file.exists())
+            m_file.remove();
+    }
+
+    bool open() { return !QFileInfo(m_target).isDir() && m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly); }
+    bool write(const QByteArray &bytes) { return m_file.write(bytes) == bytes.size(); }
+    /// Replaces a link, not what it leads to.
+    bool keep()
+    {
+        const bool written = m_file.flush() && m_file.error() == QFile::NoError;
+        m_file.close();
+        return written && std::rename(QFile::encodeName(m_file.fileName()).constData(),
+                                      QFile::encodeName(m_target).constData()) == 0;
+    }
+
+private:
+    QString m_target;
+    QFile m_file;
+};
+
+} // namespace
+
+int downloadFile(EndPoint &endPoint, const QString &id, const QString &target, const Progress &progress)
+{
+    PartFile file(target);
+    if (!file.open())
+        return Skein_Result_LocalFile;
+
+    bool written = true;
+    qint64 done = 0;
+    DavCall call;
+    call.verb = "GET";
+    call.url = endPoint.address(id, DavPath::Form::File);
+    call.expected = 200;
+    call.sink = [&](qint64 announced, const QByteArray &bytes) {
+        written = file.write(bytes);
+        done += bytes.size();
+        if (written)
+            progress(done, announced);
+        return written;
+    };
+    const DavResult result = endPoint.send(call);
+    if (!written)
+        return Skein_Result_LocalFile;
+    if (!result.isSuccess())
+        return result.result;
+    return file.keep() ? 1 : Skein_Result_LocalFile;
+}
+
+} // namespace pelago

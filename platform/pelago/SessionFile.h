@@ -1,0 +1,39 @@
+// pelago/SessionFile.h
+//
+// What is needed to come back signed in, in a file that only its owner can read.
+
+#pragma once
+
+#include <optional>
+#include <QString>
+#include <QUrl>
+
+namespace pelago {
+
+/// Who is signed in, and what proves it to the storage.
+struct Credentials
+{
+    QString user;
+    QString secret; ///< a password or an issued token
+    QString firstName;
+    QString lastName;
+};
+
+class SessionFile
+{
+public:
+    /// An empty \p path remembers nothing.
+    explicit SessionFile(const QString &path) : m_path(path) {}
+
+    /// What was remembered for \p server; nothing when the file is missing, unreadable, damaged or another server's.
+    std::optional<Credentials> read(const QUrl &server) const;
+    /// Replaces the content in one step. False when it cannot; the old content stays then.
+    bool write(const QUrl &server, const Credentials &credentials) const;
+    /// Removes the file. True when there is none afterwards.
+    bool remove() const;
+
+private:
+    QString m_path;
+};
+
+} // namespace pelago
