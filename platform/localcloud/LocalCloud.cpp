@@ -3,6 +3,7 @@
 #include <localcloud/LocalCloud.h>
 #include <localcloud/PlyxSeed.h>
 #include <localcloud/Replies.h>
+#include <localcloud/ZephalSeed.h>
 #include <QDir>
 #include <QHostAddress>
 #include <QSslSocket>
@@ -76,7 +77,7 @@ bool LocalCloud::prepareFolders(QString *error)
         return false;
     }
     QFile::setPermissions(m_dataDir + "/.localcloud", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return prepareDropbox(error) && preparePlyx(error);
+    return prepareDropbox(error) && preparePlyx(error) && prepareZephal(error);
 }
 
 bool LocalCloud::prepareDropbox(QString *error)
@@ -102,6 +103,20 @@ bool LocalCloud::preparePlyx(QString *error)
         addService(std::move(service));
     }
     return m_plyx->open(error);
+}
+
+bool LocalCloud::prepareZephal(QString *error)
+{
+    const QString largeModel = dropboxDir() + "/Large terrain.obj";
+    if (!seedZephal(zephalDir(), stateFile("seeded-zephal"), m_options.seed, largeModel, error))
+        return false;
+    if (!m_zephal) {
+        const ZephalPlaces places{zephalDir(), spoolFolder(), stateFile("zephal-tokens.json")};
+        auto service = std::make_unique<ZephalService>(m_options.zephal, places);
+        m_zephal = service.get();
+        addService(std::move(service));
+    }
+    return true;
 }
 
 QString LocalCloud::stateFile(const char *name) const
@@ -147,6 +162,11 @@ QString LocalCloud::dropboxDir() const
 QString LocalCloud::plyxDir() const
 {
     return m_dataDir + "/plyx";
+}
+
+QString LocalCloud::zephalDir() const
+{
+    return m_dataDir + "/zephal";
 }
 
 QString LocalCloud::spoolFolder() const
@@ -199,6 +219,22 @@ void LocalCloud::revokePlyxSessions()
 int LocalCloud::plyxSessionCount() const
 {
     return m_plyx ? m_plyx->sessions().count() : 0;
+}
+
+QString LocalCloud::issueZephalToken()
+{
+    return m_zephal ? m_zephal->signIn().issueToken() : QString();
+}
+
+void LocalCloud::revokeZephalTokens()
+{
+    if (m_zephal)
+        m_zephal->tokens().revokeAll();
+}
+
+int LocalCloud::zephalTokenCount() const
+{
+    return m_zephal ? m_zephal->tokens().count() : 0;
 }
 
 void LocalCloud::addService(std::unique_ptr<CloudService> service)

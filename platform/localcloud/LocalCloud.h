@@ -13,6 +13,7 @@
 #include <localcloud/RequestLog.h>
 #include <localcloud/Rules.h>
 #include <localcloud/SeedData.h>
+#include <localcloud/ZephalService.h>
 #include <memory>
 #include <QObject>
 #include <QTemporaryDir>
@@ -33,6 +34,7 @@ struct LocalCloudOptions
     int maxConnections = 1000;
     localcloud::DropboxOptions dropbox;
     localcloud::PlyxOptions plyx;
+    localcloud::ZephalOptions zephal;
     localcloud::ConnectionLimits limits;
 };
 
@@ -56,6 +58,8 @@ public:
     QString dropboxDir() const;
     /// The folder of the Plyx catalogue, absolute and without a slash at its end.
     QString plyxDir() const;
+    /// The folder that the Zephal service shows, absolute and without a slash at its end.
+    QString zephalDir() const;
 
     /// Adds a rule: see localcloud::Rules::add. \p times requests, 0 for all.
     bool addRule(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
@@ -81,6 +85,13 @@ public:
     /// How many Plyx sessions there are.
     int plyxSessionCount() const;
 
+    /// A Zephal token that is valid at once.
+    QString issueZephalToken();
+    /// Makes every Zephal token invalid. The account's password stays good.
+    void revokeZephalTokens();
+    /// How many Zephal tokens there are.
+    int zephalTokenCount() const;
+
     /// Adds another service, before start() or after.
     void addService(std::unique_ptr<localcloud::CloudService> service);
 
@@ -96,6 +107,7 @@ private:
     bool prepareFolders(QString *error);
     bool prepareDropbox(QString *error);
     bool preparePlyx(QString *error);
+    bool prepareZephal(QString *error);
     QString stateFile(const char *name) const;
     bool openAuthority(QString *error);
     localcloud::CloudService *serviceFor(const localcloud::HttpRequest &request, bool direct) const;
@@ -108,6 +120,7 @@ private:
     std::vector<std::unique_ptr<localcloud::CloudService>> m_services;
     localcloud::DropboxService *m_dropbox = nullptr; // one of m_services
     localcloud::PlyxService *m_plyx = nullptr;       // likewise
+    localcloud::ZephalService *m_zephal = nullptr;   // likewise
     localcloud::Rules m_rules;
     localcloud::RequestLog m_log;
     QVector<RequestRecord> m_requests;

@@ -2,6 +2,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <unistd.h>
 
 namespace localcloud {
 
@@ -26,6 +27,12 @@ void Seeder::write(const QString &name, const QByteArray &bytes)
         return;
     if (!made || file.write(bytes) != bytes.size() || !file.flush())
         m_error = file.fileName() + QStringLiteral(": ") + file.errorString();
+}
+
+bool Seeder::link(const QString &name, const QString &existing)
+{
+    const QByteArray target = QFile::encodeName(m_root + '/' + name);
+    return ::link(QFile::encodeName(existing).constData(), target.constData()) == 0;
 }
 
 bool seedOnce(const QString &folder, const QString &marker, SeedAmount amount, QString *error,

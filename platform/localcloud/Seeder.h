@@ -20,6 +20,9 @@ public:
     /// A file that exists is left as it is. Does nothing after a failure.
     void write(const QString &name, const QByteArray &bytes);
 
+    /// Gives \p existing, a file on the same file system, another name; false when that cannot be done.
+    bool link(const QString &name, const QString &existing);
+
     /// Empty as long as everything went well.
     const QString &error() const { return m_error; }
 

@@ -64,7 +64,7 @@ int main(int argc, char **argv)
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // file names, whatever the locale
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.setApplicationDescription("Serves Dropbox and Plyx from a folder, as an HTTP proxy on 127.0.0.1.");
+    parser.setApplicationDescription("Serves Dropbox, Plyx and Zephal from a folder, as an HTTP proxy on 127.0.0.1.");
     parser.addHelpOption();
     const QCommandLineOption port("port", "Port to listen on; 0, the default, takes a free one.", "N", "0");
     const QCommandLineOption data("data", "Folder for files, tokens and certificates.", "DIR", defaultDataDir());
