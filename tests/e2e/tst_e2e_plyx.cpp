@@ -69,7 +69,7 @@ void TestE2EPlyx::signsInAfterAWrongPassword()
              qPrintable(error()));
     QTRY_VERIFY(refusal().contains("wrong"));
     QVERIFY(!m_page->isSignedIn());
-    QCOMPARE(storedSession(m_guide->settingsName()), QString());
+    QCOMPARE(storedSession(PlyxGuide::settingsName()), QString());
 
     QVERIFY2(m_driver->typeInPage(m_page->signInPage(), "#password", "demo") &&
                  m_driver->clickInPage(m_page->signInPage(), "#sign-in"),
@@ -92,7 +92,7 @@ void TestE2EPlyx::closedSignInCanBeStartedAgain()
 void TestE2EPlyx::sessionIsKeptUntilLogout()
 {
     QVERIFY2(openSignedIn(), qPrintable(error()));
-    const QString session = storedSession(m_guide->settingsName());
+    const QString session = storedSession(PlyxGuide::settingsName());
     QVERIFY(session.contains('+') || session.contains('/'));
     const int admitted = m_guide->answers(m_guide->admission());
 
@@ -105,7 +105,7 @@ void TestE2EPlyx::sessionIsKeptUntilLogout()
     QVERIFY2(m_page->logOut(), qPrintable(error()));
     QVERIFY(!m_page->isListEnabled());
     const QByteArray kept =
-        contentBelow(m_userDir->path()) + contentBelow(QFileInfo(settingsFile(m_guide->settingsName())).path());
+        contentBelow(m_userDir->path()) + contentBelow(QFileInfo(settingsFile(PlyxGuide::settingsName())).path());
     QVERIFY2(!kept.contains(session.toUtf8()), "the session is still on disk");
 }
 

@@ -56,6 +56,8 @@ public:
     QString dropboxFolder() const { return dataFolder() + QStringLiteral("/dropbox"); }
     /// The catalogue and the files of the Plyx service.
     QString plyxFolder() const { return dataFolder() + QStringLiteral("/plyx"); }
+    /// What the Zephal service stores.
+    QString zephalFolder() const { return dataFolder() + QStringLiteral("/zephal"); }
     /// All requests so far, or those whose target begins with \p targetStart.
     std::vector<Request> requests(const QString &targetStart = QString()) const;
 

@@ -62,7 +62,12 @@ PortalGuide::Trace DropboxGuide::admission() const
     return {QStringLiteral("POST"), QStringLiteral("/1/oauth2/token")};
 }
 
-QString DropboxGuide::settingsName() const
+bool DropboxGuide::hasStoredSession(const QString &) const
+{
+    return !storedSession(settingsName()).isEmpty();
+}
+
+QString DropboxGuide::settingsName()
 {
     return QStringLiteral("TavrinSettings_DropBoxAppBrowser_Kelda");
 }

@@ -1,12 +1,10 @@
 #include "tour/PlyxGuide.h"
 
+#include "tour/Evidence.h"
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QWebElement>
-#include <QWebFrame>
-#include <QWebPage>
-#include <QWebView>
 
 #include <algorithm>
 
@@ -70,20 +68,12 @@ PortalGuide::Sights PlyxGuide::sights() const
 
 bool PlyxGuide::askToSignIn(CloudPage &page)
 {
-    const auto pageShown = [&] {
-        return page.signInPage() &&
-               !page.signInPage()->page()->mainFrame()->findFirstElement(QStringLiteral("#password")).isNull();
-    };
-    return page.clickLogin() && m_driver.waitFor(pageShown, QStringLiteral("the sign-in page"));
+    return askInDialog(page);
 }
 
 bool PlyxGuide::answerSignIn(CloudPage &page)
 {
-    const auto signedIn = [&] { return !page.signInPage() && page.isSignedIn() && !page.entries().isEmpty(); };
-    return m_driver.typeInPage(page.signInPage(), QStringLiteral("#user"), account) &&
-           m_driver.typeInPage(page.signInPage(), QStringLiteral("#password"), account) &&
-           m_driver.clickInPage(page.signInPage(), QStringLiteral("#sign-in")) &&
-           m_driver.waitFor(signedIn, QStringLiteral("the user's name and folders"));
+    return answerInDialog(page, account, account);
 }
 
 PortalGuide::Trace PlyxGuide::admission() const
@@ -91,7 +81,12 @@ PortalGuide::Trace PlyxGuide::admission() const
     return {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
 }
 
-QString PlyxGuide::settingsName() const
+bool PlyxGuide::hasStoredSession(const QString &) const
+{
+    return !storedSession(settingsName()).isEmpty();
+}
+
+QString PlyxGuide::settingsName()
 {
     return QStringLiteral("TavrinSettings_PlyxAppBrowser_Kelda");
 }

@@ -20,7 +20,9 @@ public:
     bool askToSignIn(CloudPage &page) override;
     bool answerSignIn(CloudPage &page) override;
     Trace admission() const override;
-    QString settingsName() const override;
+    bool hasStoredSession(const QString &userDir) const override;
+    /// The plug-in's settings file that keeps the session.
+    static QString settingsName();
     QStringList entries(const View &view) const override;
     Trace listing(const View &view) const override;
     Trace download() const override;

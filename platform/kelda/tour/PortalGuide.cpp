@@ -2,6 +2,12 @@
 
 #include "tour/DropboxGuide.h"
 #include "tour/PlyxGuide.h"
+#include "tour/ZephalGuide.h"
+
+#include <QWebElement>
+#include <QWebFrame>
+#include <QWebPage>
+#include <QWebView>
 
 int PortalGuide::answers(const Trace &trace) const
 {
@@ -24,6 +30,29 @@ QString PortalGuide::localName(const QStringList &, const QString &name) const
 PortalGuide::Trace PortalGuide::upload() const
 {
     return {};
+}
+
+PortalGuide::Trace PortalGuide::replacement() const
+{
+    return upload();
+}
+
+bool PortalGuide::askInDialog(CloudPage &page)
+{
+    const auto pageShown = [&] {
+        return page.signInPage() &&
+               !page.signInPage()->page()->mainFrame()->findFirstElement(QStringLiteral("#password")).isNull();
+    };
+    return page.clickLogin() && m_driver.waitFor(pageShown, QStringLiteral("the sign-in page"));
+}
+
+bool PortalGuide::answerInDialog(CloudPage &page, const QString &user, const QString &password)
+{
+    const auto signedIn = [&] { return !page.signInPage() && page.isSignedIn() && !page.entries().isEmpty(); };
+    return m_driver.typeInPage(page.signInPage(), QStringLiteral("#user"), user) &&
+           m_driver.typeInPage(page.signInPage(), QStringLiteral("#password"), password) &&
+           m_driver.clickInPage(page.signInPage(), QStringLiteral("#sign-in")) &&
+           m_driver.waitFor(signedIn, QStringLiteral("the user's name and files"));
 }
 
 std::vector<std::unique_ptr<PortalGuide>> portalGuides(Driver &driver, const CloudProcess &cloud)

@@ -51,8 +51,8 @@ public:
     virtual bool answerSignIn(CloudPage &page) = 0;
     /// What shows that the service let the user in, once.
     virtual Trace admission() const = 0;
-    /// The plug-in's settings file that keeps the session.
-    virtual QString settingsName() const = 0;
+    /// Whether the plug-in keeps a session on disk, \p userDir being the host's folder for the user.
+    virtual bool hasStoredSession(const QString &userDir) const = 0;
 
     /// What the list must show, in any order.
     virtual QStringList entries(const View &view) const = 0;
@@ -63,12 +63,18 @@ public:
     /// The file on the cloud's disk that the entry stands for, and the name under which it arrives.
     virtual QString original(const QStringList &folder, const QString &name) const = 0;
     virtual QString localName(const QStringList &folder, const QString &name) const;
-    /// An upload's answer, on a portal that takes files.
+    /// The answer to an upload of a new file, and of one that replaces another, on a portal that takes files.
     virtual Trace upload() const;
+    virtual Trace replacement() const;
 
     int answers(const Trace &trace) const;
 
 protected:
+    // For portals whose page stands in the plug-in's dialog, with the fields "user" and "password" and the button
+    // "sign-in".
+    bool askInDialog(CloudPage &page);
+    bool answerInDialog(CloudPage &page, const QString &user, const QString &password);
+
     Driver &m_driver;
     const CloudProcess &m_cloud;
 };

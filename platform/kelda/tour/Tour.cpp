@@ -15,7 +15,7 @@ Tour::Step Tour::stepNamed(const QString &name)
         {QStringLiteral("open-folder"), &Tour::openFolder}, {QStringLiteral("download"), &Tour::download},
         {QStringLiteral("import"), &Tour::import},          {QStringLiteral("export"), &Tour::exportScene},
         {QStringLiteral("upload"), &Tour::upload},          {QStringLiteral("search"), &Tour::search},
-        {QStringLiteral("page"), &Tour::turnPage},
+        {QStringLiteral("page"), &Tour::turnPage},          {QStringLiteral("replace"), &Tour::replace},
     };
     return steps.value(name);
 }
@@ -48,7 +48,7 @@ bool Tour::begin()
     if (!m_cloud.start({m_scratch.filePath(QStringLiteral("cloud")), {}, 0}))
         return m_driver.fail(m_cloud.error());
     storeDockedAtTheRight();
-    return m_driver.start({m_scratch.filePath(QStringLiteral("kelda")), m_cloud.caFile()});
+    return m_driver.start({userDir(), m_cloud.caFile()});
 }
 
 void Tour::take(const QString &name)

@@ -41,6 +41,7 @@ private:
     Outcome import();
     Outcome exportScene();
     Outcome upload();
+    Outcome replace();
 
     bool begin();
     void take(const QString &name);
@@ -57,6 +58,9 @@ private:
     /// The local file of that name below the folder for transfers; empty without one.
     QString localFile(const QString &name) const;
     bool setExportScale();
+    /// Exports under a name that is taken, and says yes to the question.
+    bool exportOver();
+    QString userDir() const { return m_scratch.filePath(QStringLiteral("kelda")); }
     qint64 sceneInfo(const QString &what) const;
     QList<double> sceneSize() const;
 

@@ -8,14 +8,15 @@
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
 #include <QFile>
+#include <QMessageBox>
 #include <QPushButton>
 
 namespace {
 
 const int dockWidth = 440;
 const int exportScale = 2;
-const QString exportTyped = QStringLiteral("Barrel From Kelda");
-const QString exportName = QStringLiteral("barrel from kelda.glb");
+const QString exportTyped = QStringLiteral("Scene From Kelda");
+const QString exportName = QStringLiteral("scene from kelda.glb");
 
 QString megabytesPerSecond(qint64 bytes, qint64 ms)
 {
@@ -75,7 +76,7 @@ Tour::Outcome Tour::signIn()
         return failed();
     if (m_guide->answers(m_guide->admission()) != before + 1)
         return {QStringLiteral("the cloud has not let in exactly one user"), {}};
-    if (storedSession(m_guide->settingsName()).isEmpty())
+    if (!m_guide->hasStoredSession(userDir()))
         return {QStringLiteral("no session is stored"), {}};
     return {{}, QStringLiteral("\"%1\"; one session issued and stored").arg(m_page->loginText())};
 }
@@ -119,7 +120,7 @@ Tour::Outcome Tour::turnPage()
 
 QString Tour::localFile(const QString &name) const
 {
-    for (const QString &file : filesBelow(m_scratch.filePath(QStringLiteral("kelda/temp_cloud")))) {
+    for (const QString &file : filesBelow(userDir() + QStringLiteral("/temp_cloud"))) {
         if (file.endsWith(QLatin1Char('/') + name))
             return file;
     }
@@ -236,4 +237,39 @@ Tour::Outcome Tour::upload()
         outcome.error = QStringLiteral("the model came back with other triangles");
     outcome.detail += QStringLiteral("; back in an empty scene with %1 triangles").arg(triangles);
     return outcome;
+}
+
+bool Tour::exportOver()
+{
+    bool asked = false;
+    m_driver.setDialogHandler([&](QDialog &dialog) {
+        auto *box = qobject_cast<QMessageBox *>(&dialog);
+        if (asked || !box || box->icon() != QMessageBox::Question)
+            return false;
+        m_driver.settle();
+        m_picture = m_driver.picture();
+        asked = m_driver.click(box->button(QMessageBox::Yes));
+        return asked;
+    });
+    const bool exported = m_page->exportAll();
+    m_driver.setDialogHandler({});
+    return exported && (asked || m_driver.fail(QStringLiteral("nobody asked whether the file may be replaced")));
+}
+
+Tour::Outcome Tour::replace()
+{
+    const QString original = m_guide->original(m_place, exportName);
+    const QString before = sha256(original);
+    const int replaced = m_guide->answers(m_guide->replacement());
+    if (!m_page->showExportTab() || !m_page->setExportName(exportTyped) || !exportOver())
+        return failed();
+    const QString after = sha256(original);
+    if (m_guide->answers(m_guide->replacement()) != replaced + 1)
+        return {QStringLiteral("the cloud has not replaced exactly one file"), {}};
+    if (after == before || after != sha256(localFile(exportName)))
+        return {QStringLiteral("what the cloud has is not what the host wrote"), {}};
+    const Outcome outcome = compareWithCloud({m_place, {}, 1});
+    if (!outcome.error.isEmpty())
+        return outcome;
+    return {{}, QStringLiteral("asked once; SHA-256 %1... became %2...").arg(before.left(12), after.left(12))};
 }
