@@ -261,6 +261,7 @@ Tour::Outcome Tour::replace()
     const QString original = m_guide->original(m_place, exportName);
     const QString before = sha256(original);
     const int replaced = m_guide->answers(m_guide->replacement());
+    QFile::remove(localFile(exportName)); // the one that came back from the cloud
     if (!m_page->showExportTab() || !m_page->setExportName(exportTyped) || !exportOver())
         return failed();
     const QString after = sha256(original);
