@@ -4,16 +4,14 @@
 
 #pragma once
 
-#include <QDialog>
 #include <QObject>
 #include <QPointer>
 #include <QUrl>
 
-class QWebView;
-
 namespace ICloudPortalApi {
 
 class ILogin;
+class WebPageDialog;
 
 class LoginUi : public QObject
 {
@@ -51,7 +49,6 @@ public slots:
     void loginCancelled();
 
 private:
-    QByteArray requestAddress() const;
     void createDialog(QWidget *parent);
     void hideDialog();
     void releaseDialog();
@@ -61,8 +58,7 @@ private:
     Callback m_callback = nullptr;
     void *m_context = nullptr;
     unsigned m_request = 0; ///< changes with what begins or ends a sign-in
-    QPointer<QDialog> m_dialog;
-    QPointer<QWebView> m_view;
+    QPointer<WebPageDialog> m_dialog;
 };
 
 } // namespace ICloudPortalApi
