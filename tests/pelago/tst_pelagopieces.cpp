@@ -1,0 +1,295 @@
+// The pieces of the library that need no server.
+
+#include "Deployments.h"
+#include "MultiStatus.h"
+#include "SessionFile.h"
+
+#include "DavPath.h"
+
+#include <QtTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace pelago;
+
+namespace {
+
+/// A listing of /dav/ with one response.
+QByteArray listing(const QByteArray &response)
+{
+    return "<?xml version=\"1.0\"?><D:multistatus xmlns:D=\"DAV:\" xmlns:x=\"urn:x\"><D:response>" + response +
+           "</D:response></D:multistatus>";
+}
+
+QByteArray propstat(const QByteArray &properties, const QByteArray &status = "HTTP/1.1 200 OK")
+{
+    return "<D:propstat><D:prop>" + properties + "</D:prop><D:status>" + status + "</D:status></D:propstat>";
+}
+
+/// What a document says, one word list per entry; "refused" or "cut" when it is not accepted.
+QString reading(const QByteArray &document, int pieceBytes)
+{
+    QStringList lines;
+    MultiStatus reader([&lines](const DavEntry &entry) {
+        lines << QString("%1 %2 %3 %4")
+                     .arg(QString(entry.href), entry.folder ? "folder" : "file")
+                     .arg(entry.size)
+                     .arg(entry.mediaType);
+    });
+    for (int at = 0; at < document.size(); at += pieceBytes) {
+        if (!reader.read(document.mid(at, pieceBytes)))
+            return "refused";
+    }
+    return reader.isComplete() ? lines.join('|').trimmed() : "cut";
+}
+
+void write(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+}
+
+} // namespace
+
+class TestPelagoPieces : public QObject
+{
+    Q_OBJECT
+private slots:
+    void multiStatus_data();
+    void multiStatus();
+    void manyEntries();
+    void hrefs_data();
+    void hrefs();
+    void identifiers();
+    void deployments_data();
+    void deployments();
+    void sessionFile();
+    void sessionFileDamage_data();
+    void sessionFileDamage();
+
+private:
+    QTemporaryDir m_home;
+};
+
+void TestPelagoPieces::multiStatus_data()
+{
+    const QByteArray href = "<D:href>/dav/a</D:href>";
+    const QByteArray folder = "<D:resourcetype><D:collection/></D:resourcetype>";
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const char *name, const QByteArray &document, const char *expected) {
+        QTest::newRow(name) << document << expected;
+    };
+    row("file", listing(href + propstat("<D:getcontentlength> 7 </D:getcontentlength>")), "/dav/a file 7");
+    row("folder, no size", listing(href + propstat(folder)), "/dav/a folder -1");
+    row("other prefixes",
+        "<multistatus xmlns='DAV:'><q:response xmlns:q='DAV:'><q:href>/dav/a</q:href><propstat><prop>"
+        "<resourcetype><z:collection xmlns:z='DAV:'/></resourcetype></prop><q:status>HTTP/1.1 200 OK</q:status>"
+        "</propstat></q:response></multistatus>",
+        "/dav/a folder -1");
+    row("foreign namespace",
+        listing(href + propstat("<D:resourcetype><x:collection/></D:resourcetype>"
+                                "<x:getcontentlength>5</x:getcontentlength>")),
+        "/dav/a file -1");
+    row("collection elsewhere", listing(href + propstat("<D:owner>" + folder + "</D:owner><D:collection/>")),
+        "/dav/a file -1");
+    row("several propstat",
+        listing(href + propstat(folder + "<D:getcontentlength>1</D:getcontentlength>", "HTTP/1.1 404 Not Found") +
+                propstat("<D:getcontentlength>2</D:getcontentlength>") +
+                propstat("<D:getcontenttype>a/b</D:getcontenttype>", "HTTP/2 204") +
+                propstat("<D:getcontentlength>3</D:getcontentlength>", "HTTP/1.1 403 Forbidden")),
+        "/dav/a file 2 a/b");
+    row("status before properties",
+        listing(href + "<D:propstat><D:status>HTTP/1.1 404 No</D:status><D:prop>" + folder + "</D:prop></D:propstat>" +
+                propstat("<D:getcontentlength>4</D:getcontentlength>")),
+        "/dav/a file 4");
+    row("only failures", listing(href + propstat(folder, "HTTP/1.1 403 Forbidden")), "");
+    row("response status", listing(href + "<D:status>HTTP/1.1 404 Not Found</D:status>"), "");
+    row("no href", listing(propstat(folder)), "");
+    row("huge size", listing(href + propstat("<D:getcontentlength>5368709120</D:getcontentlength>")),
+        "/dav/a file 5368709120");
+    for (const char *size : {"-1", "99999999999999999999", "12x", "", "0x10", "1.5"})
+        row(size, listing(href + propstat("<D:getcontentlength>" + QByteArray(size) + "</D:getcontentlength>")),
+            "/dav/a file -1");
+    row("split text", listing("<D:href>/d<![CDATA[a]]>v&#x2F;&amp;<!-- no --></D:href>" + propstat(folder)),
+        "/dav/& folder -1");
+    row("doctype", "<!DOCTYPE m [<!ENTITY e 'x'>]>" + listing(href).mid(21), "refused");
+    row("not a listing", "<html><body/></html>", "refused");
+    row("not XML", "all is well", "refused");
+    row("wrong nesting", "<D:multistatus xmlns:D='DAV:'></D:response>", "refused");
+    row("truncated", listing(href + propstat(folder)).chopped(3), "cut");
+    row("empty", "", "cut");
+    row("deep", listing(QByteArray("<x:y>").repeated(10000)), "refused");
+    row("endless element", listing("<D:href>" + QByteArray(3000000, 'a')), "refused");
+}
+
+void TestPelagoPieces::multiStatus()
+{
+    QFETCH(QByteArray, document);
+    QFETCH(QString, expected);
+    QCOMPARE(reading(document, document.size() + 1), expected);
+    QCOMPARE(reading(document, document.size() > 100000 ? 4096 : 1), expected);
+}
+
+void TestPelagoPieces::manyEntries()
+{
+    // A reader that went back over what it has read would need minutes.
+    int count = 0;
+    MultiStatus reader([&count](const DavEntry &) { ++count; });
+    const QByteArray response = "<D:response><D:href>/dav/a</D:href>" +
+                                propstat("<D:getcontentlength>1</D:getcontentlength>") + "</D:response>";
+    QVERIFY(reader.read("<D:multistatus xmlns:D='DAV:'>"));
+    for (int block = 0; block < 1000; ++block)
+        QVERIFY(reader.read(response.repeated(100)));
+    QVERIFY(reader.read("</D:multistatus>"));
+    QCOMPARE(count, 100000);
+}
+
+void TestPelagoPieces::hrefs_data()
+{
+    QTest::addColumn<QByteArray>("href");
+    QTest::addColumn<QString>("expected"); // the child's name, "." for the folder itself, empty for neither
+    const auto row = [](const char *href, const char *expected) {
+        QTest::newRow(href) << QByteArray(href) << expected;
+    };
+    row("/d%20v/a%23b/", ".");
+    row("/d v/a%23b", ".");
+    row("/%64%20v//%61%23b/", ".");
+    row("https://Host.example:8443/d%20v/a%23b/", ".");
+    row("http://host.example/d%20v/a%23b/c", "c");
+    row("/d%20v/a%23b/c%2525/", "c%25");
+    row("/d%20v/a%23b/100%", "100%");
+    row("/d%20v/a%23b/%zz%4", "%zz%4");
+    row("/d%20v/a%23b/a+b%2b", "a+b+");
+    row("/d%20v/a%23b/%C3%A4\xC3\xA4", "ää");
+    row("/d%20v/a%23b/c?query#x", "c");
+    row("/d%20v/a%23b/c/deeper", "");
+    row("/d%20v/", "");
+    row("/d%20v/a#b/c", "");
+    row("/other/a%23b/c", "");
+    row("/d%2520v/a%23b/c", "");
+    row("/D%20v/a%23b/c", "");
+    row("https://elsewhere.example/d%20v/a%23b/c", "");
+    row("d%20v/a%23b/c", "");
+    row("", "");
+    row("/d%20v/a%23b/x%2Fy", "");
+    row("/d%20v/a%23b/%2E%2e", "");
+    row("/d%20v/a%23b/.", "");
+    row("/d%20v/a%23b/nul%00", "");
+    row("/d%20v/a%23b/latin%E4", "");
+}
+
+void TestPelagoPieces::hrefs()
+{
+    QFETCH(QByteArray, href);
+    const QUrl root = folderAddress("https://host.example/d v");
+    const DavPath::Folder folder(DavPath::address(root, "a#b", DavPath::Form::Folder));
+    QString name;
+    const DavPath::Folder::Member member = folder.find(href, &name);
+    const bool child = member == DavPath::Folder::Member::Child;
+    QTEST(child ? name : QString(member == DavPath::Folder::Member::Itself ? "." : ""), "expected");
+}
+
+void TestPelagoPieces::identifiers()
+{
+    const QUrl root = folderAddress("https://h:1/dav");
+    QCOMPARE(DavPath::address(root, "a b/%41?#ü\\+;", DavPath::Form::Folder).toEncoded(),
+             QByteArray("https://h:1/dav/a%20b/%2541%3F%23%C3%BC%5C%2B%3B/"));
+    QCOMPARE(DavPath::address(root, "", DavPath::Form::Folder).toEncoded(), QByteArray("https://h:1/dav/"));
+    for (const char *id : {"", "a", "a/b", "...", " "})
+        QVERIFY2(DavPath::isIdentifier(id), id);
+    for (const char *id : {"/", "/a", "a/", "a//b", ".", "..", "a/../b", "./a"})
+        QVERIFY2(!DavPath::isIdentifier(id), id);
+    QVERIFY(!DavPath::isIdentifier(QString("a") + QChar(0)));
+    QCOMPARE(DavPath::parent("a/b/c"), QString("a/b"));
+    QCOMPARE(DavPath::parent("a"), QString());
+}
+
+void TestPelagoPieces::deployments_data()
+{
+    QTest::addColumn<QByteArray>("ini");
+    QTest::addColumn<QString>("expected"); // kind, sign-in address, storage address of "production"
+    const QString builtIn = "web https://cloud.zephal.example/signin https://cloud.zephal.example/dav/";
+    QTest::newRow("empty") << QByteArray("\n") << builtIn;
+    QTest::newRow("another section") << QByteArray("[staging]\nkind=password\nstorage=https://s/\n") << builtIn;
+    const auto row = [](const char *name, const QByteArray &lines, const char *expected) {
+        QTest::newRow(name) << "[production]\n" + lines << expected;
+    };
+    row("web", "signIn=https://a/in\nstorage=https://b:8443/x/y\n", "web https://a/in https://b:8443/x/y/");
+    row("password", "kind=Password\nstorage=https://b\n", "password https://b/ https://b/");
+    row("odd path", "kind=password\nstorage=https://b/a%2Cb,c d%23/ü\n",
+        "password https://b/a%2Cb,c%20d%23/%C3%BC/ https://b/a%2Cb,c%20d%23/%C3%BC/");
+    row("loopback", "kind=password\nstorage=http://127.3.2.1:80/d\n",
+        "password http://127.3.2.1:80/d/ http://127.3.2.1:80/d/");
+    row("loopback 6", "signIn=http://localhost/\nstorage=http://[::1]/\n", "web http://localhost/ http://[::1]/");
+    row("plain", "signIn=http://a/\nstorage=http://localhost.example/\n", "web  ");
+    row("plain allowed", "signIn=http://a/\nstorage=http://b/\nallowPlainHttp=true\n", "web http://a/ http://b/");
+    row("secrets in the address", "kind=password\nstorage=https://u:p@b/\n", "password  ");
+    row("query", "signIn=https://a/?x\nstorage=https://b/#y\n", "web  ");
+    row("other schemes", "signIn=ftp://a/\nstorage=b/c\n", "web  ");
+    row("damaged", "signIn=https://a/\nno line\n[", "web  ");
+}
+
+void TestPelagoPieces::deployments()
+{
+    QFETCH(QByteArray, ini);
+    const QString file = m_home.filePath(QString(QTest::currentDataTag()) + ".ini");
+    write(file, ini);
+    const Deployment found = Deployments(file).at(0);
+    const QString kind = found.kind == SignInKind::Web ? "web" : "password";
+    QTEST(kind + ' ' + found.signIn.toEncoded() + ' ' + found.storage.toEncoded(), "expected");
+    QVERIFY(!Deployments(file).isAllowed(QUrl("http://elsewhere/")));
+    QCOMPARE(Deployments(file).isAllowed(QUrl("http://a/other")), ini.contains("allowPlainHttp"));
+}
+
+void TestPelagoPieces::sessionFile()
+{
+    const QUrl server("https://a/signin");
+    const QString path = m_home.filePath("kept.skein");
+    const SessionFile file(path);
+    const mode_t before = umask(0);
+    QVERIFY(file.write(server, {"ü:", "s\"e\ncret", "First", ""}));
+    umask(before);
+    struct stat info = {};
+    QCOMPARE(stat(QFile::encodeName(path), &info), 0);
+    QCOMPARE(info.st_mode & 0777, mode_t{0600});
+
+    const std::optional<Credentials> read = file.read(server);
+    QVERIFY(read && read->user == "ü:" && read->secret == "s\"e\ncret" && read->firstName == "First");
+    QVERIFY(!file.read(QUrl("https://b/signin")));
+    QVERIFY(file.remove() && !QFile::exists(path) && file.remove());
+    QVERIFY(!SessionFile(m_home.filePath("missing/kept.skein")).write(server, *read));
+    QVERIFY(!SessionFile(m_home.path()).read(server) && !SessionFile(m_home.path()).write(server, *read));
+    QVERIFY(SessionFile(QString()).write(server, *read) && !SessionFile(QString()).read(server));
+}
+
+void TestPelagoPieces::sessionFileDamage_data()
+{
+    QTest::addColumn<QByteArray>("from");
+    QTest::addColumn<QByteArray>("to");
+    QTest::newRow("none") << QByteArray() << QByteArray();
+    QTest::newRow("no JSON") << QByteArray("{") << QByteArray("(");
+    QTest::newRow("another version") << QByteArray("\"version\": 1") << QByteArray("\"version\": 2");
+    QTest::newRow("no secret") << QByteArray("\"secret\": \"s\"") << QByteArray("\"secret\": \"\"");
+    QTest::newRow("wrong type") << QByteArray("\"user\": \"u\"") << QByteArray("\"user\": [1]");
+    QTest::newRow("too long") << QByteArray("{") << "{" + QByteArray(70000, ' ');
+}
+
+void TestPelagoPieces::sessionFileDamage()
+{
+    QFETCH(QByteArray, from);
+    QFETCH(QByteArray, to);
+    const QUrl server("https://a/signin");
+    const QString path = m_home.filePath("damaged.skein");
+    QVERIFY(SessionFile(path).write(server, {"u", "s", "", ""}));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QByteArray content = file.readAll();
+    QVERIFY(from.isEmpty() || content.contains(from));
+    write(path, from.isEmpty() ? content : content.replace(from, to));
+    QCOMPARE(SessionFile(path).read(server).has_value(), from.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestPelagoPieces)
+#include "tst_pelagopieces.moc"
