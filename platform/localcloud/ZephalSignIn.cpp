@@ -75,9 +75,11 @@ QString ZephalSignIn::issueToken()
 bool ZephalSignIn::isSignedIn(const HttpRequest &request, HttpResponse &response) const
 {
     const QByteArray header = request.header("Authorization");
-    const QString pair = QString::fromUtf8(QByteArray::fromBase64(header.mid(6).trimmed()));
+    const auto decoded =
+        QByteArray::fromBase64Encoding(header.mid(6).trimmed(), QByteArray::AbortOnBase64DecodingErrors);
+    const QString pair = QString::fromUtf8(decoded.decoded);
     const QString secret = pair.mid(m_account.user.size() + 1);
-    if (qstrnicmp(header.constData(), "Basic ", 6) == 0 && pair.startsWith(m_account.user + ':') &&
+    if (qstrnicmp(header.constData(), "Basic ", 6) == 0 && decoded && pair.startsWith(m_account.user + ':') &&
         (secret == m_account.password || m_tokens.isValid(secret)))
         return true;
     setText(response, 401, "The request carries no valid credentials.");

@@ -4,7 +4,6 @@
 #include <QJsonDocument>
 #include <QNetworkProxy>
 #include <QSslConfiguration>
-#include <QTest>
 
 CloudClient::CloudClient(quint16 port, const QSslCertificate &authority)
     : m_tls(QSslConfiguration::defaultConfiguration())
@@ -50,11 +49,15 @@ QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const Q
     socket.connectToHost(QHostAddress::LocalHost, cloud.port());
     socket.write(bytes);
     QByteArray received;
-    const auto ended = [&] {
+    QEventLoop loop;
+    QObject::connect(&socket, &QTcpSocket::readyRead, &loop, [&] {
         received += socket.readAll();
-        return socket.state() == QAbstractSocket::UnconnectedState || received.endsWith(last);
-    };
-    (void)QTest::qWaitFor(ended, 2000);
+        if (received.endsWith(last))
+            loop.quit();
+    });
+    QObject::connect(&socket, &QTcpSocket::disconnected, &loop, &QEventLoop::quit);
+    QTimer::singleShot(2000, &loop, &QEventLoop::quit);
+    loop.exec();
     return received;
 }
 
