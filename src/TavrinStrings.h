@@ -2,6 +2,7 @@
 //
 // The texts that the plug-in shows. Each is a string resource of the host, which may replace it by a localised one;
 // the program refers to a text by its identifier only. Texts that end in a blank get a value appended.
+// A localised table stands in scripts/strings.
 
 #pragma once
 
@@ -79,6 +80,14 @@ inline const KStringResourceId kCloudPortalUploadNotConfirmed("Tavrin", "kCloudP
                                                               "The service did not confirm that the file was stored.");
 inline const KStringResourceId kCloudPortalExportFolderClosed("Tavrin", "kCloudPortalExportFolderClosed",
                                                               "The folder to export into is not open any more.");
+inline const KStringResourceId kCloudPortalUserName("Tavrin", "kCloudPortalUserName", "User name:");
+inline const KStringResourceId kCloudPortalPassword("Tavrin", "kCloudPortalPassword", "Password:");
+inline const KStringResourceId kCloudPortalLoginRefused("Tavrin", "kCloudPortalLoginRefused",
+                                                        "The service does not know this name with this password.");
+inline const KStringResourceId kProgressName("Tavrin", "kProgressName", "Progress");
+inline const KStringResourceId kProgressWaiting("Tavrin", "kProgressWaiting", "Waiting for the service");
+inline const KStringResourceId kProgressOf("Tavrin", "kProgressOf", " of ");
+inline const KStringResourceId kProgressPerSecond("Tavrin", "kProgressPerSecond", "/s");
 inline const KStringResourceId kPluginInitializeError("Tavrin", "kPluginInitializeError",
                                                       "TavrinCmd - could not initialize plugin: ");
 inline const KStringResourceId kPluginUninitializeError("Tavrin", "kPluginUninitializeError",

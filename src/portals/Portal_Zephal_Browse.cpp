@@ -1,0 +1,147 @@
+#include "portals/Portal_Zephal_Browse.h"
+
+#include "portals/Portal_Zephal_CloudItem.h"
+#include "portals/Portal_Zephal_Login.h"
+
+#include <pelago/pelago.h>
+#include <QDir>
+#include <QUuid>
+
+#include <memory>
+
+using namespace ICloudPortalApi;
+
+std::map<std::wstring, ItemVector *> outSearchResults;
+
+namespace {
+
+const int replaceContent = 2;
+
+int64_t endPointOf(ILogin *login)
+{
+    return static_cast<Portal_Zephal_Login *>(login)->GetStorageEndPoint();
+}
+
+/// The storage's id of \p folder, where a null one means the root.
+KString storageId(ICloudItem *folder)
+{
+    const KString id = folder ? folder->GetUniqueID() : KString();
+    return id == zephalRootFolderId ? KString() : id;
+}
+
+/// False when \p criteria name no folder.
+bool readFolderId(const HeaderMap &criteria, KString &id)
+{
+    const auto folder = criteria.find(L"SpecificFolder");
+    if (criteria.count(L"Home") != 0) {
+        id = KString();
+        return true;
+    }
+    if (folder == criteria.end())
+        return false;
+    id = KString(folder->second.c_str());
+    return true;
+}
+
+} // namespace
+
+void contentCb(void *context, const char *id, const char *name, const char *modified, const char *mediaType,
+               int64_t size)
+{
+    if (!context)
+        return;
+    const auto &listing = *static_cast<const ZephalListing *>(context);
+    const auto results = outSearchResults.find(listing.key);
+    if (results == outSearchResults.end())
+        return;
+
+    auto item = std::make_unique<Portal_Zephal_ICloudItem>(listing.owner);
+    const KString type(mediaType);
+    item->SetProperty("uniqueID", KString(id));
+    item->SetProperty("name", KString(name));
+    item->SetProperty("modified", KString(modified));
+    item->SetProperty("bytes", KString(std::to_string(size)));
+    item->SetProperty("mime_type", type);
+    if (type.isEmpty() && size == 0)
+        item->SetProperty("is_dir", "true");
+    results->second->push_back(item.get());
+    item.release(); // the caller of the listing owns it
+}
+
+void progressCb(void *, int64_t, int64_t) {}
+
+void downloadCb(void *, int) {}
+
+void uploadCb(void *, int) {}
+
+int Portal_Zephal_IPortalBrowser::GetPortalType()
+{
+    return kPlainListing;
+}
+
+bool Portal_Zephal_IPortalBrowser::SearchCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &, int &, int &, int &)
+{
+    return false;
+}
+
+bool Portal_Zephal_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &)
+{
+    return false;
+}
+
+bool Portal_Zephal_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results)
+{
+    KString folderId;
+    if (!login->IsLogin() || !readFolderId(criteria, folderId))
+        return false;
+    const int64_t endPoint = endPointOf(login);
+    if (endPoint < 0)
+        return false;
+
+    ZephalListing listing{m_owner, QUuid::createUuid().toString().toStdWString()};
+    outSearchResults[listing.key] = &results;
+    const int count = Skein_Storage_listContents(endPoint, folderId.utf8(), contentCb, &listing);
+    outSearchResults.erase(listing.key);
+    return count >= 0;
+}
+
+bool Portal_Zephal_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName)
+{
+    if (!item || !login->IsLogin())
+        return false;
+    // The end point and the texts are taken before the host's command and the transfer, which may delete the item and
+    // sign out. The service knows the item by the name that it gave, which may be unfit for the local disk.
+    const int64_t endPoint = endPointOf(login);
+    const KString parentId = storageId(item->GetParent());
+    const KString name = item->GetDisplayName();
+    const KString &remoteName = name.isEmpty() ? fileName : name;
+
+    QDir().mkpath(KQtUtil::toQString(folder));
+    KGlobal::executeCommand(KString("sysFile -delete \"") + TavrinHelper::quoted(folder + fileName) + "\"");
+    return Skein_Storage_downloadFile(endPoint, parentId.utf8(), remoteName.utf8(), folder.utf8(), fileName.utf8(),
+                                      progressCb, downloadCb, nullptr, nullptr) == 1;
+}
+
+bool Portal_Zephal_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder, ICloudItem *existing,
+                                              KString localFolder, KString fileName)
+{
+    if (!folder || !login->IsLogin())
+        return false;
+    const int64_t endPoint = endPointOf(login);
+    const KString folderId = storageId(folder);
+    const KString localPath = localFolder + fileName;
+    if (existing) {
+        const KString itemId = existing->GetUniqueID();
+        return Skein_Storage_updateFile(endPoint, folderId.utf8(), itemId.utf8(), replaceContent, localPath.utf8(),
+                                        progressCb, uploadCb, nullptr, nullptr) >= 1;
+    }
+    const char *const paths[] = {localPath.utf8()};
+    const char *const names[] = {fileName.utf8()};
+    return Skein_Storage_uploadFiles(endPoint, folderId.utf8(), paths, names, 1, progressCb, uploadCb, nullptr,
+                                     nullptr) >= 1;
+}
+
+void Portal_Zephal_IPortalBrowser::setOwnerCB(IPortalOwnerCB *owner)
+{
+    m_owner = owner;
+}

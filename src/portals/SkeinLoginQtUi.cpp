@@ -1,0 +1,144 @@
+#include "portals/SkeinLoginQtUi.h"
+
+#include "cloud/PortalCall.h"
+#include "cloud/UiText.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+
+namespace Skein {
+
+/// The dialog with the two fields. While the service is asked it takes no input and cannot be closed.
+class LoginQtUi::Form : public QDialog
+{
+public:
+    explicit Form(QWidget *parent) : QDialog(parent)
+    {
+        setObjectName(QStringLiteral("CloudPortalLoginDialog"));
+        setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+        setWindowTitle(UiText(TavrinStrings::kCloudPortalLogIn));
+        m_user->setObjectName(QStringLiteral("user"));
+        m_password->setObjectName(QStringLiteral("password"));
+        m_password->setEchoMode(QLineEdit::Password);
+        m_error->setObjectName(QStringLiteral("error"));
+        m_error->setTextFormat(Qt::PlainText);
+        m_error->setWordWrap(true);
+        m_error->hide();
+
+        auto *layout = new QFormLayout(this);
+        layout->addRow(UiText(TavrinStrings::kCloudPortalUserName), m_user);
+        layout->addRow(UiText(TavrinStrings::kCloudPortalPassword), m_password);
+        layout->addRow(m_error);
+        layout->addRow(m_buttons);
+        connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    }
+
+    QDialogButtonBox *buttons() const { return m_buttons; }
+    QByteArray user() const { return m_user->text().toUtf8(); }
+    QByteArray password() const { return m_password->text().toUtf8(); }
+
+    void setAsking(bool asking)
+    {
+        m_isAsking = asking;
+        for (QWidget *widget :
+             {static_cast<QWidget *>(m_user), static_cast<QWidget *>(m_password), static_cast<QWidget *>(m_buttons)})
+            widget->setEnabled(!asking);
+    }
+    void showError(const KStringResourceId &text)
+    {
+        m_error->setText(UiText(text));
+        m_error->show();
+        adjustSize();
+        m_password->clear();
+        m_password->setFocus();
+    }
+    void reject() override
+    {
+        if (!m_isAsking)
+            QDialog::reject();
+    }
+
+private:
+    QLineEdit *m_user = new QLineEdit(this);
+    QLineEdit *m_password = new QLineEdit(this);
+    QLabel *m_error = new QLabel(this);
+    QDialogButtonBox *m_buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    bool m_isAsking = false;
+};
+
+LoginQtUi::LoginQtUi(int64_t session) : m_session(session) {}
+
+LoginQtUi::~LoginQtUi()
+{
+    closeDialog();
+}
+
+void LoginQtUi::setCallback(Callback callback, void *context)
+{
+    m_callback = callback;
+    m_context = context;
+}
+
+bool LoginQtUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
+{
+    auto *form = new Form(parent);
+    connect(form->buttons(), &QDialogButtonBox::accepted, this, [this, form] { submit(form); });
+    show(form, mode);
+    return true;
+}
+
+void LoginQtUi::submit(Form *form)
+{
+    const PortalCall running;
+    const QPointer<LoginQtUi> self(this);
+    const QPointer<Form> asked(form);
+    form->setAsking(true);
+    const int result = Skein_Auth_login(m_session, form->user().constData(), form->password().constData());
+    if (!self)
+        return;
+    if (result == 1) {
+        end(true);
+    } else if (asked) {
+        asked->setAsking(false);
+        asked->showError(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
+                                                            : TavrinStrings::KHttpServerErrorGeneric);
+    }
+}
+
+void LoginQtUi::show(QDialog *dialog, Skein_Auth_LoginViewMode mode)
+{
+    closeDialog();
+    m_dialog = dialog;
+    dialog->setModal(mode != Skein_Auth_LoginViewMode_Window);
+    connect(dialog, &QDialog::rejected, this, [this] { end(false); });
+    dialog->show();
+}
+
+void LoginQtUi::closeDialog()
+{
+    if (!m_dialog)
+        return;
+    // It may be the one whose signal is being handled, so it goes in the event loop.
+    QDialog *dialog = m_dialog;
+    m_dialog = nullptr;
+    dialog->disconnect(this);
+    dialog->hide();
+    dialog->deleteLater();
+}
+
+void LoginQtUi::tell(bool success)
+{
+    const PortalCall running;
+    if (m_callback)
+        m_callback(m_context, success);
+}
+
+void LoginQtUi::end(bool success)
+{
+    closeDialog();
+    tell(success);
+}
+
+} // namespace Skein
