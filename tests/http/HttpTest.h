@@ -5,13 +5,11 @@
 #pragma once
 
 #include "http/httpClient.h"
+#include "shell/TestFiles.h"
 #include "support/LocalServer.h"
 #include "support/RecordingHost.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTimer>
-#include <QtTest>
+#include <QtNetwork>
 
 #include <memory>
 
@@ -24,21 +22,9 @@ inline QString outcome(const ReturnStatus &status)
 /// The message of a failure as the user sees it.
 inline QString failureText(const char *name)
 {
-    return QStringLiteral("Sorry but we were not able to connect, it is possible the service is down. Please try "
-                          "again.\nhttp Error: ") +
-           QString::fromLatin1(name);
-}
-
-inline QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
-}
-
-inline bool writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+    return QString("Sorry but we were not able to connect, it is possible the service is down. Please try "
+                   "again.\nhttp Error: ") +
+           name;
 }
 
 /// Bytes that no other position of the array repeats, so that a lost or doubled piece shows.
@@ -58,23 +44,28 @@ class TestClient : public httpClient
 public:
     explicit TestClient(const LocalServer &server) { setHost("127.0.0.1", server.serverPort()); }
 
-    /// Downloads go to the file "down"; uploads take the file "up".
+    /// Downloads go to the file "down".
     ReturnStatus run(Call call, const QString &path, const HeaderMap &headers = {}, bool https = false)
     {
-        QByteArray data("data");
-        writeFile(folder + "up", data);
         if (call == Call::Get)
             return get(path, headers, https, body);
         if (call == Call::Post)
             return post(path, data, headers, https, body);
         if (call == Call::GetFile)
             return getFile(folder, "down", path, headers, https);
-        return postFile(KQtUtil::toKString(folder), "up", path, headers, https, body);
+        writeFile(folder + QString::fromUtf8("t\xc3\xa4sse"), data);
+        return send("t\xc3\xa4sse", path, headers, https);
     }
-    QByteArray downloaded() const { return contentOf(folder + "down"); }
+    /// Posts the file \p name of the folder.
+    ReturnStatus send(const char *name, const QString &path, const HeaderMap &headers = {}, bool https = false)
+    {
+        return postFile(KQtUtil::toKString(folder), name, path, headers, https, body);
+    }
+    QByteArray downloaded() const { return readFile(folder + "down"); }
 
     QTemporaryDir dir;
     QString folder = dir.path() + '/';
+    QByteArray data = QByteArray("a=1&b=\0", 7);
     QByteArray body = "before";
 };
 
