@@ -85,6 +85,26 @@ private slots:
         }
     }
 
+    void limitsEndPrograms()
+    {
+        Language language;
+        playSteps([&](const QString &source) { return language.outcome(source); }, R"(
+$a = "12345678"; for (;;) $a = "" + $a + $a; => line 1: a text cannot have more than 16777216 characters
+$a = {"x"}; for (;;) $a += $a; => line 1: an array cannot have more than 1000000 elements
+)");
+        language.setLimits({100, 20, 4});
+        playSteps([&](const QString &source) { return language.outcome(source); }, R"(
+for (;;); => line 1: the program takes more than 100 steps
+for ($x in {"p", "q"})↵ while (1) {} => line 2: the program takes more than 100 steps
+$b = {"01234", "56789", "abc"}; size($b + "") => 15
+$b += "defghi" => line 1: a text cannot have more than 20 characters
+stringArrayToString($b, "----") => line 1: a text cannot have more than 20 characters
+$b[3] = "d"; $b[4] = "e" => line 1: 4 is no array index
+tokenize("1,2,3,4,5", ",") => line 1: an array cannot have more than 4 elements
+size($b) => 4
+)");
+    }
+
     void globalsLastAndScriptsReplaceWhatRuns();
 };
 

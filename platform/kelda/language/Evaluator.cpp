@@ -1,15 +1,9 @@
 #include "language/InterpreterPrivate.h"
 #include "language/Operators.h"
 
-namespace {
-
-constexpr int longestArray = 1000000;
-
-} // namespace
-
 Value Evaluator::evaluate(const Expression &expression)
 {
-    m_state.checkStack(at(expression.line));
+    m_state.step(at(expression.line));
     const std::vector<ExpressionPtr> &operands = expression.operands;
     try {
         switch (expression.kind) {
@@ -29,7 +23,7 @@ Value Evaluator::evaluate(const Expression &expression)
             return !evaluate(*operands[0]).toBool();
         case Expression::Kind::Binary: {
             const Value left = evaluate(*operands[0]);
-            return applyOperator(expression.op, left, evaluate(*operands[1]));
+            return applied(expression.op, left, evaluate(*operands[1]));
         }
         case Expression::Kind::And:
             return evaluate(*operands[0]).toBool() && evaluate(*operands[1]).toBool();
@@ -84,9 +78,19 @@ Value Evaluator::evaluateAssignment(const Expression &expression)
     if (!isPlain)
         before = isElement ? elementOf(destination.name, position, destination.line) : evaluate(destination);
     const Operator op = expression.kind == Expression::Kind::PostStep ? Operator::Add : expression.op;
-    const Value after = isPlain ? operand : applyOperator(op, before, operand);
+    const Value after = isPlain ? operand : applied(op, before, operand);
     assign(destination, position, after);
     return expression.kind == Expression::Kind::PostStep ? before : after;
+}
+
+Value Evaluator::applied(Operator op, const Value &left, const Value &right) const
+{
+    if (op == Operator::Add) {
+        const bool arrays = left.kind() == Value::Kind::StringArray && right.kind() == Value::Kind::StringArray;
+        m_state.checkLength(arrays ? 0 : left.textLength() + right.textLength(),
+                            arrays ? left.arrayLength() + right.arrayLength() : 0);
+    }
+    return applyOperator(op, left, right);
 }
 
 Variable *Evaluator::find(const QString &name)
@@ -105,7 +109,7 @@ Variable &Evaluator::target(const QString &name)
 int Evaluator::index(const Value &value, int line) const
 {
     const qint64 number = value.toInt();
-    if (number < 0 || number >= longestArray)
+    if (number < 0 || number >= m_state.limits.arrayLength)
         throw ScriptError(QStringLiteral("%1 is no array index").arg(number), at(line));
     return static_cast<int>(number);
 }

@@ -24,8 +24,10 @@ CallDepth::CallDepth(Interpreter::Private &state) : m_state(state)
 {
     if (m_state.depth >= deepestCall)
         throw CommandError(QStringLiteral("calls are nested more than %1 deep").arg(deepestCall));
-    if (m_state.depth++ == 0)
+    if (m_state.depth++ == 0) {
         m_state.stackBase = stackPosition();
+        m_state.steps = 0;
+    }
 }
 
 CallDepth::~CallDepth()
@@ -33,10 +35,20 @@ CallDepth::~CallDepth()
     --m_state.depth;
 }
 
-void Interpreter::Private::checkStack(const SourcePosition &where) const
+void Interpreter::Private::step(const SourcePosition &where)
 {
+    if (limits.steps > 0 && ++steps > limits.steps)
+        throw ScriptError(QStringLiteral("the program takes more than %1 steps").arg(limits.steps), where);
     if (std::abs(stackBase - stackPosition()) > stackBudget)
         throw ScriptError(QStringLiteral("calls and expressions are nested too deeply"), where);
+}
+
+void Interpreter::Private::checkLength(qint64 textLength, qint64 arrayLength) const
+{
+    if (textLength > limits.textLength)
+        throw CommandError(QStringLiteral("a text cannot have more than %1 characters").arg(limits.textLength));
+    if (arrayLength > limits.arrayLength)
+        throw CommandError(QStringLiteral("an array cannot have more than %1 elements").arg(limits.arrayLength));
 }
 
 Value Interpreter::Private::call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where)
@@ -49,7 +61,9 @@ Value Interpreter::Private::call(const QString &name, const std::vector<Value> &
         const CommandFunction command = commands.contains(name) ? commands.value(name) : fallbacks.value(name);
         if (!command)
             throw CommandError(QStringLiteral("unknown command '%1'").arg(name));
-        return command({name, arguments, where});
+        const Value result = command({name, arguments, where});
+        checkLength(result.kind() == Value::Kind::String ? result.textLength() : 0, result.arrayLength());
+        return result;
     } catch (const ScriptError &) {
         throw;
     } catch (const CommandError &error) {
@@ -117,6 +131,11 @@ bool Interpreter::hasCommand(const QString &name) const
 bool Interpreter::hasProcedure(const QString &name) const
 {
     return d->procedures.contains(name);
+}
+
+void Interpreter::setLimits(const Limits &limits)
+{
+    d->limits = limits;
 }
 
 Value Interpreter::evaluate(const QString &source, const QString &file)

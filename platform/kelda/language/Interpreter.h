@@ -51,6 +51,14 @@ using CommandFunction = std::function<Value(const CommandCall &)>;
 class Interpreter
 {
 public:
+    /// A program fails when it goes beyond one of them.
+    struct Limits
+    {
+        qint64 steps = 0;                  ///< statements, expressions and rounds of a loop; 0 is no limit
+        int textLength = 16 * 1024 * 1024; ///< UTF-16 units
+        int arrayLength = 1000000;
+    };
+
     Interpreter();
     ~Interpreter();
 
@@ -66,6 +74,7 @@ public:
     /// Parses all of \p source, then runs it; the result is that of the last statement. Throws ScriptError.
     /// Re-entrant: commands may evaluate. Nesting deeper than 200 calls fails instead of overflowing the stack.
     Value evaluate(const QString &source, const QString &file = QString());
+    void setLimits(const Limits &limits);
     /// Calls a procedure or command by name. Throws ScriptError.
     Value call(const QString &name, const std::vector<Value> &arguments);
 

@@ -30,13 +30,18 @@ class Interpreter::Private
 public:
     /// Calls a procedure or command; \p where is the place of the call.
     Value call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where);
-    /// Throws ScriptError when the stack used since the outermost call is about to run out.
-    void checkStack(const SourcePosition &where) const;
+    /// Counts a step of the program. Throws ScriptError when it was one too many, and when the stack used since the
+    /// outermost call is about to run out.
+    void step(const SourcePosition &where);
+    /// Throws CommandError when a text of \p textLength or an array of \p arrayLength would be too long.
+    void checkLength(qint64 textLength, qint64 arrayLength) const;
 
     QHash<QString, CommandFunction> commands;
     QHash<QString, CommandFunction> fallbacks;
     QHash<QString, std::shared_ptr<const Procedure>> procedures;
     Variables globals;
+    Limits limits;
+    qint64 steps = 0; ///< since the outermost call
     int depth = 0;
     const char *stackBase = nullptr;
 
@@ -86,6 +91,7 @@ private:
     Value evaluateArray(const Expression &expression);
     Value evaluateAssignment(const Expression &expression);
     Value evaluateCall(const Expression &expression);
+    Value applied(Operator op, const Value &left, const Value &right) const;
     bool condition(const ExpressionPtr &expression);
 
     Variable *find(const QString &name);

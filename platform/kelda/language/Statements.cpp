@@ -13,7 +13,7 @@ Evaluator::Flow Evaluator::run(const StatementList &block)
 
 Evaluator::Flow Evaluator::run(const Statement &statement)
 {
-    m_state.checkStack(at(statement.line));
+    m_state.step(at(statement.line));
     switch (statement.kind) {
     case Statement::Kind::Expression:
         m_result = evaluate(*statement.expression);
@@ -66,6 +66,7 @@ Evaluator::Flow Evaluator::runFor(const Statement &statement)
 {
     run(statement.first);
     while (condition(statement.expression)) {
+        m_state.step(at(statement.line));
         const Flow flow = run(statement.body);
         if (flow == Flow::Return)
             return flow;
@@ -82,6 +83,7 @@ Evaluator::Flow Evaluator::runForEach(const Statement &statement)
     run(statement.first);
     const QStringList items = evaluate(*statement.expression).toStringList();
     for (const QString &item : items) {
+        m_state.step(at(statement.line));
         try {
             Variable &variable = target(statement.name);
             variable.value = converted(item, variable.type);

@@ -123,6 +123,25 @@ QString Value::toString() const
     return QString();
 }
 
+qint64 Value::textLength() const
+{
+    if (const QString *text = std::get_if<QString>(&m_data))
+        return text->size();
+    const QStringList *items = std::get_if<QStringList>(&m_data);
+    qint64 length = items && !items->isEmpty() ? items->size() - 1 : 0;
+    if (items) {
+        for (const QString &item : *items)
+            length += item.size();
+    }
+    return length;
+}
+
+qint64 Value::arrayLength() const
+{
+    const QStringList *items = std::get_if<QStringList>(&m_data);
+    return items ? items->size() : 0;
+}
+
 QStringList Value::toStringList() const
 {
     if (kind() == Kind::StringArray)

@@ -33,6 +33,10 @@ public:
     double toDouble() const;
     /// Numbers in decimal (an integral float as plain digits), an array's texts joined by blanks, nothing as "".
     QString toString() const;
+    /// Characters of toString() for a text or an array, without making it; 0 for any other kind.
+    qint64 textLength() const;
+    /// Elements of an array; 0 for any other kind.
+    qint64 arrayLength() const;
     /// An array as it is, nothing as an empty array, anything else as an array of its one text.
     QStringList toStringList() const;
     /// The array held, for changing it in place; null for any other kind.
