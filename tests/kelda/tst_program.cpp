@@ -52,7 +52,7 @@ private slots:
     void locationIsFoundFromTheProgram()
     {
         const QMap<QString, QString> places{
-            {"src/build/dev/bin", "src"}, {"opt/kelda/bin", "opt/kelda"}, {"usr/bin", "usr/share/kelda"}};
+            {"src/build/dev/bin", "src"}, {"opt/kelda/bin", "opt/kelda"}, {"usr/bin", "usr/lib/kelda"}};
         for (const QString &program : places.keys()) {
             const QString root = path(places[program]);
             QVERIFY(QDir().mkpath(path(program)));

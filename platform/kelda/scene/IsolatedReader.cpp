@@ -69,12 +69,12 @@ rlim_t addressSpaceInUse()
     return file.readLine().split(' ').first().toULongLong() * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// The reader beside the running program, else the one of the build.
+/// The reader beside the running program, or in the folder bin beside that program's own.
 QByteArray readerProgram()
 {
     const QString own = QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
     const QString beside = own + QStringLiteral("/kelda_reader");
-    return QFile::encodeName(QFileInfo(beside).isExecutable() ? beside : QStringLiteral(KELDA_READER));
+    return QFile::encodeName(QFileInfo(beside).isExecutable() ? beside : own + QStringLiteral("/../bin/kelda_reader"));
 }
 
 void startTimer(__itimer_which kind, int milliseconds)

@@ -6,6 +6,9 @@
 
 namespace {
 
+/// Where an installation has its scripts, icons and plug-ins, below its prefix.
+const char installedLocation[] = "lib/kelda";
+
 bool isLocation(const QString &folder)
 {
     return QFileInfo(folder + "/scripts").isDir() && QFileInfo(folder + "/icons").isDir();
@@ -76,10 +79,10 @@ QString KeldaOptions::findLocation(const QString &programFolder)
     for (int level = 0; level <= 3; ++level) {
         if (isLocation(folder.path()))
             return folder.path();
-        if (isLocation(folder.filePath(QStringLiteral("share/kelda"))))
-            return folder.filePath(QStringLiteral("share/kelda"));
+        if (isLocation(folder.filePath(installedLocation)))
+            return folder.filePath(installedLocation);
         if (!folder.cdUp())
             break;
     }
-    return QStringLiteral(KELDA_SOURCE_LOCATION);
+    return programFolder;
 }

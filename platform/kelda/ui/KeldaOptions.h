@@ -37,6 +37,6 @@ struct KeldaOptions
     static bool parse(const QStringList &arguments, KeldaOptions &options, QString &error);
     static QString usage();
     /// The nearest folder at or above \p programFolder, three levels at most, that holds scripts and icons, or that has
-    /// them in share/kelda; the source folder of this build otherwise.
+    /// them in lib/kelda; \p programFolder itself when there is none.
     static QString findLocation(const QString &programFolder);
 };

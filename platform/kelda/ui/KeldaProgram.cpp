@@ -117,6 +117,7 @@ bool KeldaProgram::start()
     bool held = true;
     for (const QString &file : qAsConst(m_options.plugIns))
         held = loadPlugIn(file) && held;
+    held = loadInstalledPlugIns() && held;
     if (m_options.hasWindow())
         m_host->menus().rebuild();
     for (const KeldaOptions::Task &task : m_options.tasks) {
@@ -141,6 +142,17 @@ bool KeldaProgram::loadPlugIn(const QString &file)
     if (!status)
         m_host->reportFailure(KQtUtil::toQString(status.errorString()));
     return static_cast<bool>(status);
+}
+
+bool KeldaProgram::loadInstalledPlugIns()
+{
+    bool held = true;
+    const QDir folder(m_host->setup().location + QStringLiteral("/plug-ins"));
+    for (const QFileInfo &file : folder.entryInfoList({QStringLiteral("*.so")}, QDir::Files, QDir::Name)) {
+        if (!m_host->plugins().isLoaded(file.completeBaseName()))
+            held = loadPlugIn(file.filePath()) && held;
+    }
+    return held;
 }
 
 bool KeldaProgram::runCommand(const QString &text)

@@ -33,8 +33,9 @@ public:
     /// False, with one line in \p error, when the authority's file cannot be used.
     static bool prepareNetwork(const KeldaOptions &options, QString &error);
 
-    /// Loads the plug-ins, builds the menus, and runs the tasks until one of them quits. False when anything failed; it
-    /// was posted as an error. May spin the event loop.
+    /// Loads the plug-ins of the options, then those of the location's folder plug-ins that are not loaded yet; builds
+    /// the menus, and runs the tasks until one of them quits. False when anything failed; it was posted as an error.
+    /// May spin the event loop.
     bool start();
     /// start(), then, with a window and without the option to quit, the event loop until the user leaves. Returns the
     /// exit status: 1 when anything failed, else what quit was given.
@@ -59,6 +60,7 @@ private:
     void buildWindow();
     bool runScript(const QString &file);
     bool loadPlugIn(const QString &file);
+    bool loadInstalledPlugIns();
     void print(const char *prefix, const QString &text) const;
     void showWaitCursor(bool on);
 
