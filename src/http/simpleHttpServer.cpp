@@ -1,5 +1,6 @@
 #include "http/simpleHttpServer.h"
 
+#include "http/RedirectRequest.h"
 #include "TavrinStrings.h"
 
 #include <openkelda/KGlobal.h>
@@ -7,7 +8,6 @@
 
 #include <QDateTime>
 #include <QPointer>
-#include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTextStream>
 
@@ -19,35 +19,16 @@ namespace {
 constexpr int largestRequestBytes = 64 * 1024;
 constexpr char timeoutCode[] = "timeout";
 constexpr char limitName[] = "limit";
-constexpr char lineReadProperty[] = "requestLineRead";
 
 int defaultRedirectMs = 300000;
 int defaultConnectionMs = 30000;
 
-QStringList tokensOf(const QString &text)
+/// One connection, with what it has asked so far.
+struct Browser : QTcpSocket
 {
-    static const QRegularExpression separators(QStringLiteral("[ \\r\\n\"',?&=]+"));
-    return text.split(separators);
-}
-
-/// The code in the request line \p line; empty when there is none, and for a request that is no redirect. Only the
-/// query's own parameters count: the text "code" as a value, or anywhere else in a request, names no code.
-QString codeIn(const QString &line)
-{
-    const QStringList words = tokensOf(line);
-    if (words.size() < 2 || words.at(0) != QLatin1String("GET") ||
-        words.at(1) != QLatin1String("/crvn/kelda/oauth/dropbox/redirect"))
-        return QString();
-
-    const QString query = line.section(QLatin1Char('?'), 1).section(QLatin1Char(' '), 0, 0);
-    for (const QString &parameter : query.split(QLatin1Char('&'))) {
-        const QStringList tokens = tokensOf(parameter);
-        const bool named = tokens.size() > 1 && tokens.at(0) == QLatin1String("code");
-        if (named && !tokens.at(1).isEmpty() && tokens.at(1) != QLatin1String(timeoutCode))
-            return tokens.at(1);
-    }
-    return QString();
-}
+    using QTcpSocket::QTcpSocket;
+    RedirectRequest request;
+};
 
 void writeAnswer(QTcpSocket &client)
 {
@@ -131,7 +112,7 @@ void SimpleHttpServer::incomingConnection(qintptr socketDescriptor)
         ::close(static_cast<int>(socketDescriptor));
         return;
     }
-    auto *client = new QTcpSocket(this);
+    auto *client = new Browser(this);
     connect(client, &QTcpSocket::readyRead, this, &SimpleHttpServer::readClient);
     connect(client, &QTcpSocket::disconnected, this, &SimpleHttpServer::discardClient);
     client->setReadBufferSize(largestRequestBytes);
@@ -157,22 +138,17 @@ void SimpleHttpServer::serverTimeout()
 
 void SimpleHttpServer::readClient()
 {
-    auto *client = qobject_cast<QTcpSocket *>(sender());
+    auto *client = dynamic_cast<Browser *>(sender());
     if (!client)
         return;
-    if (client->property(lineReadProperty).toBool()) {
-        client->readAll();
+    const QByteArray bytes = client->readAll();
+    if (client->request.state() != RedirectRequest::State::Reading)
+        return;
+    if (client->request.read(bytes) == RedirectRequest::State::Refused) {
+        client->abort();
         return;
     }
-    if (!client->canReadLine()) {
-        if (client->bytesAvailable() >= largestRequestBytes)
-            client->abort();
-        return;
-    }
-    client->setProperty(lineReadProperty, true);
-    const QString line = QString::fromLatin1(client->readLine());
-    client->readAll();
-    const QString code = codeIn(line);
+    const QString code = client->request.code();
     if (!code.isEmpty() && !m_codeReceived)
         acceptCode(client, KQtUtil::toKString(code));
 }

@@ -1,0 +1,62 @@
+#include "Fuzz.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    // The script engine needs an application. It takes arguments of its own, because it would remove some of
+    // libFuzzer's.
+    static char name[] = "fuzz";
+    static char *arguments[] = {name, nullptr};
+    static int count = 1;
+    static QCoreApplication application(count, arguments);
+    return 0;
+}
+
+namespace Fuzz {
+
+void require(bool holds, const char *property)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "Broken property: %s\n", property);
+    std::abort();
+}
+
+QByteArray bytes(const std::uint8_t *data, std::size_t size)
+{
+    return QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size));
+}
+
+void feedInPieces(const QByteArray &bytes, const std::function<void(const QByteArray &)> &feed)
+{
+    std::minstd_rand random(static_cast<unsigned>(qHash(bytes, 1)));
+    // Half of the texts come in single bytes, the others in pieces of up to 16.
+    const int longest = random() % 2 == 0 ? 1 : 16;
+    for (int at = 0; at < bytes.size();) {
+        const int length = 1 + static_cast<int>(random()) % longest;
+        feed(bytes.mid(at, length));
+        at += length;
+    }
+}
+
+bool staysInside(const QString &subFolder, const QString &name)
+{
+    const QString area = QStringLiteral("/area/");
+    const QByteArray written = QFile::encodeName(area + subFolder + QLatin1Char('/') + name);
+    if (written.contains('\0') || written.contains('\\'))
+        return false;
+    const QStringList parts = QString::fromUtf8(written).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    const bool hasDots = parts.contains(QStringLiteral(".")) || parts.contains(QStringLiteral(".."));
+    const QString folder = QDir::cleanPath(area + subFolder) + QLatin1Char('/');
+    return !hasDots && folder.startsWith(area) &&
+           QDir::cleanPath(area + subFolder + QLatin1Char('/') + name) == folder + name;
+}
+
+} // namespace Fuzz

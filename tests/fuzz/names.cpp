@@ -1,0 +1,75 @@
+// File names and paths of a service or a user, on their way to the disk and into host commands.
+
+#include "Fuzz.h"
+
+#include "cloud/HostFiles.h"
+#include "language/Interpreter.h"
+#include "TavrinHelper.h"
+
+namespace {
+
+void checkConfinement(const QString &text)
+{
+    const QString name = TavrinHelper::safeLocalName(text);
+    const QString path = TavrinHelper::safeLocalPath(text);
+    Fuzz::require(Fuzz::staysInside(path, name), "a safe path stays inside");
+    Fuzz::require(TavrinHelper::safeLocalName(name) == name && TavrinHelper::safeLocalPath(path) == path,
+                  "what is safe stays as it is");
+    Fuzz::require(path.startsWith(QLatin1Char('/')) <= text.startsWith(QLatin1Char('/')), "no path turns absolute");
+}
+
+void checkCleaning(const QString &text)
+{
+    QString name = text;
+    CleanFilename(name);
+    for (const QChar character : QStringLiteral("\\/:*?\"<>|"))
+        Fuzz::require(!name.contains(character), "a clean name has no forbidden character");
+    QString again = name;
+    CleanFilename(again);
+    Fuzz::require(again == name, "a clean name stays as it is");
+}
+
+void checkExtension(const QString &text)
+{
+    KString name = KQtUtil::toKString(text);
+    KString extension("none");
+    const QString whole = KQtUtil::toQString(name);
+    if (!getFileExtension(name, extension)) {
+        Fuzz::require(extension == "none", "a name without extension leaves it alone");
+        return;
+    }
+    const QString found = KQtUtil::toQString(extension);
+    Fuzz::require(whole.endsWith(QLatin1Char('.') + found) && !found.contains(QLatin1Char('.')) &&
+                      !found.contains(QLatin1Char('/')) && !found.contains(QLatin1Char('\\')),
+                  "an extension is the end of the name");
+}
+
+void checkQuoting(const QString &text)
+{
+    static QStringList received;
+    static Interpreter interpreter;
+    static const bool added = interpreter.addCommand(QStringLiteral("take"), [](const CommandCall &call) {
+        for (const Value &argument : call.arguments)
+            received.append(argument.toString());
+        return Value();
+    });
+    Fuzz::require(added, "the command is there");
+    const KString argument = KQtUtil::toKString(text);
+    received.clear();
+    interpreter.evaluate(QStringLiteral("take -f \"%1\";").arg(KQtUtil::toQString(TavrinHelper::quoted(argument))));
+    Fuzz::require(received == QStringList({QStringLiteral("-f"), KQtUtil::toQString(argument)}),
+                  "a quoted text is one argument");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const QByteArray bytes = Fuzz::bytes(data, size);
+    const QString text = QString::fromUtf8(bytes);
+    checkConfinement(text);
+    checkCleaning(text);
+    checkExtension(text);
+    checkQuoting(text);
+    return 0;
+}
