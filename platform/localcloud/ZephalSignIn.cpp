@@ -23,7 +23,7 @@ QString ZephalSignIn::signInPage(const QString &user, const QString &error) cons
 <input class="text" id="user" name="user" type="text" autocomplete="off" value="%2"%3>
 <label for="password">Password</label><input class="text" id="password" name="password" type="password"%4>
 <div class="row"></div><button id="sign-in" type="submit">Sign in</button></form>
-<p class="hint">Here on this computer the user is <b>%5</b>, the password <b>%6</b>.</p>)");
+<p class="hint">On this computer: user <b>%5</b>, password <b>%6</b>.</p>)");
     const QString message = error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + error + "</p>";
     const QString focus(" autofocus");
     return form.arg(message, user.toHtmlEscaped(), user.isEmpty() ? focus : QString(),

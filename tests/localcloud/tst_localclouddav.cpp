@@ -259,12 +259,18 @@ private slots:
     {
         QSet<QByteArray> tags;
         localcloud::DavFolder folder(m_cloud->zephalDir(), m_data->filePath(".localcloud/uploads"));
-        for (int i = 0; i < 500; ++i) { // within one tick of the file system's clock
+        const QByteArray content(100000, 'x'); // goes to a file before it is stored
+        for (int i = 0; i < 200; ++i) {
             localcloud::RequestBody body(m_data->filePath(".localcloud/uploads"));
-            QVERIFY(body.append("same size") && folder.store("/Work/cup.obj", body));
+            QVERIFY(body.append(content));
+            if (i == 0)
+                QTest::qSleep(20);
+            const QDateTime before = QDateTime::currentDateTime();
+            QVERIFY(folder.store("/Work/cup.obj", body));
+            QVERIFY(QFileInfo(folder.localPath("/Work/cup.obj")).lastModified() >= before);
             tags.insert(folder.find("/Work/cup.obj").etag);
         }
-        QCOMPARE(tags.size(), 500);
+        QCOMPARE(tags.size(), 200);
         const QByteArray put = m_client->send("PUT", kDav + "/Work/cup.obj", "same size").headers["ETag"];
         const QByteArray tag = m_client->get(kDav + "/Work/cup.obj").headers["ETag"];
         QVERIFY(put == tag && !tags.contains(tag) && tag.startsWith('"'));
@@ -294,49 +300,36 @@ private slots:
 
     void answersRequests_data()
     {
-        QTest::addColumn<QByteArray>("request"); // method, path, headers, body
+        QTest::addColumn<QByteArray>("request"); // method|path|headers|body
         QTest::addColumn<int>("status");
-        const auto row = [](const QByteArray &request, int status) {
-            QTest::newRow(request.left(99)) << request << status;
+        const QByteArray dtd = "<!DOCTYPE a [<!ENTITY b 'c'>]><propfind xmlns='DAV:'><allprop/></propfind>";
+        const QByteArray set = "<propertyupdate xmlns='DAV:'><set><prop><a/></prop></set></propertyupdate>";
+        const QMap<int, QByteArrayList> requests{
+            {207, {"PROPFIND|/Work/cup.obj", "PROPPATCH|/Work/|a: b|" + set}},
+            {400,
+             {"PROPFIND|/|Depth: 2", "PROPFIND|/|Depth: 0|<a", "PROPFIND|/|Depth: 0|<propfind xmlns='DAV:'/>",
+              "PROPFIND|/|Depth: 0|<propfind><allprop/></propfind>", "PROPFIND|/|Depth: 0|" + dtd,
+              "PROPPATCH|/Work/|a: b|<propertyupdate xmlns='DAV:'/>", "DELETE|/Work|Depth: 0", "COPY|/Work",
+              "PUT|/Work/cup.obj|Content-Range: bytes 1-1/3|x", "COPY|/Work|Destination: /dav/a%2fb",
+              "COPY|/Work|Destination: ftp://cloud.zephal.example/dav/a", "MOVE|/Work|Destination: /dav/a\r\nDepth: 0",
+              "COPY|/Work|Destination: /dav/a\r\nDepth: 1", "COPY|/Work|Destination: /dav/a\r\nOverwrite: X"}},
+            {403,
+             {"PROPFIND|/|Depth: infinity", "PROPFIND|/", "DELETE|/", "COPY|/Work|Destination: /dav/Work/a",
+              "COPY|/Work|Destination: /dav/Work/", "MOVE|/|Destination: /dav/a", "MOVE|/Work|Destination: /dav/",
+              "COPY|/Work/cup.obj|Destination: /dav/Work"}},
+            {404, {"PROPFIND|/Work/cup.obj/|Depth: 0", "COPY|/None|Destination: /dav/a"}},
+            {405, {"GET|/Work/", "LOCK|/Work/", "PUT|/|a: b|x", "PUT|/Work|a: b|x", "MKCOL|/"}},
+            {409, {"PUT|/Work/new.obj/|a: b|x", "PUT|/None/new.obj|a: b|x", "PUT|/Work/cup.obj/new.obj|a: b|x"}},
+            {412, {"PUT|/Work/new.obj|If-Match: *|x", "DELETE|/Work|If: ([\"x\"])"}},
+            {413, {"PROPFIND|/|Depth: 0|" + QByteArray(70000, ' ')}},
+            {502,
+             {"COPY|/Work|Destination: http://x.example/dav/a", "COPY|/Work|Destination: /davenport",
+              "COPY|/Work|Destination: https://cloud.zephal.example/a"}},
         };
-        row("PROPFIND|/|Depth: infinity", 403);
-        row("PROPFIND|/", 403);
-        row("PROPFIND|/|Depth: 2", 400);
-        row("PROPFIND|/Work/cup.obj", 207);
-        row("PROPFIND|/Work/cup.obj/|Depth: 0", 404);
-        row("PROPFIND|/|Depth: 0|<a", 400);
-        row("PROPFIND|/|Depth: 0|<propfind xmlns='DAV:'/>", 400);
-        row("PROPFIND|/|Depth: 0|<propfind><allprop/></propfind>", 400);
-        row("PROPFIND|/|Depth: 0|<!DOCTYPE a [<!ENTITY b 'c'>]><propfind xmlns='DAV:'><allprop/></propfind>", 400);
-        row("PROPFIND|/|Depth: 0|" + QByteArray(70000, ' '), 413);
-        row("PROPPATCH|/Work/|a: b|<propertyupdate xmlns='DAV:'><set><prop><a/></prop></set></propertyupdate>", 207);
-        row("PROPPATCH|/Work/|a: b|<propertyupdate xmlns='DAV:'/>", 400);
-        row("GET|/Work/", 405);
-        row("LOCK|/Work/", 405);
-        row("PUT|/|a: b|x", 405);
-        row("PUT|/Work|a: b|x", 405);
-        row("PUT|/Work/new.obj/|a: b|x", 409);
-        row("PUT|/None/new.obj|a: b|x", 409);
-        row("PUT|/Work/cup.obj/new.obj|a: b|x", 409);
-        row("PUT|/Work/cup.obj|Content-Range: bytes 1-1/3|x", 400);
-        row("DELETE|/", 403);
-        row("DELETE|/Work|Depth: 0", 400);
-        row("MKCOL|/", 405);
-        row("COPY|/Work", 400);
-        row("COPY|/Work|Destination: http://x.example/dav/a", 502);
-        row("COPY|/Work|Destination: https://cloud.zephal.example/a", 502);
-        row("COPY|/Work|Destination: /davenport", 502);
-        row("COPY|/Work|Destination: ftp://cloud.zephal.example/dav/a", 400);
-        row("COPY|/Work|Destination: /dav/a%2fb", 400);
-        row("COPY|/Work|Destination: /dav/Work/a", 403);
-        row("COPY|/Work|Destination: /dav/Work/", 403);
-        row("COPY|/Work|Destination: /dav/a\r\nDepth: 1", 400);
-        row("COPY|/Work|Destination: /dav/a\r\nOverwrite: X", 400);
-        row("COPY|/None|Destination: /dav/a", 404);
-        row("MOVE|/|Destination: /dav/a", 403);
-        row("MOVE|/Work|Destination: /dav/a\r\nDepth: 0", 400);
-        row("MOVE|/Work|Destination: /dav/", 403);
-        row("MOVE|/Work/cup.obj|Destination: /dav/Work", 403);
+        for (auto it = requests.begin(); it != requests.end(); ++it) {
+            for (const QByteArray &request : it.value())
+                QTest::newRow(request.left(99)) << request << it.key();
+        }
     }
 
     void answersRequests()
@@ -379,9 +372,10 @@ private slots:
         m_cloud->addRule("cloud.zephal.example", "/dav/Many/", "cut=100000", 1);
         const CloudReply cut = find("/Many/");
         QVERIFY(cut.error != QNetworkReply::NoError && cut.body.size() <= 100000);
-        const QByteArray old = "PROPFIND /dav/Many/ HTTP/1.0\r\nDepth: 1\r\nAuthorization: Basic ZGVtbzpkZW1v\r\n\r\n";
+        // An old client hears the end of the listing by the end of the connection.
+        const QByteArray old = "PROPFIND /dav/Work/ HTTP/1.0\r\nDepth: 1\r\nAuthorization: Basic ZGVtbzpkZW1v\r\n\r\n";
         const QByteArray answer = rawExchange(*m_cloud, old, "</D:multistatus>\n");
-        QVERIFY(answer.endsWith(listing.body) && !answer.contains("chunked"));
+        QVERIFY(answer.endsWith("\r\n\r\n" + find("/Work/").body) && !answer.contains("chunked"));
     }
 
 private:

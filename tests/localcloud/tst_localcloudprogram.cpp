@@ -1,6 +1,7 @@
 #include "CloudClient.h"
 #include <csignal>
 #include <localcloud/ModelWriters.h>
+#include <localcloud/ZephalSeed.h>
 #include <QDir>
 #include <QImage>
 #include <QJsonDocument>
@@ -94,6 +95,14 @@ private slots:
         QCOMPARE(QImage::fromData(seeded("Models/Textured/Barrel.png")).size(), QSize(256, 256));
         const QByteArray torus = seeded("Models/Shapes/Torus.stl");
         QCOMPARE(torus.size(), 84 + 50 * qFromLittleEndian<int>(torus.constData() + 80));
+
+        // The documents share the large model with the folder above, or have one made.
+        for (const QString &large : {dir.filePath("Large terrain.obj"), dir.filePath("none")}) {
+            QTemporaryDir documents(dir.filePath("documents"));
+            QVERIFY(seedZephal(documents.path(), documents.filePath("seeded"), SeedAmount::Everything, large, nullptr));
+            QCOMPARE(readFile(documents.filePath("Projects/Landscape/Hills.obj")).count("\nf "), 200000);
+            QVERIFY(QFileInfo(documents.filePath("Work")).isDir());
+        }
     }
 
     void binaryModelCarriesItsTexture()
