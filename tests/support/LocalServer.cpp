@@ -127,7 +127,7 @@ void LocalServer::readFrom(QTcpSocket *socket)
     exchange->busy = true;
     m_requests.append(request);
     const QByteArray key = m_answers.contains(request.target) ? request.target : request.path();
-    const Reply reply = m_answers.value(key, Reply(404).body("unexpected"));
+    const Reply reply = m_answers.contains(key) ? m_answers[key] : m_others(request);
     QTimer::singleShot(reply.m_delayMs, socket, [=] { send(socket, reply); });
 }
 

@@ -15,6 +15,8 @@
 #include <QTcpServer>
 #include <QVector>
 
+#include <functional>
+
 class QTcpSocket;
 
 /// What the server received.
@@ -92,6 +94,8 @@ public:
 
     /// Answers \p target, given with or without its query, whatever the method. Anything unknown is answered with 404.
     void answer(const QByteArray &target, const Reply &reply) { m_answers[target] = reply; }
+    /// Asks \p decide for the answer to every other target.
+    void answerOthers(const std::function<Reply(const Request &)> &decide) { m_others = decide; }
 
     const QVector<Request> &requests() const { return m_requests; }
     /// The last request for \p path, whatever its query; an empty one when there was none.
@@ -113,5 +117,6 @@ private:
     Transport m_transport;
     QHash<QTcpSocket *, Exchange> m_exchanges;
     QHash<QByteArray, Reply> m_answers;
+    std::function<Reply(const Request &)> m_others = [](const Request &) { return Reply(404).body("unexpected"); };
     QVector<Request> m_requests;
 };
