@@ -4,6 +4,7 @@
 
 #include "cloud/HostFiles.h"
 #include "language/Interpreter.h"
+#include "portals/Portal_Zephal_CloudItem.h"
 #include "TavrinHelper.h"
 
 namespace {
@@ -16,6 +17,21 @@ void checkConfinement(const QString &text)
     Fuzz::require(TavrinHelper::safeLocalName(name) == name && TavrinHelper::safeLocalPath(path) == path,
                   "what is safe stays as it is");
     Fuzz::require(path.startsWith(QLatin1Char('/')) <= text.startsWith(QLatin1Char('/')), "no path turns absolute");
+}
+
+/// A file in a folder, both named \p name, is written where the folders of their names lead.
+void checkItem(const KString &name)
+{
+    Portal_Zephal_ICloudItem folder(nullptr);
+    Portal_Zephal_ICloudItem file(nullptr);
+    folder.SetProperty("name", name);
+    file.SetProperty("name", name);
+    file.SetParent(&folder);
+    const QString subFolder = QStringLiteral("Zephal") + KQtUtil::toQString(file.GetImportPathFolder());
+    const QString fileName = KQtUtil::toQString(file.GetImportFilename());
+    Fuzz::require(Fuzz::staysInside(TavrinHelper::safeLocalPath(subFolder), TavrinHelper::safeLocalName(fileName)),
+                  "a file stays in its area");
+    Fuzz::require(subFolder.count(QLatin1Char('/')) == 1, "a folder is one level");
 }
 
 void checkCleaning(const QString &text)
@@ -68,6 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray bytes = Fuzz::bytes(data, size);
     const QString text = QString::fromUtf8(bytes);
     checkConfinement(text);
+    checkItem(KQtUtil::toKString(text));
     checkCleaning(text);
     checkExtension(text);
     checkQuoting(text);
