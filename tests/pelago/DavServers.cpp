@@ -124,11 +124,7 @@ class Apache : public ProcessServer
 class Nginx : public ProcessServer
 {
 public:
-    Nginx()
-    {
-        m_traits.listsDotFiles = false;
-        m_traits.looksAtConditions = false;
-    }
+    Nginx() { m_traits.listsDotFiles = false; }
 
 private:
     QStringList command(const QString &port) override
@@ -149,7 +145,7 @@ private:
 class Rclone : public ProcessServer
 {
 public:
-    Rclone() { m_traits.looksAtConditions = false; }
+    Rclone() { m_traits.forgetsCutUploads = false; }
 
 private:
     QStringList command(const QString &port) override

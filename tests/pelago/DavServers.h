@@ -13,7 +13,7 @@
 struct DavTraits
 {
     bool listsDotFiles = true;
-    bool looksAtConditions = true; ///< at those of PUT
+    bool forgetsCutUploads = true; ///< so that nothing is left of them after a while
 };
 
 class DavServer

@@ -55,6 +55,8 @@ private slots:
     void folders();
     void taken_data() { servers(); }
     void taken();
+    void cut_data() { servers(); }
+    void cut();
     void sizes_data() { servers(); }
     void sizes();
 
@@ -174,6 +176,37 @@ void TestPelagoServers::taken()
     QCOMPARE(m_server->content("taken/cup.obj"), QByteArray("old"));
     QCOMPARE(cloud.replace("taken", "gone.obj", "again"), 1);
     QCOMPARE(m_server->content("taken/gone.obj"), QByteArray("again"));
+}
+
+void TestPelagoServers::cut()
+{
+    m_server->makeFolder("cut");
+    m_server->makeFile("cut/cup.obj", "old");
+    for (const bool replaces : {true, false}) {
+        Cloud cloud(m_server->storage());
+        QCOMPARE(cloud.signIn(), 1);
+        QFile large(cloud.local("large"));
+        QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(256 * 1024 * 1024));
+        const QByteArray path = large.fileName().toUtf8();
+        const char *const paths[] = {path.constData()};
+        const char *const names[] = {"new.obj"};
+        // The first bytes of the file have been read by then, and by far not all.
+        QTimer poll;
+        QElapsedTimer clock;
+        connect(&poll, &QTimer::timeout, this, [&] {
+            if (clock.elapsed() > 60)
+                Skein_Storage_destroyEndPoint(cloud.endPoint);
+        });
+        poll.start(5);
+        clock.start();
+        QCOMPARE(replaces ? Skein_Storage_updateFile(cloud.endPoint, "cut", "cut/cup.obj", 2, path, nullptr, nullptr)
+                          : Skein_Storage_uploadFiles(cloud.endPoint, "cut", paths, names, 1, nullptr, nullptr),
+                 int{Skein_Result_Closed});
+    }
+    QCOMPARE(m_server->content("cut/cup.obj"), QByteArray("old"));
+    QVERIFY(!m_server->entries("cut").contains("new.obj"));
+    if (m_server->traits().forgetsCutUploads)
+        QTRY_COMPARE(m_server->entries("cut").size(), 1);
 }
 
 void TestPelagoServers::sizes()
