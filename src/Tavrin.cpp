@@ -4,6 +4,7 @@
 #include "cloud/PortalCall.h"
 #include "portals/Portal_DropBox.h"
 #include "portals/Portal_Plyx.h"
+#include "portals/Portal_Zephal.h"
 #include "TavrinStrings.h"
 
 #include <memory>
@@ -31,6 +32,7 @@ std::unique_ptr<IPortal> makePortal()
 /// Every portal, in the order of the tabs.
 using PortalMaker = std::unique_ptr<IPortal> (*)();
 const PortalMaker portalMakers[] = {
+    makePortal<Portal_Zephal, Portal_Zephal_Login, Portal_Zephal_IPortalBrowser>,
     makePortal<Portal_Plyx, Portal_Plyx_Login, Portal_Plyx_IPortalBrowser>,
     makePortal<Portal_DropBox, Portal_DropBox_Login, Portal_DropBox_IPortalBrowser>,
 };

@@ -10,6 +10,12 @@
 
 namespace Skein {
 
+namespace {
+
+const int minimumFormWidth = 360;
+
+} // namespace
+
 /// The dialog with the two fields. While the service is asked it takes no input and cannot be closed.
 class LoginQtUi::Form : public QDialog
 {
@@ -26,6 +32,7 @@ public:
         m_error->setTextFormat(Qt::PlainText);
         m_error->setWordWrap(true);
         m_error->hide();
+        setMinimumWidth(minimumFormWidth);
 
         auto *layout = new QFormLayout(this);
         layout->addRow(UiText(TavrinStrings::kCloudPortalUserName), m_user);
@@ -84,26 +91,33 @@ void LoginQtUi::setCallback(Callback callback, void *context)
 bool LoginQtUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
 {
     auto *form = new Form(parent);
-    connect(form->buttons(), &QDialogButtonBox::accepted, this, [this, form] { submit(form); });
+    // Asked in the event loop, since the dialog may go while the service is asked, and its button must not be on the
+    // stack then.
+    connect(form->buttons(), &QDialogButtonBox::accepted, form, [form] { form->setAsking(true); });
+    connect(
+        form->buttons(), &QDialogButtonBox::accepted, this,
+        [this, asked = QPointer<Form>(form)] {
+            if (asked && asked == m_dialog)
+                submit(asked);
+        },
+        Qt::QueuedConnection);
     show(form, mode);
     return true;
 }
 
-void LoginQtUi::submit(Form *form)
+void LoginQtUi::submit(const QPointer<Form> &form)
 {
     const PortalCall running;
     const QPointer<LoginQtUi> self(this);
-    const QPointer<Form> asked(form);
-    form->setAsking(true);
     const int result = Skein_Auth_login(m_session, form->user().constData(), form->password().constData());
     if (!self)
         return;
     if (result == 1) {
         end(true);
-    } else if (asked) {
-        asked->setAsking(false);
-        asked->showError(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
-                                                            : TavrinStrings::KHttpServerErrorGeneric);
+    } else if (form) {
+        form->setAsking(false);
+        form->showError(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
+                                                           : TavrinStrings::KHttpServerErrorGeneric);
     }
 }
 

@@ -45,7 +45,7 @@ protected:
 
 private:
     class Form;
-    void submit(Form *form);
+    void submit(const QPointer<Form> &form);
 
     int64_t m_session;
     Callback m_callback = nullptr;
