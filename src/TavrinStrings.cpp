@@ -58,6 +58,7 @@ const KStringResourceId *const furtherTexts[] = {
     &kCloudPortalUserName,
     &kCloudPortalPassword,
     &kCloudPortalLoginRefused,
+    &kCloudPortalMore,
     &kProgressName,
     &kProgressWaiting,
     &kProgressOf,

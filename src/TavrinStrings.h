@@ -84,6 +84,7 @@ inline const KStringResourceId kCloudPortalUserName("Tavrin", "kCloudPortalUserN
 inline const KStringResourceId kCloudPortalPassword("Tavrin", "kCloudPortalPassword", "Password:");
 inline const KStringResourceId kCloudPortalLoginRefused("Tavrin", "kCloudPortalLoginRefused",
                                                         "The service does not know this name with this password.");
+inline const KStringResourceId kCloudPortalMore("Tavrin", "kCloudPortalMore", "More");
 inline const KStringResourceId kProgressName("Tavrin", "kProgressName", "Progress");
 inline const KStringResourceId kProgressWaiting("Tavrin", "kProgressWaiting", "Waiting for the service");
 inline const KStringResourceId kProgressOf("Tavrin", "kProgressOf", " of ");

@@ -2,6 +2,7 @@
 
 #include "cloud/CloudItem.h"
 #include "cloud/Portal_CloudBrowserWindows.h"
+#include "cloud/UiText.h"
 #include "TavrinHelper.h"
 
 #include <QAction>
@@ -69,6 +70,12 @@ QMenu *createFolderMenu(QToolBar *bar, const ICloudPortalApi::ItemVector &folder
     return menu;
 }
 
+/// What opens the part of \p bar that does not fit. The name is the toolkit's own.
+QToolButton *overflowButton(QToolBar *bar)
+{
+    return bar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"));
+}
+
 void release(QObject *object)
 {
     object->disconnect();
@@ -132,6 +139,7 @@ QPushButton *GetIconFolderButton(Portal_CloudBrowserWindows *parent)
     button->setStyleSheet(QStringLiteral(
         "QPushButton { background-color: #303030; border: 0px solid #C0C0C0; padding: 0px 0px 0px 0px; }"));
     button->setEnabled(false);
+    button->setAccessibleName(UiText(TavrinStrings::kCloudPortalLookIn));
     return button;
 }
 
@@ -144,6 +152,8 @@ void AddFolderWidget(Portal_CloudBrowserWindows *, QToolBar *bar, ICloudItem *fo
     QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
     bar->addAction(action);
     folder->SetFolderAction(action);
+    QWidget *const button = bar->widgetForAction(action);
+    button->setFocusPolicy(Qt::TabFocus);
 
     ICloudPortalApi::ItemVector folders;
     for (auto child = folder->GetChildBegin(); child != folder->GetChildEnd(); ++child) {
@@ -153,17 +163,31 @@ void AddFolderWidget(Portal_CloudBrowserWindows *, QToolBar *bar, ICloudItem *fo
     if (folders.empty())
         return;
     action->setMenu(createFolderMenu(bar, folders));
-    if (auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(action)))
-        button->setPopupMode(QToolButton::InstantPopup);
+    if (auto *toolButton = qobject_cast<QToolButton *>(button))
+        toolButton->setPopupMode(QToolButton::InstantPopup);
 }
 
-void ShowOverflowAsText(QToolBar *bar)
+void AdaptOverflow(QToolBar *bar)
 {
-    // The name is the toolkit's own; its arrow is black whatever the palette.
-    if (auto *button = bar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
-        button->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    if (QToolButton *button = overflowButton(bar)) {
+        button->setToolButtonStyle(Qt::ToolButtonTextOnly); // its arrow is black whatever the palette
         button->setText(QString(QChar(0xbb)));
+        button->setAccessibleName(UiText(TavrinStrings::kCloudPortalMore));
+        button->setFocusPolicy(Qt::TabFocus);
     }
+}
+
+void OrderFolderButtons(QWidget *before, QToolBar *bar)
+{
+    const QList<QAction *> actions = bar->actions();
+    for (QAction *action : actions) {
+        if (auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(action))) {
+            QWidget::setTabOrder(before, button);
+            before = button;
+        }
+    }
+    if (QToolButton *button = overflowButton(bar))
+        QWidget::setTabOrder(before, button);
 }
 
 void ClearFolderBar(QToolBar *bar)

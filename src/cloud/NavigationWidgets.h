@@ -41,8 +41,10 @@ QPushButton *GetIconFolderButton(Portal_CloudBrowserWindows *parent);
 /// Appends the button of \p folder to \p bar, with a menu of its sub-folders when it has any. Clicks go to the items.
 void AddFolderWidget(Portal_CloudBrowserWindows *window, QToolBar *bar, ICloudPortalApi::ICloudItem *folder);
 
-/// Makes the button that opens what a narrow \p bar cannot show readable on a dark bar.
-void ShowOverflowAsText(QToolBar *bar);
+/// Makes the button that opens what a narrow \p bar cannot show readable on a dark bar, and reachable by keyboard.
+void AdaptOverflow(QToolBar *bar);
+/// Lets Tab go from \p before through the folders of \p bar from left to right.
+void OrderFolderButtons(QWidget *before, QToolBar *bar);
 
 /// Empties \p bar. What it held is disconnected at once and goes in the event loop, since it may be the sender of the
 /// signal that is being handled.

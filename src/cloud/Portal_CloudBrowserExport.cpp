@@ -3,6 +3,7 @@
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
 #include "cloud/UiText.h"
+#include "http/Transfer.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -179,14 +180,19 @@ bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
     m_exportName->setText(fileName);
     if (!checkFolderIsOpen(job))
         return false;
-    const bool isName = TavrinHelper::safeLocalName(fileName) == fileName;
-    const bool uploaded = isName && m_portal->GetBrowser()->UploadFile(m_portal->GetLogin(), job.folder, job.existing,
-                                                                       folder, KQtUtil::toKString(fileName));
+    const bool uploaded = TavrinHelper::safeLocalName(fileName) == fileName && upload(job, folder, fileName);
     if (uploaded)
         DisplaySuccess(false, written);
     else
         KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError));
     return uploaded;
+}
+
+bool Portal_CloudBrowserWindows::upload(const ExportJob &job, const KString &folder, const QString &fileName)
+{
+    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
+    return m_portal->GetBrowser()->UploadFile(m_portal->GetLogin(), job.folder, job.existing, folder,
+                                              KQtUtil::toKString(fileName));
 }
 
 bool Portal_CloudBrowserWindows::checkFolderIsOpen(const ExportJob &job) const

@@ -3,6 +3,7 @@
 #include "cloud/NavigationWidgets.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
+#include "http/Transfer.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -83,8 +84,10 @@ void Portal_CloudBrowserWindows::Refresh()
     m_parentBar->setEnabled(false);
     m_currentFolder = m_root;
     RefreshFolderData();
-    if (!operation.pageIsGone() && m_root)
-        AddFolderWidget(this, m_folderBar, m_root);
+    if (operation.pageIsGone() || !m_root)
+        return;
+    AddFolderWidget(this, m_folderBar, m_root);
+    OrderFolderButtons(m_loginButton, m_folderBar);
 }
 
 void Portal_CloudBrowserWindows::graftFixedFolders(ICloudItem *folder)
@@ -132,6 +135,7 @@ void Portal_CloudBrowserWindows::RefreshFolderData()
 bool Portal_CloudBrowserWindows::fetch(ItemVector &items)
 {
     const Operation operation(this);
+    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
     ICloudPortalApi::ILogin *login = m_portal->GetLogin();
     ICloudPortalApi::IPortalBrowser *browser = m_portal->GetBrowser();
     bool isLoggedIn = false;
@@ -249,6 +253,7 @@ void Portal_CloudBrowserWindows::FolderClicked(ICloudItem *folder)
     for (ICloudItem *step = folder; step; step = step->GetParent())
         m_folderPath.insert(m_folderPath.begin(), QPointer<ICloudItem>(step));
     m_currentFolder = folder;
+    KeepFocus();
     ClearFolderBar(m_folderBar);
     m_folderBar->addWidget(GetIconFolderButton(this));
     m_parentBar->setEnabled(folder->GetParent() != nullptr);
@@ -269,6 +274,7 @@ void Portal_CloudBrowserWindows::rebuildFolderPath()
             m_folderBar->addWidget(new QLabel(QStringLiteral("/"), m_folderBar));
         AddFolderWidget(this, m_folderBar, folder);
     }
+    OrderFolderButtons(m_loginButton, m_folderBar);
 }
 
 void Portal_CloudBrowserWindows::FolderArrowClicked(ICloudItem *folder)

@@ -3,6 +3,7 @@
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
 #include "cloud/UiText.h"
+#include "http/Transfer.h"
 
 #include <QCheckBox>
 #include <QDialog>
@@ -70,6 +71,7 @@ bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
     const KString fileName = KQtUtil::toKString(TavrinHelper::safeLocalName(name));
     localPath = folder + fileName;
     const SpinningCall call(this);
+    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
     return m_portal->GetBrowser()->DownloadCloudItem(m_portal->GetLogin(), m_selectedItem, folder, fileName);
 }
 

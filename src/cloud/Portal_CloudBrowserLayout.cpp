@@ -33,10 +33,11 @@ QLabel *createSeparator(QWidget *parent, const QString &style)
     return separator;
 }
 
-void limitButtonHeight(QToolBar *bar, QAction *action)
+void adjustButton(QToolBar *bar, QAction *action)
 {
-    if (QWidget *button = bar->widgetForAction(action))
-        button->setMaximumHeight(kBarHeight);
+    QWidget *button = bar->widgetForAction(action);
+    button->setMaximumHeight(kBarHeight);
+    button->setFocusPolicy(Qt::TabFocus);
 }
 
 QPushButton *createActionButton(const QString &label, const char *accessibleName, QWidget *parent)
@@ -80,12 +81,12 @@ void Portal_CloudBrowserWindows::CreateNavigationBar()
     m_navigationLayout->addWidget(m_lookInLabel);
 
     m_folderBar = new QToolBar(this);
-    m_folderBar->setAccessibleName(QStringLiteral("FolderBar"));
+    m_folderBar->setObjectName(QStringLiteral("FolderBar"));
     m_folderBar->setFixedHeight(kBarHeight);
     m_folderBar->setAutoFillBackground(true);
     m_folderBar->setStyleSheet(
         QStringLiteral("QToolBar { background-color: #303030; border: 1px solid #444444; padding-left: 3px; }"));
-    ShowOverflowAsText(m_folderBar);
+    AdaptOverflow(m_folderBar);
     m_folderBar->addWidget(GetIconFolderButton(this));
     if (m_root) {
         AddFolderWidget(this, m_folderBar, m_root);
@@ -101,12 +102,14 @@ void Portal_CloudBrowserWindows::CreateNavigationBar()
 void Portal_CloudBrowserWindows::CreateParentFolderBar()
 {
     m_parentBar = new QToolBar(this);
-    m_parentBar->setAccessibleName(QStringLiteral("ParentFolderBar"));
+    m_parentBar->setObjectName(QStringLiteral("ParentFolderBar"));
     m_parentBar->setMaximumHeight(kBarHeight);
     QAction *action = m_parentBar->addAction(GetIconPreviousFolder(), QString());
     connect(action, &QAction::triggered, this, &Portal_CloudBrowserWindows::PreviousFolderClick);
-    limitButtonHeight(m_parentBar, action);
+    adjustButton(m_parentBar, action);
+    m_parentBar->widgetForAction(action)->setAccessibleName(UiText(TavrinStrings::kCloudPortalParentDirectory));
     m_parentBar->setToolTip(UiText(TavrinStrings::kCloudPortalParentDirectory));
+    AdaptOverflow(m_parentBar);
     m_parentBar->setEnabled(false);
     m_navigationLayout->addWidget(m_parentBar, 0);
 }
@@ -116,6 +119,7 @@ void Portal_CloudBrowserWindows::CreateSearchBar()
     m_searchBar = new QToolBar(this);
     m_searchBar->setMaximumHeight(kBarHeight);
     m_searchBar->setAccessibleName(QStringLiteral("SearchBar"));
+    AdaptOverflow(m_searchBar);
     m_searchText = new QLineEdit(m_searchBar);
     m_searchText->setMaximumHeight(kBarHeight);
     m_searchText->setAccessibleName(QStringLiteral("SearchTextInput"));
@@ -125,7 +129,7 @@ void Portal_CloudBrowserWindows::CreateSearchBar()
     m_searchAction = new QAction(GetIconSearch(), UiText(TavrinStrings::kCloudPortalSearch), m_searchBar);
     connect(m_searchAction, &QAction::triggered, this, &Portal_CloudBrowserWindows::SearchUpdate);
     m_searchBar->addAction(m_searchAction);
-    limitButtonHeight(m_searchBar, m_searchAction);
+    adjustButton(m_searchBar, m_searchAction);
     m_navigationLayout->addWidget(m_searchBar, 2);
 }
 
@@ -197,7 +201,7 @@ void Portal_CloudBrowserWindows::CreatePageButtons(QHBoxLayout *row)
 void Portal_CloudBrowserWindows::CreateItemsPerPageBox(QHBoxLayout *row)
 {
     m_itemsPerPageBox = new QComboBox(this);
-    m_itemsPerPageBox->setAccessibleName(QStringLiteral("ItemsPerPage"));
+    m_itemsPerPageBox->setObjectName(QStringLiteral("ItemsPerPage"));
     for (const char *number : {" 16 ", " 32 ", " 64 "}) {
         m_itemsPerPageBox->addItem(UiText(TavrinStrings::kCloudPortalShow) + QString::fromLatin1(number) +
                                    UiText(TavrinStrings::kCloudPortalItems));
@@ -213,7 +217,7 @@ QTabWidget *Portal_CloudBrowserWindows::CreateImportExportTabs()
     m_translators.clear();
     m_extensions.clear();
     auto *tabs = new QTabWidget(this);
-    tabs->setAccessibleName(QStringLiteral("ImportExportTabs"));
+    tabs->setObjectName(QStringLiteral("ImportExportTabs"));
     tabs->addTab(CreateImportTab(), UiText(TavrinStrings::kCloudPortalImport));
     if (HasExportFormats()) {
         tabs->addTab(CreateExportTab(), UiText(TavrinStrings::kCloudPortalExport));
@@ -232,9 +236,10 @@ QWidget *Portal_CloudBrowserWindows::CreateImportTab()
 
     m_importNameLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFileName), page);
     m_importName = createNameField(page);
-    m_importName->setAccessibleName(QStringLiteral("CloudImportFileName"));
+    m_importName->setObjectName(QStringLiteral("CloudImportFileName"));
     m_importName->setEnabled(false);
     m_importName->setReadOnly(true);
+    m_importNameLabel->setBuddy(m_importName);
     m_importButton = createActionButton(UiText(TavrinStrings::kCloudPortalImport), "CloudImportButton", page);
     connect(m_importButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ImportClick);
     auto *nameRow = new QHBoxLayout;
@@ -245,8 +250,9 @@ QWidget *Portal_CloudBrowserWindows::CreateImportTab()
 
     m_importOptions = new QCheckBox(page);
     m_importOptions->setFixedHeight(22);
-    m_importOptions->setAccessibleName(QStringLiteral("CloudImportOptions"));
+    m_importOptions->setObjectName(QStringLiteral("CloudImportOptions"));
     m_importOptionsLabel = new QLabel(UiText(TavrinStrings::kCloudPortalImportOptions), page);
+    m_importOptionsLabel->setBuddy(m_importOptions);
     auto *optionsRow = new QHBoxLayout;
     optionsRow->addWidget(m_importOptions);
     optionsRow->addWidget(m_importOptionsLabel);
@@ -263,7 +269,8 @@ QWidget *Portal_CloudBrowserWindows::CreateExportTab()
 
     m_exportNameLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFileName), page);
     m_exportName = createNameField(page);
-    m_exportName->setAccessibleName(QStringLiteral("CloudExportFileName"));
+    m_exportName->setObjectName(QStringLiteral("CloudExportFileName"));
+    m_exportNameLabel->setBuddy(m_exportName);
     connect(m_exportName, &QLineEdit::textChanged, this, &Portal_CloudBrowserWindows::exportTextChangedEvent);
     m_exportSelectionButton =
         createActionButton(UiText(TavrinStrings::kCloudPortalExportSelection), "CloudExportSelectionButton", page);
@@ -279,12 +286,14 @@ QWidget *Portal_CloudBrowserWindows::CreateExportTab()
 
     m_exportFilterLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFilter), page);
     m_exportFilter = new QComboBox(page);
-    m_exportFilter->setAccessibleName(QStringLiteral("CloudExportFilter"));
+    m_exportFilter->setObjectName(QStringLiteral("CloudExportFilter"));
+    m_exportFilterLabel->setBuddy(m_exportFilter);
     connect(m_exportFilter, qOverload<int>(&QComboBox::currentIndexChanged), this,
             &Portal_CloudBrowserWindows::ExportFilterFilesClick);
     m_exportOptionsButton = new QPushButton(TavrinHelper::portalIcon("option_gear.png"), QString(), page);
     m_exportOptionsButton->setFixedHeight(kFieldHeight);
-    m_exportOptionsButton->setAccessibleName(QStringLiteral("CloudExportOptionsButton"));
+    m_exportOptionsButton->setObjectName(QStringLiteral("CloudExportOptionsButton"));
+    m_exportOptionsButton->setAccessibleName(UiText(TavrinStrings::kCloudPortalExportOptions));
     m_exportOptionsButton->setToolTip(UiText(TavrinStrings::kCloudPortalExportOptions));
     connect(m_exportOptionsButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ShowExportOptions);
     auto *filterRow = new QHBoxLayout;

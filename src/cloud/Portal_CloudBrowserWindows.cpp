@@ -3,7 +3,9 @@
 #include "cloud/NavigationWidgets.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
+#include "cloud/TransferBar.h"
 #include "cloud/UiText.h"
+#include "http/Transfer.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -30,6 +32,7 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     setAccessibleName(name);
 
     m_loginButton = new LiteralTextButton(UiText(TavrinStrings::kCloudPortalLogIn), this);
+    m_loginButton->setObjectName(QStringLiteral("CloudPortalLoginButton"));
     m_loginButton->setStyleSheet(QStringLiteral("QPushButton { padding: 3px 10px 3px 10px; }"));
     connect(m_loginButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::LogActionClick);
 
@@ -40,6 +43,8 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     const bool isPaged = CreatePageSearchBrowserUI();
     m_importExportTabs = CreateImportExportTabs();
     SetPageLayout(m_importExportTabs, isPaged);
+    CreateShortcuts();
+    new TransferBar(this);
 
     if (auto *dock = qobject_cast<Portal_CloudBrowserDockWidget *>(parent))
         connect(dock, &Portal_CloudBrowserDockWidget::aboutToClose, this, &Portal_CloudBrowserWindows::ClearSelection);
@@ -81,6 +86,7 @@ void Portal_CloudBrowserWindows::LogActionClick()
     if (!m_controller)
         return;
     const Operation operation(this);
+    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
     bool isLoggedIn = false;
     {
         const SpinningCall call(this);
@@ -101,6 +107,7 @@ void Portal_CloudBrowserWindows::RefreshLoginButtonState()
         return;
     }
     const Operation operation(this);
+    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
     bool isLoggedIn = false;
     KString user;
     {

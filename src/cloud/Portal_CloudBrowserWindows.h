@@ -141,6 +141,10 @@ private:
     QWidget *CreateImportTab();
     QWidget *CreateExportTab();
     void SetPageLayout(QTabWidget *tabs, bool isPaged);
+    void CreateShortcuts();
+    void KeepFocus();
+    void reloadFolder();
+    void openCurrentEntry();
     bool IsPaged() const;
     bool HasExportFormats() const;
 
@@ -168,6 +172,7 @@ private:
     KString exportFileName() const;
     bool mayOverwrite();
     bool exportAndUpload(const ExportJob &job);
+    bool upload(const ExportJob &job, const KString &folder, const QString &fileName);
     bool checkFolderIsOpen(const ExportJob &job) const;
 
     QPointer<Portal_CloudBrowserDockWidget> m_dock;

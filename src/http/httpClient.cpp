@@ -2,6 +2,7 @@
 
 #include "http/httpErrors.h"
 #include "http/ReplyWait.h"
+#include "http/Transfer.h"
 #include "http/UploadBody.h"
 #include "TavrinStrings.h"
 
@@ -122,11 +123,13 @@ void httpClient::setHost(const char *host, unsigned int port)
 
 ReturnStatus httpClient::get(QString path, HeaderMap headers, bool https, QByteArray &body)
 {
+    const Transfer transfer(Transfer::Kind::Waiting);
     return exchange(m_manager->get(makeRequest(path, headers, https)), m_requestTimeoutMs, body);
 }
 
 ReturnStatus httpClient::post(QString path, QByteArray &data, HeaderMap headers, bool https, QByteArray &body)
 {
+    const Transfer transfer(Transfer::Kind::Waiting);
     return exchange(m_manager->post(makeRequest(path, headers, https), data), m_requestTimeoutMs, body);
 }
 
@@ -144,6 +147,8 @@ ReturnStatus httpClient::postFile(KString localDir, KString fileName, QString pa
     replaceHeader(headers, L"Content-Type", "application/octet-stream");
     QNetworkReply *reply = m_manager->post(makeRequest(path, headers, https), file.get());
     file.release()->setParent(reply);
+    const Transfer transfer(Transfer::Kind::Upload, KQtUtil::toQString(fileName));
+    connect(reply, &QNetworkReply::uploadProgress, &transfer, &Transfer::report);
     return exchange(reply, m_transferTimeoutMs, body);
 }
 
@@ -157,7 +162,7 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
     const QPointer<httpClient> self(this);
     QNetworkRequest request = makeRequest(path, headers, https);
     ignoreCertificates(request);
-    ReturnStatus status = download(request, https ? Certificates::Ignored : Certificates::Checked);
+    ReturnStatus status = download(request, https ? Certificates::Ignored : Certificates::Checked, fileName);
     if (!self)
         return status;
 
@@ -166,7 +171,7 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
     if (!target.isEmpty()) {
         releaseDownloadReply();
         m_writeFailed = !m_downloadFile->resize(0) || !m_downloadFile->seek(0);
-        status = download(plainRequest(target), Certificates::Checked);
+        status = download(plainRequest(target), Certificates::Checked, fileName);
         if (!self)
             return status;
     }
@@ -269,7 +274,7 @@ ReturnStatus httpClient::unfinished(bool timedOut)
 }
 
 /// One request of a download; its reply stays the download reply until it is released.
-ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates certificates)
+ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates certificates, const QString &fileName)
 {
     const QPointer<httpClient> self(this);
     m_downloadReply = m_manager->get(request);
@@ -281,6 +286,12 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
                 [reply = m_downloadReply] { reply->ignoreSslErrors(); });
     }
 
+    Transfer transfer(Transfer::Kind::Download, fileName);
+    connect(m_downloadReply, &QNetworkReply::downloadProgress, &transfer, &Transfer::report);
+    // That signal is a rare one, and says nothing about what came before a silence.
+    connect(m_downloadReply, &QNetworkReply::readyRead, &transfer, [this, &transfer] {
+        transfer.report(m_downloadFile->pos() + m_downloadReply->bytesAvailable(), 0);
+    });
     ReplyWait wait(m_downloadReply);
     m_downloadWait = &wait;
     const ReplyWait::End end = wait.run(m_transferTimeoutMs);

@@ -24,9 +24,10 @@
 
 class QNetworkAccessManager;
 class ReplyWait;
+class Transfer;
 
 /// Calls on one client follow one another. Different clients may wait at the same time, one inside the other, and a
-/// client may be destroyed while one of its calls waits: that call then returns status 0.
+/// client may be destroyed while one of its calls waits: that call then returns status 0. Each call is a Transfer.
 class httpClient : public QObject
 {
     Q_OBJECT
@@ -77,7 +78,7 @@ private:
     ReturnStatus outcome(const QNetworkReply &reply, qint64 receivedBytes);
     ReturnStatus unfinished(bool timedOut);
     ReturnStatus exchange(QNetworkReply *reply, int timeoutMs, QByteArray &body);
-    ReturnStatus download(const QNetworkRequest &request, Certificates certificates);
+    ReturnStatus download(const QNetworkRequest &request, Certificates certificates, const QString &fileName);
     bool openDownload(const QString &localDir, const QString &fileName);
     ReturnStatus closeDownload(const ReturnStatus &status);
     void releaseDownloadReply();

@@ -1,0 +1,52 @@
+#include "http/Transfer.h"
+
+#include "http/TransferProgress.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr qint64 windowMs = 1000;
+constexpr qint64 sampleMs = 50;
+constexpr qint64 shortestMs = 100; // less tells no rate
+
+} // namespace
+
+Transfer::Transfer(Kind kind, const QString &name, QObject *page) : m_kind(kind), m_name(name), m_page(page)
+{
+    TransferProgress &progress = TransferProgress::instance();
+    if (!page && !progress.running().empty())
+        m_page = progress.running().back()->m_page;
+    m_clock.start();
+    m_samples.push_back({0, 0});
+    progress.begin(this);
+}
+
+Transfer::~Transfer()
+{
+    TransferProgress::instance().end(this);
+}
+
+void Transfer::report(qint64 bytes, qint64 totalBytes)
+{
+    m_bytes = std::max(m_bytes, bytes);
+    if (totalBytes > 0)
+        m_totalBytes = totalBytes;
+    const qint64 now = m_clock.elapsed();
+    if (now - m_samples.back().ms < sampleMs)
+        return;
+    m_samples.push_back({now, m_bytes});
+    while (m_samples.size() > 1 && now - m_samples[1].ms >= windowMs)
+        m_samples.pop_front();
+}
+
+double Transfer::bytesPerSecond() const
+{
+    const qint64 now = m_clock.elapsed();
+    // Nothing may have been reported for a while.
+    const auto isOld = [&](const Sample &sample) { return now - sample.ms >= windowMs; };
+    const auto young = std::find_if_not(m_samples.begin(), m_samples.end(), isOld);
+    const Sample &start = young == m_samples.begin() ? *young : *std::prev(young);
+    const qint64 spent = now - start.ms;
+    return spent < shortestMs ? 0 : static_cast<double>(m_bytes - start.bytes) * 1000 / static_cast<double>(spent);
+}
