@@ -287,10 +287,10 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
     }
 
     Transfer transfer(Transfer::Kind::Download, fileName);
-    connect(m_downloadReply, &QNetworkReply::downloadProgress, &transfer, &Transfer::report);
-    // That signal is a rare one, and says nothing about what came before a silence.
+    // The reply's own signal for this is a rare one, and says nothing about what came before a silence.
     connect(m_downloadReply, &QNetworkReply::readyRead, &transfer, [this, &transfer] {
-        transfer.report(m_downloadFile->pos() + m_downloadReply->bytesAvailable(), 0);
+        const qint64 total = m_downloadReply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+        transfer.report(m_downloadFile->pos() + m_downloadReply->bytesAvailable(), total);
     });
     ReplyWait wait(m_downloadReply);
     m_downloadWait = &wait;
