@@ -42,18 +42,11 @@ QListWidget *CloudPage::list() const
 
 QPushButton *CloudPage::loginButton() const
 {
-    if (!page())
-        return nullptr;
-    for (auto *button : page()->findChildren<QPushButton *>()) {
-        if (button->isVisible() && button->text().startsWith(QLatin1String("Log")))
-            return button;
-    }
-    return nullptr;
+    return qobject_cast<QPushButton *>(m_driver.find(QStringLiteral("CloudPortalLoginButton"), page()));
 }
-
 bool CloudPage::open()
 {
-    if (!m_driver.chooseFromMenu(QStringLiteral("File"), QStringLiteral("Tavrin...")))
+    if (!m_driver.chooseFromMenu(QStringLiteral("File"), m_driver.textOf(QStringLiteral("kCloudPortalMenu"))))
         return false;
     if (!m_driver.waitFor([this] { return isOpen(); }, QStringLiteral("the cloud browser to open")))
         return false;
@@ -120,7 +113,8 @@ bool CloudPage::askToSignIn()
 bool CloudPage::allow()
 {
     const auto done = [this] {
-        return browser() && browser()->page()->mainFrame()->toPlainText().contains("successful");
+        const QString end = m_driver.textOf(QStringLiteral("kCloudPortalLoginDone"));
+        return browser() && browser()->page()->mainFrame()->toPlainText().contains(end);
     };
     const auto signedIn = [this] { return isSignedIn() && !entries().isEmpty(); };
     if (!m_driver.clickInPage(browser(), QStringLiteral("#allow")) ||
@@ -149,7 +143,7 @@ QString CloudPage::loginText() const
 
 bool CloudPage::isSignedIn() const
 {
-    return loginText().startsWith(QLatin1String("Logout"));
+    return loginText().startsWith(m_driver.textOf(QStringLiteral("kCloudPortalLogOut")));
 }
 
 QStringList CloudPage::entries() const
@@ -225,15 +219,12 @@ bool CloudPage::openFromPath(const QString &folder, const QString &child)
 
 bool CloudPage::goUp()
 {
-    const QString tip = QStringLiteral("Parent Directory");
     const QStringList before = entries();
-    for (auto *bar : page()->findChildren<QToolBar *>()) {
-        if (bar->toolTip() == tip) {
-            return m_driver.click(bar->widgetForAction(bar->actions().value(0))) &&
-                   m_driver.waitFor([&] { return entries() != before; }, QStringLiteral("the parent folder"));
-        }
-    }
-    return m_driver.fail(QStringLiteral("there is no parent-folder button"));
+    const auto *bar = qobject_cast<QToolBar *>(m_driver.find(QStringLiteral("ParentFolderBar"), page()));
+    if (!bar)
+        return m_driver.fail(QStringLiteral("there is no parent-folder button"));
+    return m_driver.click(bar->widgetForAction(bar->actions().value(0))) &&
+           m_driver.waitFor([&] { return entries() != before; }, QStringLiteral("the parent folder"));
 }
 
 bool CloudPage::search(const QString &text)

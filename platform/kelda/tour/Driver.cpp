@@ -317,6 +317,11 @@ QString Driver::ask(const QString &command) const
     return KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(command)));
 }
 
+QString Driver::textOf(const QString &key) const
+{
+    return ask(QStringLiteral("getStringResource \"Tavrin\" \"%1\"").arg(key));
+}
+
 void Driver::placeInFront(QWidget *window, const QPoint &offset)
 {
     window->move(mainWindow()->pos() + offset);

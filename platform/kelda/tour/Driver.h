@@ -81,6 +81,8 @@ public:
 
     /// The answer of a host command as text; empty when it fails.
     QString ask(const QString &command) const;
+    /// The plug-in's text of that key, in the host's language.
+    QString textOf(const QString &key) const;
     /// Moves another window of the host, as a window manager or a person would.
     void placeInFront(QWidget *window, const QPoint &offset);
     /// The main window with every other visible window of the host over it, where they stand, each in a plain frame in

@@ -121,7 +121,7 @@ QStringList PlyxGuide::entries(const View &view) const
 {
     if (view.folder.isEmpty())
         return {QStringLiteral("Grell"), QStringLiteral("Tarn"), QStringLiteral("Lumo"), QStringLiteral("Lumo Mobile"),
-                QStringLiteral("Home")};
+                m_driver.textOf(QStringLiteral("kCloudPortalHomeFolderName"))};
     QStringList names;
     for (const QJsonObject &entry : assets(view.folder.first(), view.keyword).mid((view.page - 1) * pageSize, pageSize))
         names << text(entry, "name");

@@ -1,4 +1,4 @@
-// Takes the tour: see Tour.h. Usage: tavrin_tour [DIR]
+// Takes the tour: see Tour.h. Usage: tavrin_tour [DIR]; in another language with KELDA_UI_LANGUAGE=de
 
 #include "tour/Tour.h"
 
@@ -16,8 +16,7 @@ void useHome(const QString &home)
     QDir(home).mkpath(QStringLiteral("run"));
     const QFile::Permissions userOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
     QFile::setPermissions(home + QStringLiteral("/run"), userOnly);
-    for (const char *name :
-         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "KELDA_UI_LANGUAGE", "KELDA_SCRIPT_PATH"})
+    for (const char *name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "KELDA_SCRIPT_PATH"})
         qunsetenv(name);
     qputenv("HOME", home.toUtf8());
     if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
