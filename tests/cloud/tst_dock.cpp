@@ -2,21 +2,11 @@
 
 #include "TestPortal.h"
 
-#include "support/RecordingHost.h"
-
-#include <QMainWindow>
-#include <QTabWidget>
-#include <QtTest>
-
 using Tavrin::Settings;
 
-namespace {
+static const char *const kSettings = Portal_CloudBrowserDockWidget::kSettingsName;
 
-const char *const kSettings = Portal_CloudBrowserDockWidget::kSettingsName;
-
-} // namespace
-
-class TestDock : public QObject
+class TestDock : public StageTest
 {
     Q_OBJECT
 private slots:
@@ -33,151 +23,99 @@ private slots:
 
     void cleanup()
     {
-        if (m_window)
-            QVERIFY(m_window->findChildren<Portal_CloudBrowserDockWidget *>().isEmpty());
+        m_stage.reset();
+        QVERIFY(m_window->findChildren<Portal_CloudBrowserDockWidget *>().isEmpty());
         m_window.reset();
-        settle();
     }
 
-    void aPortalIsRegisteredOnce()
-    {
-        TestStage stage(m_service);
-        TestPortal twin(m_service);
-        QVERIFY(!Portal_CloudBrowser::RegisterPortal(&twin));
-        QCOMPARE(Portal_CloudBrowser::GetInstance("Test"), stage.controller());
-        stage.controller()->AddPortalTabPage();
-        auto *tabs = stage.dock()->findChild<QTabWidget *>("Portal_CloudBrowserDockWidget_tabWidget");
-        QCOMPARE(tabs->count(), 1);
-        QVERIFY(!Portal_CloudBrowser::GetInstance("unknown"));
-        QCOMPARE(m_window->findChildren<QDockWidget *>().size(), 1);
-    }
-
-    void aRestoredSessionFillsTheFirstTab()
+    void aPortalIsRegisteredOnceAndRestoresItsSession()
     {
         m_service.root() = {{"1", "one.obj"}};
-        TestStage stage(m_service);
-        QCOMPARE(stage.names(), QStringList{"one.obj"});
-        QVERIFY(m_service.count("list") == 1);
+        start();
+        QCOMPARE(m_stage->names(), QStringList{"one.obj"});
+        QCOMPARE(m_service.count("list"), 1);
+        TestPortal twin(m_service);
+        QVERIFY(!Portal_CloudBrowser::RegisterPortal(&twin));
+        QCOMPARE(Portal_CloudBrowser::GetInstance("Test"), m_stage->controller());
+        m_stage->controller()->AddPortalTabPage();
+        QCOMPARE(tabs()->count(), 1);
     }
 
     void onlyTheTabThatBecameCurrentIsAsked()
     {
-        m_service.loggedIn = false;
+        start();
         TestService other;
-        other.loggedIn = false;
-        TestStage stage(m_service);
-        TestStage second(other, "Second");
-        int asked = 0;
-        int otherAsked = 0;
-        m_service.duringLoginCheck = [&asked] { ++asked; };
-        other.duringLoginCheck = [&otherAsked] { ++otherAsked; };
-        auto *tabs = stage.dock()->findChild<QTabWidget *>("Portal_CloudBrowserDockWidget_tabWidget");
-        tabs->setCurrentIndex(1);
-        QCOMPARE(asked, 0);
-        QCOMPARE(otherAsked, 1);
-        stage.dock()->ShowPortal(stage.controller());
-        QCOMPARE(tabs->currentIndex(), 0);
-        QCOMPARE(asked, 1);
+        const TestStage second(other, "Second");
+        QStringList asked;
+        m_service.during["login check"] = [&] { asked << "first"; };
+        other.during["login check"] = [&] { asked << "second"; };
+        tabs()->setCurrentIndex(1);
+        m_stage->dock()->ShowPortal(m_stage->controller());
+        QCOMPARE(asked, QStringList({"second", "first"}));
     }
 
     void placement_data()
     {
-        QTest::addColumn<bool>("floating");
-        QTest::addColumn<int>("area");
-        QTest::addColumn<bool>("neighbour");
-        QTest::addColumn<int>("expectedArea");
-        QTest::addColumn<bool>("tabbed");
-        const int none = Qt::NoDockWidgetArea;
-        const int right = Qt::RightDockWidgetArea;
-        const int left = Qt::LeftDockWidgetArea;
-        QTest::newRow("new user") << true << none << true << none << false;
-        QTest::newRow("floating, docked before") << true << right << false << right << false;
-        QTest::newRow("docked nowhere") << false << none << false << right << false;
-        QTest::newRow("docked left") << false << left << false << left << false;
-        QTest::newRow("beside another dock") << false << right << true << right << true;
-        QTest::newRow("other side than the other dock") << false << left << true << left << false;
-        QTest::newRow("garbage area") << false << 77 << true << right << true;
+        const QString none = QString::number(Qt::NoDockWidgetArea);
+        const QString left = QString::number(Qt::LeftDockWidgetArea);
+        const QString right = QString::number(Qt::RightDockWidgetArea);
+        addRows({"stored", "area", "neighbour", "expected"},
+                {{"new user", "floating", none, right, "floating" + none},
+                 {"floating, docked before", "floating", right, none, "floating" + right},
+                 {"docked nowhere", "docked", none, none, "docked" + right},
+                 {"beside another dock", "docked", right, right, "tabbed" + right},
+                 {"other side than the other dock", "docked", left, right, "docked" + left},
+                 {"garbage area", "docked", "77", right, "tabbed" + right}});
     }
-
     void placement()
     {
-        QFETCH(bool, floating);
-        QFETCH(int, area);
-        QFETCH(bool, neighbour);
-        QFETCH(int, expectedArea);
-        QFETCH(bool, tabbed);
+        QFETCH(QString, stored);
+        QFETCH(QString, area);
+        QFETCH(QString, neighbour);
         auto *other = new QDockWidget("Other", m_window.get());
-        if (neighbour)
-            m_window->addDockWidget(Qt::RightDockWidgetArea, other);
-        other->setVisible(neighbour);
-        {
-            Settings settings(kSettings);
-            settings.setWindowFloating(floating);
-            settings.setValue("preview_window_Dock", area);
-        }
-        TestStage stage(m_service);
+        m_window->addDockWidget(Qt::RightDockWidgetArea, other);
+        other->setVisible(neighbour.toInt() != Qt::NoDockWidgetArea);
+        Settings(kSettings).setWindowFloating(stored == "floating");
+        Settings(kSettings).setValue("preview_window_Dock", area.toInt());
+        start();
         // The second time the panel is there itself and must not become a tab of itself.
         for (int time = 0; time < 2; ++time) {
             Portal_CloudBrowser::RaiseDockingWindow(true);
             settle();
-            QVERIFY(stage.dock()->isVisible());
-            QCOMPARE(stage.dock()->isFloating(), floating);
-            QCOMPARE(int(m_window->dockWidgetArea(stage.dock())), expectedArea);
-            QCOMPARE(m_window->tabifiedDockWidgets(other).contains(stage.dock()), tabbed);
+            QVERIFY(m_stage->dock()->isVisible());
+            const bool tabbed = m_window->tabifiedDockWidgets(other).contains(m_stage->dock());
+            const QString place = m_stage->dock()->isFloating() ? "floating" : tabbed ? "tabbed" : "docked";
+            QTEST(place + QString::number(m_window->dockWidgetArea(m_stage->dock())), "expected");
         }
-        QCOMPARE(Settings(kSettings).getWindowActive(), true);
     }
 
     void thePlaceIsRememberedUnlessOffEveryScreen()
     {
-        TestStage stage(m_service);
+        start();
         Portal_CloudBrowser::RaiseDockingWindow(true);
-        stage.dock()->resize(633, 577);
-        stage.dock()->move(41, 52);
+        QVERIFY(Settings(kSettings).getWindowActive());
+        m_stage->dock()->resize(633, 577);
+        m_stage->dock()->move(41, 52);
         settle();
-        int width = 0;
-        int height = 0;
-        int x = 0;
-        int y = 0;
-        QVERIFY(Settings(kSettings).getWindowSize(width, height));
-        QVERIFY(Settings(kSettings).getWindowPosition(x, y));
-        QCOMPARE(QSize(width, height), QSize(633, 577));
-        QCOMPARE(QPoint(x, y), stage.dock()->pos());
+        QSize size;
+        QPoint place;
+        QVERIFY(Settings(kSettings).getWindowSize(size.rwidth(), size.rheight()));
+        QVERIFY(Settings(kSettings).getWindowPosition(place.rx(), place.ry()));
+        QCOMPARE(size, QSize(633, 577));
+        QCOMPARE(place, m_stage->dock()->pos());
         QVERIFY(Settings(kSettings).getWindowRaised());
 
-        stage.dock()->close();
+        m_stage->dock()->close();
         QVERIFY(!Settings(kSettings).getWindowActive());
-
         Settings(kSettings).setWindowPosition(90000, -70000);
         Portal_CloudBrowser::RaiseDockingWindow(true);
-        QVERIFY(QGuiApplication::primaryScreen()->geometry().contains(stage.dock()->pos()));
-    }
-
-    void theHostMayDestroyItsWindowFirst()
-    {
-        TestStage stage(m_service);
-        Portal_CloudBrowser::RaiseDockingWindow(true);
-        m_window.reset();
-        QVERIFY(!stage.controller()->GetParentLoginWidget());
-        stage.controller()->LoginDoneCB(true);
-        stage.controller()->ShowCloudBrowserWindow();
-        stage.controller()->AddPortalTabPage();
-        QVERIFY(!stage.controller()->GetParentLoginWidget());
-    }
-
-    void aHostWithoutAMainWindowGetsAWindow()
-    {
-        m_host.setMainWindow(nullptr);
-        TestStage stage(m_service);
-        Portal_CloudBrowser::RaiseDockingWindow(true);
-        QVERIFY(stage.dock()->isVisible());
-        QVERIFY(!stage.dock()->parent());
+        QVERIFY(QGuiApplication::primaryScreen()->geometry().contains(m_stage->dock()->pos()));
     }
 
 private:
-    RecordingHost m_host;
+    QTabWidget *tabs() const { return static_cast<QTabWidget *>(m_stage->dock()->widget()); }
+
     std::unique_ptr<QMainWindow> m_window;
-    TestService m_service;
 };
 
 QTEST_MAIN(TestDock)

@@ -2,29 +2,9 @@
 
 #include "TestPortal.h"
 
-#include "support/RecordingHost.h"
-
-#include <QLineEdit>
-#include <QMainWindow>
-#include <QMenu>
-#include <QTimer>
-#include <QToolBar>
-#include <QtTest>
-
 using Kind = TestItem::Kind;
 
-namespace {
-
-KStringArray oneText(const char *text)
-{
-    KStringArray array;
-    array.append(text);
-    return array;
-}
-
-} // namespace
-
-class TestLifetimes : public QObject
+class TestLifetimes : public StageTest
 {
     Q_OBJECT
 private slots:
@@ -32,24 +12,27 @@ private slots:
     {
         m_service = TestService();
         m_service.fixedFolders = QStringList{"Fixed", "Other"};
-        m_service.exportFormats = QStringList{"obj"};
+        m_service.exportFormats = {"obj"};
         m_service.root() = {{"d", "Deep", Kind::Folder}, {"f", "a.obj"}};
         m_service.folders["d"] = {{"dd", "Deeper", Kind::Folder}, {"g", "b.obj"}};
         m_service.folders["Fixed"] = {{"h", "c.obj"}};
+        m_service.page = 0;
+        m_service.itemCount = 1000;
         m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
         m_host.answer("file -force", KCommandResult(KString("/x/new.obj")));
-        for (const char *command : {"Tavrin_GetExportTranslatorList", "Tavrin_GetExportTranslatorExtensionList"})
-            m_host.answer(command, KCommandResult(oneText("obj")));
+        KStringArray translators;
+        translators.append("obj");
+        m_host.answer("Tavrin_GetExportTranslator", KCommandResult(translators));
         m_window = std::make_unique<QMainWindow>();
         m_host.setMainWindow(m_window.get());
-        m_stage = std::make_unique<TestStage>(m_service);
+        start();
         settle();
         m_service.log.clear();
     }
 
     void cleanup()
     {
-        m_service.duringFetch = nullptr;
+        m_service.during.clear();
         m_stage.reset();
         m_window.reset();
         settle();
@@ -57,36 +40,26 @@ private slots:
         QVERIFY(!Portal_CloudBrowser::IsBusy());
     }
 
-    void manyClicksLeaveNothingBehind_data()
-    {
-        QTest::addColumn<bool>("paged");
-        QTest::newRow("listing") << false;
-        QTest::newRow("search and pages") << true;
-    }
-
     void manyClicksLeaveNothingBehind()
     {
-        QFETCH(bool, paged);
-        if (paged)
-            restartPaged();
-        clickThrough(3);
-        const int actions = m_stage->dock()->findChildren<QAction *>().size();
-        const int widgets = m_stage->dock()->findChildren<QWidget *>().size();
-        const int items = TestItem::alive;
-        QCOMPARE(items, m_stage->page()->LiveItemCount());
-        clickThrough(paged ? 25 : 125);
-        QCOMPARE(m_stage->dock()->findChildren<QAction *>().size(), actions);
-        QCOMPARE(m_stage->dock()->findChildren<QWidget *>().size(), widgets);
-        QCOMPARE(TestItem::alive, items);
-        QCOMPARE(m_stage->page()->LiveItemCount(), items);
-        QCOMPARE(m_service.count("search"), paged ? 28 * 6 + 1 : 0);
+        for (const int type : {ICloudPortalApi::kPlainListing, ICloudPortalApi::kPagedSearch}) {
+            m_service.type = type;
+            m_service.search = type == ICloudPortalApi::kPagedSearch;
+            start();
+            clickThrough(3);
+            const QVector<int> before = held();
+            clickThrough(m_service.search ? 25 : 125);
+            QCOMPARE(held(), before);
+            QCOMPARE(m_stage->page()->LiveItemCount(), TestItem::alive);
+        }
+        QCOMPARE(m_service.count("search"), 28 * 6 + 1);
     }
 
     void refreshesInAFetchRunOnceAfterwards()
     {
-        m_service.duringFetch = [this] {
+        m_service.during["fetch"] = [this] {
             QVERIFY(Portal_CloudBrowser::IsBusy());
-            m_service.duringFetch = nullptr;
+            m_service.during.clear();
             for (int i = 0; i < 3; ++i) {
                 m_stage->page()->RefreshFolderData();
                 m_stage->controller()->LoginDoneCB(true);
@@ -94,130 +67,90 @@ private slots:
             }
             QCOMPARE(m_service.count("list"), 1);
         };
-        doubleClick("Deep");
+        m_stage->doubleClick("Deep");
         QCOMPARE(m_service.log, QStringList({"list d", "list root"}));
-        QCOMPARE(m_stage->folderBar(), QStringList{"Top"});
+        QCOMPARE(m_stage->folderBar(), QString("Top"));
         QVERIFY(m_stage->names().contains("Deep"));
-    }
-
-    void aClickedFolderMayBeReplacedWhileItsSlotRuns()
-    {
-        doubleClick("Deep");
-        settle();
-        QAction *top = m_stage->find<QToolBar>("FolderBar")->actions().at(1);
-        QCOMPARE(top->text(), QString("Top"));
-        m_service.duringFetch = [this] {
-            m_service.duringFetch = nullptr;
-            m_stage->page()->Refresh();
-        };
-        top->trigger();
-        settle();
-        QCOMPARE(m_stage->folderBar(), QStringList{"Top"});
-        QCOMPARE(TestItem::alive, m_stage->page()->LiveItemCount());
     }
 
     void closingTheDockInAFetchLeavesTheListAlone()
     {
         const QStringList before = m_stage->names();
-        m_service.duringFetch = [this] { m_stage->page()->ClearSelection(); };
+        m_service.during["fetch"] = [this] { m_stage->page()->ClearSelection(); };
         m_stage->page()->RefreshFolderData();
-        m_service.duringFetch = nullptr;
+        m_service.during.clear();
         QCOMPARE(m_stage->names(), before);
         settle();
-        doubleClick("Deep");
+        m_stage->doubleClick("Deep");
         QVERIFY(m_stage->names().contains("Deeper"));
     }
 
     void theWindowMayGoDuring_data()
     {
-        QTest::addColumn<QString>("call");
-        for (const char *call :
-             {"login check", "fetch", "download", "import", "options", "question", "export", "upload"})
-            QTest::newRow(call) << call;
+        addRows({"command", "name"}, {{"login check", "", "Deep"},
+                                      {"fetch", "", "Deep"},
+                                      {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "a.obj"},
+                                      {"download", "", "a.obj"},
+                                      {"import", "file -force", "a.obj"},
+                                      {"question", "", "a"},
+                                      {"export", "file -force", "new"},
+                                      {"upload", "", "new"}});
     }
-
     void theWindowMayGoDuring()
     {
-        QFETCH(QString, call);
-        bool gone = false;
-        const auto destroy = [&] {
-            if (!gone)
-                m_window.reset();
-            gone = true;
-        };
-        if (call == "login check")
-            m_service.duringLoginCheck = destroy;
-        else if (call == "fetch")
-            m_service.duringFetch = destroy;
-        else if (call == "download")
-            m_service.duringDownload = destroy;
-        else if (call == "question")
+        const QString call = QTest::currentDataTag();
+        QFETCH(QString, command);
+        QFETCH(QString, name);
+        const auto destroy = [this] { m_window.reset(); };
+        m_service.during[call] = destroy;
+        if (!command.isEmpty()) {
+            m_host.handle(command, [&](const QString &, KCommandResult &) {
+                destroy();
+                return KStatus();
+            });
+        }
+        if (call == "question")
             QTimer::singleShot(0, this, destroy);
-        else if (call == "upload")
-            m_service.duringUpload = destroy;
-        else
-            m_host.handle(call != "options" ? "file -force" : "Tavrin_GetImportTranslatorFromFileExtension",
-                          [&](const QString &, KCommandResult &) {
-                              destroy();
-                              return KStatus();
-                          });
-        if (call == "login check")
-            m_stage->controller()->LoginDoneCB(true);
-        else if (call == "fetch")
-            doubleClick("Deep");
-        else if (call == "export" || call == "upload" || call == "question")
-            exportAs(call == "question" ? "a" : "new");
-        else
-            doubleClick("a.obj");
-        m_service.duringFetch = m_service.duringLoginCheck = nullptr;
-        m_service.duringDownload = m_service.duringUpload = nullptr;
-        m_host.answer("file -force", KCommandResult());
-        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult());
-        QVERIFY(gone);
+        if (m_stage->row(name)) {
+            m_stage->doubleClick(name);
+        } else {
+            m_stage->find<QLineEdit>("CloudExportFileName")->setText(name);
+            m_stage->page()->ExportAllClick();
+        }
+        QVERIFY(!m_window);
+        m_stage->controller()->LoginDoneCB(true);
+        m_stage->controller()->ShowCloudBrowserWindow();
+        m_stage->controller()->AddPortalTabPage();
         QVERIFY(!m_stage->controller()->GetParentLoginWidget());
     }
 
 private:
-    void doubleClick(const QString &name) { m_stage->page()->ListViewItemDoubleClick(m_stage->row(name)); }
-
-    void exportAs(const QString &name)
+    /// Actions, widgets and items that exist now.
+    QVector<int> held() const
     {
-        m_stage->find<QLineEdit>("CloudExportFileName")->setText(name);
-        m_stage->page()->ExportAllClick();
+        return {m_stage->dock()->findChildren<QAction *>().size(), m_stage->dock()->findChildren<QWidget *>().size(),
+                TestItem::alive};
     }
+    QAction *topFolder() const { return m_stage->find<QToolBar>("FolderBar")->actions().at(1); }
 
-    void restartPaged()
-    {
-        m_stage.reset();
-        m_service.type = ICloudPortalApi::kPagedSearch;
-        m_service.search = true;
-        m_service.page = 0;
-        m_service.itemCount = 1000;
-        m_stage = std::make_unique<TestStage>(m_service);
-        settle();
-    }
-
-    /// Four folder changes a round: by the list, by a menu, by the parent button, by the bar. Pages are turned as well.
+    /// Four folder changes a round: by the list, by the parent button, by a menu, by the bar. Pages are turned as well.
     void clickThrough(int rounds)
     {
         for (int i = 0; i < rounds; ++i) {
-            doubleClick("Deep");
+            m_stage->doubleClick("Deep");
             settle();
             for (const int pages : {1, -1})
                 m_stage->page()->SwitchPage(pages);
             m_stage->page()->PreviousFolderClick();
             settle();
-            m_stage->find<QToolBar>("FolderBar")->actions().at(1)->menu()->actions().first()->trigger();
+            topFolder()->menu()->actions().first()->trigger();
             settle();
-            m_stage->find<QToolBar>("FolderBar")->actions().at(1)->trigger();
+            topFolder()->trigger();
             settle();
         }
     }
 
-    RecordingHost m_host;
     std::unique_ptr<QMainWindow> m_window;
-    TestService m_service;
-    std::unique_ptr<TestStage> m_stage;
 };
 
 QTEST_MAIN(TestLifetimes)
