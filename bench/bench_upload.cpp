@@ -1,58 +1,83 @@
-// Uploads one file over https to a local cloud and says how fast that went and what it held in memory.
-// Usage: bench_upload [MIB]. Exits with 1 when the upload failed or held more than the file and 32 MiB.
+// Uploads one file to nginx, over http and https, and through a proxy to the local cloud, against curl: rate and
+// memory. Usage: bench_upload [ROUNDS [MIB]]
 
+#include "FileServer.h"
 #include "http/httpClient.h"
 #include "Memory.h"
-#include "tour/CloudProcess.h"
-#include "ui/KeldaOptions.h"
+#include "Programs.h"
+#include "Report.h"
 #include "ui/KeldaProgram.h"
 
 #include <openkelda/KQtUtil.h>
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 
 #include <cstdio>
+#include <limits>
 
 namespace {
 
 const qint64 mebibyte = 1024 * 1024;
-const qint64 allowance = 32 * mebibyte;
+const double allowedMiB = 32;
+const double failed = std::numeric_limits<double>::quiet_NaN();
+const QString cloudHost = QStringLiteral("api-content.dropbox.com");
 
-/// Bytes that are no hole of the file system and repeat too rarely to be packed.
-bool writeFile(const QString &path, qint64 size)
+struct Uploads
 {
-    QFile file(path);
-    QByteArray block(int(mebibyte), '\0');
-    if (!file.open(QIODevice::WriteOnly))
+    QString folder; ///< holds "upload.bin"
+    qint64 size;
+    QString host;
+    quint16 port; ///< 0: the usual one
+    QString path;
+    bool https;
+    QStringList curlOptions;
+    std::vector<double> growth; ///< beyond the file itself
+
+    double megabytesPerSecond(double seconds) const { return double(size) / 1e6 / seconds; }
+
+    double ours()
+    {
+        httpClient client;
+        client.setHost(host.toLatin1(), port);
+        QByteArray answer;
+        const qint64 before = residentBytes();
+        const bool canMeasure = forgetPeak() && before >= 0;
+        QElapsedTimer clock;
+        clock.start();
+        const ReturnStatus status =
+            client.postFile(KQtUtil::toKString(folder + '/'), "upload.bin", path, {}, https, answer);
+        const double seconds = double(clock.nsecsElapsed()) / 1e9;
+        const bool held = status.IsSuccess() && canMeasure;
+        growth.push_back(held ? double(peakResidentBytes() - before - size) / double(mebibyte) : failed);
+        return held ? megabytesPerSecond(seconds) : failed;
+    }
+
+    double curl() const
+    {
+        const QString authority = port == 0 ? host : host + ':' + QString::number(port);
+        const QStringList arguments{QStringLiteral("-H"),
+                                    QStringLiteral("Expect:"),
+                                    QStringLiteral("-o"),
+                                    QStringLiteral("/dev/null"),
+                                    QStringLiteral("-T"),
+                                    folder + QStringLiteral("/upload.bin"),
+                                    (https ? "https://" : "http://") + authority + path};
+        return megabytesPerSecond(curlSeconds(curlOptions + arguments));
+    }
+};
+
+bool join(const QString &target, const QStringList &files)
+{
+    QFile out(target);
+    if (!out.open(QIODevice::WriteOnly))
         return false;
-    for (qint64 written = 0; written < size; written += block.size()) {
-        for (int i = 0; i < block.size(); i += 8)
-            block[i] = char(i * 31 + written / mebibyte);
-        if (file.write(block) != block.size())
+    for (const QString &name : files) {
+        QFile in(name);
+        if (!in.open(QIODevice::ReadOnly) || out.write(in.readAll()) <= 0)
             return false;
     }
-    return file.flush();
-}
-
-int upload(const QString &folder, qint64 size)
-{
-    httpClient client;
-    client.setHost("api-content.dropbox.com", 0);
-    QByteArray answer;
-    const qint64 before = residentBytes();
-    const bool canMeasure = forgetPeak() && before >= 0;
-    QElapsedTimer timer;
-    timer.start();
-    const ReturnStatus status = client.postFile(KQtUtil::toKString(folder + QLatin1Char('/')), "upload.bin",
-                                                QStringLiteral("/1/files_put/dropbox/upload.bin"), {}, true, answer);
-    const double seconds = double(timer.elapsed()) / 1000;
-    const qint64 growth = peakResidentBytes() - before;
-    std::printf("upload  %lld MiB  status %d  %.2f s  %.0f MB/s  peak growth %.1f MiB, allowed %.1f MiB\n",
-                static_cast<long long>(size / mebibyte), status.GetStatusCode(), seconds, double(size) / 1e6 / seconds,
-                double(growth) / mebibyte, double(size + allowance) / mebibyte);
-    return status.IsSuccess() && canMeasure && growth <= size + allowance ? 0 : 1;
+    return true;
 }
 
 } // namespace
@@ -60,24 +85,46 @@ int upload(const QString &folder, qint64 size)
 int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
+    const int rounds = roundsFrom(argc, argv);
+    const qint64 size = (argc > 2 ? QByteArray(argv[2]).toLongLong() : 500) * mebibyte;
     const QTemporaryDir folder;
-    const qint64 size = (argc > 1 ? QByteArray(argv[1]).toLongLong() : 500) * mebibyte;
+    FileServer server;
     CloudProcess cloud;
     KeldaOptions options;
     QString error;
-    const QStringList rules{QStringLiteral("api-content.dropbox.com /1/files_put/* status=200")};
-    if (size < 1 || !writeFile(folder.filePath(QStringLiteral("upload.bin")), size)) {
-        std::fprintf(stderr, "bench_upload: the file to upload cannot be written\n");
+    options.caFile = folder.filePath(QStringLiteral("authorities.pem"));
+    const QStringList rules{cloudHost + QStringLiteral(" /1/files_put/* status=200")};
+    if (!server.start() || !cloud.start({folder.filePath(QStringLiteral("cloud")), rules, 0}) ||
+        !join(options.caFile, {server.certificate(), cloud.caFile()}) ||
+        !KeldaProgram::prepareNetwork(options, error) ||
+        !writeNoise(folder.filePath(QStringLiteral("upload.bin")), size)) {
+        std::fprintf(stderr, "bench_upload: cannot start: %s %s\n", qPrintable(cloud.error()), qPrintable(error));
         return 2;
     }
-    if (!cloud.start({folder.filePath(QStringLiteral("cloud")), rules, 0})) {
-        std::fprintf(stderr, "bench_upload: %s\n", qPrintable(cloud.error()));
-        return 2;
+
+    const QStringList trusted{QStringLiteral("--cacert"), options.caFile};
+    const QString here = QStringLiteral("127.0.0.1");
+    const QString target = QStringLiteral("/up/upload.bin");
+    struct Road
+    {
+        QString name;
+        Uploads uploads;
+    };
+    Road roads[] = {
+        {QStringLiteral("nginx over http"),
+         {folder.path(), size, here, server.port(false), target, false, trusted, {}}},
+        {QStringLiteral("nginx over https"), {folder.path(), size, here, server.port(true), target, true, trusted, {}}},
+        {QStringLiteral("local cloud, https through its proxy"),
+         {folder.path(), size, cloudHost, 0, QStringLiteral("/1/files_put/dropbox/upload.bin"), true, trusted, {}}}};
+    Report report(QStringLiteral("upload"));
+    for (Road &road : roads) {
+        Uploads &uploads = road.uploads;
+        const QString what = QStringLiteral("%1 MiB to %2: ").arg(size / mebibyte).arg(road.name);
+        const Rounds rates = alternate(
+            rounds, [&] { return uploads.ours(); }, [&] { return uploads.curl(); });
+        report.addRatio(what + QStringLiteral("rate"), rates, QStringLiteral("MB/s"), {Target::Kind::AtLeast, 0.7});
+        report.addValues(what + QStringLiteral("memory beyond the file"), uploads.growth, largest,
+                         QStringLiteral("MiB"), {Target::Kind::AtMost, allowedMiB});
     }
-    options.caFile = cloud.caFile();
-    if (!KeldaProgram::prepareNetwork(options, error)) {
-        std::fprintf(stderr, "bench_upload: %s\n", qPrintable(error));
-        return 2;
-    }
-    return upload(folder.path(), size);
+    return report.exitStatus();
 }

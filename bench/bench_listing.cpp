@@ -1,0 +1,151 @@
+// From the bytes of a Dropbox reply to the page's filled list, against a bare script engine that evaluates the same
+// bytes. Usage: bench_listing [ROUNDS]
+
+#include "cloud/Portal_CloudBrowser.h"
+#include "portals/Portal_DropBox.h"
+#include "portals/Portal_DropBox_Replies.h"
+#include "Report.h"
+#include "ui/KeldaProgram.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QListWidget>
+#include <QScriptEngine>
+#include <QTemporaryDir>
+
+#include <limits>
+
+namespace {
+
+const double failed = std::numeric_limits<double>::quiet_NaN();
+
+class SignedIn : public Portal_DropBox_Login
+{
+public:
+    bool IsLogin() override { return true; }
+    bool GetUsername(KString &) override { return false; }
+};
+
+/// Lists whatever bytes it was given, without a service.
+class FixedReply : public Portal_DropBox_IPortalBrowser
+{
+public:
+    using Portal_DropBox_IPortalBrowser::GetChildCloudItems;
+    bool GetChildCloudItems(ICloudPortalApi::ILogin *, HeaderMap &, ICloudPortalApi::ItemVector &results) override
+    {
+        DropBoxReplies::listing(bytes, m_owner, results);
+        return true;
+    }
+    void setOwnerCB(ICloudPortalApi::IPortalOwnerCB *owner) override { m_owner = owner; }
+
+    QByteArray bytes;
+
+private:
+    ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
+};
+
+QByteArray reply(int entries)
+{
+    QByteArray text(
+        R"({"hash": "528dda36e3150ba28040052bbf1bfbd1", "thumb_exists": false, "bytes": 0, "path": "/Parts",)"
+        R"( "is_dir": true, "size": "0 bytes", "root": "dropbox", "icon": "folder", "contents": [)");
+    for (int i = 0; i < entries; ++i) {
+        const QByteArray number = QByteArray::number(100000 + i);
+        text += i == 0 ? "" : ", ";
+        text += R"({"rev": "35e9702)" + number + R"(", "revision": )" + number +
+                R"(, "thumb_exists": false, "bytes": 23)" + number +
+                R"(, "modified": "Tue, 19 Jul 2011 21:55:38 +0000")" +
+                R"(, "client_mtime": "Mon, 18 Jul 2011 18:04:35 +0000", "path": "/Parts/Bracket, left )" + number +
+                R"(.obj", "is_dir": false, "icon": "page_white", "root": "dropbox",)" +
+                R"( "mime_type": "application/octet-stream", "size": "22.5MB"})";
+    }
+    return text + "]}";
+}
+
+double since(const QElapsedTimer &clock)
+{
+    return double(clock.nsecsElapsed()) / 1e6;
+}
+
+double bareEngine(const QByteArray &bytes, int entries)
+{
+    QElapsedTimer clock;
+    clock.start();
+    QScriptEngine engine;
+    const QScriptValue value = engine.evaluate(QLatin1Char('(') + QString::fromUtf8(bytes) + QLatin1Char(')'));
+    const double ms = since(clock);
+    return value.property(QStringLiteral("contents")).property(QStringLiteral("length")).toInt32() == entries ? ms
+                                                                                                              : failed;
+}
+
+class Page
+{
+public:
+    Page() : m_browser(new FixedReply), m_portal(new SignedIn, m_browser)
+    {
+        Portal_CloudBrowser::RegisterPortal(&m_portal);
+        m_controller.reset(Portal_CloudBrowser::GetInstance(m_portal.GetPortalUID()));
+        m_controller->AddPortalTabPage();
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+        m_page = static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
+        m_list = m_page->findChild<QListWidget *>();
+        m_page->Refresh();
+    }
+    ~Page()
+    {
+        Portal_CloudBrowser::PrepareUnload();
+        Portal_CloudBrowser::UnRegisterPortal(&m_portal);
+    }
+
+    /// Starts and ends with an empty list.
+    double fill(const QByteArray &bytes, int entries)
+    {
+        m_browser->bytes = bytes;
+        QElapsedTimer clock;
+        clock.start();
+        m_page->RefreshFolderData();
+        const double ms = since(clock);
+        const bool isFilled = m_list->count() == entries;
+        m_browser->bytes = "{}";
+        m_page->RefreshFolderData();
+        QApplication::processEvents();
+        return isFilled ? ms : failed;
+    }
+
+private:
+    FixedReply *m_browser;
+    Portal_DropBox m_portal;
+    std::unique_ptr<Portal_CloudBrowser> m_controller;
+    Portal_CloudBrowserWindows *m_page = nullptr;
+    QListWidget *m_list = nullptr;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const int rounds = roundsFrom(argc, argv);
+    const QTemporaryDir folder;
+    KeldaOptions options;
+    options.echo = false;
+    options.userDir = folder.path();
+    options.tasks.push_back({false, QStringLiteral("source \"TavrinCreateUI.ksc\"")});
+    KeldaProgram host(options);
+    if (!host.start())
+        return 2;
+
+    Page page;
+    const QByteArray once = reply(10000);
+    const QByteArray twice = reply(20000);
+    const auto fillOnce = [&] { return page.fill(once, 10000); };
+    Report report(QStringLiteral("listing"));
+    report.addRatio(QStringLiteral("10,000 entries, against a bare QScriptEngine"),
+                    alternate(rounds, fillOnce, [&] { return bareEngine(once, 10000); }), QStringLiteral("ms"),
+                    {Target::Kind::AtMost, 2});
+    report.addRatio(QStringLiteral("20,000 entries, against 10,000"),
+                    alternate(
+                        rounds, [&] { return page.fill(twice, 20000); }, fillOnce),
+                    QStringLiteral("ms"), {Target::Kind::AtMost, 2.2});
+    return report.exitStatus();
+}
