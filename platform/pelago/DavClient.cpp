@@ -13,6 +13,7 @@
 #include <QNetworkRequest>
 
 #include <algorithm>
+#include <limits>
 
 namespace pelago {
 
@@ -22,6 +23,7 @@ constexpr qint64 sliceBytes = 1024 * 1024;
 constexpr qint64 readBufferBytes = 4 * sliceBytes;
 constexpr qint64 largestErrorPage = sliceBytes;
 constexpr int putAwayFactor = 5;
+constexpr qint64 slowestBytesPerMs = 128;
 constexpr int cleanUpMs = 5000;
 
 int resultOf(int status)
@@ -78,6 +80,14 @@ QUrl slashFormOf(const QNetworkReply &reply, int status)
     const bool slash = target.path(QUrl::FullyEncoded) == asked.path(QUrl::FullyEncoded) + QLatin1Char('/');
     const bool plain = !target.hasQuery() && !target.hasFragment() && target.userInfo().isEmpty();
     return slash && plain && sameOrigin(target, asked) ? target : QUrl();
+}
+
+/// How long a server may be silent once it has been given all of a change. Behind a proxy that moment comes when the
+/// toolkit has taken the file, which then still has to travel.
+int putAwayMs(int idleMs, qint64 bodyBytes)
+{
+    const qint64 travelMs = std::min<qint64>(bodyBytes / slowestBytesPerMs, std::numeric_limits<int>::max() / 2);
+    return putAwayFactor * idleMs + static_cast<int>(travelMs);
 }
 
 /// Moves what has arrived to where it belongs, one piece at a time.
@@ -179,7 +189,7 @@ void DavClient::exchange(const DavCall &call, QNetworkReply &reply, DavResult *r
     qint64 told = 0;
     for (;;) {
         const bool putsAway = call.kind == DavCall::Kind::Change && loop.sent() >= bodyBytes;
-        const int idleMs = putsAway ? putAwayFactor * m_idleTimeoutMs : m_idleTimeoutMs;
+        const int idleMs = putsAway ? putAwayMs(m_idleTimeoutMs, bodyBytes) : m_idleTimeoutMs;
         const ReplyLoop::Event event =
             receiver.hasMore() ? loop.look() : loop.wait(cleansUp ? std::min(idleMs, cleanUpMs) : idleMs);
         if (event == ReplyLoop::Event::TimedOut || event == ReplyLoop::Event::Closed) {

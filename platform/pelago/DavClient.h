@@ -22,7 +22,7 @@ namespace pelago {
 
 struct DavCall
 {
-    /// A server may take five times as long to answer once it has got all of a Change.
+    /// A server may take longer to answer once it has got all of a Change.
     enum class Kind { Question, Change, CleanUp };
 
     QByteArray verb;

@@ -13,6 +13,8 @@ namespace pelago {
 
 namespace {
 
+constexpr int longestTimeoutMs = 60 * 60 * 1000;
+
 int effectivePort(const QUrl &address)
 {
     return address.port(address.scheme() == QLatin1String("https") ? 443 : 80);
@@ -64,7 +66,7 @@ Deployment readGroup(const QSettings &file, const QString &name)
     read.plainHttp = file.value(QStringLiteral("allowPlainHttp"), false).toBool();
     const int timeoutMs = file.value(QStringLiteral("idleTimeoutMs")).toInt();
     if (timeoutMs > 0)
-        read.idleTimeoutMs = timeoutMs;
+        read.idleTimeoutMs = std::min(timeoutMs, longestTimeoutMs);
     read.storage = checked(folderAddress(textOf(file, "storage")), read, "storage");
     const QString signIn = textOf(file, "signIn");
     if (signIn.isEmpty() && read.kind == SignInKind::Password)

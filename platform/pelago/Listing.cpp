@@ -8,10 +8,11 @@ namespace pelago {
 
 namespace {
 
+/// UTF-8, in which large folders take half the memory.
 struct Item
 {
-    QString name;
-    QString modified;
+    QByteArray name;
+    QByteArray modified;
     QByteArray mediaType;
     qint64 size;
 };
@@ -19,10 +20,10 @@ struct Item
 Item itemOf(const QString &name, const DavEntry &entry)
 {
     if (entry.folder)
-        return {name, entry.modified, QByteArray(), 0};
+        return {name.toUtf8(), entry.modified.toUtf8(), QByteArray(), 0};
     const QByteArray mediaType =
         entry.mediaType.isEmpty() ? QByteArrayLiteral("application/octet-stream") : entry.mediaType.toUtf8();
-    return {name, entry.modified, mediaType, entry.size};
+    return {name.toUtf8(), entry.modified.toUtf8(), mediaType, entry.size};
 }
 
 } // namespace
@@ -50,12 +51,13 @@ int listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb cont
     if (isFile || !found)
         return isFile ? Skein_Result_NotFound : Skein_Result_BadReply;
 
+    const QByteArray before = folderId.isEmpty() ? QByteArray() : folderId.toUtf8() + '/';
     for (const Item &item : items) {
         if (endPoint.isClosed())
             return Skein_Result_Closed;
         if (contentCb) {
-            contentCb(context, DavPath::child(folderId, item.name).toUtf8().constData(), item.name.toUtf8().constData(),
-                      item.modified.toUtf8().constData(), item.mediaType.constData(), item.size);
+            contentCb(context, (before + item.name).constData(), item.name.constData(), item.modified.constData(),
+                      item.mediaType.constData(), item.size);
         }
     }
     return static_cast<int>(items.size());
