@@ -13,6 +13,9 @@
 #include <QtNetwork>
 #include <QtTest>
 #include <QtWidgets>
+#include <QWebElement>
+#include <QWebFrame>
+#include <QWebView>
 
 /// Hears of sign-ins and clicks.
 struct RecordingOwner : ICloudPortalApi::IPortalOwnerCB
@@ -30,6 +33,30 @@ struct RecordingOwner : ICloudPortalApi::IPortalOwnerCB
     std::function<void()> onDone = [] {};
     ICloudPortalApi::ICloudItem *clicked = nullptr;
     QWidget *window = nullptr;
+};
+
+/// A window over which sign-in dialogs open.
+struct SignInWindow
+{
+    /// The dialog that is shown, and its page.
+    QDialog *dialog() const
+    {
+        for (auto *dialog : m_window.findChildren<QDialog *>())
+            if (dialog->isVisible())
+                return dialog;
+        return nullptr;
+    }
+    QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
+    /// Fills in the page, once it is there, and sends it.
+    void submit(const QString &password) const
+    {
+        QTRY_VERIFY(!page()->findFirstElement("#sign-in").isNull());
+        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
+                                   "field('user').value = 'demo'; field('password').value = '" +
+                                   password + "'; field('sign-in').click();");
+    }
+
+    QWidget m_window;
 };
 
 /// Made anew for each test, before the portal, and gone after it.

@@ -8,9 +8,6 @@
 #include "portals/Portal_Plyx_CloudItem.h"
 #include "shell/TestFiles.h"
 
-#include <QWebFrame>
-#include <QWebView>
-
 using namespace ICloudPortalApi;
 
 namespace {
@@ -29,7 +26,7 @@ const char catalogue[] = R"json({"assets":[
 
 } // namespace
 
-class TestPlyx : public QObject
+class TestPlyx : public QObject, private SignInWindow
 {
     Q_OBJECT
 
@@ -206,23 +203,6 @@ private:
     }
     void signIn() { store(m_fixture->cloud.issuePlyxSession()); }
 
-    /// The sign-in dialog that is open, and its page.
-    QDialog *dialog() const
-    {
-        for (auto *dialog : m_window.findChildren<QDialog *>())
-            if (dialog->isVisible())
-                return dialog;
-        return nullptr;
-    }
-    QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
-    void submit(const QString &password)
-    {
-        QTRY_COMPARE(dialog()->windowTitle(), QString("Sign in to Plyx"));
-        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
-                                   "field('user').value = 'demo'; field('password').value = '" +
-                                   password + "'; field('sign-in').click();");
-    }
-
     static std::unique_ptr<ICloudItem> makeItem(const char *id)
     {
         auto item = std::make_unique<Portal_Plyx_ICloudItem>(nullptr);
@@ -269,7 +249,6 @@ private:
     std::unique_ptr<CloudFixture> m_fixture;
     std::unique_ptr<Portal_Plyx> m_portal;
     Portal_Plyx_Login *m_login = nullptr; // the portal's
-    QWidget m_window;
     RecordingOwner m_owner;
 };
 

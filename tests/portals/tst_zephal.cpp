@@ -6,215 +6,213 @@
 #include "cloud/PortalCall.h"
 #include "CloudFixture.h"
 #include "portals/Portal_Zephal.h"
+#include "portals/Portal_Zephal_CloudItem.h"
 #include "shell/TestFiles.h"
-
-#include <QWebFrame>
-#include <QWebView>
 
 using namespace ICloudPortalApi;
 
-class TestZephal : public QObject
+class TestZephal : public QObject, private SignInWindow
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
+        m_portal.reset();
+        m_fixture.reset();
         m_folder = std::make_unique<QTemporaryDir>();
         LocalCloudOptions options;
         options.dataDir = m_folder->filePath("cloud");
         m_fixture = std::make_unique<CloudFixture>(options);
-        for (const char *file : {"/cup.obj", "/\xc3\xa4 #1/50% \"x\".obj"})
-            writeFile(m_fixture->cloud.zephalDir() + file, QByteArray("the ") + file);
-        QVERIFY(QDir().mkpath(m_folder->filePath("prefs")));
-        m_fixture->host.answer("internalVar -userPrefDir",
-                               KCommandResult(KQtUtil::toKString(m_folder->filePath("prefs/"))));
-        // Without the file the library takes the address of the document cloud.
-        qputenv("PELAGO_CONFIG", QFile::encodeName(m_folder->filePath("pelago.ini")));
-        makePortal();
+        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(),
+                [this] { std::exchange(m_onRequest, [] {})(); });
+        for (const char *file : {"/cup.obj", u8"/ä #1/50% \"x\".obj"})
+            writeFile(m_fixture->cloud.zephalDir() + file, file);
+        m_fixture->host.answer("internalVar -userPrefDir", KCommandResult(KQtUtil::toKString(m_folder->path() + "/")));
         m_owner = RecordingOwner();
         m_owner.window = &m_window;
-    }
-
-    void cleanup()
-    {
-        m_portal.reset();
-        m_fixture.reset();
+        configure("kind=password\nstorage=https://cloud.zephal.example/dav");
     }
 
     void pageSignsIn()
     {
-        bool wasGuarded = false;
-        m_owner.onDone = [&] { wasGuarded = PortalCall::isRunning() && !dialog() && m_login->IsLogin(); };
+        configure("");
+        m_owner.onDone = [&] { QVERIFY(PortalCall::isRunning() && !dialog() && listed(root()) == everything); };
         QVERIFY(m_login->Login(&m_owner) && dialog()->isModal());
         submit("wrong");
         QTRY_VERIFY(page()->toPlainText().contains("is wrong"));
-        QVERIFY(m_owner.heard.isEmpty() && !m_login->IsLogin());
-        QVERIFY(dialog()->size() != QSize(343, 368)); // fits the page
+        QVERIFY(m_owner.heard.isEmpty() && !m_login->IsLogin() && dialog()->size() != QSize(343, 368));
         submit("demo");
-        QTRY_VERIFY(!m_owner.heard.isEmpty());
-        QVERIFY(m_owner.heard == QList<bool>{true} && wasGuarded && m_login->GetStorageEndPoint() > 0xffffffff);
-        KString name;
-        QVERIFY(m_login->GetUsername(name) && name == "Robin Example" && m_fixture->boxes.isEmpty());
-        const QFileInfo session(m_folder->filePath("prefs/session.skein"));
-        QVERIFY(session.isFile() && !(session.permissions() & QFile::Permissions(0x0077)));
+        QTRY_VERIFY(m_owner.heard == QList<bool>{true} && !dialog());
 
-        makePortal(); // the next run
-        QVERIFY(m_login->IsLogin() && listed({}) == "+\xc3\xa4 #1 -cup.obj ");
+        configure(""); // the next run of the host
+        QVERIFY(QFile::exists(m_folder->filePath("session.skein")));
+        KString name;
+        QVERIFY(m_login->GetUsername(name) && name == "Robin Example" && listed(root()) == everything);
         m_fixture->cloud.revokeZephalTokens();
-        QVERIFY(listed({}) == "failed " && !m_login->IsLogin() && m_fixture->boxes.isEmpty());
-        signIn();
-        QVERIFY(m_login->Logout() && !m_login->IsLogin() && m_login->GetStorageEndPoint() < 0);
-        makePortal();
-        QVERIFY(!m_login->IsLogin());
+        QVERIFY(listed(root()) == "failed" && !m_login->IsLogin() && m_fixture->boxes.isEmpty());
     }
 
     void pageThatFails()
     {
-        const std::tuple<const char *, QString, QString> faults[] = {
-            {"/signin", "cut=30", "loading the login web page"},
-            {"/signin", "redirect=https://cloud.zephal.example/signin/done", "Unknown error"},
+        configure("");
+        const std::pair<QString, QString> faults[] = {
+            {"cut=30", "loading the login web page."},
+            {"redirect=https://cloud.zephal.example/signin/done", "Unknown error."},
         };
-        for (const auto &[path, action, text] : faults) {
+        for (const auto &[action, text] : faults) {
+            m_fixture->cloud.addRule("*", "/signin", action, 1);
             m_fixture->boxes.clear();
-            m_fixture->cloud.addRule("*", path, action, 1);
             QVERIFY(m_login->Login(&m_owner));
             QTRY_COMPARE(m_fixture->boxes.size(), 1);
-            QVERIFY2(m_fixture->boxes.first().startsWith("Http code: 401 \nLogin Failed.") &&
-                         m_fixture->boxes.first().contains(text),
-                     qPrintable(m_fixture->boxes.first()));
-            QVERIFY(!dialog() && !m_login->IsLogin());
+            QVERIFY(m_fixture->boxes[0].startsWith("Http code: 401 \nLogin Failed.") && !dialog());
+            QVERIFY2(m_fixture->boxes[0].endsWith(text), qPrintable(m_fixture->boxes[0]));
         }
-        QVERIFY(m_login->Login(&m_owner) && dialog());
-        dialog()->close();
-        QVERIFY(!dialog() && m_owner.heard.isEmpty());
         QVERIFY(m_login->Login(&m_owner));
-        m_portal.reset(); // with its page still loading
-        QVERIFY(!dialog());
+        m_portal.reset(); // while the page loads
+        QVERIFY(!dialog() && m_owner.heard.isEmpty());
+        configure("kind=web\nsignIn=http://not.protected.example/");
+        QVERIFY(!m_login->Login(&m_owner) && !dialog() && m_fixture->boxes.size() == 2);
     }
 
     void formSignsIn()
     {
-        writeFile(m_folder->filePath("pelago.ini"),
-                  "[production]\nkind=password\nstorage=https://cloud.zephal.example/dav\n");
-        makePortal();
-        QVERIFY(m_login->Login(&m_owner));
-        const auto enter = [this](const char *password) {
-            dialog()->findChild<QLineEdit *>("user")->setText("demo");
-            dialog()->findChild<QLineEdit *>("password")->setText(password);
-            QTest::keyClick(dialog(), Qt::Key_Return);
+        QVERIFY(m_login->Login(&m_owner) && dialog()->isModal());
+        dialog()->close();
+        QVERIFY(!dialog() && m_login->Login(&m_owner));
+        const QPointer<QLineEdit> password = field("password");
+        const auto *error = dialog()->findChild<QLabel *>("error");
+        m_onRequest = [&] {
+            dialog()->close();
+            QVERIFY(PortalCall::isRunning() && dialog() && !password->isEnabled());
         };
         enter("wrong");
-        const auto *error = dialog()->findChild<QLabel *>("error");
-        QTRY_VERIFY(error->text().contains("does not know"));
+        QTRY_VERIFY(error->isVisible() && error->text().contains("does not know"));
+        QVERIFY(password->echoMode() == QLineEdit::Password && password->text().isEmpty() && m_owner.heard.isEmpty());
+        m_fixture->cloud.addRule("*", "*", "status=503", 1);
+        enter("demo");
+        QTRY_VERIFY(error->text().contains("not able to connect"));
+        m_onRequest = [this] { m_login->Login(&m_owner); };
+        enter("demo");
+        QTRY_VERIFY(!password && dialog()); // the answer belonged to the first dialog
         enter("demo");
         QTRY_VERIFY(!dialog());
-        QVERIFY(m_owner.heard == QList<bool>{true} && listed({}) == "+\xc3\xa4 #1 -cup.obj ");
-
-        writeFile(m_folder->filePath("pelago.ini"), "[production]\nkind=web\nsignIn=http://elsewhere.example/\n");
-        makePortal();
-        QVERIFY(!m_login->Login(&m_owner) && m_fixture->boxes.last().contains("loading the login web page"));
+        KString name; // there is no first one
+        QVERIFY(m_owner.heard == QList<bool>{true} && m_login->GetUsername(name) && name == "demo");
+        m_login->Login(nullptr);
+        QVERIFY(!dialog() && m_login->LoginUIDoneCB(QUrl()));
+        m_login->Login(&m_owner);
+        m_onRequest = [this] { m_portal.reset(); };
+        enter("demo");
+        QTRY_VERIFY(!m_portal);
+        QVERIFY(!dialog() && m_owner.heard.size() == 1);
     }
 
     void filesComeAndGo()
     {
-        signIn();
-        const std::unique_ptr<ICloudItem> root(m_portal->CreateFolderHierarchy());
-        ItemVector items;
-        QVERIFY(listed(root.get(), &items) == "+\xc3\xa4 #1 -cup.obj " && items.size() == 2);
-        for (ICloudItem *item : items) {
-            item->SetParent(root.get());
-            root->AddChild(item);
-            item->FolderClick();
-            QCOMPARE(m_owner.clicked, item);
-        }
-        ICloudItem *folder = items.at(items.at(0)->IsFolder() ? 0 : 1);
-        ItemVector inner;
-        QVERIFY(listed(folder, &inner) == "-50% \"x\".obj " && inner.size() == 1);
-        ICloudItem *file = inner.front();
-        file->SetParent(folder);
-        folder->AddChild(file);
-        QCOMPARE(KQtUtil::toQString(file->GetImportPathFolder()), QString(u8"/My cloud documents/ä #1"));
-
-        const QString local = m_folder->filePath("local/");
+        m_login->Login(&m_owner);
+        enter("demo");
+        QTRY_VERIFY(m_login->IsLogin());
+        const auto top = root();
+        const auto folder = makeItem(u8"ä #1", "..", top.get());
+        QString inner;
+        m_onRequest = [&] { inner = listed(top); };
+        QVERIFY(listed(top) == everything && inner == everything && outSearchResults.empty());
+        QVERIFY(listed(folder) == "-50% \"x\".obj" && listed(nullptr) == "failed");
+        folder->FolderClick();
+        QCOMPARE(m_owner.clicked, folder.get());
         auto *browser = m_portal->GetBrowser();
-        QVERIFY(browser->DownloadCloudItem(m_login, file, KQtUtil::toKString(local), "50% \"x\".obj"));
-        QCOMPARE(readFile(local + "50% \"x\".obj"), QByteArray("the /\xc3\xa4 #1/50% \"x\".obj"));
-
-        const auto upload = [&](const QByteArray &content, ICloudItem *existing) {
-            writeFile(local + "a\"b.fbx", content);
-            return browser->UploadFile(m_login, folder, existing, KQtUtil::toKString(local), "a\"b.fbx");
+        HeaderMap both{{L"Home", L""}, {L"SpecificFolder", L"ä #1"}};
+        ItemVector items;
+        QVERIFY(browser->GetChildCloudItems(m_login, both, items) && items.size() == 2);
+        qDeleteAll(items);
+        const QString local = m_folder->filePath("new/sub/");
+        const std::tuple<ICloudItem *, const char *, const char *, KString> downloads[] = {
+            {top.get(), "cup.obj", "/cup.obj", "/My cloud documents"},
+            {nullptr, "cup.obj", "/cup.obj", ""},
+            {folder.get(), "50% \"x\".obj", u8"/ä #1/50% \"x\".obj", "/My cloud documents/_"},
         };
-        const QString stored = m_fixture->cloud.zephalDir() + u8"/ä #1/a\"b.fbx";
-        QVERIFY(upload("first", nullptr) && readFile(stored) == "first");
-        QVERIFY(!upload("second", nullptr) && readFile(stored) == "first");
-        ItemVector again;
-        QVERIFY(listed(folder, &again) == "-50% \"x\".obj -a\"b.fbx ");
-        ICloudItem *existing = again.at(again.at(0)->GetDisplayName() == "a\"b.fbx" ? 0 : 1);
-        QVERIFY(upload("second", existing) && readFile(stored) == "second");
-        m_fixture->cloud.addRule("*", "*a%22b.fbx*", "status=507");
-        QVERIFY(!upload("third", existing) && readFile(stored) == "second");
-        qDeleteAll(again);
-        QVERIFY(m_fixture->boxes.isEmpty() && m_fixture->host.errors().isEmpty());
+        for (const auto &[parent, name, content, importFolder] : downloads) {
+            auto item = makeItem("", name, parent);
+            QVERIFY(item->GetImportPathFolder() == importFolder);
+            m_fixture->host.handle("sysFile", [&item](const QString &, KCommandResult &) {
+                item.reset();
+                return KStatus();
+            });
+            QVERIFY(browser->DownloadCloudItem(m_login, item.get(), KQtUtil::toKString(local), "a\"b"));
+            QCOMPARE(readFile(local + "a\"b"), QByteArray(content));
+            QCOMPARE(m_fixture->host.commands().last(), "sysFile -delete \"" + local + "a\\\"b\"");
+        }
+
+        const auto upload = [&](const QByteArray &content, const char *replaced) {
+            auto into = makeItem(u8"ä #1", "", nullptr);
+            auto old = replaced ? makeItem(replaced, "", nullptr) : nullptr;
+            m_onRequest = [&] { into.reset(), old.reset(); };
+            writeFile(local + "a\"b", content);
+            const bool done = browser->UploadFile(m_login, into.get(), old.get(), KQtUtil::toKString(local), "a\"b");
+            return (done ? "stored " : "kept ") + readFile(m_fixture->cloud.zephalDir() + u8"/ä #1/a\"b");
+        };
+        QCOMPARE(upload("1", nullptr), QByteArray("stored 1"));
+        QCOMPARE(upload("2", nullptr), QByteArray("kept 1"));
+        QCOMPARE(upload("2", u8"ä #1/a\"b"), QByteArray("stored 2"));
+        m_fixture->cloud.addRule("*", "/dav/*", "status=507");
+        QCOMPARE(upload("3", u8"ä #1/a\"b"), QByteArray("kept 2"));
+        QVERIFY(!browser->DownloadCloudItem(m_login, nullptr, "", "") && m_fixture->everythingShown().isEmpty());
+        QVERIFY(!browser->UploadFile(m_login, nullptr, nullptr, "", ""));
     }
 
 private:
-    void makePortal()
+    const QString everything = u8"+ä #1 -cup.obj";
+
+    /// A new portal on a library that finds \p lines in its configuration.
+    void configure(const QByteArray &lines)
     {
         m_portal.reset();
+        writeFile(m_folder->filePath("pelago.ini"), "[production]\n" + lines + '\n');
+        qputenv("PELAGO_CONFIG", QFile::encodeName(m_folder->filePath("pelago.ini")));
         m_login = new Portal_Zephal_Login;
         m_portal = std::make_unique<Portal_Zephal>(m_login, new Portal_Zephal_IPortalBrowser);
         m_portal->setOwnerCB(&m_owner);
     }
-    void signIn()
+    QLineEdit *field(const char *name) const { return dialog()->findChild<QLineEdit *>(name); }
+    void enter(const char *password)
     {
-        m_login->Login(&m_owner);
-        submit("demo");
-        QTRY_VERIFY(m_login->IsLogin());
+        field("user")->setText("demo");
+        field("password")->setText(password);
+        QTest::keyClick(dialog(), Qt::Key_Return);
     }
 
-    QDialog *dialog() const
+    std::unique_ptr<ICloudItem> root() { return std::unique_ptr<ICloudItem>(m_portal->CreateFolderHierarchy()); }
+    std::unique_ptr<ICloudItem> makeItem(const char *id, const char *name, ICloudItem *parent)
     {
-        for (auto *dialog : m_window.findChildren<QDialog *>())
-            if (dialog->isVisible())
-                return dialog;
-        return nullptr;
+        auto item = std::make_unique<Portal_Zephal_ICloudItem>(&m_owner);
+        item->SetProperty("uniqueID", id);
+        item->SetProperty("name", name);
+        item->SetParent(parent);
+        return item;
     }
-    QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
-    void submit(const QString &password)
+    /// The names in \p folder, in order: + folders, - files.
+    QString listed(const std::unique_ptr<ICloudItem> &folder)
     {
-        QTRY_COMPARE(dialog()->windowTitle(), QString("Sign in to Zephal"));
-        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
-                                   "field('user').value = 'demo'; field('password').value = '" +
-                                   password + "'; field('sign-in').click();");
-    }
-
-    /// The names in \p folder (null: the root) in order, with + for folders and - for files. Without \p kept the items
-    /// go.
-    QByteArray listed(ICloudItem *folder, ItemVector *kept = nullptr)
-    {
-        const std::unique_ptr<ICloudItem> root(m_portal->CreateFolderHierarchy());
         HeaderMap criteria;
-        m_portal->FillSearchCriteria(folder ? folder : root.get(), criteria);
+        m_portal->FillSearchCriteria(folder.get(), criteria);
         ItemVector items;
-        const bool done = m_portal->GetBrowser()->GetChildCloudItems(m_login, criteria, items);
+        if (!m_portal->GetBrowser()->GetChildCloudItems(m_login, criteria, items))
+            return "failed";
         QStringList names;
         for (ICloudItem *item : items)
-            names << (item->IsFolder() ? "+" : "-") + KQtUtil::toQString(item->GetDisplayName()) + ' ';
+            names << (item->IsFolder() ? "+" : "-") + KQtUtil::toQString(item->GetDisplayName());
+        qDeleteAll(items);
         names.sort();
-        if (kept)
-            *kept = items;
-        else
-            qDeleteAll(items);
-        return (done ? QByteArray() : QByteArray("failed ")) + names.join(QString()).toUtf8();
+        return names.join(' ');
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<CloudFixture> m_fixture;
     std::unique_ptr<Portal_Zephal> m_portal;
     Portal_Zephal_Login *m_login = nullptr; // the portal's
-    QWidget m_window;
     RecordingOwner m_owner;
+    std::function<void()> m_onRequest = [] {}; // runs when the next request has been served
 };
 
 QTEST_MAIN(TestZephal)
