@@ -1,5 +1,6 @@
 #include "cloud/Portal_CloudBrowserWindows.h"
 
+#include "cloud/FocusRing.h"
 #include "cloud/NavigationWidgets.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
@@ -44,6 +45,7 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     m_importExportTabs = CreateImportExportTabs();
     SetPageLayout(m_importExportTabs, isPaged);
     CreateShortcuts();
+    new FocusRing(this);
     new TransferBar(this);
 
     if (auto *dock = qobject_cast<Portal_CloudBrowserDockWidget *>(parent))
