@@ -87,7 +87,7 @@ private slots:
 
     void theWindowMayGoDuring_data()
     {
-        addRows({"command", "name"}, {{"login check", "", "Deep"},
+        addRows({"command", "name"}, {{"login check", "", ""},
                                       {"fetch", "", "Deep"},
                                       {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "a.obj"},
                                       {"download", "", "a.obj"},
@@ -111,7 +111,9 @@ private slots:
         }
         if (call == "question")
             QTimer::singleShot(0, this, destroy);
-        if (m_stage->row(name)) {
+        if (call == "login check") {
+            m_stage->controller()->LoginDoneCB(true);
+        } else if (m_stage->row(name)) {
             m_stage->doubleClick(name);
         } else {
             m_stage->find<QLineEdit>("CloudExportFileName")->setText(name);
