@@ -68,6 +68,7 @@ class TestZephalCalls : public QObject
 private slots:
     void endPointKeepsInStep()
     {
+        qunsetenv("PELAGO_CONFIG"); // the built-in addresses
         m_host.answer("internalVar -userPrefDir", KCommandResult(KString("/prefs/")));
         {
             Portal_Zephal_Login login;
