@@ -58,6 +58,7 @@ bool PortalGuide::answerInDialog(CloudPage &page, const QString &user, const QSt
 std::vector<std::unique_ptr<PortalGuide>> portalGuides(Driver &driver, const CloudProcess &cloud)
 {
     std::vector<std::unique_ptr<PortalGuide>> guides;
+    guides.push_back(std::make_unique<ZephalGuide>(driver, cloud));
     guides.push_back(std::make_unique<PlyxGuide>(driver, cloud));
     guides.push_back(std::make_unique<DropboxGuide>(driver, cloud));
     return guides;
