@@ -111,6 +111,13 @@ WebPageDialog::WebPageDialog(QWidget *parent)
     resize(kFirstSize);
 }
 
+WebPageDialog::~WebPageDialog()
+{
+    // A view that goes while it loads reports the end of that load; nobody may hear it from a dialog that is half gone.
+    m_view->disconnect();
+    delete m_view;
+}
+
 void WebPageDialog::load(const QByteArray &address)
 {
     m_view->load(QUrl::fromEncoded(address));

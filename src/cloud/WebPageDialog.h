@@ -28,6 +28,7 @@ class WebPageDialog : public QDialog
 public:
     /// Not shown yet. \p parent may be null, or a widget that is no window.
     explicit WebPageDialog(QWidget *parent);
+    ~WebPageDialog() override;
 
     QWebView *view() const { return m_view; }
     /// \p address is percent-encoded. A page that cannot be loaded is replaced by one that says why.
