@@ -23,9 +23,9 @@ void FocusRing::follow(QWidget *focus)
 {
     if (m_target)
         m_target->removeEventFilter(this);
-    const bool isShown =
-        focus && parentWidget()->isAncestorOf(focus) && focus->window()->testAttribute(Qt::WA_KeyboardFocusChange);
-    m_target = isShown ? focus : nullptr;
+    const bool isByKey = focus && focus->window()->testAttribute(Qt::WA_KeyboardFocusChange) &&
+                         QApplication::mouseButtons() == Qt::NoButton;
+    m_target = isByKey && parentWidget()->isAncestorOf(focus) ? focus : nullptr;
     if (m_target)
         m_target->installEventFilter(this);
     place();
