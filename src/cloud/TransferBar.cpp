@@ -110,8 +110,9 @@ void TransferBar::showNumbers(const Transfer &transfer)
     m_numbers = inBytes(transfer.bytes());
     if (total > 0)
         m_numbers += UiText(TavrinStrings::kProgressOf) + inBytes(total);
-    m_numbers +=
-        QStringLiteral("  ") + inBytes(qRound64(transfer.bytesPerSecond())) + UiText(TavrinStrings::kProgressPerSecond);
+    const double rate = transfer.bytesPerSecond();
+    if (rate >= 0)
+        m_numbers += QStringLiteral("  ") + inBytes(qRound64(rate)) + UiText(TavrinStrings::kProgressPerSecond);
 }
 
 void TransferBar::vanish()

@@ -48,5 +48,5 @@ double Transfer::bytesPerSecond() const
     const auto young = std::find_if_not(m_samples.begin(), m_samples.end(), isOld);
     const Sample &start = young == m_samples.begin() ? *young : *std::prev(young);
     const qint64 spent = now - start.ms;
-    return spent < shortestMs ? 0 : static_cast<double>(m_bytes - start.bytes) * 1000 / static_cast<double>(spent);
+    return spent < shortestMs ? -1 : static_cast<double>(m_bytes - start.bytes) * 1000 / static_cast<double>(spent);
 }

@@ -35,7 +35,7 @@ public:
     qint64 bytes() const { return m_bytes; }
     /// -1 when nobody has said.
     qint64 totalBytes() const { return m_totalBytes; }
-    /// The rate of the last second or so; 0 when nothing moved, and before it can be told.
+    /// The rate of the last second or so; negative until it can be told.
     double bytesPerSecond() const;
 
 public slots:

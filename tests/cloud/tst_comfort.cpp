@@ -94,7 +94,7 @@ private slots:
             question.hide();
             const Transfer inner(Transfer::Kind::Upload, "inner");
             const Transfer other(Transfer::Kind::Download, "another page's", &question);
-            QCOMPARE(bar()->text(), QString("inner  0 bytes  0 bytes/s"));
+            QCOMPARE(bar()->text(), QString("inner  0 bytes"));
         };
         m_stage->page()->RefreshFolderData();
         m_service.during.clear();
