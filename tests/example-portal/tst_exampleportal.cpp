@@ -38,6 +38,7 @@ private slots:
         Portal_CloudBrowser::UnRegisterPortal(m_portal.get());
         m_controller.reset();
         m_portal.reset();
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
     void journey()
@@ -71,6 +72,7 @@ private slots:
     void failuresAreTold()
     {
         m_host.setState(KGlobal::kBatch); // no message boxes
+        m_controller->logout();
         HeaderMap criteria{{L"Folder", L"/gone/"}};
         ICloudPortalApi::ItemVector items;
         const int before = m_service.requests().size();
