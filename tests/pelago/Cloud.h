@@ -6,47 +6,103 @@
 
 #include <pelago/pelago.h>
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <QVector>
 
 struct Entry
 {
-    QString id;
-    QString name;
-    QString modified;
-    QString mediaType;
+    QString id, name, modified, mediaType;
     qint64 size;
-
-    bool isFolder() const { return mediaType.isEmpty() && size == 0; }
 };
 
 class Cloud
 {
 public:
-    /// Writes a pelago.ini with \p more lines and opens a session, with what its file remembers.
-    explicit Cloud(const QString &storage, const QByteArray &more = "kind=password\n");
-    ~Cloud();
+    /// Writes a pelago.ini with \p more lines and opens a session.
+    explicit Cloud(const QString &address, const QByteArray &more = "kind=password\n") : storage(address.toUtf8())
+    {
+        write("pelago.ini", "[production]\nstorage=" + storage + '\n' + more);
+        qputenv("PELAGO_CONFIG", local("pelago.ini"));
+        const char *server = Skein_Auth_getServerAddress(Skein_Service_Deployment_Production);
+        session = Skein_Auth_openSession("key", "secret", local("session.skein"), server);
+    }
+    ~Cloud()
+    {
+        Skein_Storage_destroyEndPoint(endPoint);
+        Skein_Auth_closeSession(session);
+    }
 
     /// Signs in as demo and makes the end point.
-    int signIn(const char *password = "demo");
-    int list(const QString &folder, QVector<Entry> *entries) const;
-    /// Into local("got").
-    int download(const QString &folder, const QString &name) const;
-    int upload(const QString &folder, const QString &name, const QByteArray &content) const;
-    int replace(const QString &folder, const QString &name, const QByteArray &content) const;
+    int signIn(const char *password = "demo")
+    {
+        const int result = Skein_Auth_login(session, "demo", password);
+        endPoint = Skein_Storage_createEndPoint(session, storage, 0, "my", 0, 0);
+        return result;
+    }
+    int list(const QByteArray &folder)
+    {
+        entries.clear();
+        const auto collect = [](void *to, const char *id, const char *name, const char *modified, const char *mediaType,
+                                int64_t size) {
+            static_cast<Cloud *>(to)->entries.append({id, name, modified, mediaType, size});
+        };
+        return Skein_Storage_listContents(endPoint, folder, collect, this);
+    }
+    /// Into the local file "got".
+    int download(const QByteArray &folder, const QByteArray &name)
+    {
+        const QByteArray to = m_home.path().toUtf8();
+        done = -1;
+        return Skein_Storage_downloadFile(endPoint, folder, name, to, "got", progress, finished, this, this);
+    }
+    int upload(const QByteArray &folder, const QByteArray &name, const QByteArray &content)
+    {
+        const QByteArray path = write("local", content);
+        const char *const paths[] = {path.constData()};
+        const char *const names[] = {name.constData()};
+        done = -1;
+        return Skein_Storage_uploadFiles(endPoint, folder, paths, names, 1, progress, finished, this, this);
+    }
+    int replace(const QByteArray &folder, const QByteArray &name, const QByteArray &content)
+    {
+        const QByteArray path = write("local", content);
+        const QByteArray id = folder.isEmpty() ? name : folder + '/' + name;
+        done = -1;
+        return Skein_Storage_updateFile(endPoint, folder, id, 2, path, progress, finished, this, this);
+    }
 
-    QString local(const QString &name) const { return m_home.filePath(name); }
-    QByteArray got() const;
+    QByteArray local(const char *name) const { return m_home.filePath(name).toUtf8(); }
+    QByteArray write(const char *name, const QByteArray &content) const
+    {
+        QFile file(local(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write %s", name);
+        return local(name);
+    }
+    QByteArray got() const
+    {
+        QFile file(local("got"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+    }
 
     int64_t session = -1;
     int64_t endPoint = -1;
-    QString storage;
-    mutable qint64 done = -1;     ///< what the last transfer told last
-    mutable qint64 total = -2;    ///< likewise
-    mutable QVector<int> results; ///< of the transfer call-backs
+    QByteArray storage;
+    QVector<Entry> entries;      ///< of the last listing
+    qint64 done = -1, total = 0; ///< what the last transfer told last
+    QVector<int> results;        ///< of the transfer call-backs
 
 private:
-    QByteArray writeLocal(const QByteArray &content) const;
+    static void progress(void *context, int64_t done, int64_t total)
+    {
+        auto *cloud = static_cast<Cloud *>(context);
+        if (done < cloud->done)
+            qFatal("progress went back");
+        cloud->done = done;
+        cloud->total = total;
+    }
+    static void finished(void *context, int result) { static_cast<Cloud *>(context)->results.append(result); }
 
     QTemporaryDir m_home;
 };

@@ -3,8 +3,8 @@
 #include <localcloud/LocalCloud.h>
 
 #include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QNetworkProxy>
 #include <QProcess>
@@ -17,144 +17,129 @@
 
 namespace {
 
-constexpr uint nobody = 65534;
-
 void giveAway(const QString &path)
 {
-    if (geteuid() == 0 && chown(QFile::encodeName(path).constData(), nobody, nobody) != 0)
+    if (geteuid() == 0 && chown(QFile::encodeName(path).constData(), 65534, 65534) != 0)
         qFatal("cannot give away %s", qPrintable(path));
 }
 
-quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
-
-/// A server from the system's packages.
+/// A server from the system's packages, run by nobody in particular.
 class ProcessServer : public DavServer
 {
 public:
+    explicit ProcessServer(const QString &name)
+    {
+        // Not below TMPDIR, which only the user of the tests may enter.
+        QFile::setPermissions(m_home.path(), QFileDevice::Permissions(0x7755));
+        folder = m_home.filePath("root/dav");
+        for (const char *part : {"", "/root", "/root/dav", "/tmp"}) {
+            QDir().mkpath(m_home.path() + part);
+            giveAway(m_home.path() + part);
+        }
+        // Another program may take the port before the server does.
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            QTcpServer probe;
+            probe.listen(QHostAddress::LocalHost);
+            const quint16 port = probe.serverPort();
+            probe.close();
+            if (run(command(name, QByteArray::number(port)), port))
+                return;
+        }
+        qFatal("no WebDAV server: %s", m_process.readAll().constData());
+    }
     ~ProcessServer() override
     {
         m_process.terminate();
         m_process.waitForFinished(5000);
     }
 
-    void run()
+private:
+    QString write(const char *name, const QByteArray &text)
     {
-        // Not below TMPDIR, which only the user of the tests may enter.
-        QFile::setPermissions(m_home.path(), QFileDevice::Permissions(0x7755));
-        m_folder = m_home.filePath("root/dav");
-        for (const char *part : {"", "/root", "/root/dav", "/tmp"}) {
-            QDir().mkpath(m_home.path() + part);
-            giveAway(m_home.path() + part);
-        }
-        const QByteArray hash = QCryptographicHash::hash("demo", QCryptographicHash::Sha1).toBase64();
-        writeText("users", "demo:{SHA}" + hash + '\n');
-        // Another program may take the port before the server does.
-        for (int attempt = 0; attempt < 3; ++attempt) {
-            if (runOnce(freePort()))
-                return;
-        }
-        qFatal("no WebDAV server %s", m_process.readAll().constData());
-    }
-
-protected:
-    virtual QStringList command(const QString &port) = 0;
-    QString home(const char *name) const { return m_home.filePath(name); }
-    void writeText(const char *name, const QByteArray &text)
-    {
-        QFile file(home(name));
+        QFile file(m_home.filePath(name));
         if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
             qFatal("cannot write %s", name);
+        return file.fileName();
     }
-
-private:
-    bool runOnce(quint16 port)
-    {
-        m_storage = QStringLiteral("http://127.0.0.1:%1/dav/").arg(port);
-        QStringList line{"--pdeathsig", "TERM"};
-        if (geteuid() == 0)
-            line << "--reuid=65534"
-                 << "--regid=65534"
-                 << "--clear-groups";
-        m_process.setWorkingDirectory(m_home.path());
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        QProcessEnvironment environment;
-        environment.insert("PATH", "/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin");
-        environment.insert("HOME", m_home.path());
-        environment.insert("TMPDIR", home("tmp"));
-        m_process.setProcessEnvironment(environment);
-        m_process.start("setpriv", line + command(QString::number(port)));
-        QElapsedTimer clock;
-        clock.start();
-        while (m_process.state() != QProcess::NotRunning && clock.elapsed() < 20000) {
-            QTcpSocket socket;
-            socket.connectToHost(QHostAddress::LocalHost, port);
-            if (socket.waitForConnected(1000))
-                return true;
-            m_process.waitForFinished(20);
-        }
-        return false;
-    }
+    QStringList command(const QString &name, const QByteArray &port);
+    bool run(const QStringList &command, quint16 port);
 
     QTemporaryDir m_home{"/tmp/tavrin-dav-XXXXXX"};
     QProcess m_process;
 };
 
-class Apache : public ProcessServer
+QStringList ProcessServer::command(const QString &name, const QByteArray &port)
 {
-    QStringList command(const QString &port) override
-    {
-        QByteArray text =
-            "ServerName 127.0.0.1\nListen 127.0.0.1:" + port.toUtf8() + "\nPidFile pid\nErrorLog errors\n";
-        text += "DefaultRuntimeDir tmp\nDocumentRoot root\nDavLockDB tmp/locks\n";
-        for (const char *name : {"mpm_event", "authn_core", "authn_file", "authz_core", "authz_user", "auth_basic",
-                                 "dav", "dav_fs", "dir"})
-            text += QByteArray("LoadModule ") + name + "_module /usr/lib/apache2/modules/mod_" + name + ".so\n";
-        text += "<Location /dav>\nDav On\nDirectoryIndex disabled\nAuthType Basic\nAuthName x\nAuthUserFile users\n"
-                "Require valid-user\n</Location>\n";
-        writeText("apache.conf", text);
-        return {"apache2", "-d", home(""), "-f", home("apache.conf"), "-D", "FOREGROUND"};
+    write("users", "demo:{SHA}" + QCryptographicHash::hash("demo", QCryptographicHash::Sha1).toBase64() + '\n');
+    if (name == "apache") {
+        QByteArray text = R"(ServerName 127.0.0.1
+PidFile pid
+ErrorLog errors
+DefaultRuntimeDir tmp
+DocumentRoot root
+DavLockDB tmp/locks
+<Location /dav>
+Dav On
+AuthType Basic
+AuthName x
+AuthUserFile users
+Require valid-user
+</Location>
+)";
+        for (const char *module : {"dir", "dav_fs", "dav", "auth_basic", "authz_user", "authz_core", "authn_file",
+                                   "authn_core", "mpm_event"})
+            text.prepend(QByteArray("LoadModule ") + module + "_module /usr/lib/apache2/modules/mod_" + module +
+                         ".so\n");
+        return {"apache2",     "-d", m_home.path(), "-f", write("conf", "Listen 127.0.0.1:" + port + '\n' + text),
+                "-DFOREGROUND"};
     }
-};
+    if (name == "nginx") {
+        listsDotFiles = false;
+        const QByteArray text = R"(load_module /usr/lib/nginx/modules/ngx_http_dav_ext_module.so;
+daemon off;
+pid pid;
+events {}
+http {
+  access_log off;
+  client_body_temp_path tmp/1; proxy_temp_path tmp/2; fastcgi_temp_path tmp/3; uwsgi_temp_path tmp/4; scgi_temp_path tmp/5;
+  server { listen 127.0.0.1:PORT; root root; client_max_body_size 0;
+    location /dav/ { dav_methods PUT DELETE MKCOL COPY MOVE; dav_ext_methods PROPFIND OPTIONS;
+      auth_basic x; auth_basic_user_file users; } } }
+)";
+        return {
+            "nginx", "-e", "stderr", "-p", m_home.path(), "-c", write("conf", QByteArray(text).replace("PORT", port))};
+    }
+    forgetsCutUploads = false;
+    const QString line = "rclone serve webdav %1 --addr 127.0.0.1:%2 --baseurl /dav --config= --user demo --pass demo "
+                         "--dir-cache-time 1ms --poll-interval 0";
+    return line.arg(folder, QString(port)).split(' ');
+}
 
-class Nginx : public ProcessServer
+bool ProcessServer::run(const QStringList &command, quint16 port)
 {
-public:
-    Nginx() { m_traits.listsDotFiles = false; }
-
-private:
-    QStringList command(const QString &port) override
-    {
-        QByteArray text = "load_module /usr/lib/nginx/modules/ngx_http_dav_ext_module.so;\ndaemon off;\npid pid;\n"
-                          "events {}\nhttp {\naccess_log off;\n";
-        for (const char *kind : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"})
-            text += QByteArray(kind) + "_temp_path tmp/" + kind + ";\n";
-        text += "server {\nlisten 127.0.0.1:" + port.toUtf8() +
-                ";\nroot root;\nclient_max_body_size 0;\n"
-                "location /dav/ {\ndav_methods PUT DELETE MKCOL COPY MOVE;\ndav_ext_methods PROPFIND OPTIONS;\n"
-                "auth_basic x;\nauth_basic_user_file users;\n}\n}\n}\n";
-        writeText("nginx.conf", text);
-        return {"nginx", "-p", home(""), "-c", home("nginx.conf"), "-e", "stderr"};
+    storage = QStringLiteral("http://127.0.0.1:%1/dav/").arg(port);
+    QStringList line{"--pdeathsig", "TERM"};
+    if (geteuid() == 0)
+        line << "--reuid=65534"
+             << "--regid=65534"
+             << "--clear-groups";
+    QProcessEnvironment environment;
+    environment.insert("PATH", "/usr/bin:/bin:/usr/sbin:/sbin");
+    environment.insert("HOME", m_home.path());
+    environment.insert("TMPDIR", m_home.filePath("tmp"));
+    m_process.setProcessEnvironment(environment);
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+    m_process.setWorkingDirectory(m_home.path());
+    m_process.start("setpriv", line + command);
+    for (QDeadlineTimer patience(20000); m_process.state() != QProcess::NotRunning && !patience.hasExpired();) {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, port);
+        if (socket.waitForConnected(1000))
+            return true;
+        m_process.waitForFinished(20);
     }
-};
-
-class Rclone : public ProcessServer
-{
-public:
-    Rclone() { m_traits.forgetsCutUploads = false; }
-
-private:
-    QStringList command(const QString &port) override
-    {
-        return {"rclone",    "serve", "webdav",           m_folder, "--addr",          "127.0.0.1:" + port,
-                "--baseurl", "/dav",  "--config",         "",       "--user",          "demo",
-                "--pass",    "demo",  "--dir-cache-time", "1ms",    "--poll-interval", "0"};
-    }
-};
+    return false;
+}
 
 /// The proxy of the local cloud, for the local cloud's host only.
 class OnlyFor : public QNetworkProxyFactory
@@ -179,8 +164,8 @@ public:
         QString error;
         if (!m_cloud.start(&error))
             qFatal("no local cloud: %s", qPrintable(error));
-        m_storage = "https://cloud.zephal.example/dav/";
-        m_folder = m_cloud.zephalDir();
+        storage = "https://cloud.zephal.example/dav/";
+        folder = m_cloud.zephalDir();
         QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
         tls.addCaCertificate(m_cloud.caCertificate());
         QSslConfiguration::setDefaultConfiguration(tls);
@@ -192,30 +177,13 @@ private:
     LocalCloud m_cloud;
 };
 
-template <class Server>
-std::unique_ptr<DavServer> running()
-{
-    auto server = std::make_unique<Server>();
-    server->run();
-    return server;
-}
-
 } // namespace
-
-QStringList DavServer::names()
-{
-    return {"apache", "nginx", "rclone", "localcloud"};
-}
 
 std::unique_ptr<DavServer> DavServer::start(const QString &name)
 {
-    if (name == "apache")
-        return running<Apache>();
-    if (name == "nginx")
-        return running<Nginx>();
-    if (name == "rclone")
-        return running<Rclone>();
-    return std::make_unique<Local>();
+    if (name == "localcloud")
+        return std::make_unique<Local>();
+    return std::make_unique<ProcessServer>(name);
 }
 
 void DavServer::makeFolder(const QString &id)

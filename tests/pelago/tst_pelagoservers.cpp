@@ -17,17 +17,9 @@ const QStringList hurtingNames = {"plain.obj",       "with blank .obj",
                                   ".hidden.obj",     "~[x]{y}|^`<z>.obj",
                                   "a:b@c,$!.obj",    "..."};
 
-QByteArray noise(int bytes)
-{
-    QByteArray made(bytes, Qt::Uninitialized);
-    QRandomGenerator generator(7);
-    std::generate(made.begin(), made.end(), [&generator] { return static_cast<char>(generator.generate()); });
-    return made;
-}
-
 struct Walk
 {
-    const Cloud *cloud;
+    int64_t endPoint;
     QStringList seen;
 };
 
@@ -35,9 +27,10 @@ struct Walk
 void descend(void *context, const char *id, const char *, const char *, const char *mediaType, int64_t size)
 {
     auto *walk = static_cast<Walk *>(context);
-    walk->seen << QString(id) + (*mediaType == '\0' && size == 0 ? "/" : "");
-    if (*mediaType == '\0')
-        Skein_Storage_listContents(walk->cloud->endPoint, id, descend, walk);
+    const bool folder = *mediaType == '\0' && size == 0;
+    walk->seen << QString(id) + (folder ? "/" : "");
+    if (folder)
+        Skein_Storage_listContents(walk->endPoint, id, descend, walk);
 }
 
 } // namespace
@@ -47,32 +40,30 @@ class TestPelagoServers : public QObject
     Q_OBJECT
 private slots:
     void init();
-    void signIn_data() { servers(); }
-    void signIn();
     void names_data() { servers(); }
     void names();
     void folders_data() { servers(); }
     void folders();
-    void taken_data() { servers(); }
-    void taken();
+    void failures_data() { servers(); }
+    void failures();
     void cut_data() { servers(); }
     void cut();
     void sizes_data() { servers(); }
     void sizes();
 
 private:
-    /// One row per server; rows of one server follow one another only within a test, so all of them stay up.
     void servers();
 
-    std::map<QString, std::unique_ptr<DavServer>> m_servers;
+    std::map<QString, std::unique_ptr<DavServer>> m_servers; ///< they stay up for all tests
     DavServer *m_server = nullptr;
+    std::unique_ptr<Cloud> m_cloud; ///< signed in to it
 };
 
 void TestPelagoServers::servers()
 {
     QTest::addColumn<QString>("name");
-    for (const QString &name : DavServer::names())
-        QTest::newRow(qPrintable(name)) << name;
+    for (const char *name : {"apache", "nginx", "rclone", "localcloud"})
+        QTest::newRow(name) << name;
 }
 
 void TestPelagoServers::init()
@@ -82,32 +73,24 @@ void TestPelagoServers::init()
     if (!server)
         server = DavServer::start(name);
     m_server = server.get();
-}
-
-void TestPelagoServers::signIn()
-{
-    Cloud cloud(m_server->storage());
-    QCOMPARE(Skein_Auth_isUserLoggedIn(cloud.session), 0);
-    QCOMPARE(Skein_Auth_createLoginRequest(cloud.session, nullptr, 0), long{Skein_Result_PasswordSignIn});
-    QCOMPARE(cloud.signIn("wrong"), int{Skein_Result_NotSignedIn});
-    QCOMPARE(Skein_Auth_isUserLoggedIn(cloud.session), 0);
-    QCOMPARE(cloud.signIn(), 1);
-    QCOMPARE(Skein_Auth_isUserLoggedIn(cloud.session), 1);
-    QCOMPARE(QString(Skein_Auth_getUserLastName(cloud.session)), QString("demo"));
+    m_cloud = std::make_unique<Cloud>(m_server->storage);
+    QCOMPARE(m_cloud->signIn("wrong"), int{Skein_Result_NotSignedIn});
+    QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), 0);
+    QCOMPARE(m_cloud->signIn(), 1);
+    QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), 1);
 }
 
 void TestPelagoServers::names()
 {
     m_server->makeFolder("names");
-    Cloud cloud(m_server->storage());
-    QCOMPARE(cloud.signIn(), 1);
     for (const QString &name : hurtingNames) {
-        QCOMPARE(cloud.upload("names", name, "first " + name.toUtf8()), 1);
-        QCOMPARE(m_server->content("names/" + name), "first " + name.toUtf8());
-        QCOMPARE(cloud.replace("names", name, "second " + name.toUtf8()), 1);
-        QCOMPARE(m_server->content("names/" + name), "second " + name.toUtf8());
-        QCOMPARE(cloud.download("names", name), 1);
-        QCOMPARE(cloud.got(), "second " + name.toUtf8());
+        const QByteArray utf8 = name.toUtf8();
+        QCOMPARE(m_cloud->upload("names", utf8, "first " + utf8), 1);
+        QCOMPARE(m_server->content("names/" + name), "first " + utf8);
+        QCOMPARE(m_cloud->replace("names", utf8, "second " + utf8), 1);
+        QCOMPARE(m_server->content("names/" + name), "second " + utf8);
+        QCOMPARE(m_cloud->download("names", utf8), 1);
+        QCOMPARE(m_cloud->got(), "second " + utf8);
     }
     QStringList expected = hurtingNames;
     std::sort(expected.begin(), expected.end());
@@ -115,122 +98,96 @@ void TestPelagoServers::names()
     std::sort(onDisk.begin(), onDisk.end());
     QCOMPARE(onDisk, expected);
 
-    QVector<Entry> entries;
-    const int count = cloud.list("names", &entries);
-    QCOMPARE(count, entries.size());
+    QCOMPARE(m_cloud->list("names"), m_server->listsDotFiles ? 14 : 12);
     QStringList listed;
-    for (const Entry &entry : entries) {
+    for (const Entry &entry : qAsConst(m_cloud->entries)) {
         listed << entry.name;
         QCOMPARE(entry.id, "names/" + entry.name);
         QCOMPARE(entry.size, qint64{7} + entry.name.toUtf8().size());
         QVERIFY(!entry.mediaType.isEmpty() && entry.modified.contains(" GMT"));
     }
-    if (!m_server->traits().listsDotFiles)
-        expected.erase(std::remove_if(expected.begin(), expected.end(), [](auto &each) { return each[0] == '.'; }),
-                       expected.end());
+    if (!m_server->listsDotFiles)
+        expected = expected.filter(QRegularExpression("^[^.]"));
     std::sort(listed.begin(), listed.end());
     QCOMPARE(listed, expected);
 }
 
 void TestPelagoServers::folders()
 {
-    m_server->makeFolder("tree");
-    for (const char *id : {"tree/a b#", "tree/a b#/%41 & ü", "tree/empty+"})
+    for (const char *id : {"tree", "tree/a b#", "tree/a b#/%41 & ü", "tree/empty+"})
         m_server->makeFolder(id);
     m_server->makeFile("tree/a b#/%41 & ü/deep?.obj", "deep");
     m_server->makeFile("tree/nothing.obj", "");
-    Cloud cloud(m_server->storage());
-    QCOMPARE(cloud.signIn(), 1);
-
-    Walk walk{&cloud, {}};
-    QCOMPARE(Skein_Storage_listContents(cloud.endPoint, "tree", descend, &walk), 3);
+    Walk walk{m_cloud->endPoint, {}};
+    QCOMPARE(Skein_Storage_listContents(m_cloud->endPoint, "tree", descend, &walk), 3);
     walk.seen.sort();
     QCOMPARE(walk.seen, QStringList({"tree/a b#/", "tree/a b#/%41 & ü/", "tree/a b#/%41 & ü/deep?.obj", "tree/empty+/",
                                      "tree/nothing.obj"}));
-    QCOMPARE(cloud.download("tree/a b#/%41 & ü", "deep?.obj"), 1);
-    QCOMPARE(cloud.got(), QByteArray("deep"));
-
-    QVector<Entry> root;
-    QVERIFY(cloud.list(QString(), &root) > 0);
-    QVERIFY(std::any_of(root.begin(), root.end(), [](auto &each) { return each.id == "tree" && each.isFolder(); }));
-    QCOMPARE(cloud.list("missing", &root), int{Skein_Result_NotFound});
-    QVERIFY(cloud.list("tree/nothing.obj", &root) < 0);
-    QCOMPARE(cloud.download("tree", "missing"), int{Skein_Result_NotFound});
-    QVERIFY(cloud.download("tree", "empty+") < 0);
-    QVERIFY(!QFile::exists(cloud.local("got.tmp")));
+    QCOMPARE(m_cloud->download("tree/a b#/%41 & ü", "deep?.obj"), 1);
+    QCOMPARE(m_cloud->got(), QByteArray("deep"));
+    QVERIFY(m_cloud->list("") > 0);
+    QVERIFY(std::any_of(m_cloud->entries.begin(), m_cloud->entries.end(),
+                        [](auto &each) { return each.id == "tree" && each.mediaType.isEmpty() && each.size == 0; }));
 }
 
-void TestPelagoServers::taken()
+void TestPelagoServers::failures()
 {
     m_server->makeFolder("taken");
     m_server->makeFolder("taken/folder");
     m_server->makeFile("taken/cup.obj", "old");
-    Cloud cloud(m_server->storage());
-    QCOMPARE(cloud.signIn(), 1);
-
-    QCOMPARE(cloud.upload("taken", "cup.obj", "new"), int{Skein_Result_Conflict});
-    QVERIFY(cloud.upload("taken", "folder", "new") < 0);
-    QVERIFY(cloud.replace("taken", "folder", "new") < 0);
-    QVERIFY(cloud.upload("taken/missing", "cup.obj", "new") < 0);
+    QCOMPARE(m_cloud->upload("taken", "cup.obj", "new"), int{Skein_Result_Conflict});
+    QVERIFY(m_cloud->upload("taken", "folder", "new") < 0);
+    QVERIFY(m_cloud->replace("taken", "folder", "new") < 0);
+    QVERIFY(m_cloud->upload("taken/missing", "cup.obj", "new") < 0);
+    QCOMPARE(m_cloud->list("missing"), int{Skein_Result_NotFound});
+    QVERIFY(m_cloud->list("taken/cup.obj") < 0);
+    QCOMPARE(m_cloud->download("taken", "missing"), int{Skein_Result_NotFound});
+    QVERIFY(m_cloud->download("taken", "folder") < 0);
+    QCOMPARE(m_cloud->got(), QByteArray("nothing"));
     QCOMPARE(m_server->entries("taken"), QStringList({"cup.obj", "folder"}));
     QCOMPARE(m_server->content("taken/cup.obj"), QByteArray("old"));
-    QCOMPARE(cloud.replace("taken", "gone.obj", "again"), 1);
-    QCOMPARE(m_server->content("taken/gone.obj"), QByteArray("again"));
 }
 
 void TestPelagoServers::cut()
 {
     m_server->makeFolder("cut");
     m_server->makeFile("cut/cup.obj", "old");
+    const QByteArray path = m_cloud->write("large", "");
+    QVERIFY(QFile::resize(path, 256 * 1024 * 1024));
+    const char *const paths[] = {path.constData()};
+    const char *const names[] = {"new.obj"};
     for (const bool replaces : {true, false}) {
-        Cloud cloud(m_server->storage());
-        QCOMPARE(cloud.signIn(), 1);
-        QFile large(cloud.local("large"));
-        QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(256 * 1024 * 1024));
-        const QByteArray path = large.fileName().toUtf8();
-        const char *const paths[] = {path.constData()};
-        const char *const names[] = {"new.obj"};
-        // The first bytes of the file have been read by then, and by far not all.
-        QTimer poll;
-        QElapsedTimer clock;
-        connect(&poll, &QTimer::timeout, this, [&] {
-            if (clock.elapsed() > 60)
-                Skein_Storage_destroyEndPoint(cloud.endPoint);
-        });
-        poll.start(5);
-        clock.start();
-        QCOMPARE(replaces ? Skein_Storage_updateFile(cloud.endPoint, "cut", "cut/cup.obj", 2, path, nullptr, nullptr)
-                          : Skein_Storage_uploadFiles(cloud.endPoint, "cut", paths, names, 1, nullptr, nullptr),
+        m_cloud->signIn();
+        // Bytes of the file are on their way by then, and by far not all.
+        QTimer::singleShot(100, this, [this] { Skein_Storage_destroyEndPoint(m_cloud->endPoint); });
+        const int64_t at = m_cloud->endPoint;
+        QCOMPARE(replaces ? Skein_Storage_updateFile(at, "cut", "cut/cup.obj", 2, path, nullptr, nullptr)
+                          : Skein_Storage_uploadFiles(at, "cut", paths, names, 1, nullptr, nullptr),
                  int{Skein_Result_Closed});
     }
     QCOMPARE(m_server->content("cut/cup.obj"), QByteArray("old"));
     QVERIFY(!m_server->entries("cut").contains("new.obj"));
-    if (m_server->traits().forgetsCutUploads)
+    if (m_server->forgetsCutUploads)
         QTRY_COMPARE(m_server->entries("cut").size(), 1);
 }
 
 void TestPelagoServers::sizes()
 {
     m_server->makeFolder("sizes");
-    Cloud cloud(m_server->storage());
-    QCOMPARE(cloud.signIn(), 1);
     for (const int bytes : {0, 1, 6 * 1024 * 1024 + 1}) {
-        const QByteArray content = noise(bytes);
-        const QString name = QString::number(bytes);
-        QCOMPARE(cloud.upload("sizes", name, content), 1);
+        const QByteArray content = QByteArray("0123456789abc").repeated(bytes / 13 + 1).left(bytes);
+        const QByteArray name = QByteArray::number(bytes);
+        QCOMPARE(m_cloud->upload("sizes", name, content), 1);
         QVERIFY(m_server->content("sizes/" + name) == content);
-        QVERIFY(bytes == 0 || (cloud.done == bytes && cloud.total == bytes));
-        QCOMPARE(cloud.download("sizes", name), 1);
-        QVERIFY(cloud.got() == content);
-        QVERIFY(bytes == 0 || (cloud.done == bytes && cloud.total == bytes));
+        QVERIFY(bytes == 0 || (m_cloud->done == bytes && m_cloud->total == bytes));
+        QCOMPARE(m_cloud->download("sizes", name), 1);
+        QVERIFY(m_cloud->got() == content);
+        QVERIFY(bytes == 0 || (m_cloud->done == bytes && m_cloud->total == bytes));
     }
-    QCOMPARE(cloud.results, QVector<int>(6, 1));
-    QVector<Entry> entries;
-    QCOMPARE(cloud.list("sizes", &entries), 3);
-    for (const Entry &entry : entries) {
-        QCOMPARE(entry.size, entry.name.toLongLong());
-        QVERIFY(!entry.isFolder());
-    }
+    QCOMPARE(m_cloud->results, QVector<int>(6, 1));
+    QCOMPARE(m_cloud->list("sizes"), 3);
+    for (const Entry &entry : qAsConst(m_cloud->entries))
+        QVERIFY(entry.size == entry.name.toLongLong() && !entry.mediaType.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestPelagoServers)
