@@ -220,7 +220,7 @@ void TestPelagoPieces::sessionFile()
     QVERIFY(!file.read(QUrl("https://b/signin")));
     const QPair<QByteArray, QByteArray> damages[] = {{"{", "("},
                                                      {"\"version\": 1", "\"version\": 2"},
-                                                     {"cret\"", "cret\", \"secret\": \"\""},
+                                                     {"\"secret\": \"", "\"secret\": \"\", \"x\": \""},
                                                      {"\"user\": \"ü:\"", "\"user\": [1]"},
                                                      {"{", "{" + QByteArray(70000, ' ')}};
     QFile raw(path);
