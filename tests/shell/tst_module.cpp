@@ -79,12 +79,15 @@ private slots:
         const QPointer<QDockWidget> shown = dock();
         QVERIFY(shown && shown->isVisible() && shown->windowTitle() == "Tavrin");
         const auto *tabs = shown->findChild<QTabWidget *>("Portal_CloudBrowserDockWidget_tabWidget");
-        QVERIFY(tabs->count() == 1 && tabs->tabText(0) == "Dropbox" && !tabs->tabIcon(0).isNull());
+        QStringList portals;
+        for (int tab = 0; tab < tabs->count(); ++tab)
+            portals << (tabs->tabIcon(tab).isNull() ? QString() : tabs->tabText(tab));
+        QCOMPARE(portals, QStringList({"Zephal", "Plyx", "Dropbox"}));
         QVERIFY(!QFileInfo::exists(m_dir->filePath("user/temp_cloud")));
 
         writeFile(m_download, "a download of this run");
         QVERIFY(run("Tavrin -spr;"));
-        QVERIFY(tabs->count() == 1 && dock() == shown && QFileInfo::exists(m_download));
+        QVERIFY(tabs->count() == 3 && dock() == shown && QFileInfo::exists(m_download));
 
         QVERIFY(unload() && !shown && menu().empty() && !m_host->interpreter().hasCommand("Tavrin"));
         QVERIFY(load() && dock() && run("Tavrin -spr;")); // a dock that was open at unloading comes back
