@@ -25,32 +25,23 @@ class TestLanguages : public QObject
     Q_OBJECT
 
 private slots:
-    void everyTextIsTranslated_data()
+    void everyTextIsThereInGerman()
     {
-        QTest::addColumn<QStringList>("same"); // as in English
-        QTest::newRow("de") << QStringList{"kCloudPortalWindowLabel", "kProgressPerSecond"};
-    }
-    void everyTextIsTranslated()
-    {
-        QFETCH(QStringList, same);
-        const QString language = QTest::currentDataTag();
+        const QStringList sameInEnglish{"kCloudPortalWindowLabel", "kProgressPerSecond"};
         KeldaHost::Setup setup;
         setup.location = SOURCE_FOLDER;
-        setup.uiLanguage = language + "_CH";
+        setup.uiLanguage = "de_CH";
         RegisteringHost host(setup);
         TavrinStrings::registerKStringResources();
         host.interpreter().evaluate("source \"TavrinCreateUI.ksc\"; TavrinInitStrings();");
+        QVERIFY(host.ids.size() > 50);
         for (const KStringResourceId &id : host.ids) {
             const QString text = KQtUtil::toQString(TavrinStrings::getString(id));
             const QString english = KQtUtil::toQString(id.defaultText());
-            QVERIFY2((text == english) == same.contains(id.key().utf8()), id.key().utf8());
-            QVERIFY2(!text.trimmed().isEmpty() && !text.contains('%') && !text.contains("TODO"), id.key().utf8());
-            QVERIFY2(text.startsWith(' ') == english.startsWith(' ') && text.endsWith(' ') == english.endsWith(' '),
-                     id.key().utf8());
+            QVERIFY2((text == english) == sameInEnglish.contains(id.key().utf8()), id.key().utf8());
+            QVERIFY2(!text.isEmpty() && text.endsWith(' ') == english.endsWith(' '), id.key().utf8());
+            QVERIFY2(text.startsWith(' ') == english.startsWith(' ') && !text.contains('%'), id.key().utf8());
         }
-        QFile table(QStringLiteral(SOURCE_FOLDER "/scripts/strings/Tavrin_%1.ksc").arg(language));
-        QVERIFY(table.open(QIODevice::ReadOnly));
-        QCOMPARE(table.readAll().count("\nsetStringResource \"Tavrin\" "), static_cast<int>(host.ids.size()));
     }
 };
 
