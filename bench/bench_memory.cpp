@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QtTest>
 
 #include <algorithm>
 #include <cstdio>
@@ -38,15 +39,22 @@ bool fillShelf(const QString &folder)
     return true;
 }
 
+/// What the host's event loop does between two clicks of a user: also what was put off until no call is running.
+bool rest()
+{
+    QTest::qWait(1);
+    return true;
+}
+
 bool step(Driver &driver, CloudPage &page)
 {
     for (int i = 0; i < changesPerStep; i += 2) {
-        if (!page.openFolder(folderName) || !page.goUp())
+        if (!page.openFolder(folderName) || !rest() || !page.goUp() || !rest())
             return false;
     }
     const auto imported = [&] { return driver.ask(QStringLiteral("sceneInfo -q -triangles")) == QLatin1String("200"); };
     if (!page.openFolder(folderName) || !page.importByDoubleClick(model) ||
-        !driver.waitFor(imported, QStringLiteral("the import")) || !page.goUp())
+        !driver.waitFor(imported, QStringLiteral("the import")) || !rest() || !page.goUp() || !rest())
         return false;
     driver.ask(QStringLiteral("file -new -force"));
     driver.takeHostMessages();
@@ -77,7 +85,7 @@ int travel()
         if (!step(driver, page))
             return fail();
         resident.push_back(double(residentBytes()));
-        std::fprintf(stderr, "%d %.1f MiB\n", i, resident.back() / 1048576);
+        std::fprintf(stderr, "step %d: %.1f MiB\n", i + 1, resident.back() / 1048576);
     }
     const auto settled = resident.begin() + steps / 10;
     std::printf("%.5f\n", *std::max_element(settled, resident.end()) / *(settled - 1));

@@ -114,7 +114,7 @@ int main(int argc, char **argv)
         {QStringLiteral("nginx over http"),
          {folder.path(), size, here, server.port(false), target, false, trusted, {}}},
         {QStringLiteral("nginx over https"), {folder.path(), size, here, server.port(true), target, true, trusted, {}}},
-        {QStringLiteral("local cloud, https through its proxy"),
+        {QStringLiteral("the local cloud by proxy"),
          {folder.path(), size, cloudHost, 0, QStringLiteral("/1/files_put/dropbox/upload.bin"), true, trusted, {}}}};
     Report report(QStringLiteral("upload"));
     for (Road &road : roads) {
