@@ -10,7 +10,6 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QTemporaryDir>
-#include <QTimer>
 
 class Tour
 {
@@ -47,8 +46,6 @@ private:
     bool begin();
     void take(const QString &name);
     bool savePicture(const QString &name, const QImage &picture) const;
-    /// Once a third of the running transfer is done: saves a picture of the step with "-progress", and stops \p watch.
-    void savePictureOfProgress(QTimer &watch);
     bool report();
 
     Outcome failed() const;

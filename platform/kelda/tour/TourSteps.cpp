@@ -9,14 +9,11 @@
 #include <QDoubleSpinBox>
 #include <QFile>
 #include <QMessageBox>
-#include <QProgressBar>
 #include <QPushButton>
-#include <QTimer>
 
 namespace {
 
 const int dockWidth = 440;
-const int progressWatchMs = 20;
 const int exportScale = 2;
 const QString exportTyped = QStringLiteral("Scene From Kelda");
 const QString exportName = QStringLiteral("scene from kelda.glb");
@@ -144,28 +141,15 @@ Tour::Outcome Tour::fetch(const QStringList &folder, const QString &name)
     return {{}, QStringLiteral("SHA-256 %1... equal").arg(original.left(12))};
 }
 
-void Tour::savePictureOfProgress(QTimer &watch)
-{
-    const auto *bar = qobject_cast<QProgressBar *>(m_driver.find(QStringLiteral("CloudPortalProgress")));
-    if (!bar || bar->maximum() == 0 || 3 * bar->value() < bar->maximum())
-        return;
-    watch.stop();
-    savePicture(m_pictureName + QStringLiteral("-progress"), m_driver.picture());
-}
-
 Tour::Outcome Tour::download()
 {
     const PortalGuide::Sights sights = m_guide->sights();
     if (!goToRoot() || !openFolders(sights.archive) || !m_driver.run(QStringLiteral("file -new -force")))
         return failed();
     const QString original = m_guide->original(sights.archive, sights.large);
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, &watch, [&] { savePictureOfProgress(watch); });
-    watch.start(progressWatchMs);
     QElapsedTimer timer;
     timer.start();
     Outcome outcome = fetch(sights.archive, sights.large);
-    watch.stop();
     const qint64 bytes = QFileInfo(original).size();
     const qint64 triangles = trianglesInObj(original);
     if (outcome.error.isEmpty() && sceneInfo(QStringLiteral("triangles")) != triangles)
