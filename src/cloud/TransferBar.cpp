@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int kTickMs = 100;
+constexpr int kTickMs = 50;
 constexpr qint64 kPatienceMs = 300;
 constexpr qint64 kSweepMs = 1500; ///< once along the bar, where no end is known
 constexpr int kSteps = 1000;

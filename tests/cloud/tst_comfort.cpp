@@ -92,6 +92,7 @@ private slots:
             question.hide();
             const Transfer inner(Transfer::Kind::Upload, "inner");
             const Transfer other(Transfer::Kind::Download, "another page's", &question);
+            const Transfer part(Transfer::Kind::Download, "part of that");
             QCOMPARE(bar()->text(), QString("inner  0 bytes"));
         };
         m_stage->page()->RefreshFolderData();
@@ -138,6 +139,8 @@ private slots:
         m_stage->page()->SwitchPage(7);
         for (const int tab : {0, 1}) {
             m_stage->find<QTabWidget>("ImportExportTabs")->setCurrentIndex(tab);
+            m_window->resizeDocks({m_stage->dock()}, {tab == 0 ? 480 : 200}, Qt::Horizontal);
+            settle();
             m_stage->list()->setCurrentRow(1);
             QSet<QWidget *> missing;
             for (QWidget *widget : m_stage->page()->findChildren<QWidget *>()) {
