@@ -125,7 +125,7 @@ void Report::add(const QStringList &cells, double judged, const Target &target, 
     }
     const QString verdict = isOpen && held ? QString() : held ? QStringLiteral("yes") : QStringLiteral("no");
     const QString line = QStringLiteral("| %1 | %2 | %3 | %4 | %5 | %6 | %7 |")
-                             .arg(padded(m_name, 8), padded(cells[0], 54), padded(cells[1], 10), padded(cells[2], 10),
+                             .arg(padded(m_name, 8), padded(cells[0], 60), padded(cells[1], 10), padded(cells[2], 10),
                                   padded(cells[3], 22), padded(limit, 16), padded(verdict, 4));
     std::puts(qUtf8Printable(line));
     std::fflush(stdout);
