@@ -1,5 +1,6 @@
 #include "portals/Portal_Zephal_Browse.h"
 
+#include "http/Transfer.h"
 #include "portals/Portal_Zephal_CloudItem.h"
 #include "portals/Portal_Zephal_Login.h"
 
@@ -68,7 +69,11 @@ void contentCb(void *context, const char *id, const char *name, const char *modi
     item.release(); // the caller of the listing owns it
 }
 
-void progressCb(void *, int64_t, int64_t) {}
+void progressCb(void *context, int64_t done, int64_t total)
+{
+    if (context)
+        static_cast<Transfer *>(context)->report(done, total);
+}
 
 void downloadCb(void *, int) {}
 
@@ -118,8 +123,9 @@ bool Portal_Zephal_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *
 
     QDir().mkpath(KQtUtil::toQString(folder));
     KGlobal::executeCommand(KString("sysFile -delete \"") + TavrinHelper::quoted(folder + fileName) + "\"");
+    Transfer transfer(Transfer::Kind::Download, KQtUtil::toQString(fileName));
     return Skein_Storage_downloadFile(endPoint, parentId.utf8(), remoteName.utf8(), folder.utf8(), fileName.utf8(),
-                                      progressCb, downloadCb, nullptr, nullptr) == 1;
+                                      progressCb, downloadCb, &transfer, nullptr) == 1;
 }
 
 bool Portal_Zephal_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder, ICloudItem *existing,
@@ -130,14 +136,15 @@ bool Portal_Zephal_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder,
     const int64_t endPoint = endPointOf(login);
     const KString folderId = storageId(folder);
     const KString localPath = localFolder + fileName;
+    Transfer transfer(Transfer::Kind::Upload, KQtUtil::toQString(fileName));
     if (existing) {
         const KString itemId = existing->GetUniqueID();
         return Skein_Storage_updateFile(endPoint, folderId.utf8(), itemId.utf8(), replaceContent, localPath.utf8(),
-                                        progressCb, uploadCb, nullptr, nullptr) >= 1;
+                                        progressCb, uploadCb, &transfer, nullptr) >= 1;
     }
     const char *const paths[] = {localPath.utf8()};
     const char *const names[] = {fileName.utf8()};
-    return Skein_Storage_uploadFiles(endPoint, folderId.utf8(), paths, names, 1, progressCb, uploadCb, nullptr,
+    return Skein_Storage_uploadFiles(endPoint, folderId.utf8(), paths, names, 1, progressCb, uploadCb, &transfer,
                                      nullptr) >= 1;
 }
 

@@ -26,8 +26,9 @@ struct ZephalListing
 /// folder.
 void contentCb(void *context, const char *id, const char *name, const char *modified, const char *mediaType,
                int64_t size);
-/// These do nothing: the outcome of a transfer is the result of the library's call.
+/// Reports to the Transfer that \p context points to, if it points to one.
 void progressCb(void *context, int64_t done, int64_t total);
+/// These do nothing: the outcome of a transfer is the result of the library's call.
 void downloadCb(void *context, int result);
 void uploadCb(void *context, int result);
 

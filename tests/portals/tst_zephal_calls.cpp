@@ -3,6 +3,7 @@
 // What Zephal's login asks of the cloud library, in which order and with which arguments: functions that record stand
 // in for the library's. Then the call-back that takes the entries of a listing.
 
+#include "http/Transfer.h"
 #include "portals/Portal_Zephal.h"
 #include "support/RecordingHost.h"
 
@@ -108,6 +109,16 @@ private slots:
         QVERIFY2(module.open(QIODevice::ReadOnly), PLUGIN_LIBRARY);
         const QByteArray bytes = module.readAll();
         QVERIFY(bytes.contains("session.skein") && !bytes.contains(STAGING_KEY) && !bytes.contains(STAGING_SECRET));
+    }
+
+    void progressIsReported()
+    {
+        Transfer transfer(Transfer::Kind::Upload, "model.obj");
+        progressCb(&transfer, 0x180000000, -1);
+        progressCb(nullptr, 1, 2);
+        QVERIFY(transfer.bytes() == 0x180000000 && transfer.totalBytes() == -1);
+        progressCb(&transfer, 0x180000001, 0x180000002);
+        QVERIFY(transfer.bytes() == 0x180000001 && transfer.totalBytes() == 0x180000002);
     }
 
     void entriesOfAListing()
