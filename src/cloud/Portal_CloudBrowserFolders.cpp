@@ -197,21 +197,22 @@ void Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
     for (ICloudItem *folder : folders) {
         m_items.keep(folder);
         if (belongsHere(folder))
-            addListEntry(folder);
+            addListEntry(folder, QString());
     }
     for (ICloudItem *file : files) {
         m_items.keep(file);
-        if (!belongsHere(file))
-            continue;
-        addListEntry(file);
-        file->GetListItem()->setToolTip(KQtUtil::toQString(file->GetTooltip()));
+        if (belongsHere(file))
+            addListEntry(file, KQtUtil::toQString(file->GetTooltip()));
     }
 }
 
-void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item)
+void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QString &toolTip)
 {
-    auto *entry = new Portal_CloudBrowserListItem(item, item->GetItemIcon(), KQtUtil::toQString(item->GetDisplayName()),
-                                                  m_fileList);
+    // Filled before it joins the list: an entry in a list looks for its own row whenever it is changed.
+    auto *entry =
+        new Portal_CloudBrowserListItem(item, item->GetItemIcon(), KQtUtil::toQString(item->GetDisplayName()), nullptr);
+    entry->setToolTip(toolTip);
+    m_fileList->addItem(entry);
     item->SetListItem(entry);
     m_currentFolder->AddChild(item);
 }

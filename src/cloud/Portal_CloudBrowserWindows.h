@@ -158,7 +158,7 @@ private:
     bool fetch(ItemVector &items);
     void showItems(const ItemVector &fetched);
     void clearFileList();
-    void addListEntry(ICloudItem *item);
+    void addListEntry(ICloudItem *item, const QString &toolTip);
     void chooseImportable(ICloudItem *item, bool doubleClick);
     void exportUnderName(const KString &extension);
     void rebuildFolderPath();
