@@ -117,7 +117,7 @@ private slots:
         QVERIFY(press(Qt::Key_Enter, 1).endsWith("download g"));
 
         m_service.log.clear();
-        press(Qt::CTRL + Qt::Key_F);
+        press(int(Qt::CTRL) + Qt::Key_F);
         QTest::keyClicks(QApplication::focusWidget(), "ab");
         QCOMPARE(press(Qt::Key_Backspace), QString("Top/Deep "));
         QCOMPARE(m_stage->find<QLineEdit>("SearchTextInput")->text(), QString("a"));
@@ -129,7 +129,7 @@ private slots:
         m_stage->page()->ClearSelection();
         QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64 search 1 64"));
         m_stage->dock()->findChild<QTabWidget *>()->setFocus();
-        press(Qt::CTRL + Qt::Key_F);
+        press(int(Qt::CTRL) + Qt::Key_F);
         QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64 search 1 64"));
     }
 
