@@ -1,0 +1,200 @@
+// Whole journeys of exports on Dropbox: what the host writes, what the cloud stores, and what comes back.
+
+#include "Journey.h"
+#include "tour/Evidence.h"
+
+#include <QMessageBox>
+#include <QtTest>
+
+class TestE2EExport : public Journey
+{
+    Q_OBJECT
+public:
+    TestE2EExport() : Journey(QStringLiteral("Dropbox")) {}
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void exportedModelsComeBack_data();
+    void exportedModelsComeBack();
+    void oddNamesHaveAClearOutcome_data();
+    void oddNamesHaveAClearOutcome();
+    void existingFileIsReplacedOnlyWhenAsked_data();
+    void existingFileIsReplacedOnlyWhenAsked();
+    void refusedUploadLeavesTheLocalFile_data();
+    void refusedUploadLeavesTheLocalFile();
+
+private:
+    bool openExportTab();
+    QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
+};
+
+void TestE2EExport::initTestCase()
+{
+    QVERIFY2(m_cloud.start({m_folder.filePath("cloud"), {}, 0}), qPrintable(m_cloud.error()));
+    writeQuads(remote("plain.obj"), 6);
+    writeQuads(remote("exports/first.obj"), 1);
+}
+
+void TestE2EExport::init()
+{
+    QVERIFY2(startAfresh(), qPrintable(error()));
+}
+
+void TestE2EExport::cleanup()
+{
+    stopHost();
+}
+
+bool TestE2EExport::openExportTab()
+{
+    return m_page->open() && m_page->signIn() && m_page->select("plain.obj") && m_page->import() &&
+           m_page->openFolder("exports") && m_page->showExportTab();
+}
+
+void TestE2EExport::exportedModelsComeBack_data()
+{
+    QTest::addColumn<QString>("translator");
+    QTest::addColumn<QString>("extension");
+    const QStringList offered{"OBJ", "FBX", "glTF", "glTF binary", "COLLADA", "STL", "PLY"};
+    const QStringList extensions{"obj", "fbx", "gltf", "glb", "dae", "stl", "ply"};
+    for (int i = 0; i < offered.size(); ++i)
+        QTest::newRow(qPrintable(offered[i])) << offered[i] << extensions[i];
+}
+
+void TestE2EExport::exportedModelsComeBack()
+{
+    QFETCH(QString, translator);
+    QFETCH(QString, extension);
+    QVERIFY2(openExportTab() && m_page->chooseTranslator(translator) && m_page->setExportName(" Round: Trip\""),
+             qPrintable(error()));
+    const qint64 before = triangles();
+    QVERIFY(before > 0);
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+    QCOMPARE(m_driver->takeMessages(), QStringList());
+
+    const QString name = QStringLiteral("round trip.") + extension;
+    QCOMPARE(m_page->exportName(), name);
+    QVERIFY2(m_page->entries().contains(name), qPrintable(m_page->entries().join(", ")));
+    const QStringList local = transferred().filter(name);
+    QCOMPARE(local.size(), 1);
+    QCOMPARE(sha256(local.first()), sha256(remote("exports/" + name)));
+
+    QVERIFY(QDir(m_userDir->filePath("temp_cloud")).removeRecursively());
+    QVERIFY2(m_driver->run("file -new -force") && m_page->showImportTab() && m_page->select(name) && m_page->import(),
+             qPrintable(error()));
+    QCOMPARE(triangles(), before);
+    QCOMPARE(m_driver->takeMessages(), QStringList());
+}
+
+void TestE2EExport::oddNamesHaveAClearOutcome_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("nothing left") << "???"
+                                  << ".obj";
+    QTest::newRow("parent folder") << ".."
+                                   << "...obj";
+    QTest::newRow("path") << "C:\\Work\\A/b:c"
+                          << "bc.obj";
+    QTest::newRow("other extension") << "Model.fbx"
+                                     << "model.fbx.obj";
+    QTest::newRow("command") << "x`quit`; $y"
+                             << "x`quit`; $y.obj";
+    QTest::newRow("non-ASCII") << QString("ÄRGER 日本") << QString("ärger 日本.obj");
+    QTest::newRow("too long") << QString(300, 'x') << QString();
+}
+
+void TestE2EExport::oddNamesHaveAClearOutcome()
+{
+    QFETCH(QString, typed);
+    QFETCH(QString, stored);
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), qPrintable(error()));
+    const QStringList before = namesIn(remote("exports"));
+    m_driver->takeHostMessages();
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+
+    QStringList added = QDir(remote("exports")).entryList(QDir::Files | QDir::Hidden);
+    for (const QString &name : before)
+        added.removeOne(name);
+    QCOMPARE(added, stored.isEmpty() ? QStringList() : QStringList{stored});
+    QCOMPARE(m_driver->takeMessages(), QStringList());
+    const QStringList said = m_driver->takeHostMessages();
+    QCOMPARE(said.filter(QRegularExpression("^error: .*File name too long")).isEmpty(), !stored.isEmpty());
+    QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
+    QFile::remove(remote("exports/" + stored));
+}
+
+void TestE2EExport::existingFileIsReplacedOnlyWhenAsked_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<int>("answer");
+    QTest::newRow("no") << "taken" << int(QMessageBox::No);
+    QTest::newRow("yes") << "taken" << int(QMessageBox::Yes);
+    QTest::newRow("another name") << "free" << int(QMessageBox::NoButton);
+}
+
+void TestE2EExport::existingFileIsReplacedOnlyWhenAsked()
+{
+    QFETCH(QString, typed);
+    QFETCH(int, answer);
+    writeQuads(remote("exports/taken.obj"), 9);
+    QFile::remove(remote("exports/free.obj"));
+    const QString old = sha256(remote("exports/taken.obj"));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), qPrintable(error()));
+    const std::size_t before = m_cloud.requests().size();
+
+    int questions = 0;
+    m_driver->setDialogHandler([&](QDialog &dialog) {
+        auto *box = qobject_cast<QMessageBox *>(&dialog);
+        ++questions;
+        return box && box->icon() == QMessageBox::Question &&
+               m_driver->click(box->button(QMessageBox::StandardButton(answer)));
+    });
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+
+    QCOMPARE(questions, typed == QLatin1String("taken") ? 1 : 0);
+    const bool exported = answer != QMessageBox::No;
+    QCOMPARE(sha256(remote("exports/taken.obj")) == old, answer != QMessageBox::Yes);
+    QCOMPARE(m_cloud.requests().size() > before, exported);
+    const QStringList written = transferred().filter("/" + typed + ".obj");
+    QCOMPARE(written.size(), exported ? 1 : 0);
+    QCOMPARE(m_page->entries().contains(typed + ".obj"), exported || typed == QLatin1String("taken"));
+}
+
+void TestE2EExport::refusedUploadLeavesTheLocalFile_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<bool>("reachesTheCloud");
+    QTest::newRow("signed out elsewhere") << "status=401" << false;
+    QTest::newRow("disk full") << "status=507" << false;
+    QTest::newRow("reply cut") << "cut=0" << true;
+    QTest::newRow("no HTTP") << "garbage" << false;
+}
+
+void TestE2EExport::refusedUploadLeavesTheLocalFile()
+{
+    QFETCH(QString, action);
+    QFETCH(bool, reachesTheCloud);
+    QFile::remove(remote("exports/refused.obj"));
+    CloudProcess cloud;
+    QVERIFY2(cloud.start({m_folder.filePath("cloud"), {"api-content.dropbox.com /1/files_put/* " + action}, 0}),
+             qPrintable(cloud.error()));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName("refused"),
+             qPrintable(error()));
+    m_driver->takeHostMessages();
+    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+
+    QCOMPARE(transferred().filter("/refused.obj").size(), 1);
+    QVERIFY(!m_page->entries().contains("refused.obj"));
+    QCOMPARE(QFileInfo::exists(remote("exports/refused.obj")), reachesTheCloud);
+    const QStringList errors = m_driver->takeHostMessages().filter(QRegularExpression("^error: "));
+    QVERIFY2(!errors.isEmpty(), "the host has not said that the export failed");
+    QCOMPARE(m_driver->takeMessages().size(), 1);
+    QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
+}
+
+QTEST_MAIN(TestE2EExport)
+#include "tst_e2e_export.moc"
