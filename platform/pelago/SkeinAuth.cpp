@@ -42,19 +42,25 @@ const char *nameText(int64_t handle, QString Credentials::*name, QByteArray Sess
 
 } // namespace
 
-const char *Skein_Auth_getServerAddress(Skein_Service_Deployment deployment)
+const char *pelago::addressText(Skein_Service_Deployment deployment, QUrl Deployment::*address,
+                                QByteArray (&texts)[3]) noexcept
 {
-    static QByteArray texts[3];
     const char *result = "";
     guarded([&]() -> int64_t {
         const int number = static_cast<int>(deployment);
         if (number < 0 || number > 2)
             return 0;
-        texts[number] = Deployments::load().at(number).signIn.toEncoded();
+        texts[number] = (Deployments::load().at(number).*address).toEncoded();
         result = texts[number].constData();
         return 1;
     });
     return result;
+}
+
+const char *Skein_Auth_getServerAddress(Skein_Service_Deployment deployment)
+{
+    static QByteArray texts[3];
+    return addressText(deployment, &Deployment::signIn, texts);
 }
 
 int64_t Skein_Auth_openSession(const char *, const char *, const char *sessionFile, const char *serverAddress)

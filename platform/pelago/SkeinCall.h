@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "Deployments.h"
 #include "EndPoint.h"
 #include "HandleTable.h"
 #include "Session.h"
@@ -34,5 +35,9 @@ int64_t guarded(const Call &call) noexcept
     }
     return Skein_Result_Internal;
 }
+
+/// One address of \p deployment, kept in the text of that number; empty for an unknown deployment.
+const char *addressText(Skein_Service_Deployment deployment, QUrl Deployment::*address,
+                        QByteArray (&texts)[3]) noexcept;
 
 } // namespace pelago

@@ -92,16 +92,7 @@ int storeAll(EndPoint &endPoint, const QString &folder, const QStringList &paths
 const char *Skein_Storage_getServerAddress(Skein_Service_Deployment deployment)
 {
     static QByteArray texts[3];
-    const char *result = "";
-    guarded([&]() -> int64_t {
-        const int number = static_cast<int>(deployment);
-        if (number < 0 || number > 2)
-            return 0;
-        texts[number] = Deployments::load().at(number).storage.toEncoded();
-        result = texts[number].constData();
-        return 1;
-    });
-    return result;
+    return addressText(deployment, &Deployment::storage, texts);
 }
 
 int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress, int options, const char *space,
