@@ -124,7 +124,7 @@ int finishedResult(const DavCall &call, const QNetworkReply &reply, const DavRes
     if (!isExpected(call, so.status))
         return resultOf(so.status);
     // Now and then the toolkit takes a connection that closed too early for the end of the reply.
-    const bool isShort = call.verb != "HEAD" && so.status != 204 && so.announced > so.received;
+    const bool isShort = so.status != 204 && so.announced > so.received;
     return reply.error() != QNetworkReply::NoError || isShort ? Skein_Result_Network : 1;
 }
 

@@ -41,11 +41,11 @@ struct DavCall
 
 struct DavResult
 {
-    int result = 0; ///< 1, or a negative Skein_Result
-    int status = 0; ///< of HTTP; 0 when the server sent none
-    qint64 announced = -1;
-    qint64 received = 0;
-    QByteArray allow; ///< the header of that name
+    int result = 0;        ///< 1, or a negative Skein_Result
+    int status = 0;        ///< of HTTP; 0 when the server sent none
+    qint64 announced = -1; ///< bytes of the reply's body, -1 when unknown
+    qint64 received = 0;   ///< bytes of it that were read
+    QByteArray allow;      ///< the header of that name
 
     bool isSuccess() const { return result > 0; }
 };
@@ -54,6 +54,7 @@ class DavClient : public QObject
 {
     Q_OBJECT
 public:
+    /// A call fails with TimedOut when nothing has moved for \p idleTimeoutMs.
     explicit DavClient(int idleTimeoutMs);
 
     /// Spins the event loop. The caller keeps the client alive. A redirect that only adds a slash is repeated once, any

@@ -1,6 +1,7 @@
 #include "DavPath.h"
 
 #include <QTextCodec>
+#include <QUuid>
 
 #include <algorithm>
 
@@ -76,6 +77,11 @@ QString child(const QString &folder, const QString &name)
 QString parent(const QString &id)
 {
     return id.left(std::max(0, id.lastIndexOf(QLatin1Char('/'))));
+}
+
+QString unusedName()
+{
+    return QStringLiteral(".pelago-") + QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".tmp");
 }
 
 QUrl address(const QUrl &root, const QString &id, Form form)

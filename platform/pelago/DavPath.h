@@ -15,9 +15,12 @@ namespace pelago::DavPath {
 bool isName(const QString &name);
 /// Whether \p id is made of such names; the empty one is.
 bool isIdentifier(const QString &id);
+/// The identifier of \p name in \p folder.
 QString child(const QString &folder, const QString &name);
 /// The identifier of the folder that holds \p id.
 QString parent(const QString &id);
+/// A new name, which nothing else has, for a file that is still on its way.
+QString unusedName();
 
 enum class Form { File, Folder };
 

@@ -4,9 +4,9 @@
 #include <pelago/pelago.h>
 
 #include <cstdio>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QUuid>
 
 namespace pelago {
 
@@ -16,11 +16,9 @@ namespace {
 class PartFile
 {
 public:
-    explicit PartFile(const QString &target) : m_target(target)
-    {
-        const QString id = QUuid::createUuid().toString(QUuid::Id128);
-        m_file.setFileName(QFileInfo(target).path() + QStringLiteral("/.pelago-") + id + QStringLiteral(".tmp"));
-    }
+    explicit PartFile(const QString &target)
+        : m_target(target), m_file(QFileInfo(target).dir().filePath(DavPath::unusedName()))
+    {}
     ~PartFile()
     {
         if (m_file.exists())

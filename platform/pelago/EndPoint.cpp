@@ -27,14 +27,7 @@ DavResult EndPoint::send(DavCall call)
 DavResult EndPoint::ask(const QUrl &url, const char *depth, const MultiStatus::Sink &sink)
 {
     MultiStatus reply(sink);
-    DavCall call;
-    call.verb = "PROPFIND";
-    call.url = url;
-    call.headers = {{"Depth", depth}, {"Content-Type", "application/xml; charset=utf-8"}};
-    call.body = MultiStatus::question();
-    call.expected = 207;
-    call.sink = [&reply](qint64, const QByteArray &bytes) { return reply.read(bytes); };
-    DavResult result = send(call);
+    DavResult result = send(reply.question(url, depth));
     if (result.isSuccess() && !reply.isComplete())
         result.result = Skein_Result_BadReply;
     return result;

@@ -1,5 +1,7 @@
 #include "MultiStatus.h"
 
+#include "DavClient.h"
+
 namespace pelago {
 
 namespace {
@@ -29,11 +31,18 @@ struct MultiStatus::Step
     Element element;
 };
 
-QByteArray MultiStatus::question()
+DavCall MultiStatus::question(const QUrl &url, const char *depth)
 {
-    return QByteArrayLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                             "<propfind xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/><getlastmodified/>"
-                             "<getetag/><getcontenttype/></prop></propfind>");
+    DavCall call;
+    call.verb = "PROPFIND";
+    call.url = url;
+    call.headers = {{"Depth", depth}, {"Content-Type", "application/xml; charset=utf-8"}};
+    call.body = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                "<propfind xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/><getlastmodified/>"
+                "<getetag/><getcontenttype/></prop></propfind>";
+    call.expected = 207;
+    call.sink = [this](qint64, const QByteArray &bytes) { return read(bytes); };
+    return call;
 }
 
 bool MultiStatus::read(const QByteArray &bytes)

@@ -1,7 +1,7 @@
 // pelago/MultiStatus.h
 //
-// Reads the body of a 207 reply while its bytes arrive. Documents with a DOCTYPE, deep nesting or huge elements are
-// refused: nothing of the kind belongs into a listing.
+// Asks for properties, and reads the body of the 207 reply while its bytes arrive. Documents with a DOCTYPE, deep
+// nesting or huge elements are refused: nothing of the kind belongs into a listing.
 
 #pragma once
 
@@ -11,7 +11,11 @@
 #include <QVector>
 #include <QXmlStreamReader>
 
+class QUrl;
+
 namespace pelago {
+
+struct DavCall;
 
 /// One element "response": the properties that the server gave with a status 2xx.
 struct DavEntry
@@ -37,8 +41,8 @@ public:
     bool read(const QByteArray &bytes);
     /// Whether the document came to its proper end.
     bool isComplete() const { return m_complete && !m_refused; }
-    /// The body of a PROPFIND that asks for what DavEntry holds.
-    static QByteArray question();
+    /// A PROPFIND that asks for what DavEntry holds. Its reply goes to this object, which outlives the call.
+    DavCall question(const QUrl &url, const char *depth);
 
 private:
     enum class Element {

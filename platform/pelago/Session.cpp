@@ -39,8 +39,9 @@ QByteArray Session::authorization() const
 
 bool Session::mayUse(const QUrl &storage) const
 {
-    const bool known = sameOrigin(storage, m_server) || sameOrigin(storage, deployment().storage);
-    return known && Deployments::load().isAllowed(storage);
+    const Deployments all = Deployments::load();
+    const bool known = sameOrigin(storage, m_server) || sameOrigin(storage, all.forSignIn(m_server).storage);
+    return known && all.isAllowed(storage);
 }
 
 int Session::completeLogin(const QUrl &finalAddress)
@@ -60,23 +61,18 @@ int Session::completeLogin(const QUrl &finalAddress)
 
 int Session::login(const QString &user, const QString &password)
 {
-    const Deployment served = deployment();
+    const Deployments all = Deployments::load();
+    const Deployment served = all.forSignIn(m_server);
     const QUrl storage = served.storage.isValid() ? served.storage : folderAddress(m_server.toString());
-    if (user.isEmpty() || user.contains(QLatin1Char(':')) || !Deployments::load().isAllowed(storage))
+    if (user.isEmpty() || user.contains(QLatin1Char(':')) || !all.isAllowed(storage))
         return Skein_Result_BadArgument;
 
     DavClient client(served.idleTimeoutMs);
     connect(this, &Session::closed, &client, &DavClient::close);
     bool folder = false;
     MultiStatus reply([&folder](const DavEntry &entry) { folder = folder || entry.folder; });
-    DavCall call;
-    call.verb = "PROPFIND";
-    call.url = storage;
-    call.headers = {
-        {"Authorization", basic(user, password)}, {"Depth", "0"}, {"Content-Type", "application/xml; charset=utf-8"}};
-    call.body = MultiStatus::question();
-    call.expected = 207;
-    call.sink = [&reply](qint64, const QByteArray &bytes) { return reply.read(bytes); };
+    DavCall call = reply.question(storage, "0");
+    call.headers.append({"Authorization", basic(user, password)});
     const DavResult result = client.send(call);
     if (!result.isSuccess())
         return result.result;

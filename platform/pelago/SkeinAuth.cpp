@@ -10,6 +10,7 @@ namespace pelago {
 
 HandleTable<Session> &sessions()
 {
+    // For as long as the process lives, since the end points hold sessions.
     static auto *const table = new HandleTable<Session>(int64_t{1} << 32);
     return *table;
 }
@@ -18,21 +19,11 @@ HandleTable<Session> &sessions()
 
 namespace {
 
-/// Runs \p call on the session behind \p handle.
-template <class Call>
-int withSession(int64_t handle, const Call &call) noexcept
-{
-    return static_cast<int>(guarded([&]() -> int64_t {
-        const std::shared_ptr<Session> session = sessions().find(handle);
-        return session ? call(*session) : Skein_Result_UnknownHandle;
-    }));
-}
-
 /// \p name of the user of \p handle, held in \p text of the session.
 const char *nameText(int64_t handle, QString Credentials::*name, QByteArray Session::*text) noexcept
 {
     const char *result = "";
-    withSession(handle, [&](Session &session) {
+    withObject(sessions, handle, [&](Session &session) {
         session.*text = (session.credentials().*name).toUtf8();
         result = (session.*text).constData();
         return 1;
@@ -75,21 +66,17 @@ int64_t Skein_Auth_openSession(const char *, const char *, const char *sessionFi
 
 void Skein_Auth_closeSession(int64_t handle)
 {
-    guarded([handle]() -> int64_t {
-        if (const std::shared_ptr<Session> session = sessions().take(handle))
-            session->close();
-        return 1;
-    });
+    giveUp(sessions, handle);
 }
 
 int Skein_Auth_isUserLoggedIn(int64_t session)
 {
-    return withSession(session, [](const Session &found) { return found.isSignedIn() ? 1 : 0; });
+    return withObject(sessions, session, [](const Session &found) { return found.isSignedIn() ? 1 : 0; });
 }
 
 long Skein_Auth_createLoginRequest(int64_t session, char *buffer, unsigned long size)
 {
-    return withSession(session, [=](const Session &found) -> int {
+    return withObject(sessions, session, [=](const Session &found) -> int {
         if (found.deployment().kind == SignInKind::Password)
             return Skein_Result_PasswordSignIn;
         const QByteArray address = found.server().toEncoded();
@@ -104,20 +91,21 @@ long Skein_Auth_createLoginRequest(int64_t session, char *buffer, unsigned long 
 
 int Skein_Auth_completeLogin(int64_t session, const char *finalAddress)
 {
-    return withSession(session, [finalAddress](Session &found) {
+    return withObject(sessions, session, [finalAddress](Session &found) {
         return found.completeLogin(QUrl(QString::fromUtf8(finalAddress), QUrl::TolerantMode));
     });
 }
 
 int Skein_Auth_login(int64_t session, const char *user, const char *password)
 {
-    return withSession(
-        session, [=](Session &found) { return found.login(QString::fromUtf8(user), QString::fromUtf8(password)); });
+    return withObject(sessions, session, [=](Session &found) {
+        return found.login(QString::fromUtf8(user), QString::fromUtf8(password));
+    });
 }
 
 int Skein_Auth_logout(int64_t session)
 {
-    return withSession(session, [](Session &found) { return found.logout() ? 1 : Skein_Result_LocalFile; });
+    return withObject(sessions, session, [](Session &found) { return found.logout() ? 1 : Skein_Result_LocalFile; });
 }
 
 const char *Skein_Auth_getUserFirstName(int64_t session)

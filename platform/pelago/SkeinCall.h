@@ -17,9 +17,7 @@
 
 namespace pelago {
 
-/// Both live as long as the process: end points hold network objects, which must not go after the application object.
 HandleTable<Session> &sessions();
-HandleTable<EndPoint> &endPoints();
 
 /// Runs \p call and returns its result. Nothing it throws gets through, and without the application object of this
 /// thread it does not run.
@@ -34,6 +32,27 @@ int64_t guarded(const Call &call) noexcept
         trace(TraceLevel::Failures, QStringLiteral("a call ended with an exception"));
     }
     return Skein_Result_Internal;
+}
+
+/// Runs \p call on the object behind \p handle and returns its result.
+template <class Object, class Call>
+int withObject(HandleTable<Object> &(*table)(), int64_t handle, const Call &call) noexcept
+{
+    return static_cast<int>(guarded([&]() -> int64_t {
+        const std::shared_ptr<Object> object = table().find(handle);
+        return object ? call(*object) : Skein_Result_UnknownHandle;
+    }));
+}
+
+/// Forgets \p handle and ends what runs on its object.
+template <class Object>
+void giveUp(HandleTable<Object> &(*table)(), int64_t handle) noexcept
+{
+    guarded([&]() -> int64_t {
+        if (const std::shared_ptr<Object> object = table().take(handle))
+            object->close();
+        return 1;
+    });
 }
 
 /// One address of \p deployment, kept in the text of that number; empty for an unknown deployment.

@@ -10,35 +10,22 @@
 
 using namespace pelago;
 
-namespace pelago {
-
-HandleTable<EndPoint> &endPoints()
-{
-    static auto *const table = new HandleTable<EndPoint>(int64_t{1} << 33);
-    return *table;
-}
-
-} // namespace pelago
-
 namespace {
 
 constexpr int replaceMode = 2;
 
-/// Runs \p call on the end point behind \p handle.
-template <class Call>
-int withEndPoint(int64_t handle, const Call &call) noexcept
+HandleTable<EndPoint> &endPoints()
 {
-    return static_cast<int>(guarded([&]() -> int64_t {
-        const std::shared_ptr<EndPoint> endPoint = endPoints().find(handle);
-        return endPoint ? call(*endPoint) : Skein_Result_UnknownHandle;
-    }));
+    // For as long as the process lives: network objects must not go after the application object.
+    static auto *const table = new HandleTable<EndPoint>(int64_t{1} << 33);
+    return *table;
 }
 
-/// The same, and tells \p transferCb how it ended.
+/// Runs \p call on the end point behind \p handle, and tells \p transferCb how it ended.
 template <class Call>
 int transfer(int64_t handle, Skein_TransferCb transferCb, void *context, const Call &call) noexcept
 {
-    const int result = withEndPoint(handle, call);
+    const int result = withObject(endPoints, handle, call);
     if (transferCb && result != Skein_Result_UnknownHandle)
         guarded([&]() -> int64_t { return transferCb(context, result), 1; });
     return result;
@@ -112,16 +99,12 @@ int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress
 
 void Skein_Storage_destroyEndPoint(int64_t handle)
 {
-    guarded([handle]() -> int64_t {
-        if (const std::shared_ptr<EndPoint> endPoint = endPoints().take(handle))
-            endPoint->close();
-        return 1;
-    });
+    giveUp(endPoints, handle);
 }
 
 int Skein_Storage_listContents(int64_t handle, const char *folderId, Skein_ContentCb contentCb, void *context)
 {
-    return withEndPoint(handle, [&](EndPoint &endPoint) -> int {
+    return withObject(endPoints, handle, [&](EndPoint &endPoint) -> int {
         const QString folder = text(folderId);
         return DavPath::isIdentifier(folder) ? listFolder(endPoint, folder, contentCb, context)
                                              : Skein_Result_BadArgument;

@@ -12,6 +12,7 @@ enum class TraceLevel { Nothing = 0, Failures = 1, Requests = 2 };
 
 using TraceCallback = void (*)(void *context, int level, const char *line);
 
+/// The TraceLevel up to which lines are told.
 void setTraceLevel(int level);
 /// Null for the standard error output.
 void setTraceCallback(TraceCallback callback, void *context);

@@ -7,7 +7,6 @@
 #include <optional>
 #include <QFile>
 #include <QFileInfo>
-#include <QUuid>
 
 namespace pelago {
 
@@ -69,9 +68,7 @@ int Upload::run(const Present &present)
 /// Puts the file under a name of its own and renames it then. Nothing when the server cannot rename after all.
 std::optional<int> Upload::putBeside(const Present &present)
 {
-    const QString id = QUuid::createUuid().toString(QUuid::Id128);
-    const QString part =
-        DavPath::child(DavPath::parent(m_id), QStringLiteral(".pelago-") + id + QStringLiteral(".tmp"));
+    const QString part = DavPath::child(DavPath::parent(m_id), DavPath::unusedName());
     DavResult result = put(part, {"If-None-Match", "*"});
     const bool stored = result.isSuccess();
     if (stored) {
