@@ -14,6 +14,7 @@ class TransferProgress : public QObject
 {
     Q_OBJECT
 public:
+    /// The only one, made by the first call.
     static TransferProgress &instance();
 
     /// From the outermost to the innermost.

@@ -18,17 +18,9 @@ namespace {
 
 constexpr int largestRequestBytes = 64 * 1024;
 constexpr char timeoutCode[] = "timeout";
-constexpr char limitName[] = "limit";
 
 int defaultRedirectMs = 300000;
 int defaultConnectionMs = 30000;
-
-/// One connection, with what it has asked so far.
-struct Browser : QTcpSocket
-{
-    using QTcpSocket::QTcpSocket;
-    RedirectRequest request;
-};
 
 void writeAnswer(QTcpSocket &client)
 {
@@ -52,6 +44,14 @@ void endAnswer(QTcpSocket &client)
 }
 
 } // namespace
+
+/// One connection, with what it has asked so far.
+struct SimpleHttpServer::Browser : QTcpSocket
+{
+    using QTcpSocket::QTcpSocket;
+    RedirectRequest request;
+    QTimer limit; ///< how long it may stay unanswered
+};
 
 SimpleHttpServer::SimpleHttpServer(QObject *parent) : QTcpServer(parent), m_connectionMs(defaultConnectionMs)
 {
@@ -120,11 +120,9 @@ void SimpleHttpServer::incomingConnection(qintptr socketDescriptor)
         client->deleteLater();
         return;
     }
-    auto *limit = new QTimer(client);
-    limit->setObjectName(QLatin1String(limitName));
-    limit->setSingleShot(true);
-    connect(limit, &QTimer::timeout, client, &QTcpSocket::abort);
-    limit->start(m_connectionMs);
+    client->limit.setSingleShot(true);
+    connect(&client->limit, &QTimer::timeout, client, &QTcpSocket::abort);
+    client->limit.start(m_connectionMs);
 }
 
 void SimpleHttpServer::serverTimeout()
@@ -169,16 +167,16 @@ void SimpleHttpServer::stopListening()
 
 /// The call-back may take its time and delete this server, and with it the socket, so it is called from outside the
 /// socket's own signal.
-void SimpleHttpServer::acceptCode(QTcpSocket *client, const KString &code)
+void SimpleHttpServer::acceptCode(Browser *client, const KString &code)
 {
     m_watchdog.stop();
     m_codeReceived = true;
-    client->findChild<QTimer *>(QLatin1String(limitName))->stop();
-    const QPointer<QTcpSocket> browser(client);
+    client->limit.stop();
+    const QPointer<Browser> browser(client);
     QTimer::singleShot(0, this, [this, browser, code] { handOver(browser, code); });
 }
 
-void SimpleHttpServer::handOver(QPointer<QTcpSocket> browser, KString code)
+void SimpleHttpServer::handOver(QPointer<Browser> browser, KString code)
 {
     const QPointer<SimpleHttpServer> self(this);
     if (m_callback)
@@ -186,7 +184,7 @@ void SimpleHttpServer::handOver(QPointer<QTcpSocket> browser, KString code)
     if (browser && browser->state() == QAbstractSocket::ConnectedState) {
         writeAnswer(*browser);
         endAnswer(*browser);
-        browser->findChild<QTimer *>(QLatin1String(limitName))->start();
+        browser->limit.start();
     }
     if (self) {
         disconnect();

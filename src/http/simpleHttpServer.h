@@ -11,8 +11,6 @@
 #include <QTcpServer>
 #include <QTimer>
 
-class QTcpSocket;
-
 /// Only "GET /crvn/kelda/oauth/dropbox/redirect?code=..." is answered. Anything else that connects is left unanswered,
 /// dropped after 30 s or 64 KiB, and never disturbs the wait.
 class SimpleHttpServer : public QTcpServer
@@ -37,6 +35,7 @@ public:
     void pause();
     void resume();
 
+    /// Listens on 127.0.0.1, paused or not, without a wait. False when \p port is taken or protected.
     bool internalListen(unsigned short port);
 
 protected:
@@ -48,9 +47,11 @@ private slots:
     void discardClient();
 
 private:
+    struct Browser;
+
     void stopListening();
-    void acceptCode(QTcpSocket *client, const KString &code);
-    void handOver(QPointer<QTcpSocket> browser, KString code);
+    void acceptCode(Browser *client, const KString &code);
+    void handOver(QPointer<Browser> browser, KString code);
 
     bool m_paused = false;
     void (*m_callback)(void *, KString &) = nullptr;
