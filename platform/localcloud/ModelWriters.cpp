@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <localcloud/ModelWriters.h>
 #include <QBuffer>
-#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -20,34 +19,20 @@ void appendFormatted(QByteArray &bytes, const char *format, Values... values)
     bytes.append(line, length);
 }
 
-void appendFloat(QByteArray &bytes, float value)
+/// Appends a number of 32 bits in the byte order that all these formats share.
+template <typename Number>
+void appendNumber(QByteArray &bytes, Number value)
 {
-    char raw[4];
+    char raw[sizeof value];
     qToLittleEndian(value, raw);
-    bytes.append(raw, 4);
-}
-
-void appendUInt(QByteArray &bytes, quint32 value)
-{
-    char raw[4];
-    qToLittleEndian(value, raw);
-    bytes.append(raw, 4);
+    bytes.append(raw, sizeof raw);
 }
 
 void appendVector(QByteArray &bytes, const QVector3D &value)
 {
-    appendFloat(bytes, value.x());
-    appendFloat(bytes, value.y());
-    appendFloat(bytes, value.z());
-}
-
-QByteArray pngBytes(const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    appendNumber(bytes, value.x());
+    appendNumber(bytes, value.y());
+    appendNumber(bytes, value.z());
 }
 
 QRgb shaded(QRgb colour, double factor)
@@ -62,6 +47,18 @@ double grain(int plank, int along, int across)
     const unsigned int mixed =
         static_cast<unsigned int>(plank * 7919 + (along / 12) * 104729 + across * 31) * 2654435761U;
     return 0.92 + static_cast<double>(mixed >> 24) / 255.0 * 0.16;
+}
+
+/// A square PNG of \p size pixels with the colours that \p colourAt gives for x and y.
+template <typename ColourAt>
+QByteArray textureOf(int size, ColourAt colourAt)
+{
+    QImage image(size, size, QImage::Format_RGB32);
+    for (int y = 0; y < size; ++y) {
+        for (int x = 0; x < size; ++x)
+            image.setPixel(x, y, colourAt(x, y));
+    }
+    return pngBytes(image);
 }
 
 /// The binary part of a glTF file and the views into it.
@@ -99,14 +96,7 @@ QJsonObject accessor(int view, int component, std::size_t count, const char *typ
 
 QJsonObject positionAccessor(const SeedMesh &mesh, int view)
 {
-    QVector3D low = mesh.points.front();
-    QVector3D high = low;
-    for (const QVector3D &point : mesh.points) {
-        for (int axis = 0; axis < 3; ++axis) {
-            low[axis] = std::min(low[axis], point[axis]);
-            high[axis] = std::max(high[axis], point[axis]);
-        }
-    }
+    const auto [low, high] = boundsOf(mesh.points);
     const auto array = [](const QVector3D &v) {
         return QJsonArray{static_cast<double>(v.x()), static_cast<double>(v.y()), static_cast<double>(v.z())};
     };
@@ -128,12 +118,12 @@ QJsonArray addMesh(const SeedMesh &mesh, GlbBuffer &buffer)
     for (const QVector3D &normal : mesh.normals())
         appendVector(normals, normal);
     for (const QPointF &uv : mesh.uvs) { // glTF counts from the upper edge of the image
-        appendFloat(uvs, static_cast<float>(uv.x()));
-        appendFloat(uvs, 1.0F - static_cast<float>(uv.y()));
+        appendNumber(uvs, static_cast<float>(uv.x()));
+        appendNumber(uvs, 1.0F - static_cast<float>(uv.y()));
     }
     for (const auto &triangle : mesh.triangles) {
         for (const int index : triangle)
-            appendUInt(indices, static_cast<quint32>(index));
+            appendNumber(indices, static_cast<quint32>(index));
     }
     return {positionAccessor(mesh, buffer.addView(points, kVertexTarget)),
             accessor(buffer.addView(normals, kVertexTarget), kFloatComponent, mesh.points.size(), "VEC3"),
@@ -183,7 +173,7 @@ QByteArray plainMtlBytes(const QString &material, const QColor &colour)
 QByteArray stlBytes(const SeedMesh &mesh)
 {
     QByteArray bytes = QByteArray("binary STL").leftJustified(80, ' ');
-    appendUInt(bytes, static_cast<quint32>(mesh.triangles.size()));
+    appendNumber(bytes, static_cast<quint32>(mesh.triangles.size()));
     for (const auto &triangle : mesh.triangles) {
         const auto corner = [&](std::size_t i) { return mesh.points[static_cast<std::size_t>(triangle[i])]; };
         appendVector(bytes, QVector3D::normal(corner(0), corner(1), corner(2)));
@@ -236,76 +226,69 @@ QByteArray glbBytes(const SeedMesh &mesh, const QString &name, const QByteArray 
     json.append((4 - json.size() % 4) % 4, ' ');
 
     QByteArray bytes = "glTF";
-    appendUInt(bytes, 2);
-    appendUInt(bytes, static_cast<quint32>(12 + 8 + json.size() + 8 + buffer.bytes().size()));
-    appendUInt(bytes, static_cast<quint32>(json.size()));
+    appendNumber(bytes, quint32(2));
+    appendNumber(bytes, static_cast<quint32>(12 + 8 + json.size() + 8 + buffer.bytes().size()));
+    appendNumber(bytes, static_cast<quint32>(json.size()));
     bytes += "JSON" + json;
-    appendUInt(bytes, static_cast<quint32>(buffer.bytes().size()));
+    appendNumber(bytes, static_cast<quint32>(buffer.bytes().size()));
     bytes += QByteArray("BIN\0", 4) + buffer.bytes();
+    return bytes;
+}
+
+QByteArray pngBytes(const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
     return bytes;
 }
 
 QByteArray crateTexture(int size)
 {
-    QImage image(size, size, QImage::Format_RGB32);
     const int border = size / 9;
-    for (int y = 0; y < size; ++y) {
-        for (int x = 0; x < size; ++x) {
-            const bool frame = x < border || y < border || x >= size - border || y >= size - border;
-            const bool brace = !frame && std::abs(x - (size - 1 - y)) < border;
-            const int plank = x * 6 / size;
-            const bool gap = !frame && !brace && x % (size / 6) < 2;
-            QRgb colour = frame ? qRgb(38, 92, 140) : brace ? qRgb(226, 148, 40) : qRgb(222, 200, 160);
-            colour = shaded(colour, gap ? 0.45 : grain(plank, y, x));
-            const bool edge =
-                x < 2 || y < 2 || x >= size - 2 || y >= size - 2 || (!frame && (x == border || y == border));
-            image.setPixel(x, y, edge ? shaded(colour, 0.5) : colour);
-        }
-    }
-    return pngBytes(image);
+    return textureOf(size, [=](int x, int y) {
+        const bool frame = x < border || y < border || x >= size - border || y >= size - border;
+        const bool brace = !frame && std::abs(x - (size - 1 - y)) < border;
+        const int plank = x * 6 / size;
+        const bool gap = !frame && !brace && x % (size / 6) < 2;
+        QRgb colour = frame ? qRgb(38, 92, 140) : brace ? qRgb(226, 148, 40) : qRgb(222, 200, 160);
+        colour = shaded(colour, gap ? 0.45 : grain(plank, y, x));
+        const bool edge = x < 2 || y < 2 || x >= size - 2 || y >= size - 2 || (!frame && (x == border || y == border));
+        return edge ? shaded(colour, 0.5) : colour;
+    });
 }
 
 QByteArray barrelTexture(int size)
 {
-    QImage image(size, size, QImage::Format_RGB32);
     const int stave = size / 16;
-    for (int y = 0; y < size; ++y) {
+    return textureOf(size, [=](int x, int y) {
         const int fromEnd = std::min(y, size - 1 - y);
         const bool hoop = fromEnd > size / 6 && fromEnd < size / 4;
-        for (int x = 0; x < size; ++x) {
-            const QRgb wood = x / stave % 2 == 0 ? qRgb(150, 92, 46) : qRgb(190, 124, 62);
-            const double factor = !hoop && x % stave < 2 ? 0.4 : grain(x / stave, y, x);
-            image.setPixel(x, y, shaded(hoop ? qRgb(96, 104, 112) : wood, factor));
-        }
-    }
-    return pngBytes(image);
+        const QRgb wood = x / stave % 2 == 0 ? qRgb(150, 92, 46) : qRgb(190, 124, 62);
+        const double factor = !hoop && x % stave < 2 ? 0.4 : grain(x / stave, y, x);
+        return shaded(hoop ? qRgb(96, 104, 112) : wood, factor);
+    });
 }
 
 QByteArray chequerTexture(int size)
 {
-    QImage image(size, size, QImage::Format_RGB32);
-    for (int y = 0; y < size; ++y) {
-        for (int x = 0; x < size; ++x)
-            image.setPixel(x, y, (x * 8 / size + y * 8 / size) % 2 == 0 ? qRgb(204, 44, 52) : qRgb(244, 240, 228));
-    }
-    return pngBytes(image);
+    return textureOf(size, [=](int x, int y) {
+        return (x * 8 / size + y * 8 / size) % 2 == 0 ? qRgb(204, 44, 52) : qRgb(244, 240, 228);
+    });
 }
 
 QByteArray brickTexture(int size)
 {
-    QImage image(size, size, QImage::Format_RGB32);
     const int height = size / 8;
     const int width = size / 4;
-    for (int y = 0; y < size; ++y) {
+    return textureOf(size, [=](int x, int y) {
         const int course = y / height;
-        for (int x = 0; x < size; ++x) {
-            const int shifted = x + course % 2 * width / 2;
-            const bool mortar = y % height < 3 || shifted % width < 3;
-            const int brick = course * 5 + shifted % size / width;
-            image.setPixel(x, y, shaded(mortar ? qRgb(206, 200, 190) : qRgb(168, 74, 50), grain(brick, x, y)));
-        }
-    }
-    return pngBytes(image);
+        const int shifted = x + course % 2 * width / 2;
+        const bool mortar = y % height < 3 || shifted % width < 3;
+        const int brick = course * 5 + shifted % size / width;
+        return shaded(mortar ? qRgb(206, 200, 190) : qRgb(168, 74, 50), grain(brick, x, y));
+    });
 }
 
 } // namespace localcloud

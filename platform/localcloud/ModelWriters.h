@@ -7,6 +7,7 @@
 #include <localcloud/SeedMesh.h>
 #include <QByteArray>
 #include <QColor>
+#include <QImage>
 #include <QString>
 
 namespace localcloud {
@@ -28,6 +29,9 @@ QByteArray plyBytes(const SeedMesh &mesh);
 /// glTF 2 in its binary container, with normals, and with \p png as the base colour inside the file. The mesh needs
 /// uvs.
 QByteArray glbBytes(const SeedMesh &mesh, const QString &name, const QByteArray &png);
+
+/// \p image as a PNG file.
+QByteArray pngBytes(const QImage &image);
 
 /// A PNG of \p size x \p size pixels: planks with a frame and a diagonal brace, in strong colours.
 QByteArray crateTexture(int size);

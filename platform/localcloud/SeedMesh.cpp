@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <localcloud/SeedMesh.h>
 
@@ -23,6 +24,18 @@ void joinGrid(SeedMesh &mesh, int columns, int rows)
 QVector3D onCircle(float fraction, float radius, float height)
 {
     return {radius * std::cos(fraction * kTurn), height, -radius * std::sin(fraction * kTurn)};
+}
+
+/// Points on a circle for a profile, from \p start counter-clockwise over \p length; both in turns.
+std::vector<QPointF> arc(const QPointF &centre, float radius, float start, float length, int steps)
+{
+    std::vector<QPointF> points;
+    for (int i = 0; i <= steps; ++i) {
+        const float angle = (start + length * static_cast<float>(i) / static_cast<float>(steps)) * kTurn;
+        points.push_back(centre + static_cast<double>(radius) * QPointF(static_cast<double>(std::cos(angle)),
+                                                                        static_cast<double>(std::sin(angle))));
+    }
+    return points;
 }
 
 } // namespace
@@ -52,6 +65,19 @@ std::vector<QVector3D> SeedMesh::normals() const
     for (QVector3D &sum : sums)
         sum = sum.isNull() ? QVector3D(0, 1, 0) : sum.normalized();
     return sums;
+}
+
+std::pair<QVector3D, QVector3D> boundsOf(const std::vector<QVector3D> &points)
+{
+    QVector3D low = points.front();
+    QVector3D high = low;
+    for (const QVector3D &point : points) {
+        for (int axis = 0; axis < 3; ++axis) {
+            low[axis] = std::min(low[axis], point[axis]);
+            high[axis] = std::max(high[axis], point[axis]);
+        }
+    }
+    return {low, high};
 }
 
 SeedMesh boxMesh(const QVector3D &size)
@@ -97,24 +123,13 @@ SeedMesh latheMesh(const std::vector<QPointF> &profile, int steps)
 
 SeedMesh torusMesh(float radius, float tube, int steps, int tubeSteps)
 {
-    std::vector<QPointF> profile;
-    for (int i = 0; i <= tubeSteps; ++i) {
-        const float angle = static_cast<float>(i) / static_cast<float>(tubeSteps) * kTurn;
-        profile.emplace_back(static_cast<double>(radius + tube * std::cos(angle)),
-                             static_cast<double>(tube + tube * std::sin(angle)));
-    }
-    return latheMesh(profile, steps);
+    const QPointF centre(static_cast<double>(radius), static_cast<double>(tube));
+    return latheMesh(arc(centre, tube, 0, 1, tubeSteps), steps);
 }
 
 SeedMesh sphereMesh(float radius, int steps)
 {
-    std::vector<QPointF> profile;
-    for (int i = 0; i <= steps; ++i) {
-        const float angle = (static_cast<float>(i) / static_cast<float>(steps) - 0.5F) * kTurn / 2.0F;
-        profile.emplace_back(static_cast<double>(radius * std::cos(angle)),
-                             static_cast<double>(radius + radius * std::sin(angle)));
-    }
-    return latheMesh(profile, 2 * steps);
+    return latheMesh(arc({0, static_cast<double>(radius)}, radius, -0.25F, 0.5F, steps), 2 * steps);
 }
 
 SeedMesh terrainMesh(int columns, int rows)

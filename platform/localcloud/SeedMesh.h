@@ -7,6 +7,7 @@
 #include <array>
 #include <QPointF>
 #include <QVector3D>
+#include <utility>
 #include <vector>
 
 namespace localcloud {
@@ -24,6 +25,9 @@ struct SeedMesh
     /// One unit vector for each vertex, averaged over its triangles.
     std::vector<QVector3D> normals() const;
 };
+
+/// The least and the greatest of the coordinates of \p points, which are not empty.
+std::pair<QVector3D, QVector3D> boundsOf(const std::vector<QVector3D> &points);
 
 /// A box on the ground plane, 24 vertices, 12 triangles; every side shows the whole image.
 SeedMesh boxMesh(const QVector3D &size);

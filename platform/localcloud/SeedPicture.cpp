@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <localcloud/ModelWriters.h>
 #include <localcloud/SeedPicture.h>
-#include <QBuffer>
 #include <QMatrix4x4>
 
 namespace localcloud {
@@ -91,15 +91,9 @@ std::vector<QVector3D> projected(const SeedMesh &mesh, int size)
     view.rotate(24, 1, 0, 0);
     view.rotate(-34, 0, 1, 0);
     std::vector<QVector3D> points;
-    QVector3D low(1e9F, 1e9F, 1e9F);
-    QVector3D high = -low;
-    for (const QVector3D &point : mesh.points) {
+    for (const QVector3D &point : mesh.points)
         points.push_back(view.map(point));
-        for (int axis = 0; axis < 3; ++axis) {
-            low[axis] = std::min(low[axis], points.back()[axis]);
-            high[axis] = std::max(high[axis], points.back()[axis]);
-        }
-    }
+    const auto [low, high] = boundsOf(points);
     const float scale = 0.84F * static_cast<float>(size) / std::max(high.x() - low.x(), high.y() - low.y());
     const QVector3D centre = (low + high) / 2;
     const float middle = static_cast<float>(size) / 2;
@@ -131,11 +125,7 @@ QByteArray pictureBytes(const SeedMesh &mesh, const QImage &surface, int size)
         triangle.light = 0.45 + 0.6 * std::max(0.0, double(QVector3D::dotProduct(normal, lamp)));
         canvas.draw(triangle);
     }
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    canvas.image().scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(&buffer, "PNG");
-    return bytes;
+    return pngBytes(canvas.image().scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
 } // namespace localcloud
