@@ -95,24 +95,34 @@ struct WebDav::Call
     }
 };
 
+const QVector<QPair<QByteArray, WebDav::Handler>> &WebDav::handlers()
+{
+    using Self = WebDav;
+    static const QVector<QPair<QByteArray, Handler>> table{
+        {"OPTIONS", &Self::options},
+        {"GET", &Self::get},
+        {"HEAD", &Self::get},
+        {"PUT", &Self::put},
+        {"DELETE", &Self::remove},
+        {"PROPFIND", &Self::propfind},
+        {"PROPPATCH", &Self::proppatch},
+        {"MKCOL", &Self::makeFolder},
+        {"COPY", &Self::transfer},
+        {"MOVE", &Self::transfer},
+    };
+    return table;
+}
+
 QByteArrayList WebDav::methods()
 {
-    return {"OPTIONS", "GET", "HEAD", "PUT", "DELETE", "PROPFIND", "PROPPATCH", "MKCOL", "COPY", "MOVE"};
+    QByteArrayList names;
+    for (const auto &handler : handlers())
+        names.append(handler.first);
+    return names;
 }
 
 void WebDav::handle(HttpRequest &request, HttpResponse &response)
 {
-    using Self = WebDav;
-    static const QHash<QByteArray, void (Self::*)(Call &)> handlers{{"OPTIONS", &Self::options},
-                                                                    {"GET", &Self::get},
-                                                                    {"HEAD", &Self::get},
-                                                                    {"PUT", &Self::put},
-                                                                    {"DELETE", &Self::remove},
-                                                                    {"PROPFIND", &Self::propfind},
-                                                                    {"PROPPATCH", &Self::proppatch},
-                                                                    {"MKCOL", &Self::makeFolder},
-                                                                    {"COPY", &Self::transfer},
-                                                                    {"MOVE", &Self::transfer}};
     const auto path = DavFolder::decodedPath(request.path);
     if (!path) {
         setText(response, 400, "The path is not allowed.");
@@ -121,7 +131,10 @@ void WebDav::handle(HttpRequest &request, HttpResponse &response)
     Call call{request, response, *path, m_folder.find(*path), request.path.isEmpty() || request.path.endsWith('/')};
     if (call.entry.isFile() && call.folderAddress && request.method != "MKCOL")
         call.entry = {};
-    (this->*handlers.value(request.method))(call);
+    for (const auto &[method, handler] : handlers()) {
+        if (method == request.method)
+            (this->*handler)(call);
+    }
 }
 
 QByteArray WebDav::hrefOf(const QString &path, const DavEntry &entry) const

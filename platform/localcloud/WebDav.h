@@ -25,12 +25,14 @@ public:
 
 private:
     struct Call;
+    using Handler = void (WebDav::*)(Call &);
     struct Refusal
     {
         int status = 0; ///< 0 lets the request pass
         const char *message = "";
     };
 
+    static const QVector<QPair<QByteArray, Handler>> &handlers();
     void options(Call &call);
     void propfind(Call &call);
     void proppatch(Call &call);
