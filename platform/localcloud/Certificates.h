@@ -37,7 +37,7 @@ public:
     QString caFile() const;
     QSslCertificate certificate() const { return m_certificate; }
 
-    /// A certificate for \p host (a name or an address); made once per process and name.
+    /// A certificate for \p host (a name or an address); made once and then kept in memory.
     std::optional<ServerIdentity> identity(const QString &host, QString *error);
 
 private:

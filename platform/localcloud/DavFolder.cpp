@@ -2,11 +2,11 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <localcloud/DavFolder.h>
+#include <localcloud/HttpTypes.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <QTextCodec>
 #include <QUrl>
 #include <sys/stat.h>
 #include <time.h>
@@ -54,13 +54,12 @@ std::optional<QString> DavFolder::decodedPath(const QByteArray &encoded)
     QString path(QLatin1String("")); // not null
     for (const QByteArray &segment : encoded.split('/')) {
         const QByteArray name = QByteArray::fromPercentEncoding(segment);
-        QTextCodec::ConverterState state;
-        const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(name.constData(), name.size(), &state);
-        if (state.invalidChars > 0 || state.remainingChars > 0 || name.size() > kMaxNameBytes || name == "." ||
-            name == ".." || name.contains('/') || name.contains('\0') || segment.contains('#'))
+        const auto text = utf8Text(name);
+        if (!text || name.size() > kMaxNameBytes || name == "." || name == ".." || name.contains('/') ||
+            name.contains('\0') || segment.contains('#'))
             return {};
         if (!name.isEmpty())
-            path += '/' + text;
+            path += '/' + *text;
     }
     return path;
 }

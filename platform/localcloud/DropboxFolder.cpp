@@ -4,7 +4,6 @@
 #include <QDateTime>
 #include <QJsonArray>
 #include <QLocale>
-#include <QTextCodec>
 
 namespace localcloud {
 
@@ -49,13 +48,11 @@ DropboxFolder::DropboxFolder(const QString &root) : m_root(QFileInfo(root).canon
 
 QString DropboxFolder::decodedPath(const QByteArray &encoded)
 {
-    const QByteArray bytes = QByteArray::fromPercentEncoding(encoded);
-    QTextCodec::ConverterState state;
-    const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0 || text.contains(QChar(0)))
+    const auto text = utf8Text(QByteArray::fromPercentEncoding(encoded));
+    if (!text || text->contains(QChar(0)))
         return {};
     QString path;
-    for (const QString &segment : text.split('/', Qt::SkipEmptyParts)) {
+    for (const QString &segment : text->split('/', Qt::SkipEmptyParts)) {
         if (segment == QLatin1String(".") || segment == QLatin1String(".."))
             return {};
         path += '/' + segment;

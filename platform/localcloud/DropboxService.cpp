@@ -1,16 +1,13 @@
 #include <localcloud/DropboxService.h>
 #include <localcloud/Replies.h>
-#include <localcloud/Secrets.h>
 #include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QUrl>
 
 namespace localcloud {
 
 namespace {
 
-constexpr int kMaxSignedKeys = 1000;
 constexpr int kDefaultFileLimit = 10000;
 constexpr int kMaxFileLimit = 25000;
 
@@ -51,27 +48,24 @@ DropboxService::DropboxService(const DropboxOptions &options, const QString &fol
     const auto signedIn = [this](const HttpRequest &request, HttpResponse &response) {
         return m_signIn.isSignedIn(request, response);
     };
+    const auto authorize = [this](HttpRequest &request, HttpResponse &response) {
+        m_signIn.authorize(request, response);
+    };
+    const auto token = [this](HttpRequest &request, HttpResponse &response) { m_signIn.token(request, response); };
     const auto account = [this](HttpRequest &, HttpResponse &response) { m_signIn.accountInfo(response); };
+    const auto signedFile = [this](HttpRequest &request, HttpResponse &response) {
+        m_signedFiles.serve(request, response);
+    };
     m_routes = RouteTable({
-        {{m_options.webHost},
-         "/1/oauth2/authorize",
-         true,
-         {"GET", "HEAD", "POST"},
-         [this](HttpRequest &request, HttpResponse &response) { m_signIn.authorize(request, response); },
-         nullptr},
-        {api,
-         "/1/oauth2/token",
-         true,
-         {"POST"},
-         [this](HttpRequest &request, HttpResponse &response) { m_signIn.token(request, response); },
-         nullptr},
+        {{m_options.webHost}, "/1/oauth2/authorize", true, {"GET", "HEAD", "POST"}, authorize, nullptr},
+        {api, "/1/oauth2/token", true, {"POST"}, token, nullptr},
         {api, "/1/account/info", true, reading, account, signedIn},
         {api, "/1/account/info/", true, reading, account, signedIn},
         {api, "/1/metadata/dropbox", true, reading, call(&Self::metadata), signedIn},
         {api, "/1/metadata/dropbox/", false, reading, call(&Self::metadata), signedIn},
         {content, "/1/files/dropbox/", false, reading, call(&Self::download), signedIn},
         {content, "/1/files_put/dropbox/", false, {"PUT", "POST"}, call(&Self::upload), signedIn},
-        {{m_options.signedHost}, "/1/get/", false, reading, call(&Self::signedDownload), {}},
+        {{m_options.signedHost}, "/1/get/", false, reading, signedFile, nullptr},
     });
 }
 
@@ -115,33 +109,8 @@ void DropboxService::download(HttpRequest &request, HttpResponse &response)
         setJsonError(response, 400, "The path is not allowed.");
     else if (!info.isFile())
         setJsonError(response, 404, "No file is stored at that path.");
-    else if (m_options.signedRedirects || request.signedRedirect)
-        redirectToSigned(request, path, response);
-    else
-        setFile(response, info.filePath(), info.size(), request.header("Range"));
-}
-
-void DropboxService::redirectToSigned(const HttpRequest &request, const QString &path, HttpResponse &response)
-{
-    if (m_signedKeys.size() >= kMaxSignedKeys)
-        m_signedKeys.clear();
-    const QString key = randomKey();
-    m_signedKeys.insert(key, path);
-    const QByteArray name = QUrl::toPercentEncoding(path.mid(path.lastIndexOf('/') + 1));
-    response.set(302, "text/plain", "The file is at another address.\n");
-    response.setHeader("Location", QByteArray(request.tls ? "https://" : "http://") + m_options.signedHost.toLatin1() +
-                                       "/1/get/" + key.toLatin1() + '/' + name);
-}
-
-void DropboxService::signedDownload(HttpRequest &request, HttpResponse &response)
-{
-    const QString key = QString::fromLatin1(request.path.mid(0, request.path.indexOf('/')));
-    const QString path = m_signedKeys.take(key);
-    const QFileInfo info = path.isEmpty() ? QFileInfo() : m_folder.find(path);
-    if (path.isEmpty())
-        setJsonError(response, 403, "This address has been used or was never given out.");
-    else if (!info.isFile())
-        setJsonError(response, 404, "The file is gone.");
+    else if (request.signedRedirect)
+        m_signedFiles.redirect(request, m_options.signedHost, info.filePath(), response);
     else
         setFile(response, info.filePath(), info.size(), request.header("Range"));
 }

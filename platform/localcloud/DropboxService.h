@@ -8,8 +8,8 @@
 #include <localcloud/DropboxFolder.h>
 #include <localcloud/DropboxSignIn.h>
 #include <localcloud/DropboxTokens.h>
+#include <localcloud/OneTimeFiles.h>
 #include <localcloud/RouteTable.h>
-#include <QHash>
 
 namespace localcloud {
 
@@ -21,7 +21,6 @@ struct DropboxOptions
     QString contentHost = QStringLiteral("api-content.dropbox.com");
     QString signedHost = QStringLiteral("dl.dropboxusercontent.com"); ///< where one-time addresses lead
     QString displayName = QStringLiteral("Robin Example");
-    bool signedRedirects = false; ///< every download is answered with a 302 to a one-time address
 };
 
 class DropboxService : public CloudService
@@ -40,15 +39,13 @@ private:
     void metadata(HttpRequest &request, HttpResponse &response);
     void download(HttpRequest &request, HttpResponse &response);
     void upload(HttpRequest &request, HttpResponse &response);
-    void signedDownload(HttpRequest &request, HttpResponse &response);
-    void redirectToSigned(const HttpRequest &request, const QString &path, HttpResponse &response);
 
     DropboxOptions m_options;
     DropboxTokens m_tokens;
     DropboxSignIn m_signIn;
     DropboxFolder m_folder;
+    OneTimeFiles m_signedFiles{"/1/get/"};
     RouteTable m_routes;
-    QHash<QString, QString> m_signedKeys; ///< one-time key to decoded path
 };
 
 } // namespace localcloud

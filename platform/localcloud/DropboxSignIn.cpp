@@ -8,8 +8,8 @@ namespace {
 
 const QString kUserId = QStringLiteral("4711");
 
-/// The frame of every page; \p body is HTML already.
-QByteArray page(const QString &title, const QString &body)
+/// Answers with a page; \p body is HTML already.
+void setPage(HttpResponse &response, int status, const QString &title, const QString &body)
 {
     static const QString frame = QStringLiteral(R"(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><title>%1</title>
@@ -30,16 +30,13 @@ button:focus { outline: 2px solid #8fc1f5; }
 .small { color: #9a9a9a; font-size: 12px; margin-bottom: 0; }
 </style></head><body><div class="bar">Dropbox &middot; local cloud</div><div class="card">%2</div></body></html>
 )");
-    return QString(frame)
-        .replace(QLatin1String("%1"), title.toHtmlEscaped())
-        .replace(QLatin1String("%2"), body)
-        .toUtf8();
+    response.set(status, "text/html; charset=utf-8", frame.arg(title.toHtmlEscaped(), body).toUtf8());
 }
 
 void setErrorPage(HttpResponse &response, const QString &reason)
 {
     const QString body = QStringLiteral("<h1>This link does not work</h1><p>") + reason.toHtmlEscaped() + "</p>";
-    response.set(400, "text/html; charset=utf-8", page(QStringLiteral("Error"), body));
+    setPage(response, 400, QStringLiteral("Error"), body);
 }
 
 bool isLoopback(const QUrl &url)
@@ -76,7 +73,7 @@ struct AuthorizeRequest
     QString fault;
 };
 
-QByteArray authorizePage(const AuthorizeRequest &asked)
+void setAuthorizePage(HttpResponse &response, const AuthorizeRequest &asked)
 {
     const QString body =
         QStringLiteral("<h1>Connect an application</h1><p><code>") + asked.clientId.toHtmlEscaped() +
@@ -90,7 +87,7 @@ QByteArray authorizePage(const AuthorizeRequest &asked)
                        "<button id=\"allow\" class=\"main\" type=\"submit\" name=\"decision\" value=\"allow\">Allow"
                        "</button></form><p class=\"small\">You will return to ") +
         QUrl(asked.redirectUri).authority().toHtmlEscaped() + "</p>";
-    return page(QStringLiteral("Connect an application"), body);
+    setPage(response, 200, QStringLiteral("Connect an application"), body);
 }
 
 } // namespace
@@ -106,7 +103,7 @@ void DropboxSignIn::authorize(const HttpRequest &request, HttpResponse &response
         return;
     }
     if (!posted) {
-        response.set(200, "text/html; charset=utf-8", authorizePage(asked));
+        setAuthorizePage(response, asked);
         return;
     }
     const bool allowed = formValue(form, "decision") == QLatin1String("allow");

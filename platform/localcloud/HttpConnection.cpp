@@ -29,7 +29,7 @@ HttpConnection::HttpConnection(QSslSocket *socket, ConnectionHost &host, const C
     m_timer->setSingleShot(true);
     m_timer->start(m_limits.idleTimeoutMs);
     connect(m_timer, &QTimer::timeout, this, &HttpConnection::onTimeout);
-    connect(m_socket, &QSslSocket::readyRead, this, &HttpConnection::onReadyRead);
+    connect(m_socket, &QSslSocket::readyRead, this, &HttpConnection::process);
     connect(m_socket, &QSslSocket::bytesWritten, this, &HttpConnection::onBytesWritten);
     connect(m_socket, &QSslSocket::encryptedBytesWritten, this, &HttpConnection::onBytesWritten);
     connect(m_socket, &QSslSocket::disconnected, this, &HttpConnection::onDisconnected);
@@ -48,11 +48,6 @@ void HttpConnection::onTimeout()
         refuse(408);
     else
         m_socket->abort();
-}
-
-void HttpConnection::onReadyRead()
-{
-    process();
 }
 
 void HttpConnection::process()
@@ -254,10 +249,10 @@ void HttpConnection::onBytesWritten()
 
 QByteArray HttpConnection::nextBytes()
 {
-    const qint64 count = std::min(kWriteSlice, m_toSend - m_sent);
     if (m_response.source)
         return m_response.source().left(
             static_cast<int>(std::min<qint64>(m_toSend - m_sent, std::numeric_limits<int>::max())));
+    const qint64 count = std::min(kWriteSlice, m_toSend - m_sent);
     return m_file ? m_file->read(count) : m_response.body.mid(static_cast<int>(m_sent), static_cast<int>(count));
 }
 

@@ -50,7 +50,6 @@ public:
 private:
     enum class State { Head, Body, Busy, Lingering };
 
-    void onReadyRead();
     void onTimeout();
     void onDisconnected();
     void onBytesWritten();

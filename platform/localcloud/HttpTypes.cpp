@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QLocale>
+#include <QTextCodec>
 
 namespace localcloud {
 
@@ -39,6 +40,13 @@ bool headerHasToken(const HeaderList &headers, const char *name, const char *tok
         }
     }
     return false;
+}
+
+std::optional<QString> utf8Text(const QByteArray &bytes)
+{
+    QTextCodec::ConverterState state;
+    const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
+    return state.invalidChars == 0 && state.remainingChars == 0 ? std::optional(text) : std::nullopt;
 }
 
 QString formValue(const QByteArray &form, const char *name)

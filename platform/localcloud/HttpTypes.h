@@ -27,7 +27,10 @@ bool hasHeader(const HeaderList &headers, const char *name);
 /// Whether the header \p name holds \p token in its comma-separated list (case does not count).
 bool headerHasToken(const HeaderList &headers, const char *name, const char *token);
 
-/// Decodes "a=b&c=d" once: "+" is a blank, "%xx" a byte. Of equal names the first counts.
+/// Reads UTF-8 strictly: nothing for bytes that are none.
+std::optional<QString> utf8Text(const QByteArray &bytes);
+
+/// The value of \p name in "a=b&c=d", decoded once: "+" is a blank, "%xx" a byte. Of equal names the first counts.
 QString formValue(const QByteArray &form, const char *name);
 
 /// A complete request. The body is already here, in memory or in a temporary file.
@@ -57,8 +60,8 @@ struct HttpResponse
     QString file; ///< path of a local file that is streamed; empty for none
     qint64 fileOffset = 0;
     qint64 fileLength = 0;
-    std::function<QByteArray()>
-        source; ///< gives the body piece by piece as the client takes it, an empty one at its end
+    /// Gives the body piece by piece as the client takes it, an empty one at its end.
+    std::function<QByteArray()> source;
 
     int delayMs = 0;      ///< waits before the first byte
     qint64 cutAfter = -1; ///< closes the connection after so many bytes of the body; -1 never

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <functional>
+#include <localcloud/DropboxSeed.h>
 #include <localcloud/LocalCloud.h>
 #include <localcloud/PlyxSeed.h>
 #include <localcloud/Replies.h>

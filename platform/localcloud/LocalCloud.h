@@ -12,7 +12,7 @@
 #include <localcloud/PlyxService.h>
 #include <localcloud/RequestLog.h>
 #include <localcloud/Rules.h>
-#include <localcloud/SeedData.h>
+#include <localcloud/Seeder.h>
 #include <localcloud/ZephalService.h>
 #include <memory>
 #include <QObject>

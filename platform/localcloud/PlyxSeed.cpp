@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <localcloud/ModelWriters.h>
 #include <localcloud/PlyxSeed.h>
-#include <localcloud/Seeder.h>
 #include <localcloud/SeedPicture.h>
 #include <QDateTime>
 #include <QFileInfo>

@@ -5,12 +5,11 @@
 
 #pragma once
 
-#include <localcloud/SeedData.h>
-#include <QByteArray>
+#include <localcloud/Seeder.h>
 
 namespace localcloud {
 
-/// Fills \p folder (created) once, in the manner of seedDropbox. Any amount but Nothing gives the whole catalogue.
+/// Fills \p folder (created) once, as seedOnce() does. Any amount but Nothing gives the whole catalogue.
 bool seedPlyx(const QString &folder, const QString &marker, SeedAmount amount, QString *error);
 
 /// Draws the picture that an asset of that catalogue names, a PNG of 96 x 96 pixels, in some ten milliseconds; too many

@@ -3,17 +3,13 @@
 #include <localcloud/PlyxSeed.h>
 #include <localcloud/PlyxService.h>
 #include <localcloud/Replies.h>
-#include <localcloud/Secrets.h>
-#include <localcloud/Seeder.h>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QUrl>
 
 namespace localcloud {
 
 namespace {
 
-constexpr int kMaxKeys = 1000;
 constexpr qint64 kDefaultPageSize = 20;
 constexpr qint64 kMaxPageSize = 200;
 
@@ -206,17 +202,10 @@ void PlyxService::download(HttpRequest &request, HttpResponse &response)
         setJsonError(response, 404, "There is no such file.");
         return;
     }
-    if (m_keys.size() >= kMaxKeys)
-        m_keys.clear();
-    const QByteArray key = randomKey().toLatin1();
-    m_keys.insert(key, file->path);
     const int here = m_options.downloadHosts.indexOf(request.host);
     const QString &host = m_options.downloadHosts[(here + 1) % m_options.downloadHosts.size()];
-    response.set(302, "text/plain", "The file is at another address.\n");
+    m_downloads.redirect(request, host, file->path, response);
     response.setHeader("Cache-Control", "no-store");
-    // The name at the end only tells people and rules what it is.
-    response.setHeader("Location", QByteArray(request.tls ? "https://" : "http://") + host.toLatin1() + "/v1/Once/" +
-                                       key + '/' + QUrl::toPercentEncoding(QFileInfo(file->path).fileName()));
 }
 
 void PlyxService::keyedDownload(HttpRequest &request, HttpResponse &response)
@@ -226,14 +215,7 @@ void PlyxService::keyedDownload(HttpRequest &request, HttpResponse &response)
         setJsonError(response, 400, "The address is the only ticket; no session may come with it.");
         return;
     }
-    const QString path = m_keys.take(request.path.left(request.path.indexOf('/')));
-    const QFileInfo info(path);
-    if (path.isEmpty())
-        setJsonError(response, 403, "This address has been used or was never given out.");
-    else if (!info.isFile())
-        setJsonError(response, 404, "The file is gone.");
-    else
-        setFile(response, path, info.size(), request.header("Range"));
+    m_downloads.serve(request, response);
 }
 
 void PlyxService::thumbnail(HttpRequest &request, HttpResponse &response)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <localcloud/CloudService.h>
+#include <localcloud/OneTimeFiles.h>
 #include <localcloud/PlyxCatalogue.h>
 #include <localcloud/PlyxSessions.h>
 #include <localcloud/PlyxSignIn.h>
@@ -58,8 +59,8 @@ private:
     PlyxSessions m_sessions;
     PlyxSignIn m_signIn;
     PlyxCatalogue m_catalogue;
+    OneTimeFiles m_downloads{"/v1/Once/"};
     RouteTable m_routes;
-    QHash<QByteArray, QString> m_keys; ///< one-time key to the path of a local file
     int m_nextServer = 0;
 };
 

@@ -5,8 +5,8 @@
 
 #pragma once
 
-#include <QHash>
-#include <QSet>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QString>
 
 namespace localcloud {
@@ -30,7 +30,7 @@ public:
     /// Whether \p id names a session.
     bool isOpen(const QString &id) const { return m_sessions.contains(id); }
     /// Whether both belong to the same session.
-    bool isOpen(const QString &id, const QString &secureId) const;
+    bool isOpen(const QString &id, const QString &secureId) const { return m_sessions.value(id) == secureId; }
 
     /// A key that signs in without a password; empty when it cannot be kept.
     QString issueStayKey();
@@ -44,8 +44,8 @@ private:
     bool save() const;
 
     QString m_file;
-    QHash<QString, QString> m_sessions; ///< id to secure id
-    QSet<QString> m_stayKeys;
+    QJsonObject m_sessions; ///< id to secure id
+    QJsonArray m_stayKeys;
 };
 
 } // namespace localcloud

@@ -10,10 +10,7 @@ namespace {
 const QByteArray kStayCookie("PlyxStay");
 constexpr int kStaySeconds = 30 * 24 * 3600;
 
-QByteArray page(const QString &title, const QString &body)
-{
-    return webPage({"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"}, title, body);
-}
+const PageLook kLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
 
 /// What the form shows besides its labels.
 struct FormState
@@ -23,26 +20,16 @@ struct FormState
     QString error; ///< shown above the form when it is not empty
 };
 
-QByteArray loginPage(const QByteArray &query, const PlyxAccount &account, const FormState &state)
+void setLoginPage(HttpResponse &response, const QByteArray &query, const PlyxAccount &account, const FormState &state)
 {
-    const auto &[user, stay, error] = state;
-    const QString message = error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + error + "</p>";
-    const QString form =
-        QStringLiteral("<h1>Sign in to see your models</h1>") + message +
-        QStringLiteral("<form method=\"post\" action=\"/TokenAPI/login.cfm?") + QString(query).toHtmlEscaped() +
-        QStringLiteral("\"><label for=\"user\">User name</label>"
-                       "<input class=\"text\" id=\"user\" name=\"user\" type=\"text\" autocomplete=\"off\" value=\"") +
-        user.toHtmlEscaped() + '"' + (user.isEmpty() ? " autofocus" : "") +
-        QStringLiteral("><label for=\"password\">Password</label>"
-                       "<input class=\"text\" id=\"password\" name=\"password\" type=\"password\"") +
-        (user.isEmpty() ? "" : " autofocus") +
-        QStringLiteral("><div class=\"row\"><input id=\"stay\" name=\"stay\" type=\"checkbox\" value=\"yes\"") +
-        (stay ? " checked" : "") +
-        QStringLiteral("><label class=\"check\" for=\"stay\">Stay signed in</label></div>"
-                       "<button id=\"sign-in\" type=\"submit\">Sign in</button></form>"
-                       "<p class=\"hint\">Here on this computer the user is <b>") +
-        account.user.toHtmlEscaped() + "</b>, the password <b>" + account.password.toHtmlEscaped() + "</b>.</p>";
-    return page(QStringLiteral("Sign in to Plyx"), form);
+    const QString action = "/TokenAPI/login.cfm?" + QString(query).toHtmlEscaped();
+    const QString stay = QStringLiteral("<input id=\"stay\" name=\"stay\" type=\"checkbox\" value=\"yes\"%1>"
+                                        "<label class=\"check\" for=\"stay\">Stay signed in</label>");
+    const QString hint = QStringLiteral("Here on this computer the user is <b>%1</b>, the password <b>%2</b>.");
+    const QString form = signInForm({"Sign in to see your models", action, state.user, state.error,
+                                     stay.arg(state.stay ? " checked" : ""),
+                                     hint.arg(account.user.toHtmlEscaped(), account.password.toHtmlEscaped())});
+    setPage(response, 200, kLook, QStringLiteral("Sign in to Plyx"), form);
 }
 
 QString cookieOf(const HttpRequest &request)
@@ -68,14 +55,14 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
     response.setHeader("Cache-Control", "no-store");
     if (formValue(request.query, "afc") != m_account.applicationCode) {
         const QString body("<h1>This link does not work</h1><p>No application of that code is known here.</p>");
-        response.set(400, "text/html; charset=utf-8", page(QStringLiteral("Error"), body));
+        setPage(response, 400, kLook, QStringLiteral("Error"), body);
         return;
     }
     if (request.method != "POST") {
         if (m_sessions.isStayKey(cookieOf(request)))
             finish(response);
         else
-            response.set(200, "text/html; charset=utf-8", loginPage(request.query, m_account, {}));
+            setLoginPage(response, request.query, m_account, {});
         return;
     }
     const QByteArray &form = request.body.bytes();
@@ -83,7 +70,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
     const bool stay = formValue(form, "stay") == QLatin1String("yes");
     if (user != m_account.user || formValue(form, "password") != m_account.password) {
         const QString error("The user name or the password is wrong.");
-        response.set(200, "text/html; charset=utf-8", loginPage(request.query, m_account, {user, stay, error}));
+        setLoginPage(response, request.query, m_account, {user, stay, error});
         return;
     }
     if (stay)
@@ -98,7 +85,7 @@ void PlyxSignIn::finish(HttpResponse &response)
     const PlyxSession session = m_sessions.open();
     if (session.id.isEmpty()) {
         const QString body("<h1>Sorry</h1><p>The session cannot be stored.</p>");
-        response.set(500, "text/html; charset=utf-8", page(QStringLiteral("Error"), body));
+        setPage(response, 500, kLook, QStringLiteral("Error"), body);
         return;
     }
     response.set(302, "text/plain", "You are signed in.\n");
@@ -108,9 +95,7 @@ void PlyxSignIn::finish(HttpResponse &response)
 
 void PlyxSignIn::done(HttpResponse &response) const
 {
-    const QString body("<h1>You are signed in</h1><p>This window may be closed.</p>");
-    response.set(200, "text/html; charset=utf-8", page(QStringLiteral("Signed in"), body));
-    response.setHeader("Cache-Control", "no-store");
+    setSignedInPage(response, kLook);
 }
 
 bool PlyxSignIn::isKnownClient(const HttpRequest &request) const

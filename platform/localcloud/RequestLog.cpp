@@ -4,27 +4,9 @@
 
 namespace localcloud {
 
-bool RequestLog::open(const QString &path, QString *error)
-{
-    m_file.setFileName(path);
-    if (m_file.open(QIODevice::WriteOnly | QIODevice::Append)) {
-        m_file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        return true;
-    }
-    if (error)
-        *error = path + QStringLiteral(": ") + m_file.errorString();
-    return false;
-}
+namespace {
 
-void RequestLog::write(const RequestRecord &record)
-{
-    if (!m_file.isOpen())
-        return;
-    m_file.write(line(record));
-    m_file.flush();
-}
-
-QByteArray RequestLog::line(const RequestRecord &record)
+QByteArray lineFor(const RequestRecord &record)
 {
     QJsonObject headers;
     for (const auto &entry : record.headers) {
@@ -42,6 +24,29 @@ QByteArray RequestLog::line(const RequestRecord &record)
         {"status", record.status},
     };
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}
+
+} // namespace
+
+bool RequestLog::open(const QString &path, QString *error)
+{
+    m_file.close();
+    m_file.setFileName(path);
+    if (m_file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        m_file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+        return true;
+    }
+    if (error)
+        *error = path + QStringLiteral(": ") + m_file.errorString();
+    return false;
+}
+
+void RequestLog::write(const RequestRecord &record)
+{
+    if (!m_file.isOpen())
+        return;
+    m_file.write(lineFor(record));
+    m_file.flush();
 }
 
 } // namespace localcloud

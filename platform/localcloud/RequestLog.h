@@ -18,9 +18,6 @@ public:
     /// Writes one line at once. Does nothing without an open file.
     void write(const RequestRecord &record);
 
-    /// The line for \p record, its line feed included.
-    static QByteArray line(const RequestRecord &record);
-
 private:
     QFile m_file;
 };

@@ -156,20 +156,15 @@ RequestHead parseHead(const QByteArray &bytes)
     return head;
 }
 
-QString hostOf(const QByteArray &authority, int *port)
+QString hostOf(const QByteArray &authority)
 {
     QByteArray name = authority;
-    QByteArray digits;
     const int colon = authority.lastIndexOf(':');
     if (colon > authority.lastIndexOf(']')) {
         name = authority.left(colon);
-        digits = authority.mid(colon + 1);
         bool ok = false;
-        const int number = digits.toInt(&ok);
-        if (!ok || number <= 0 || number > 65535)
+        if (authority.mid(colon + 1).toUShort(&ok) == 0 || !ok)
             return {};
-        if (port)
-            *port = number;
     }
     const bool bracketed = name.startsWith('[') && name.endsWith(']');
     const QByteArray inner = bracketed ? name.mid(1, name.size() - 2) : name;

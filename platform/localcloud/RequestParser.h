@@ -37,8 +37,8 @@ int headLength(const QByteArray &buffer);
 /// transfer codings with 501, other protocol versions with 505.
 RequestHead parseHead(const QByteArray &bytes);
 
-/// Splits "name[:port]" and "[v6][:port]". The name comes in lower case; empty when it is no valid host name.
-QString hostOf(const QByteArray &authority, int *port = nullptr);
+/// The name in "name[:port]" or "[v6][:port]", in lower case; empty when name or port is not valid.
+QString hostOf(const QByteArray &authority);
 
 /// Decodes a chunked body that may arrive in pieces of any size.
 class ChunkedDecoder

@@ -1,5 +1,6 @@
 #include <limits>
 #include <localcloud/Rules.h>
+#include <optional>
 #include <QFileInfo>
 #include <QHash>
 
@@ -58,8 +59,7 @@ void answer(const RuleAction &action, HttpResponse &response)
     }
 }
 
-} // namespace
-
+/// Nothing for what is no action.
 std::optional<RuleAction> parseAction(const QString &text)
 {
     static const QHash<QString, Kind> words{
@@ -90,6 +90,8 @@ std::optional<RuleAction> parseAction(const QString &text)
         return {};
     return action;
 }
+
+} // namespace
 
 bool Rules::add(const QString &host, const QString &pathGlob, const QString &action, int times)
 {

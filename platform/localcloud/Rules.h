@@ -5,7 +5,6 @@
 #pragma once
 
 #include <localcloud/HttpTypes.h>
-#include <optional>
 #include <QRegularExpression>
 #include <QString>
 #include <QVector>
@@ -21,15 +20,12 @@ struct RuleAction
     QString text;
 };
 
-/// Reads `status=N`, `delay=MS`, `hang`, `cut=BYTES`, `redirect=URL`, `body=FILE`, `garbage` or `signed-redirect`;
-/// nothing for any other text.
-std::optional<RuleAction> parseAction(const QString &text);
-
 class Rules
 {
 public:
     /// Host and path are globs ("*" also matches "/"); the path is compared without its query, as it came and decoded.
-    /// The rule ends after \p times requests, 0 means never. False for an unknown action.
+    /// Actions are `status=N`, `delay=MS`, `hang`, `cut=BYTES`, `redirect=URL`, `body=FILE`, `garbage` and
+    /// `signed-redirect`; false for any other. The rule ends after \p times requests, 0 means never.
     bool add(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
 
     /// Adds "HOST PATH-GLOB ACTION"; false when a word is missing or the action is unknown.

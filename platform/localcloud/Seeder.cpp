@@ -13,7 +13,7 @@ Seeder::Seeder(const QString &root) : m_root(root)
 
 void Seeder::makeFolder(const QString &name)
 {
-    if (!QDir(m_root).mkpath(name))
+    if (m_error.isEmpty() && !QDir(m_root).mkpath(name))
         m_error = m_root + '/' + name + QStringLiteral(": the folder cannot be made");
 }
 
@@ -42,12 +42,12 @@ bool seedOnce(const QString &folder, const QString &marker, SeedAmount amount, Q
     if (amount == SeedAmount::Nothing || QFileInfo::exists(marker))
         return true;
     fill(seeder);
-    Seeder(QFileInfo(marker).path()).write(QFileInfo(marker).fileName(), "The folder has been filled once.\n");
     if (error)
         *error = seeder.error();
     if (!seeder.error().isEmpty())
-        QFile::remove(marker);
-    return seeder.error().isEmpty();
+        return false;
+    Seeder(QFileInfo(marker).path()).write(QFileInfo(marker).fileName(), "The folder has been filled once.\n");
+    return true;
 }
 
 } // namespace localcloud

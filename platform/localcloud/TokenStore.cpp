@@ -1,26 +1,19 @@
 #include <localcloud/Secrets.h>
 #include <localcloud/TokenStore.h>
+#include <QDateTime>
 
 namespace localcloud {
 
-TokenStore::TokenStore(const QString &file) : m_file(file)
-{
-    const QJsonObject tokens = readSecrets(file).value("tokens").toObject();
-    for (auto it = tokens.begin(); it != tokens.end(); ++it)
-        m_tokens.insert(it.key(), QDateTime::fromString(it.value().toString(), Qt::ISODate));
-}
+TokenStore::TokenStore(const QString &file) : m_file(file), m_tokens(readSecrets(file).value("tokens").toObject()) {}
 
 bool TokenStore::save() const
 {
-    QJsonObject tokens;
-    for (auto it = m_tokens.begin(); it != m_tokens.end(); ++it)
-        tokens.insert(it.key(), it.value().toString(Qt::ISODate));
-    return writeSecrets(m_file, {{"tokens", tokens}});
+    return writeSecrets(m_file, {{"tokens", m_tokens}});
 }
 
 QString TokenStore::issue(const QString &token)
 {
-    m_tokens.insert(token, QDateTime::currentDateTimeUtc());
+    m_tokens.insert(token, QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
     if (save())
         return token;
     m_tokens.remove(token);
@@ -29,7 +22,7 @@ QString TokenStore::issue(const QString &token)
 
 void TokenStore::revokeAll()
 {
-    m_tokens.clear();
+    m_tokens = {};
     save();
 }
 

@@ -4,8 +4,7 @@
 
 #pragma once
 
-#include <QDateTime>
-#include <QHash>
+#include <QJsonObject>
 #include <QString>
 
 namespace localcloud {
@@ -28,7 +27,7 @@ private:
     bool save() const;
 
     QString m_file;
-    QHash<QString, QDateTime> m_tokens; ///< token to time of issue
+    QJsonObject m_tokens; ///< token to time of issue
 };
 
 } // namespace localcloud

@@ -2,7 +2,21 @@
 
 namespace localcloud {
 
-QByteArray webPage(const PageLook &look, const QString &title, const QString &body)
+QString signInForm(const SignInForm &form)
+{
+    static const QString text = QStringLiteral(R"(<h1>%1</h1>%2
+<form method="post" action="%3"><label for="user">User name</label>
+<input class="text" id="user" name="user" type="text" autocomplete="off" value="%4"%5>
+<label for="password">Password</label><input class="text" id="password" name="password" type="password"%6>
+<div class="row">%7</div><button id="sign-in" type="submit">Sign in</button></form><p class="hint">%8</p>)");
+    const QString message = form.error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + form.error + "</p>";
+    const bool isUserKnown = !form.user.isEmpty();
+    const QString focus(" autofocus");
+    return text.arg(form.heading, message, form.action, form.user.toHtmlEscaped(), isUserKnown ? QString() : focus,
+                    isUserKnown ? focus : QString(), form.options, form.hint);
+}
+
+void setPage(HttpResponse &response, int status, const PageLook &look, const QString &title, const QString &body)
 {
     static const QString frame = QStringLiteral(R"(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><title>%1</title>
@@ -29,10 +43,16 @@ button:focus, button:hover { background: %4; }
 .hint { margin: 18px 0 0; font-size: 12px; color: #7a8791; text-align: center; }
 </style></head><body><div class="bar">%2<small>local cloud</small></div><div class="card">%7</div></body></html>
 )");
-    return frame
-        .arg(title.toHtmlEscaped(), look.brand.toHtmlEscaped(), look.colour, look.darkColour, look.paleColour,
-             look.focusColour, body)
-        .toUtf8();
+    const QString page = frame.arg(title.toHtmlEscaped(), look.brand.toHtmlEscaped(), look.colour, look.darkColour,
+                                   look.paleColour, look.focusColour, body);
+    response.set(status, "text/html; charset=utf-8", page.toUtf8());
+    response.setHeader("Cache-Control", "no-store");
+}
+
+void setSignedInPage(HttpResponse &response, const PageLook &look)
+{
+    setPage(response, 200, look, QStringLiteral("Signed in"),
+            QStringLiteral("<h1>You are signed in</h1><p>This window may be closed.</p>"));
 }
 
 } // namespace localcloud

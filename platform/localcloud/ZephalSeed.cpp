@@ -1,5 +1,4 @@
 #include <localcloud/ModelWriters.h>
-#include <localcloud/Seeder.h>
 #include <localcloud/ZephalSeed.h>
 
 namespace localcloud {

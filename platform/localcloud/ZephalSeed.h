@@ -4,12 +4,11 @@
 
 #pragma once
 
-#include <localcloud/SeedData.h>
-#include <QString>
+#include <localcloud/Seeder.h>
 
 namespace localcloud {
 
-/// Fills \p folder (created) once, in the manner of seedDropbox. Everything adds "Projects/Landscape/Hills.obj" of
+/// Fills \p folder (created) once, as seedOnce() does. Everything adds "Projects/Landscape/Hills.obj" of
 /// 200,000 triangles; \p largeModel, a file with the same model, spares its making when it is there.
 bool seedZephal(const QString &folder, const QString &marker, SeedAmount amount, const QString &largeModel,
                 QString *error);

@@ -8,27 +8,15 @@ namespace localcloud {
 
 namespace {
 
-void setPage(HttpResponse &response, int status, const QString &title, const QString &body)
-{
-    static const PageLook look{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
-    response.set(status, "text/html; charset=utf-8", webPage(look, title, body));
-}
+const PageLook kLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
 
 } // namespace
 
 QString ZephalSignIn::signInPage(const QString &user, const QString &error) const
 {
-    static const QString form = QStringLiteral(R"(<h1>Sign in to your documents</h1>%1
-<form method="post" action="/signin"><label for="user">User name</label>
-<input class="text" id="user" name="user" type="text" autocomplete="off" value="%2"%3>
-<label for="password">Password</label><input class="text" id="password" name="password" type="password"%4>
-<div class="row"></div><button id="sign-in" type="submit">Sign in</button></form>
-<p class="hint">On this computer: user <b>%5</b>, password <b>%6</b>.</p>)");
-    const QString message = error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + error + "</p>";
-    const QString focus(" autofocus");
-    return form.arg(message, user.toHtmlEscaped(), user.isEmpty() ? focus : QString(),
-                    user.isEmpty() ? QString() : focus, m_account.user.toHtmlEscaped(),
-                    m_account.password.toHtmlEscaped());
+    const QString hint = QStringLiteral("On this computer: user <b>%1</b>, password <b>%2</b>.");
+    return signInForm({"Sign in to your documents", "/signin", user, error, QString(),
+                       hint.arg(m_account.user.toHtmlEscaped(), m_account.password.toHtmlEscaped())});
 }
 
 void ZephalSignIn::signIn(const HttpRequest &request, HttpResponse &response)
@@ -38,16 +26,17 @@ void ZephalSignIn::signIn(const HttpRequest &request, HttpResponse &response)
     const QString user = formValue(form, "user");
     response.setHeader("Cache-Control", "no-store");
     if (request.method != "POST") {
-        setPage(response, 200, title, signInPage({}, {}));
+        setPage(response, 200, kLook, title, signInPage({}, {}));
         return;
     }
     if (user != m_account.user || formValue(form, "password") != m_account.password) {
-        setPage(response, 200, title, signInPage(user, QStringLiteral("The user name or the password is wrong.")));
+        setPage(response, 200, kLook, title,
+                signInPage(user, QStringLiteral("The user name or the password is wrong.")));
         return;
     }
     const QString token = issueToken();
     if (token.isEmpty()) {
-        setPage(response, 500, title, QStringLiteral("<h1>Sorry</h1><p>The sign-in cannot be stored.</p>"));
+        setPage(response, 500, kLook, title, QStringLiteral("<h1>Sorry</h1><p>The sign-in cannot be stored.</p>"));
         return;
     }
     QByteArray query;
@@ -62,9 +51,7 @@ void ZephalSignIn::signIn(const HttpRequest &request, HttpResponse &response)
 
 void ZephalSignIn::done(HttpResponse &response) const
 {
-    setPage(response, 200, QStringLiteral("Signed in"),
-            QStringLiteral("<h1>You are signed in</h1><p>This window may be closed.</p>"));
-    response.setHeader("Cache-Control", "no-store");
+    setSignedInPage(response, kLook);
 }
 
 QString ZephalSignIn::issueToken()

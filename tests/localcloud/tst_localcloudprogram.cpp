@@ -1,5 +1,6 @@
 #include "CloudClient.h"
 #include <csignal>
+#include <localcloud/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
 #include <localcloud/ZephalSeed.h>
 #include <QDir>

@@ -1,6 +1,5 @@
+#include <localcloud/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
-#include <localcloud/SeedData.h>
-#include <localcloud/Seeder.h>
 
 namespace localcloud {
 
