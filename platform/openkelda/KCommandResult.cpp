@@ -2,9 +2,14 @@
 
 namespace {
 
-KStatus otherKind(const char *wanted)
+/// Hands \p from out as \p value when the result \p fits.
+template <typename T>
+KStatus read(bool fits, const T &from, T &value, const char *wanted)
 {
-    return KStatus::failure(KString("the result is not ") + wanted);
+    if (!fits)
+        return KStatus::failure(KString("the result is not ") + wanted);
+    value = from;
+    return KStatus();
 }
 
 } // namespace
@@ -16,32 +21,20 @@ KCommandResult::KCommandResult(const KStringArray &value) : m_kind(kStringArray)
 
 KStatus KCommandResult::getResult(int &value) const
 {
-    if (m_kind != kInt)
-        return otherKind("an integer");
-    value = m_int;
-    return KStatus();
+    return read(m_kind == kInt, m_int, value, "an integer");
 }
 
 KStatus KCommandResult::getResult(double &value) const
 {
-    if (m_kind != kDouble && m_kind != kInt)
-        return otherKind("a number");
-    value = m_kind == kInt ? m_int : m_double;
-    return KStatus();
+    return read(m_kind == kDouble || m_kind == kInt, m_kind == kInt ? m_int : m_double, value, "a number");
 }
 
 KStatus KCommandResult::getResult(KString &value) const
 {
-    if (m_kind != kString)
-        return otherKind("a text");
-    value = m_string;
-    return KStatus();
+    return read(m_kind == kString, m_string, value, "a text");
 }
 
 KStatus KCommandResult::getResult(KStringArray &value) const
 {
-    if (m_kind != kStringArray)
-        return otherKind("a text array");
-    value = m_array;
-    return KStatus();
+    return read(m_kind == kStringArray, m_array, value, "a text array");
 }

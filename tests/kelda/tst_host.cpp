@@ -94,7 +94,6 @@ eval "proc int p() { return 4; }"; p() + exists("p") + exists("eval") + `exists 
 string $d = `getenv "KELDA_LOCATION"` + "/a b"; sysFile -makeDir ($d + "/c"); sysFile("-removeEmptyDir", $d) + `sysFile -removeEmptyDir ($d + "/c")` + `sysFile -exists $d` => 2
 sysFile -copy "FOLDER/copy" "FOLDER/file.txt"; sysFile -rename "FOLDER/moved" "FOLDER/copy"; `getFileList -folder "FOLDER" -filespec "*.txt"` + `getFileList -folder "FOLDER" -filespec "mo*"` => file.txt moved
 "" + `sysFile -delete "FOLDER/moved"` + `sysFile -exists "FOLDER/moved"` => 10
-`confirmDialog -title "x" -message "y"  -messageAlign "left" -button "Yes" -button "No"` + `confirmDialog -message y -button Yes -button No -defaultButton No` => YesNo
 `menuItem -exists none` + `pluginInfo -q -loaded none` => 0
 error -1 -.5 (-2) => error: line 1: -1 -.5 -2 / failed
 menuItem -frob x => error: line 1: menuItem: unknown flag -frob / failed
@@ -123,7 +122,6 @@ source "broken.ksc"; f => error: FOLDER/scripts/broken.ksc:3: unknown command 'f
     void waitCursorCountsAndEchoFollowsItsState()
     {
         auto test = std::make_unique<TestHost>();
-        QSignalSpy changes(&test->host, &KeldaHost::waitCursorChanged);
         test->play(R"(
 waitCursor -state on; waitCursor -state (1); => nothing
 if (`waitCursor -q -state`) { waitCursor -state off; } waitCursor -q -state => 1
@@ -133,7 +131,7 @@ commandEcho -q -state => echo: commandEcho -q -state=1 / 1
 commandEcho -state false; => echo: commandEcho -state false;=
 3 + 3 => 6
 )");
-        QVERIFY(changes.size() == 3 && QApplication::overrideCursor());
+        QVERIFY(QApplication::overrideCursor());
         KGlobal::executeCommand("1 + 2", true);
         QCOMPARE(test->messages, QStringList("echo: 1 + 2=3"));
         test.reset();

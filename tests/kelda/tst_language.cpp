@@ -201,10 +201,6 @@ void TestLanguage::globalsLastAndScriptsReplaceWhatRuns()
         language.removeCommand("vanish");
         return Value(call.name + " was called");
     });
-    language.setFallback("ask", [](const CommandCall &) { return Value("nobody"); });
-    language.addCommand("add", [&language](const CommandCall &) {
-        return Value(language.addCommand("ask", [](const CommandCall &) { return Value("somebody"); }));
-    });
     playSteps([&](const QString &source) { return language.outcome(source); }, R"(
 global int $count = 3; $typed = "t"; => t
 proc int next() { global int $count; $typed = 9; $local = 1; return ++$count; } => nothing
@@ -215,8 +211,6 @@ $count = 99;↵proc f() {}↵if ( => line 3: unexpected end of the text
 proc string f() { run "proc string f() { return \"new\"; }"; $x = "old"; return $x; } f() + f() => oldnew
 vanish => vanish was called
 vanish => line 1: unknown command 'vanish'
-ask => nobody
-"" + `add` + `ask` + `add` => 1somebody0
 )");
     QCOMPARE(language.call("next", {}).toInt(), qint64(6));
 }

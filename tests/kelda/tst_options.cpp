@@ -135,7 +135,7 @@ private slots:
         run("fileOperationsOptionsUISetup Import PlugInOptionsLayout");
         playSteps([this](const QString &command) { return run(command); }, R"(
 initCurrentFileTypeOption Paint "" "" => failed: unknown file action "Paint"
-initCurrentFileTypeOption => failed: initCurrentFileTypeOption takes 3 arguments
+initCurrentFileTypeOption => failed: initCurrentFileTypeOption takes 3 arguments, not 0
 fileOperationsOptionsUISetup Import Nowhere => failed: there is no layout named "Nowhere"
 fileOperationsOptionsUICallback Import Nowhere => failed: no options were set up in a layout named "Nowhere"
 setCurrentFileTypeOption Import PlugInOptionsLayout "Clay" => failed: unknown file translator "Clay"

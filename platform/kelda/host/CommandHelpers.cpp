@@ -1,13 +1,12 @@
 #include "host/CommandHelpers.h"
 
-#include <algorithm>
+namespace {
 
+/// Query flags take no values, so they are read by a list of their own.
 bool isQuery(const CommandCall &call)
 {
-    return std::any_of(call.arguments.begin(), call.arguments.end(), [](const Value &argument) {
-        const QString text = argument.toString();
-        return text == QLatin1String("-q") || text == QLatin1String("-query");
-    });
+    const QStringList texts = call.texts();
+    return texts.contains(QStringLiteral("-q")) || texts.contains(QStringLiteral("-query"));
 }
 
 bool switchValue(const CommandCall &call, const Value &value)
@@ -26,22 +25,36 @@ bool switchValue(const CommandCall &call, const Value &value)
     throw CommandError(QStringLiteral("%1: '%2' is neither on nor off").arg(call.name, text));
 }
 
-void requirePlain(const CommandCall &call, const Flags &flags, std::size_t count)
+} // namespace
+
+QString onlyPlain(const CommandCall &call, const Flags &flags)
 {
-    if (flags.plain().size() != count)
+    if (flags.plain().size() != 1)
         throw CommandError(
-            QStringLiteral("%1: %2 arguments are wanted, not %3").arg(call.name).arg(count).arg(flags.plain().size()));
+            QStringLiteral("%1: one argument is wanted, not %2").arg(call.name).arg(flags.plain().size()));
+    return flags.plain().front().toString();
 }
 
-QString plainText(const Flags &flags, std::size_t index)
+QString onlyArgument(const CommandCall &call)
 {
-    return flags.plain()[index].toString();
+    return onlyPlain(call, Flags(call, {}));
 }
 
-QString joinedArguments(const CommandCall &call)
+QString required(const CommandCall &call, const Flags &flags, const char *flag)
 {
-    QStringList texts;
-    for (const Value &argument : call.arguments)
-        texts.append(argument.toString());
-    return texts.join(QLatin1Char(' '));
+    if (!flags.has(flag))
+        throw CommandError(QStringLiteral("%1: flag %2 is missing").arg(call.name, QLatin1String(flag)));
+    return flags.value(flag).toString();
+}
+
+Value runSwitch(const CommandCall &call, bool state, const std::function<void(bool)> &set)
+{
+    if (isQuery(call)) {
+        const Flags flags(call, {{"-q", "-query"}, {"-st", "-state"}});
+        return state;
+    }
+    const Flags flags(call, {{"-st", "-state", 1}});
+    required(call, flags, "-state");
+    set(switchValue(call, flags.value("-state")));
+    return Value();
 }

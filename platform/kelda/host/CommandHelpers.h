@@ -6,14 +6,12 @@
 
 #include "language/Flags.h"
 
-/// Whether \p call asks for a state instead of setting it. Query flags take no values, so they are read by a list of
-/// their own.
-bool isQuery(const CommandCall &call);
-/// on, true, yes and numbers but 0; off, false, no and 0. Throws CommandError for anything else.
-bool switchValue(const CommandCall &call, const Value &value);
-/// Throws CommandError unless there are exactly \p count plain arguments.
-void requirePlain(const CommandCall &call, const Flags &flags, std::size_t count);
-/// The \p index-th plain argument as text; there must be one.
-QString plainText(const Flags &flags, std::size_t index);
-/// The arguments' texts with a blank between them.
-QString joinedArguments(const CommandCall &call);
+/// The one plain argument as text. Throws CommandError unless there is exactly one.
+QString onlyPlain(const CommandCall &call, const Flags &flags);
+/// For commands that read no flags. Throws CommandError unless there is exactly one argument, and for a flag.
+QString onlyArgument(const CommandCall &call);
+/// The value of \p flag as text. Throws CommandError when it is not set.
+QString required(const CommandCall &call, const Flags &flags, const char *flag);
+/// Runs a command that switches one thing: answers \p state for -query, else hands the value of -state to \p set: on,
+/// true, yes and numbers but 0; off, false, no and 0. Throws CommandError for anything else.
+Value runSwitch(const CommandCall &call, bool state, const std::function<void(bool)> &set);

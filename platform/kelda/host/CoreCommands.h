@@ -6,7 +6,7 @@
 
 class KeldaHost;
 
-/// eval, source, exists, print, info, warning, error, commandEcho, quit, and confirmDialog for a host that shows none.
+/// eval, source, exists, print, info, warning, error, commandEcho, quit.
 void addScriptCommands(KeldaHost &host);
 /// callbacks, menuItem, deleteUI, waitCursor, setStringResource, getStringResource, loadPlugin, unloadPlugin,
 /// pluginInfo.

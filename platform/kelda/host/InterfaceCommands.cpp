@@ -10,13 +10,6 @@ namespace {
 /// The hook whose callbacks fill the File menu.
 const QString fileMenuHook = QStringLiteral("addItemToFileMenu");
 
-QString required(const CommandCall &call, const Flags &flags, const char *flag)
-{
-    if (!flags.has(flag))
-        throw CommandError(QStringLiteral("%1: flag %2 is missing").arg(call.name, QLatin1String(flag)));
-    return flags.value(flag).toString();
-}
-
 Value callbacks(KeldaHost &host, const CommandCall &call)
 {
     const Flags flags(call, {{"-ac", "-addCallback", 1},
@@ -47,8 +40,7 @@ Value callbacks(KeldaHost &host, const CommandCall &call)
 Value menuItem(KeldaHost &host, const CommandCall &call)
 {
     const Flags flags(call, {{"-ex", "-exists"}, {"-p", "-parent", 1}, {"-l", "-label", 1}, {"-c", "-command", 1}});
-    requirePlain(call, flags, 1);
-    const QString id = plainText(flags, 0);
+    const QString id = onlyPlain(call, flags);
     if (flags.has("-exists"))
         return host.menus().contains(id);
     host.menus().put(
@@ -58,52 +50,51 @@ Value menuItem(KeldaHost &host, const CommandCall &call)
 
 Value deleteUI(KeldaHost &host, const CommandCall &call)
 {
-    const Flags flags(call, {});
-    requirePlain(call, flags, 1);
-    if (!host.menus().remove(plainText(flags, 0)))
-        throw CommandError(QStringLiteral("deleteUI: there is no '%1'").arg(plainText(flags, 0)));
+    const QString id = onlyArgument(call);
+    if (!host.menus().remove(id))
+        throw CommandError(QStringLiteral("deleteUI: there is no '%1'").arg(id));
     return Value();
 }
 
 Value waitCursor(KeldaHost &host, const CommandCall &call)
 {
-    if (isQuery(call)) {
-        const Flags flags(call, {{"-q", "-query"}, {"-st", "-state"}});
-        return host.isWaiting();
-    }
-    const Flags flags(call, {{"-st", "-state", 1}});
-    host.setWaiting(switchValue(call, required(call, flags, "-state")));
-    return Value();
+    return runSwitch(call, host.isWaiting(), [&host](bool on) { host.setWaiting(on); });
+}
+
+/// The text that the first two arguments name, plug-in and key. \p count arguments are wanted in all.
+KStringResourceId namedText(const CommandCall &call, std::size_t count)
+{
+    call.requireCount(count);
+    const QStringList texts = call.texts();
+    return KStringResourceId(texts[0].toUtf8().constData(), texts[1].toUtf8().constData(), "");
+}
+
+CommandError unregistered(const CommandCall &call)
+{
+    return CommandError(QStringLiteral("%1: no text is registered as %2.%3")
+                            .arg(call.name, call.texts().value(0), call.texts().value(1)));
 }
 
 Value setStringResource(KeldaHost &host, const CommandCall &call)
 {
-    if (call.arguments.size() != 3)
-        throw CommandError(QStringLiteral("setStringResource: plug-in, key and text are wanted"));
-    const QString plugin = call.arguments[0].toString();
-    const QString key = call.arguments[1].toString();
-    if (!host.replaceString(plugin, key, call.arguments[2].toString()))
-        throw CommandError(QStringLiteral("setStringResource: no text is registered as %1.%2").arg(plugin, key));
+    const KStringResourceId id = namedText(call, 3);
+    if (!host.replaceString(id, KQtUtil::toKString(call.arguments[2].toString())))
+        throw unregistered(call);
     return Value();
 }
 
 Value getStringResource(KeldaHost &host, const CommandCall &call)
 {
-    if (call.arguments.size() != 2)
-        throw CommandError(QStringLiteral("getStringResource: plug-in and key are wanted"));
-    const QString plugin = call.arguments[0].toString();
-    const QString key = call.arguments[1].toString();
-    QString text;
-    if (!host.findString(plugin, key, text))
-        throw CommandError(QStringLiteral("getStringResource: no text is registered as %1.%2").arg(plugin, key));
-    return text;
+    KString text;
+    if (!host.findString(namedText(call, 2), text))
+        throw unregistered(call);
+    return KQtUtil::toQString(text);
 }
 
 Value changePlugins(KeldaHost &host, const CommandCall &call, KStatus (PluginManager::*change)(const QString &))
 {
     const Flags flags(call, {{"-qt", "-quiet"}});
-    requirePlain(call, flags, 1);
-    const KStatus status = (host.plugins().*change)(plainText(flags, 0));
+    const KStatus status = (host.plugins().*change)(onlyPlain(call, flags));
     if (!status)
         throw CommandError(KQtUtil::toQString(status.errorString()));
     return Value();
@@ -115,8 +106,7 @@ Value pluginInfo(KeldaHost &host, const CommandCall &call)
         call, {{"-q", "-query"}, {"-l", "-loaded"}, {"-ls", "-listPlugins"}, {"-vd", "-vendor"}, {"-v", "-version"}});
     if (flags.has("-listPlugins"))
         return host.plugins().loaded();
-    requirePlain(call, flags, 1);
-    const QString name = plainText(flags, 0);
+    const QString name = onlyPlain(call, flags);
     if (flags.has("-vendor"))
         return host.plugins().vendor(name);
     if (flags.has("-version"))
@@ -152,7 +142,7 @@ void addInterfaceCommands(KeldaHost &host)
         return changePlugins(host, call, &PluginManager::unload);
     });
     host.menus().setBuilder([&host] {
-        if (host.state() == KGlobal::kInteractive || host.state() == KGlobal::kBaseUI)
+        if (host.hasInterface())
             host.executeCallbacks(fileMenuHook);
     });
 }

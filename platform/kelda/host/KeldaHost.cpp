@@ -14,14 +14,9 @@
 
 namespace {
 
-QString stringName(const QString &plugin, const QString &key)
-{
-    return plugin + QChar(0x1F) + key;
-}
-
 QString stringName(const KStringResourceId &id)
 {
-    return stringName(KQtUtil::toQString(id.plugin()), KQtUtil::toQString(id.key()));
+    return KQtUtil::toQString(id.plugin()) + QChar(0x1F) + KQtUtil::toQString(id.key());
 }
 
 KCommandResult commandResult(const Value &value)
@@ -71,23 +66,29 @@ KeldaHost::~KeldaHost()
 KStatus KeldaHost::execute(const KString &command, KCommandResult &result, bool display, bool undo)
 {
     Q_UNUSED(undo)
+    Value value;
+    const KStatus status = run(KQtUtil::toQString(command), value, display);
+    result = commandResult(value);
+    return status;
+}
+
+KStatus KeldaHost::run(const QString &command, Value &result, bool display)
+{
     const bool echo = display || m_commandEcho;
-    const QString text = KQtUtil::toQString(command);
     const QStringList reportedBefore = std::exchange(m_reported, QStringList());
     const bool isOutermost = m_executing++ == 0;
-    Value value;
+    result = Value();
     QString failure;
     bool failed = true;
     try {
-        value = m_interpreter.evaluate(text);
-        result = commandResult(value);
+        result = m_interpreter.evaluate(command);
         failed = false;
     } catch (const std::exception &error) {
         failure = QString::fromUtf8(error.what());
     }
     m_plugins->runDefinedStringProcedures();
     if (echo)
-        emit commandEchoed(text, value.toString());
+        emit commandEchoed(command, result.toString());
 
     // The failure of what the command ran is posted already, and is part of the command's own.
     const auto isPosted = [&failure](const QString &posted) { return failure.contains(posted); };
@@ -146,16 +147,12 @@ void KeldaHost::setWaiting(bool on)
     if (!on && !isWaiting())
         return;
     m_waits += on ? 1 : -1;
-    const bool hasCursor = qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
-    if (on && m_waits == 1) {
-        if (hasCursor)
-            QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        emit waitCursorChanged(true);
-    } else if (!on && m_waits == 0) {
-        if (hasCursor)
-            QGuiApplication::restoreOverrideCursor();
-        emit waitCursorChanged(false);
-    }
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return;
+    if (on && m_waits == 1)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    else if (m_waits == 0)
+        QGuiApplication::restoreOverrideCursor();
 }
 
 KStatus KeldaHost::registerString(const KStringResourceId &id)
@@ -175,21 +172,12 @@ bool KeldaHost::findString(const KStringResourceId &id, KString &text)
     return true;
 }
 
-bool KeldaHost::findString(const QString &plugin, const QString &key, QString &text) const
+bool KeldaHost::replaceString(const KStringResourceId &id, const KString &text)
 {
-    const auto found = m_strings.constFind(stringName(plugin, key));
-    if (found == m_strings.constEnd())
-        return false;
-    text = KQtUtil::toQString(*found);
-    return true;
-}
-
-bool KeldaHost::replaceString(const QString &plugin, const QString &key, const QString &text)
-{
-    const auto found = m_strings.find(stringName(plugin, key));
+    const auto found = m_strings.find(stringName(id));
     if (found == m_strings.end())
         return false;
-    *found = KQtUtil::toKString(text);
+    *found = text;
     return true;
 }
 

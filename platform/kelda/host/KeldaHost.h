@@ -48,6 +48,8 @@ public:
     QString uiLanguage() const;
     /// Where source looks for a file with a relative name, first match first.
     QStringList scriptFolders() const;
+    /// Whether somebody sees windows and menus and can answer.
+    bool hasInterface() const { return m_setup.state == KGlobal::kInteractive || m_setup.state == KGlobal::kBaseUI; }
     /// \p window stays the caller's; it may go before the host does.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
 
@@ -63,13 +65,14 @@ public:
     KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)()) override;
     KStatus deregisterCommand(KObject plugin, const KString &name) override;
 
+    /// Runs command text as execute() does, for the host's own use of the result; none on failure.
+    KStatus run(const QString &command, Value &result, bool display);
     /// Runs what is hooked to \p hook. A procedure that fails posts its error and does not stop the others.
     void executeCallbacks(const QString &hook);
     /// Posts \p reason as an error of the command that is running, so that its own failure is not posted again.
     void reportFailure(const QString &reason);
     /// False, and nothing changes, when no such text is registered.
-    bool replaceString(const QString &plugin, const QString &key, const QString &text);
-    bool findString(const QString &plugin, const QString &key, QString &text) const;
+    bool replaceString(const KStringResourceId &id, const KString &text);
     /// While it is on, every command is echoed as if it were to be displayed.
     bool commandEcho() const { return m_commandEcho; }
     void setCommandEcho(bool on) { m_commandEcho = on; }
@@ -84,8 +87,6 @@ signals:
     void commandEchoed(const QString &command, const QString &result);
     /// The command quit ran. \p exitStatus as given, 0 when not.
     void quitRequested(int exitStatus);
-    /// The wait cursor went on or off.
-    void waitCursorChanged(bool on);
 
 private:
     Setup m_setup;

@@ -19,10 +19,14 @@ bool MenuModel::contains(const QString &id) const
     return std::any_of(m_slots.begin(), m_slots.end(), [&id](const Slot &slot) { return slot.entry.id == id; });
 }
 
+std::vector<MenuModel::Slot>::iterator MenuModel::find(const QString &id)
+{
+    return std::find_if(m_slots.begin(), m_slots.end(), [&id](const Slot &slot) { return slot.entry.id == id; });
+}
+
 void MenuModel::put(const Entry &entry)
 {
-    const auto same = [&entry](const Slot &slot) { return slot.entry.id == entry.id; };
-    const auto slot = std::find_if(m_slots.begin(), m_slots.end(), same);
+    const auto slot = find(entry.id);
     if (slot == m_slots.end())
         m_slots.push_back({entry, m_building});
     else
@@ -32,8 +36,7 @@ void MenuModel::put(const Entry &entry)
 
 bool MenuModel::remove(const QString &id)
 {
-    const auto same = [&id](const Slot &slot) { return slot.entry.id == id; };
-    const auto slot = std::find_if(m_slots.begin(), m_slots.end(), same);
+    const auto slot = find(id);
     if (slot == m_slots.end())
         return false;
     m_slots.erase(slot);

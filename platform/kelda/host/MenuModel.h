@@ -49,6 +49,7 @@ private:
         Entry entry;
         bool built = false;
     };
+    std::vector<Slot>::iterator find(const QString &id);
     void notify();
 
     std::vector<Slot> m_slots;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <functional>
 #include <QDir>
 #include <QFileInfo>
 
@@ -257,8 +258,8 @@ KStatus PluginManager::registerCommand(KObject plugin, const KString &name, void
     const QString text = KQtUtil::toQString(name);
     const auto run = [known, creator, text](const CommandCall &call) {
         KArgList arguments;
-        for (const Value &argument : call.arguments)
-            arguments.append(KQtUtil::toKString(argument.toString()));
+        for (const QString &argument : call.texts())
+            arguments.append(KQtUtil::toKString(argument));
         const RunningCommand running(known->running);
         const KStatus status = guarded([&] {
             const std::unique_ptr<KPxCommand> command(static_cast<KPxCommand *>(creator()));

@@ -22,9 +22,7 @@ QString foundScript(const KeldaHost &host, const QString &name)
 
 Value source(KeldaHost &host, const CommandCall &call)
 {
-    const Flags flags(call, {});
-    requirePlain(call, flags, 1);
-    const QString name = plainText(flags, 0);
+    const QString name = onlyArgument(call);
     const QString path = foundScript(host, name);
     if (path.isEmpty())
         throw CommandError(QStringLiteral("source: there is no script file '%1'").arg(name));
@@ -37,24 +35,17 @@ Value source(KeldaHost &host, const CommandCall &call)
     return host.interpreter().evaluate(QString::fromUtf8(text), path);
 }
 
+QString joinedArguments(const CommandCall &call)
+{
+    return call.texts().join(QLatin1Char(' '));
+}
+
 Value post(KeldaHost &host, KHost::MessageKind kind, const CommandCall &call)
 {
     QString text = joinedArguments(call);
     if (text.endsWith(QLatin1Char('\n')))
         text.chop(1);
     host.message(kind, KQtUtil::toKString(text));
-    return Value();
-}
-
-Value commandEcho(KeldaHost &host, const CommandCall &call)
-{
-    if (isQuery(call)) {
-        const Flags flags(call, {{"-q", "-query"}, {"-st", "-state"}});
-        return host.commandEcho();
-    }
-    const Flags flags(call, {{"-st", "-state", 1}});
-    if (flags.has("-state"))
-        host.setCommandEcho(switchValue(call, flags.value("-state")));
     return Value();
 }
 
@@ -66,22 +57,6 @@ Value quit(KeldaHost &host, const CommandCall &call)
         status = flags.plain().front();
     emit host.quitRequested(static_cast<int>(qBound<qint64>(0, status.toInt(), 255)));
     return Value();
-}
-
-/// Answers the default button, else the first one, of a dialog that nobody sees.
-Value unseenConfirmDialog(const CommandCall &call)
-{
-    const Flags flags(call, {{"-t", "-title", 1},
-                             {"-m", "-message", 1},
-                             {"-ma", "-messageAlign", 1},
-                             {"-icn", "-icon", 1},
-                             {"-b", "-button", 1},
-                             {"-db", "-defaultButton", 1},
-                             {"-cb", "-cancelButton", 1},
-                             {"-ds", "-dismissString", 1}});
-    if (flags.has("-defaultButton"))
-        return flags.value("-defaultButton");
-    return flags.has("-button") ? flags.value("-button") : Value(QStringLiteral("Confirm"));
 }
 
 } // namespace
@@ -104,8 +79,8 @@ void addScriptCommands(KeldaHost &host)
                         [&host](const CommandCall &call) { return post(host, KHost::MessageKind::kWarning, call); });
     language.addCommand(QStringLiteral("error"),
                         [](const CommandCall &call) -> Value { throw CommandError(joinedArguments(call)); });
-    language.addCommand(QStringLiteral("commandEcho"),
-                        [&host](const CommandCall &call) { return commandEcho(host, call); });
+    language.addCommand(QStringLiteral("commandEcho"), [&host](const CommandCall &call) {
+        return runSwitch(call, host.commandEcho(), [&host](bool on) { host.setCommandEcho(on); });
+    });
     language.addCommand(QStringLiteral("quit"), [&host](const CommandCall &call) { return quit(host, call); });
-    language.setFallback(QStringLiteral("confirmDialog"), unseenConfirmDialog);
 }

@@ -30,9 +30,7 @@ Value internalVar(const KeldaHost &host, const CommandCall &call)
 
 Value environment(const KeldaHost &host, const CommandCall &call)
 {
-    const Flags flags(call, {});
-    requirePlain(call, flags, 1);
-    const QString name = plainText(flags, 0);
+    const QString name = onlyArgument(call);
     if (name == QLatin1String("KELDA_LOCATION"))
         return host.setup().location;
     return QString::fromLocal8Bit(qgetenv(name.toLocal8Bit().constData()));
@@ -59,8 +57,7 @@ Value sysFile(const CommandCall &call)
                              {"-del", "-delete"},
                              {"-cp", "-copy", 1},
                              {"-ren", "-rename", 1}});
-    requirePlain(call, flags, 1);
-    const QString path = plainText(flags, 0);
+    const QString path = onlyPlain(call, flags);
     if (flags.has("-exists"))
         return QFileInfo::exists(path);
     if (flags.has("-makeDir"))

@@ -4,13 +4,6 @@
 
 namespace {
 
-void requireCount(const CommandCall &call, std::size_t count)
-{
-    if (call.arguments.size() != count)
-        throw CommandError(
-            QStringLiteral("%1 takes %2 arguments, not %3").arg(call.name).arg(count).arg(call.arguments.size()));
-}
-
 QString textAt(const CommandCall &call, std::size_t index)
 {
     return call.arguments[index].toString();
@@ -18,7 +11,7 @@ QString textAt(const CommandCall &call, std::size_t index)
 
 Value size(const CommandCall &call)
 {
-    requireCount(call, 1);
+    call.requireCount(1);
     const Value &value = call.arguments[0];
     if (value.kind() == Value::Kind::String)
         return static_cast<qint64>(value.toString().toUcs4().size());
@@ -27,20 +20,20 @@ Value size(const CommandCall &call)
 
 Value toLower(const CommandCall &call)
 {
-    requireCount(call, 1);
+    call.requireCount(1);
     return textAt(call, 0).toLower();
 }
 
 Value toUpper(const CommandCall &call)
 {
-    requireCount(call, 1);
+    call.requireCount(1);
     return textAt(call, 0).toUpper();
 }
 
 /// substring(text, first, last): characters counted from 1, both ends included; what lies outside is left out.
 Value substring(const CommandCall &call)
 {
-    requireCount(call, 3);
+    call.requireCount(3);
     const QVector<uint> characters = textAt(call, 0).toUcs4();
     const qint64 first = qMax<qint64>(call.arguments[1].toInt(), 1);
     const qint64 last = qMin<qint64>(call.arguments[2].toInt(), characters.size());
@@ -52,7 +45,7 @@ Value substring(const CommandCall &call)
 /// tokenize(text, separators): the parts between any of the separator characters, empty ones left out.
 Value tokenize(const CommandCall &call)
 {
-    requireCount(call, 2);
+    call.requireCount(2);
     const QString text = textAt(call, 0);
     const QString separators = textAt(call, 1);
     QStringList parts;
@@ -72,25 +65,25 @@ Value tokenize(const CommandCall &call)
 
 Value startsWith(const CommandCall &call)
 {
-    requireCount(call, 2);
+    call.requireCount(2);
     return textAt(call, 0).startsWith(textAt(call, 1));
 }
 
 Value endsWith(const CommandCall &call)
 {
-    requireCount(call, 2);
+    call.requireCount(2);
     return textAt(call, 0).endsWith(textAt(call, 1));
 }
 
 Value stringArrayContains(const CommandCall &call)
 {
-    requireCount(call, 2);
+    call.requireCount(2);
     return call.arguments[1].toStringList().contains(textAt(call, 0));
 }
 
 Value stringArrayToString(const CommandCall &call)
 {
-    requireCount(call, 2);
+    call.requireCount(2);
     return call.arguments[0].toStringList().join(textAt(call, 1));
 }
 

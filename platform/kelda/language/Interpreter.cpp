@@ -18,7 +18,27 @@ const char *stackPosition()
     return static_cast<const char *>(__builtin_frame_address(0));
 }
 
+/// Throws CommandError unless \p given is \p wanted.
+void requireArguments(const QString &name, std::size_t wanted, std::size_t given)
+{
+    if (given != wanted)
+        throw CommandError(QStringLiteral("%1 takes %2 arguments, not %3").arg(name).arg(wanted).arg(given));
+}
+
 } // namespace
+
+void CommandCall::requireCount(std::size_t count) const
+{
+    requireArguments(name, count, arguments.size());
+}
+
+QStringList CommandCall::texts() const
+{
+    QStringList all;
+    for (const Value &argument : arguments)
+        all.append(argument.toString());
+    return all;
+}
 
 CallDepth::CallDepth(Interpreter::Private &state) : m_state(state)
 {
@@ -58,10 +78,10 @@ Value Interpreter::Private::call(const QString &name, const std::vector<Value> &
         // Both are copied: what is called may redefine or remove itself.
         if (const std::shared_ptr<const Procedure> procedure = procedures.value(name))
             return callProcedure(*procedure, arguments);
-        const CommandFunction command = commands.contains(name) ? commands.value(name) : fallbacks.value(name);
+        const CommandFunction command = commands.value(name);
         if (!command)
             throw CommandError(QStringLiteral("unknown command '%1'").arg(name));
-        const Value result = command({name, arguments, where});
+        const Value result = command({name, arguments});
         checkLength(result.kind() == Value::Kind::String ? result.textLength() : 0, result.arrayLength());
         return result;
     } catch (const ScriptError &) {
@@ -77,11 +97,7 @@ Value Interpreter::Private::call(const QString &name, const std::vector<Value> &
 
 Value Interpreter::Private::callProcedure(const Procedure &procedure, const std::vector<Value> &arguments)
 {
-    if (arguments.size() != procedure.parameters.size())
-        throw CommandError(QStringLiteral("%1 takes %2 arguments, not %3")
-                               .arg(procedure.name)
-                               .arg(procedure.parameters.size())
-                               .arg(arguments.size()));
+    requireArguments(procedure.name, procedure.parameters.size(), arguments.size());
     try {
         Frame frame;
         for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -116,11 +132,6 @@ bool Interpreter::addCommand(const QString &name, CommandFunction function)
 bool Interpreter::removeCommand(const QString &name)
 {
     return d->commands.remove(name) > 0;
-}
-
-void Interpreter::setFallback(const QString &name, CommandFunction function)
-{
-    d->fallbacks.insert(name, std::move(function));
 }
 
 bool Interpreter::hasCommand(const QString &name) const

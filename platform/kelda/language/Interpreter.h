@@ -43,7 +43,11 @@ struct CommandCall
 {
     QString name;
     std::vector<Value> arguments;
-    SourcePosition where;
+
+    /// Throws CommandError unless there are exactly \p count arguments.
+    void requireCount(std::size_t count) const;
+    /// The arguments as texts.
+    QStringList texts() const;
 };
 
 using CommandFunction = std::function<Value(const CommandCall &)>;
@@ -65,9 +69,6 @@ public:
     /// False, and nothing changes, when a command of that name exists.
     bool addCommand(const QString &name, CommandFunction function);
     bool removeCommand(const QString &name);
-    /// \p function runs as \p name as long as no command has that name. Adding such a command later succeeds.
-    void setFallback(const QString &name, CommandFunction function);
-    /// A fallback does not count.
     bool hasCommand(const QString &name) const;
     bool hasProcedure(const QString &name) const;
 

@@ -37,7 +37,6 @@ public:
     void checkLength(qint64 textLength, qint64 arrayLength) const;
 
     QHash<QString, CommandFunction> commands;
-    QHash<QString, CommandFunction> fallbacks;
     QHash<QString, std::shared_ptr<const Procedure>> procedures;
     Variables globals;
     Limits limits;
@@ -80,8 +79,7 @@ public:
 
 private:
     Flow run(const Statement &statement);
-    Flow runWhile(const Statement &statement);
-    Flow runFor(const Statement &statement);
+    Flow runLoop(const Statement &statement);
     Flow runForEach(const Statement &statement);
     void declare(const Statement &statement);
     void define(const Statement &statement);

@@ -132,12 +132,26 @@ StatementList Parser::parseBody()
     return single;
 }
 
+StatementList Parser::parseLoopBody()
+{
+    ++m_loops;
+    StatementList body = parseBody();
+    --m_loops;
+    return body;
+}
+
+ExpressionPtr Parser::parseCondition()
+{
+    expect("(");
+    ExpressionPtr condition = parseExpression();
+    expect(")");
+    return condition;
+}
+
 StatementPtr Parser::parseIf()
 {
     StatementPtr made = statement(Statement::Kind::If, m_lexer.take().line);
-    expect("(");
-    made->expression = parseExpression();
-    expect(")");
+    made->expression = parseCondition();
     made->body = parseBody();
     if (m_lexer.peek().isWord("else")) {
         m_lexer.take();
@@ -149,12 +163,8 @@ StatementPtr Parser::parseIf()
 StatementPtr Parser::parseWhile()
 {
     StatementPtr made = statement(Statement::Kind::While, m_lexer.take().line);
-    expect("(");
-    made->expression = parseExpression();
-    expect(")");
-    ++m_loops;
-    made->body = parseBody();
-    --m_loops;
+    made->expression = parseCondition();
+    made->body = parseLoopBody();
     return made;
 }
 
@@ -163,13 +173,7 @@ StatementPtr Parser::parseFor()
     StatementPtr made = statement(Statement::Kind::For, m_lexer.take().line);
     expect("(");
     if (isType(m_lexer.peek())) {
-        const int line = m_lexer.peek().line;
-        StatementPtr first = statement(Statement::Kind::Declare, line);
-        const DeclaredType type = parseType();
-        do
-            first->declarations.push_back(parseDeclaredName(type, line));
-        while (accept(","));
-        made->first.push_back(std::move(first));
+        made->first.push_back(parseDeclaredNames());
     } else if (!m_lexer.peek().isSymbol(";")) {
         do {
             StatementPtr first = statement(Statement::Kind::Expression, m_lexer.peek().line);
@@ -202,9 +206,7 @@ StatementPtr Parser::parseFor()
         }
     }
     expect(")");
-    ++m_loops;
-    made->body = parseBody();
-    --m_loops;
+    made->body = parseLoopBody();
     return made;
 }
 
@@ -269,15 +271,21 @@ Declaration Parser::parseDeclaredName(DeclaredType type, int line)
     return made;
 }
 
-StatementPtr Parser::parseDeclaration(bool global)
+StatementPtr Parser::parseDeclaredNames()
 {
     const int line = m_lexer.peek().line;
     StatementPtr made = statement(Statement::Kind::Declare, line);
-    made->global = global;
     const DeclaredType type = parseType();
     do
         made->declarations.push_back(parseDeclaredName(type, line));
     while (accept(","));
+    return made;
+}
+
+StatementPtr Parser::parseDeclaration(bool global)
+{
+    StatementPtr made = parseDeclaredNames();
+    made->global = global;
     endStatement();
     return made;
 }
@@ -328,10 +336,8 @@ StatementPtr Parser::parseProcedure()
 
 StatementPtr Parser::parseSimple()
 {
-    const Token token = m_lexer.peek();
-    StatementPtr made = statement(Statement::Kind::Expression, token.line);
-    const bool isCommand = token.kind == Token::Kind::Word && m_lexer.following() != QLatin1Char('(');
-    made->expression = isCommand ? parseCommand() : parseExpression();
+    StatementPtr made = statement(Statement::Kind::Expression, m_lexer.peek().line);
+    made->expression = parseCommandOrExpression();
     endStatement();
     return made;
 }

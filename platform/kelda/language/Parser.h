@@ -34,14 +34,18 @@ private:
     StatementPtr parseReturn();
     StatementPtr parseJump(Statement::Kind kind);
     StatementPtr parseDeclaration(bool global);
+    StatementPtr parseDeclaredNames();
     StatementPtr parseProcedure();
     StatementPtr parseSimple();
     void parseParameters(Procedure &procedure);
     Declaration parseDeclaredName(DeclaredType type, int line);
     DeclaredType parseType();
     StatementList parseBody();
+    StatementList parseLoopBody();
     StatementList parseBraces();
 
+    ExpressionPtr parseCondition();
+    ExpressionPtr parseCommandOrExpression();
     ExpressionPtr parseExpression();
     ExpressionPtr parseConditional();
     ExpressionPtr parseBinary(int level);

@@ -256,12 +256,16 @@ ExpressionPtr Parser::parseBackquoted()
 {
     const int line = m_lexer.take().line;
     const Nesting nesting(*this, line, true);
-    const Token token = m_lexer.peek();
-    const bool isCommand = token.kind == Token::Kind::Word && m_lexer.following() != QLatin1Char('(');
-    ExpressionPtr inner = isCommand ? parseCommand() : parseExpression();
+    ExpressionPtr inner = parseCommandOrExpression();
     accept(";");
     expect("`");
     return inner;
+}
+
+ExpressionPtr Parser::parseCommandOrExpression()
+{
+    const bool isWord = m_lexer.peek().kind == Token::Kind::Word;
+    return isWord && m_lexer.following() != QLatin1Char('(') ? parseCommand() : parseExpression();
 }
 
 ExpressionPtr Parser::parseCommand()

@@ -24,9 +24,8 @@ Evaluator::Flow Evaluator::run(const Statement &statement)
     case Statement::Kind::If:
         return run(condition(statement.expression) ? statement.body : statement.otherwise);
     case Statement::Kind::While:
-        return runWhile(statement);
     case Statement::Kind::For:
-        return runFor(statement);
+        return runLoop(statement);
     case Statement::Kind::ForEach:
         return runForEach(statement);
     case Statement::Kind::Break:
@@ -50,19 +49,7 @@ bool Evaluator::condition(const ExpressionPtr &expression)
     return !expression || evaluate(*expression).toBool();
 }
 
-Evaluator::Flow Evaluator::runWhile(const Statement &statement)
-{
-    while (condition(statement.expression)) {
-        const Flow flow = run(statement.body);
-        if (flow == Flow::Return)
-            return flow;
-        if (flow == Flow::Break)
-            break;
-    }
-    return Flow::Next;
-}
-
-Evaluator::Flow Evaluator::runFor(const Statement &statement)
+Evaluator::Flow Evaluator::runLoop(const Statement &statement)
 {
     run(statement.first);
     while (condition(statement.expression)) {

@@ -1,6 +1,7 @@
 #include "language/Value.h"
 
-#include <charconv>
+#include <openkelda/KQtUtil.h>
+
 #include <cmath>
 #include <limits>
 
@@ -46,16 +47,6 @@ qint64 truncated(double value)
     if (value >= limit)
         return std::numeric_limits<qint64>::max();
     return value < -limit ? std::numeric_limits<qint64>::min() : static_cast<qint64>(value);
-}
-
-QString decimal(double value)
-{
-    char digits[512]; // the largest double has 309 digits
-    const bool integral = std::isfinite(value) && value == std::trunc(value);
-    const double unsignedZero = value == 0 ? 0 : value;
-    const auto end = integral ? std::to_chars(digits, digits + sizeof digits, unsignedZero, std::chars_format::fixed)
-                              : std::to_chars(digits, digits + sizeof digits, value);
-    return QString::fromLatin1(digits, static_cast<int>(end.ptr - digits));
 }
 
 } // namespace
@@ -114,7 +105,7 @@ QString Value::toString() const
     case Kind::Int:
         return QString::number(std::get<qint64>(m_data));
     case Kind::Float:
-        return decimal(std::get<double>(m_data));
+        return KQtUtil::toQString(KString() + std::get<double>(m_data));
     case Kind::String:
         return std::get<QString>(m_data);
     case Kind::StringArray:

@@ -17,6 +17,15 @@ QString tidied(const QString &name)
     return text.isEmpty() ? QStringLiteral("object") : text;
 }
 
+template <typename Count>
+qint64 total(const std::vector<SceneObject> &objects, Count count)
+{
+    qint64 sum = 0;
+    for (const SceneObject &object : objects)
+        sum += static_cast<qint64>(count(*object.mesh));
+    return sum;
+}
+
 } // namespace
 
 Scene::Scene(QObject *parent) : QObject(parent) {}
@@ -97,37 +106,19 @@ void Scene::setSelection(const QStringList &names)
         emit selectionChanged();
 }
 
-void Scene::setVisible(const QString &name, bool visible)
-{
-    const auto found = m_index.constFind(name);
-    if (found == m_index.constEnd() || m_objects[static_cast<std::size_t>(*found)].visible == visible)
-        return;
-    m_objects[static_cast<std::size_t>(*found)].visible = visible;
-    emit changed();
-}
-
 qint64 Scene::triangleCount() const
 {
-    qint64 count = 0;
-    for (const SceneObject &object : m_objects)
-        count += object.mesh->triangleCount();
-    return count;
+    return total(m_objects, [](const Mesh &mesh) { return mesh.triangleCount(); });
 }
 
 qint64 Scene::faceCount() const
 {
-    qint64 count = 0;
-    for (const SceneObject &object : m_objects)
-        count += object.mesh->faceCount();
-    return count;
+    return total(m_objects, [](const Mesh &mesh) { return mesh.faceCount(); });
 }
 
 qint64 Scene::vertexCount() const
 {
-    qint64 count = 0;
-    for (const SceneObject &object : m_objects)
-        count += static_cast<qint64>(object.mesh->positions.size());
-    return count;
+    return total(m_objects, [](const Mesh &mesh) { return mesh.positions.size(); });
 }
 
 int Scene::textureCount() const

@@ -1,6 +1,6 @@
 // scene/Scene.h
 //
-// What the host is working on: named objects with geometry, material, visibility and selection.
+// What the host is working on: named objects with geometry, material and selection.
 
 #pragma once
 
@@ -28,7 +28,6 @@ struct SceneObject
     QString name;
     std::shared_ptr<const Mesh> mesh;         ///< never null
     std::shared_ptr<const Material> material; ///< never null
-    bool visible = true;
     bool selected = false;
 };
 
@@ -51,7 +50,6 @@ public:
     void clear();
     /// Selects exactly these; unknown names are ignored.
     void setSelection(const QStringList &names);
-    void setVisible(const QString &name, bool visible);
 
     qint64 triangleCount() const;
     qint64 faceCount() const;
@@ -61,7 +59,7 @@ public:
     Bounds bounds() const;
 
 signals:
-    /// Objects came, went, or changed their visibility.
+    /// Objects came or went.
     void changed();
     void selectionChanged();
 

@@ -15,14 +15,6 @@
 
 namespace {
 
-const Translator &namedTranslator(const QString &name)
-{
-    const Translator *translator = Translators::find(name);
-    if (!translator)
-        throw CommandError(QStringLiteral("unknown file translator \"%1\"").arg(name));
-    return *translator;
-}
-
 /// All plain arguments, arrays taken apart.
 QStringList plainNames(const Flags &flags)
 {
@@ -38,6 +30,13 @@ void requireKnown(const Scene &scene, const QStringList &names)
         if (!scene.find(name))
             throw CommandError(QStringLiteral("there is no object named \"%1\"").arg(name));
     }
+}
+
+/// The one given by -type, else the one that \p path suggests; null when there is none.
+const Translator *translatorFor(const Flags &flags, const QString &path)
+{
+    return flags.has("-type") ? &Translators::named(flags.value("-type").toString())
+                              : Translators::forExtension(QFileInfo(path).suffix());
 }
 
 /// The file command.
@@ -85,8 +84,7 @@ Value FileCommand::run(const CommandCall &call)
 
 Value FileCommand::import(const Flags &flags, const QString &path)
 {
-    const Translator *translator = flags.has("-type") ? &namedTranslator(flags.value("-type").toString())
-                                                      : Translators::forExtension(QFileInfo(path).suffix());
+    const Translator *translator = translatorFor(flags, path);
     OptionValues options;
     if (translator)
         options = effectiveOptions(FileAction::Import, *translator, flags);
@@ -104,11 +102,7 @@ void FileCommand::warn(const QString &path, const QStringList &warnings)
 
 Value FileCommand::exportTo(const Flags &flags, const QString &path, bool selectionOnly)
 {
-    const Translator *translator = nullptr;
-    if (flags.has("-type"))
-        translator = &namedTranslator(flags.value("-type").toString());
-    else
-        translator = Translators::forExtension(QFileInfo(path).suffix());
+    const Translator *translator = translatorFor(flags, path);
     if (!translator)
         throw CommandError(
             QStringLiteral("cannot export \"%1\": no translator given or known by its extension").arg(path));
@@ -150,13 +144,13 @@ Value fileTranslator(const CommandCall &call)
         return names;
     }
     if (flags.has("-extension"))
-        return namedTranslator(flags.value("-extension").toString()).extension();
+        return Translators::named(flags.value("-extension").toString()).extension();
     if (flags.has("-extensions"))
-        return namedTranslator(flags.value("-extensions").toString()).extensions;
+        return Translators::named(flags.value("-extensions").toString()).extensions;
     if (flags.has("-readSupport"))
-        return namedTranslator(flags.value("-readSupport").toString()).reads;
+        return Translators::named(flags.value("-readSupport").toString()).reads;
     if (flags.has("-writeSupport"))
-        return namedTranslator(flags.value("-writeSupport").toString()).writes();
+        return Translators::named(flags.value("-writeSupport").toString()).writes();
     throw CommandError(QStringLiteral("fileTranslator -q needs one of -list, -extension, -extensions, -readSupport "
                                       "and -writeSupport"));
 }
@@ -176,7 +170,7 @@ Value fileOption(const CommandCall &call, OptionStore &options)
     if (flags.plain().size() != 2 || flags.has("-query") == flags.has("-set"))
         throw CommandError(QStringLiteral("fileOption needs ACTION TRANSLATOR and one of -set KEY VALUE and -q KEY"));
     const FileAction action = OptionStore::actionNamed(flags.plain()[0].toString());
-    const Translator &translator = namedTranslator(flags.plain()[1].toString());
+    const Translator &translator = Translators::named(flags.plain()[1].toString());
     if (flags.has("-set")) {
         options.set(action, translator, flags.value("-set").toString(), flags.value("-set", 1).toString());
         return Value();
@@ -276,7 +270,8 @@ Value sceneInfo(const CommandCall &call, const Scene &scene)
                        "and -boundingBox"));
 }
 
-/// A file operation's refusal becomes the command's failure.
+} // namespace
+
 CommandFunction refusing(CommandFunction function)
 {
     return [function = std::move(function)](const CommandCall &call) {
@@ -288,14 +283,12 @@ CommandFunction refusing(CommandFunction function)
     };
 }
 
-} // namespace
-
 void registerSceneCommands(KeldaHost &host, Scene &scene, OptionStore &options)
 {
     Interpreter &interpreter = host.interpreter();
     auto file = std::make_shared<FileCommand>(host, scene, options);
     interpreter.addCommand("file", refusing([file](const CommandCall &call) { return file->run(call); }));
-    interpreter.addCommand("fileTranslator", fileTranslator);
+    interpreter.addCommand("fileTranslator", refusing(fileTranslator));
     interpreter.addCommand("fileOption",
                            refusing([&options](const CommandCall &call) { return fileOption(call, options); }));
     interpreter.addCommand("select", [&scene](const CommandCall &call) { return select(call, scene); });

@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include "language/Interpreter.h"
+
 class KeldaHost;
 class OptionStore;
 class Scene;
@@ -20,3 +22,6 @@ class Scene;
 ///   delete [NAME...]     without names the selection
 ///   sceneInfo -q -triangles | -faces | -vertices | -objects | -textures | -boundingBox
 void registerSceneCommands(KeldaHost &host, Scene &scene, OptionStore &options);
+
+/// \p function, with the FileError by which a file operation refuses turned into the command's failure.
+CommandFunction refusing(CommandFunction function);

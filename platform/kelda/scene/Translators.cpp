@@ -1,5 +1,7 @@
 #include "scene/Translators.h"
 
+#include "scene/FileOptions.h"
+
 #include <algorithm>
 
 namespace {
@@ -67,6 +69,14 @@ const Translator *Translators::find(const QString &name)
     const auto found =
         std::find_if(table.begin(), table.end(), [&](const Translator &entry) { return entry.name == name; });
     return found == table.end() ? nullptr : &*found;
+}
+
+const Translator &Translators::named(const QString &name)
+{
+    const Translator *translator = find(name);
+    if (!translator)
+        throw FileError(QStringLiteral("unknown file translator \"%1\"").arg(name));
+    return *translator;
 }
 
 const Translator *Translators::forExtension(const QString &extension)

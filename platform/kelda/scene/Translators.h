@@ -25,6 +25,8 @@ namespace Translators {
 const std::vector<Translator> &all();
 /// Null for an unknown name. Case counts.
 const Translator *find(const QString &name);
+/// Throws FileError for an unknown name.
+const Translator &named(const QString &name);
 /// The reading translator for \p extension, which may be in any case and have no dot; null when there is none.
 const Translator *forExtension(const QString &extension);
 

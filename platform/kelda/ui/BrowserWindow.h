@@ -23,7 +23,6 @@ public:
     static void prepareWebPages();
 
     void load(const QUrl &url);
-    QWebView *view() const { return m_view; }
 
 private:
     void showAddress(const QUrl &url);
@@ -40,9 +39,6 @@ public:
     explicit InternalBrowser(QObject *parent = nullptr);
     /// Closes the window.
     ~InternalBrowser() override;
-
-    /// Null when none is open.
-    BrowserWindow *window() const { return m_window; }
 
 public slots:
     void open(const QUrl &url);

@@ -91,8 +91,7 @@ void registerConfirmDialog(KeldaHost &host)
             buttons.append(QStringLiteral("Confirm"));
         const QString closed =
             flags.has("-cancelButton") ? flags.value("-cancelButton").toString() : QStringLiteral("dismiss");
-        const bool hasWindow = host.state() == KGlobal::kInteractive || host.state() == KGlobal::kBaseUI;
-        if (!hasWindow) {
+        if (!host.hasInterface()) {
             host.message(KHost::MessageKind::kInfo, KQtUtil::toKString(flags.value("-message").toString()));
             return closed;
         }

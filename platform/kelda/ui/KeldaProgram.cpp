@@ -64,7 +64,6 @@ KeldaProgram::KeldaProgram(const KeldaOptions &options)
 KeldaProgram::~KeldaProgram()
 {
     m_host->plugins().unloadAll();
-    showWaitCursor(false);
     m_browser.reset();
     if (m_window)
         m_window->disconnect(this);
@@ -84,7 +83,6 @@ void KeldaProgram::buildWindow()
     QApplication::setQuitOnLastWindowClosed(false);
     m_window = new MainWindow(*m_host, m_scene);
     m_host->setMainWindow(m_window);
-    connect(m_host.get(), &KeldaHost::waitCursorChanged, this, &KeldaProgram::showWaitCursor);
     connect(m_window, &MainWindow::closed, this, [this] { quit(); });
     connect(m_window, &QObject::destroyed, this, [this] { quit(); });
     m_window->show();
@@ -157,20 +155,19 @@ bool KeldaProgram::loadInstalledPlugIns()
 
 bool KeldaProgram::runCommand(const QString &text)
 {
-    KCommandResult result;
-    if (!m_host->execute(KQtUtil::toKString(text), result, true, true))
+    Value result;
+    if (!m_host->run(text, result, true))
         return false;
-    if (result.kind() != KCommandResult::kNone)
-        print("result: ", resultText(result));
+    if (!result.isNone())
+        print("result: ", result.toString());
     return true;
 }
 
 bool KeldaProgram::runScript(const QString &file)
 {
-    KCommandResult ignored;
+    Value ignored;
     const QString path = QFileInfo(file).absoluteFilePath();
-    const QString command = QStringLiteral("source ") + quotedArgument(path);
-    return static_cast<bool>(m_host->execute(KQtUtil::toKString(command), ignored, true, true));
+    return static_cast<bool>(m_host->run(QStringLiteral("source ") + quotedArgument(path), ignored, true));
 }
 
 void KeldaProgram::quit(int exitStatus)
@@ -191,15 +188,4 @@ void KeldaProgram::print(const char *prefix, const QString &text) const
     line.replace(QLatin1Char('\n'), QLatin1String("\\n"));
     std::fputs((prefix + line.toUtf8() + '\n').constData(), stdout);
     std::fflush(stdout);
-}
-
-void KeldaProgram::showWaitCursor(bool on)
-{
-    if (on == m_waiting)
-        return;
-    m_waiting = on;
-    if (on)
-        QApplication::setOverrideCursor(Qt::WaitCursor);
-    else
-        QApplication::restoreOverrideCursor();
 }

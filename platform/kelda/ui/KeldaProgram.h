@@ -43,11 +43,8 @@ public:
 
     KeldaHost &host() { return *m_host; }
     Scene &scene() { return m_scene; }
-    OptionStore &fileOptions() { return m_fileOptions; }
     /// Null in batch and library mode, and when the window was destroyed.
     MainWindow *window() const;
-    /// Null without the option.
-    InternalBrowser *browser() const { return m_browser.get(); }
 
     /// Runs one command as --command does, with its result and errors echoed. Returns its success.
     bool runCommand(const QString &text);
@@ -62,7 +59,6 @@ private:
     bool loadPlugIn(const QString &file);
     bool loadInstalledPlugIns();
     void print(const char *prefix, const QString &text) const;
-    void showWaitCursor(bool on);
 
     KeldaOptions m_options;
     Scene m_scene;
@@ -72,5 +68,4 @@ private:
     QPointer<MainWindow> m_window;
     int m_exitStatus = 0;
     bool m_quitting = false;
-    bool m_waiting = false;
 };

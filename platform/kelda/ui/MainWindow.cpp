@@ -94,26 +94,30 @@ void MainWindow::buildMenus()
             [this](bool on) { m_viewport->setShading(on ? Rasterizer::Shading::Smooth : Rasterizer::Shading::Flat); });
 }
 
+QDockWidget *MainWindow::addDock(const QString &title, const QString &name, QWidget *content, Qt::DockWidgetArea area)
+{
+    auto *dock = new QDockWidget(title, this);
+    dock->setObjectName(name);
+    dock->setWidget(content);
+    addDockWidget(area, dock);
+    return dock;
+}
+
 void MainWindow::buildObjectDock()
 {
-    auto *dock = new QDockWidget(tr("Objects"), this);
-    dock->setObjectName(QStringLiteral("KeldaObjectDock"));
-    m_objects = new QListWidget(dock);
+    m_objects = new QListWidget(this);
     m_objects->setObjectName(QStringLiteral("KeldaObjectList"));
     m_objects->setAccessibleName(tr("Scene objects"));
     m_objects->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_objects->setUniformItemSizes(true);
-    dock->setWidget(m_objects);
-    addDockWidget(Qt::LeftDockWidgetArea, dock);
+    QDockWidget *dock = addDock(tr("Objects"), QStringLiteral("KeldaObjectDock"), m_objects, Qt::LeftDockWidgetArea);
     resizeDocks({dock}, {190}, Qt::Horizontal);
     connect(m_objects, &QListWidget::itemSelectionChanged, this, &MainWindow::takeSelection);
 }
 
 void MainWindow::buildCommandDock()
 {
-    auto *dock = new QDockWidget(tr("Command"), this);
-    dock->setObjectName(QStringLiteral("KeldaCommandDock"));
-    auto *panel = new QWidget(dock);
+    auto *panel = new QWidget(this);
     auto *layout = new QVBoxLayout(panel);
     layout->setContentsMargins(4, 4, 4, 4);
     layout->setSpacing(4);
@@ -136,8 +140,7 @@ void MainWindow::buildCommandDock()
     layout->addWidget(m_messages);
     layout->addWidget(m_commandLine);
     layout->addWidget(m_messageLine);
-    dock->setWidget(panel);
-    addDockWidget(Qt::BottomDockWidgetArea, dock);
+    QDockWidget *dock = addDock(tr("Command"), QStringLiteral("KeldaCommandDock"), panel, Qt::BottomDockWidgetArea);
     resizeDocks({dock}, {170}, Qt::Vertical);
     connect(m_commandLine, &QLineEdit::returnPressed, this, &MainWindow::runTypedCommand);
 }
@@ -236,8 +239,8 @@ void MainWindow::exportFile()
 
 void MainWindow::runCommand(const QString &text)
 {
-    KCommandResult result;
-    m_host.execute(KQtUtil::toKString(text), result, true, true);
+    Value ignored;
+    m_host.run(text, ignored, true);
 }
 
 void MainWindow::runTypedCommand()

@@ -10,6 +10,7 @@
 #include <QStringList>
 
 class KeldaHost;
+class QDockWidget;
 class QLineEdit;
 class QListWidget;
 class QPlainTextEdit;
@@ -47,6 +48,7 @@ protected:
 
 private:
     void buildMenus();
+    QDockWidget *addDock(const QString &title, const QString &name, QWidget *content, Qt::DockWidgetArea area);
     void buildObjectDock();
     void buildCommandDock();
     void refreshFileMenu();

@@ -1,6 +1,7 @@
 #include "ui/OptionBox.h"
 
 #include "host/KeldaHost.h"
+#include "scene/SceneCommands.h"
 #include "scene/Translators.h"
 
 #include <QApplication>
@@ -166,29 +167,20 @@ OptionPanel &OptionBox::panel(FileAction action, const QString &layoutName)
 void OptionBox::showTranslator(FileAction action, const QString &layoutName, const QString &translatorName)
 {
     OptionPanel &box = panel(action, layoutName);
-    const Translator *translator = Translators::find(translatorName);
-    if (!translator)
-        throw CommandError(QStringLiteral("unknown file translator \"%1\"").arg(translatorName));
-    if (box.translator() != translator)
-        box.show(*translator, m_options.values(action, *translator));
+    const Translator &translator = Translators::named(translatorName);
+    if (box.translator() != &translator)
+        box.show(translator, m_options.values(action, translator));
 }
 
-/// Reads ACTION and the other texts, \p count in all, and turns a refusal into the command's failure.
+/// Hands ACTION and all texts, \p count of them, to \p body.
 CommandFunction procedure(std::size_t count, std::function<void(FileAction, const QStringList &)> body)
 {
-    return [count, body = std::move(body)](const CommandCall &call) {
-        QStringList texts;
-        for (const Value &value : call.arguments)
-            texts.append(value.toString());
-        if (call.arguments.size() != count)
-            throw CommandError(QStringLiteral("%1 takes %2 arguments").arg(call.name).arg(count));
-        try {
-            body(OptionStore::actionNamed(texts.first()), texts);
-        } catch (const FileError &problem) {
-            throw CommandError(problem.reason());
-        }
+    return refusing([count, body = std::move(body)](const CommandCall &call) {
+        call.requireCount(count);
+        const QStringList texts = call.texts();
+        body(OptionStore::actionNamed(texts.first()), texts);
         return Value();
-    };
+    });
 }
 
 } // namespace

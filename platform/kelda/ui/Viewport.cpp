@@ -57,8 +57,6 @@ QImage Viewport::render(const QSize &size) const
     Rasterizer picture(size, m_camera);
     picture.fillBackground(QColor(86, 93, 102), QColor(38, 41, 46));
     for (const SceneObject &object : m_scene.objects()) {
-        if (!object.visible)
-            continue;
         picture.drawObject(object, m_shading);
         if (object.selected)
             picture.drawBox(object.mesh->bounds(), QColor(120, 190, 255));

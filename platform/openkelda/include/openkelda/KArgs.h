@@ -21,8 +21,6 @@ public:
     void enableQuery(bool enable) { m_query = enable; }
     void enableEdit(bool enable) { m_edit = enable; }
 
-    bool hasQuery() const { return m_query; }
-    bool hasEdit() const { return m_edit; }
     /// The short name of \p flag, given by its short or long name; empty for an unknown flag.
     std::string shortNameOf(const std::string &flag) const;
 
