@@ -1,7 +1,7 @@
 #include "cloud/Portal_CloudBrowserDockWidget.h"
 
 #include "cloud/Portal_CloudBrowser.h"
-#include "TavrinStrings.h"
+#include "cloud/UiText.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -42,7 +42,7 @@ Portal_CloudBrowserDockWidget::Portal_CloudBrowserDockWidget(QWidget *parent)
     setAccessibleName(QStringLiteral("CloudPortal_Docking_wdn"));
     setWidget(m_tabWidget);
     setFeatures(DockWidgetClosable | DockWidgetMovable | DockWidgetFloatable);
-    setWindowTitle(KQtUtil::toQString(TavrinStrings::getString(TavrinStrings::kCloudPortalWindowLabel)));
+    setWindowTitle(UiText(TavrinStrings::kCloudPortalWindowLabel));
     connect(m_tabWidget, &QTabWidget::currentChanged, this, &Portal_CloudBrowserDockWidget::currentTabPageChanged);
 
     m_mainWindow = qobject_cast<QMainWindow *>(KQtUtil::mainWindow());

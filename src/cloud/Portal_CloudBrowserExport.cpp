@@ -64,10 +64,7 @@ void Portal_CloudBrowserWindows::RefreshExporterFilterList()
     const Operation operation(this);
     KStringArray names;
     KStringArray extensions;
-    {
-        const SpinningCall call(this);
-        getAllExportTranslator(names, extensions);
-    }
+    spinning([&] { getAllExportTranslator(names, extensions); });
     if (operation.pageIsGone())
         return;
     // Nothing is emptied before the host has answered, since the call may have let another refresh in.
@@ -130,8 +127,7 @@ void Portal_CloudBrowserWindows::ExportClick(bool selectionOnly)
         return;
     const Operation operation(this);
     if (m_exportTranslator.isEmpty()) {
-        const SpinningCall call(this);
-        reportMissingTranslator();
+        spinning(reportMissingTranslator);
         return;
     }
     const KString name = exportFileName();

@@ -50,12 +50,40 @@ QPushButton *createActionButton(const QString &label, const char *accessibleName
     return button;
 }
 
-QLineEdit *createNameField(QWidget *parent)
+QLineEdit *createNameField(const char *objectName, QWidget *parent)
 {
     auto *field = new QLineEdit(parent);
+    field->setObjectName(QString::fromLatin1(objectName));
     field->setFixedHeight(kFieldHeight);
     field->setStyleSheet(kFieldStyle);
     return field;
+}
+
+/// The page of a tab, with an empty column for its rows.
+QWidget *createTabPage(QWidget *parent)
+{
+    auto *page = new QWidget(parent);
+    page->setFixedHeight(kTabPageHeight);
+    new QVBoxLayout(page);
+    return page;
+}
+
+/// The label of \p field.
+QLabel *createLabel(const KStringResourceId &text, QWidget *field)
+{
+    auto *label = new QLabel(UiText(text), field->parentWidget());
+    label->setBuddy(field);
+    return label;
+}
+
+/// Adds a row of \p widgets to \p page.
+QHBoxLayout *addRow(QWidget *page, std::initializer_list<QWidget *> widgets)
+{
+    auto *row = new QHBoxLayout;
+    for (QWidget *widget : widgets)
+        row->addWidget(widget);
+    static_cast<QVBoxLayout *>(page->layout())->addLayout(row);
+    return row;
 }
 
 /// One part of the pager: a row without margins, added to \p parts.
@@ -149,11 +177,6 @@ bool Portal_CloudBrowserWindows::CreatePageSearchBrowserUI()
 {
     if (!IsPaged())
         return false;
-    m_currentPage = 1;
-    m_itemsPerPage = 64;
-    m_itemCount = 0;
-    m_pageCount = 1;
-
     m_pagingLayout = new QHBoxLayout;
     m_pagingLayout->setContentsMargins(0, 3, 0, 3);
     m_pagingLayout->setSpacing(0);
@@ -214,8 +237,6 @@ void Portal_CloudBrowserWindows::CreateItemsPerPageBox(QHBoxLayout *row)
 
 QTabWidget *Portal_CloudBrowserWindows::CreateImportExportTabs()
 {
-    m_translators.clear();
-    m_extensions.clear();
     auto *tabs = new QTabWidget(this);
     tabs->setObjectName(QStringLiteral("ImportExportTabs"));
     tabs->addTab(CreateImportTab(), UiText(TavrinStrings::kCloudPortalImport));
@@ -230,77 +251,48 @@ QTabWidget *Portal_CloudBrowserWindows::CreateImportExportTabs()
 
 QWidget *Portal_CloudBrowserWindows::CreateImportTab()
 {
-    auto *page = new QWidget(this);
-    page->setFixedHeight(kTabPageHeight);
-    auto *rows = new QVBoxLayout(page);
-
-    m_importNameLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFileName), page);
-    m_importName = createNameField(page);
-    m_importName->setObjectName(QStringLiteral("CloudImportFileName"));
+    QWidget *page = createTabPage(this);
+    m_importName = createNameField("CloudImportFileName", page);
     m_importName->setEnabled(false);
     m_importName->setReadOnly(true);
-    m_importNameLabel->setBuddy(m_importName);
+    m_importNameLabel = createLabel(TavrinStrings::kCloudPortalFileName, m_importName);
     m_importButton = createActionButton(UiText(TavrinStrings::kCloudPortalImport), "CloudImportButton", page);
     connect(m_importButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ImportClick);
-    auto *nameRow = new QHBoxLayout;
-    nameRow->addWidget(m_importNameLabel);
-    nameRow->addWidget(m_importName);
-    nameRow->addWidget(m_importButton);
-    rows->addLayout(nameRow);
+    addRow(page, {m_importNameLabel, m_importName, m_importButton});
 
     m_importOptions = new QCheckBox(page);
     m_importOptions->setFixedHeight(22);
     m_importOptions->setObjectName(QStringLiteral("CloudImportOptions"));
-    m_importOptionsLabel = new QLabel(UiText(TavrinStrings::kCloudPortalImportOptions), page);
-    m_importOptionsLabel->setBuddy(m_importOptions);
-    auto *optionsRow = new QHBoxLayout;
-    optionsRow->addWidget(m_importOptions);
-    optionsRow->addWidget(m_importOptionsLabel);
-    optionsRow->addStretch();
-    rows->addLayout(optionsRow);
+    m_importOptionsLabel = createLabel(TavrinStrings::kCloudPortalImportOptions, m_importOptions);
+    addRow(page, {m_importOptions, m_importOptionsLabel})->addStretch();
     return page;
 }
 
 QWidget *Portal_CloudBrowserWindows::CreateExportTab()
 {
-    auto *page = new QWidget(this);
-    page->setFixedHeight(kTabPageHeight);
-    auto *rows = new QVBoxLayout(page);
-
-    m_exportNameLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFileName), page);
-    m_exportName = createNameField(page);
-    m_exportName->setObjectName(QStringLiteral("CloudExportFileName"));
-    m_exportNameLabel->setBuddy(m_exportName);
+    QWidget *page = createTabPage(this);
+    m_exportName = createNameField("CloudExportFileName", page);
     connect(m_exportName, &QLineEdit::textChanged, this, &Portal_CloudBrowserWindows::exportTextChangedEvent);
+    m_exportNameLabel = createLabel(TavrinStrings::kCloudPortalFileName, m_exportName);
     m_exportSelectionButton =
         createActionButton(UiText(TavrinStrings::kCloudPortalExportSelection), "CloudExportSelectionButton", page);
     connect(m_exportSelectionButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ExportSelectionClick);
     m_exportAllButton = createActionButton(UiText(TavrinStrings::kCloudPortalExportAll), "CloudExportAllButton", page);
     connect(m_exportAllButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ExportAllClick);
-    auto *nameRow = new QHBoxLayout;
-    nameRow->addWidget(m_exportNameLabel);
-    nameRow->addWidget(m_exportName);
-    nameRow->addWidget(m_exportSelectionButton);
-    nameRow->addWidget(m_exportAllButton);
-    rows->addLayout(nameRow);
+    addRow(page, {m_exportNameLabel, m_exportName, m_exportSelectionButton, m_exportAllButton});
 
-    m_exportFilterLabel = new QLabel(UiText(TavrinStrings::kCloudPortalFilter), page);
     m_exportFilter = new QComboBox(page);
     m_exportFilter->setObjectName(QStringLiteral("CloudExportFilter"));
-    m_exportFilterLabel->setBuddy(m_exportFilter);
     connect(m_exportFilter, qOverload<int>(&QComboBox::currentIndexChanged), this,
             &Portal_CloudBrowserWindows::ExportFilterFilesClick);
+    m_exportFilterLabel = createLabel(TavrinStrings::kCloudPortalFilter, m_exportFilter);
     m_exportOptionsButton = new QPushButton(TavrinHelper::portalIcon("option_gear.png"), QString(), page);
     m_exportOptionsButton->setFixedHeight(kFieldHeight);
     m_exportOptionsButton->setObjectName(QStringLiteral("CloudExportOptionsButton"));
     m_exportOptionsButton->setAccessibleName(UiText(TavrinStrings::kCloudPortalExportOptions));
     m_exportOptionsButton->setToolTip(UiText(TavrinStrings::kCloudPortalExportOptions));
     connect(m_exportOptionsButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::ShowExportOptions);
-    auto *filterRow = new QHBoxLayout;
-    filterRow->addWidget(m_exportFilterLabel);
-    filterRow->addWidget(m_exportFilter, 1);
-    filterRow->addWidget(m_exportOptionsButton);
-    rows->addLayout(filterRow);
+    addRow(page, {m_exportFilterLabel, m_exportFilter, m_exportOptionsButton})->setStretchFactor(m_exportFilter, 1);
     return page;
 }
 

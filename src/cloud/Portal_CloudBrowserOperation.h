@@ -45,3 +45,11 @@ private:
     PortalCall m_call;
     QPointer<Portal_CloudBrowserWindows> m_page;
 };
+
+/// The result of \p call, which can spin the event loop and so may destroy the page.
+template <typename Call>
+auto Portal_CloudBrowserWindows::spinning(const Call &call)
+{
+    const SpinningCall guard(this);
+    return call();
+}

@@ -1,4 +1,4 @@
-// Paging: which pages a paged portal's bar offers, and what a click on them does.
+// Paging: how a page of a paged portal is fetched, which others its bar offers, and what a click on them does.
 
 #include "cloud/NavigationWidgets.h"
 #include "cloud/Portal_CloudBrowserOperation.h"
@@ -41,6 +41,28 @@ void Portal_CloudBrowserWindows::updatePager()
     previous->setEnabled(page >= 2);
     SetNavigationButtonText(previous, page < 2 ? QStringLiteral("<")
                                                : QStringLiteral("< ") + UiText(TavrinStrings::kCloudPortalPrevious));
+}
+
+void Portal_CloudBrowserWindows::fetchPage(HeaderMap &criteria, ItemVector &items)
+{
+    const Operation operation(this);
+    int page = -1;
+    int pageCount = m_pageCount;
+    int itemCount = m_itemCount;
+    const bool found = spinning([&] {
+        return m_portal->GetBrowser()->SearchCloudItems(m_portal->GetLogin(), criteria, m_currentPage, m_itemsPerPage,
+                                                        items, page, pageCount, itemCount);
+    });
+    if (operation.pageIsGone())
+        return;
+    if (!found) {
+        DisablePageResultNavigationUI();
+        return;
+    }
+    m_currentPage = page;
+    m_pageCount = pageCount;
+    m_itemCount = itemCount;
+    updatePager();
 }
 
 void Portal_CloudBrowserWindows::SwitchPage(int delta)

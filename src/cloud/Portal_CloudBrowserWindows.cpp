@@ -89,11 +89,7 @@ void Portal_CloudBrowserWindows::LogActionClick()
         return;
     const Operation operation(this);
     const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
-    bool isLoggedIn = false;
-    {
-        const SpinningCall call(this);
-        isLoggedIn = m_controller->isUserLoggedIn();
-    }
+    const bool isLoggedIn = spinning([this] { return m_controller->isUserLoggedIn(); });
     if (operation.pageIsGone())
         return;
     if (isLoggedIn)
@@ -110,14 +106,14 @@ void Portal_CloudBrowserWindows::RefreshLoginButtonState()
     }
     const Operation operation(this);
     const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
-    bool isLoggedIn = false;
     KString user;
-    {
-        const SpinningCall call(this);
-        isLoggedIn = m_controller->isUserLoggedIn();
-        if (isLoggedIn && !operation.pageIsGone())
+    const bool isLoggedIn = spinning([&] {
+        if (!m_controller->isUserLoggedIn())
+            return false;
+        if (!operation.pageIsGone())
             m_controller->getUserName(user);
-    }
+        return true;
+    });
     if (operation.pageIsGone())
         return;
 

@@ -44,7 +44,9 @@ public:
 
     /// Shows the logged-in or the logged-out look. Asks the portal and so may spin the event loop.
     void RefreshLoginButtonState();
+    /// Switches on what needs a session, or off; what needs a choice as well is only switched off.
     void EnablePortalGui(bool enable);
+    /// The pager without a result; nothing on a page that has no pager.
     void DisablePageResultNavigationUI();
 
     /// Shows the page \p delta pages on, when the service's totals allow it. May spin the event loop.
@@ -53,10 +55,12 @@ public:
     /// event loop.
     void ListViewItemClicked(ICloudPortalApi::ICloudItem *item, bool doubleClick);
 
-    /// Downloads go below this directory; ends in a separator.
+    /// The directory that \p item is downloaded into; ends in a separator.
     KString DownloadFolder(ICloudPortalApi::ICloudItem *item);
+    /// Runs the option box of the import of \p localPath, if the user wants it and the host has a translator.
     void ShowImportOptions(KString localPath);
     /// Runs the host's option box for \p translator modally; what was accepted is the host's current option then.
+    /// Spins the event loop.
     void ShowOptionsDialog(KString action, KString title, KString translator, KString path);
 
     /// Offers the host's export translators anew.
@@ -148,6 +152,8 @@ private:
     bool IsPaged() const;
     bool HasExportFormats() const;
 
+    template <typename Call>
+    auto spinning(const Call &call);
     bool postpone(Postponed kind, std::function<void()> call);
     void operationEnded();
     void runPostponed();
@@ -163,6 +169,7 @@ private:
     void exportUnderName(const KString &extension);
     void rebuildFolderPath();
 
+    void fetchPage(HeaderMap &criteria, ItemVector &items);
     void updatePager();
     void setPageButton(PageButton button, bool available, qint64 page);
 
