@@ -7,6 +7,7 @@
 #include "Programs.h"
 #include "Report.h"
 #include "TimerGaps.h"
+#include "Toolkit.h"
 #include "ui/KeldaProgram.h"
 
 #include <QApplication>
@@ -56,6 +57,13 @@ struct Downloads
         return held ? megabytesPerSecond(seconds) : failed;
     }
 
+    double toolkit() const
+    {
+        const QString target = folder.filePath(QStringLiteral("toolkit.bin"));
+        QFile::remove(target);
+        return megabytesPerSecond(toolkitDownloadSeconds(server.address(https) + fileName, target));
+    }
+
     double curl() const
     {
         const QString target = folder.filePath(QStringLiteral("curl.bin"));
@@ -90,6 +98,10 @@ int main(int argc, char **argv)
             rounds, [&] { return downloads.ours(); }, [&] { return downloads.curl(); });
         report.addRatio(what + QStringLiteral("rate"), rates, QStringLiteral("MB/s"),
                         {Target::Kind::AtLeast, https ? 0.7 : 0.9});
+        const Rounds floors = alternate(
+            rounds, [&] { return downloads.toolkit(); }, [&] { return downloads.curl(); });
+        report.addRatio(what + QStringLiteral("the toolkit alone"), floors, QStringLiteral("MB/s"),
+                        {Target::Kind::None, 0});
         report.addValues(what + QStringLiteral("memory growth"), downloads.growth, largest, QStringLiteral("MiB"),
                          {Target::Kind::AtMost, 48});
         report.addValues(what + QStringLiteral("99th percentile gap"), downloads.percentile, median,

@@ -68,7 +68,7 @@ int travel()
     CloudProcess cloud;
     Driver driver;
     DropboxGuide guide(driver, cloud);
-    CloudPage page(driver, guide.tab());
+    CloudPage page(driver, guide.facts().tab);
     removeSettings();
     storeDockedAtTheRight();
     const auto fail = [&] {

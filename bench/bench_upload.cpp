@@ -6,20 +6,17 @@
 #include "Memory.h"
 #include "Programs.h"
 #include "Report.h"
+#include "Toolkit.h"
 #include "ui/KeldaProgram.h"
 
 #include <openkelda/KQtUtil.h>
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 #include <cstdio>
 #include <limits>
-#include <memory>
 
 namespace {
 
@@ -58,37 +55,26 @@ struct Uploads
         return held ? megabytesPerSecond(seconds) : failed;
     }
 
-    /// What the toolkit alone takes for the same file, which it reads as it sends it.
+    QString address() const
+    {
+        const QString authority = port == 0 ? host : host + ':' + QString::number(port);
+        return (https ? "https://" : "http://") + authority + path;
+    }
+
     double toolkit() const
     {
-        QFile file(folder + QStringLiteral("/upload.bin"));
-        const QString authority = port == 0 ? host : host + ':' + QString::number(port);
-        QNetworkRequest request(QUrl((https ? "https://" : "http://") + authority + path));
-        request.setHeader(QNetworkRequest::ContentTypeHeader, "application/octet-stream");
-        request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-        QNetworkAccessManager manager;
-        QEventLoop loop;
-        QElapsedTimer clock;
-        clock.start();
-        if (!file.open(QIODevice::ReadOnly))
-            return failed;
-        const std::unique_ptr<QNetworkReply> reply(manager.post(request, &file));
-        QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
-        loop.exec();
-        const double seconds = double(clock.nsecsElapsed()) / 1e9;
-        return reply->error() == QNetworkReply::NoError ? megabytesPerSecond(seconds) : failed;
+        return megabytesPerSecond(toolkitUploadSeconds(folder + QStringLiteral("/upload.bin"), address()));
     }
 
     double curl() const
     {
-        const QString authority = port == 0 ? host : host + ':' + QString::number(port);
         const QStringList arguments{QStringLiteral("-H"),
                                     QStringLiteral("Expect:"),
                                     QStringLiteral("-o"),
                                     QStringLiteral("/dev/null"),
                                     QStringLiteral("-T"),
                                     folder + QStringLiteral("/upload.bin"),
-                                    (https ? "https://" : "http://") + authority + path};
+                                    address()};
         return megabytesPerSecond(curlSeconds(curlOptions + arguments));
     }
 };
