@@ -69,7 +69,7 @@ void TestE2EPlyx::signsInAfterAWrongPassword()
              qPrintable(error()));
     QTRY_VERIFY(refusal().contains("wrong"));
     QVERIFY(!m_page->isSignedIn());
-    QCOMPARE(storedSession(PlyxGuide::settingsName()), QString());
+    QCOMPARE(storedSession(m_guide->facts().settings), QString());
 
     QVERIFY2(m_driver->typeInPage(m_page->signInPage(), "#password", "demo") &&
                  m_driver->clickInPage(m_page->signInPage(), "#sign-in"),
@@ -92,20 +92,20 @@ void TestE2EPlyx::closedSignInCanBeStartedAgain()
 void TestE2EPlyx::sessionIsKeptUntilLogout()
 {
     QVERIFY2(openSignedIn(), qPrintable(error()));
-    const QString session = storedSession(PlyxGuide::settingsName());
+    const QString session = storedSession(m_guide->facts().settings);
     QVERIFY(session.contains('+') || session.contains('/'));
-    const int admitted = m_guide->answers(m_guide->admission());
+    const int admitted = m_guide->answers(m_guide->facts().admission);
 
     QVERIFY2(startHost() && m_page->open(), qPrintable(error()));
     m_guide = std::make_unique<PlyxGuide>(*m_driver, m_cloud);
     QVERIFY2(m_driver->waitFor([this] { return m_page->isSignedIn(); }, "the stored session"), qPrintable(error()));
     QVERIFY2(m_page->openFolder("Home"), qPrintable(error()));
-    QCOMPARE(m_guide->answers(m_guide->admission()), admitted);
+    QCOMPARE(m_guide->answers(m_guide->facts().admission), admitted);
 
     QVERIFY2(m_page->logOut(), qPrintable(error()));
     QVERIFY(!m_page->isListEnabled());
     const QByteArray kept =
-        contentBelow(m_userDir->path()) + contentBelow(QFileInfo(settingsFile(PlyxGuide::settingsName())).path());
+        contentBelow(m_userDir->path()) + contentBelow(QFileInfo(settingsFile(m_guide->facts().settings)).path());
     QVERIFY2(!kept.contains(session.toUtf8()), "the session is still on disk");
 }
 

@@ -35,15 +35,21 @@ QWidget *CloudPage::page() const
     return m_driver.find(QStringLiteral("Portal_CloudBrowserWindows_") + m_portal, dock());
 }
 
+QWidget *CloudPage::part(const char *name) const
+{
+    return m_driver.find(QString::fromLatin1(name), page());
+}
+
 QListWidget *CloudPage::list() const
 {
-    return qobject_cast<QListWidget *>(m_driver.find(QStringLiteral("ListOfFileFromCloud"), page()));
+    return qobject_cast<QListWidget *>(part("ListOfFileFromCloud"));
 }
 
 QPushButton *CloudPage::loginButton() const
 {
-    return qobject_cast<QPushButton *>(m_driver.find(QStringLiteral("CloudPortalLoginButton"), page()));
+    return qobject_cast<QPushButton *>(part("CloudPortalLoginButton"));
 }
+
 bool CloudPage::open()
 {
     if (!m_driver.chooseFromMenu(QStringLiteral("File"), m_driver.textOf(QStringLiteral("kCloudPortalMenu"))))
@@ -220,7 +226,7 @@ bool CloudPage::openFromPath(const QString &folder, const QString &child)
 bool CloudPage::goUp()
 {
     const QStringList before = entries();
-    const auto *bar = qobject_cast<QToolBar *>(m_driver.find(QStringLiteral("ParentFolderBar"), page()));
+    const auto *bar = qobject_cast<QToolBar *>(part("ParentFolderBar"));
     if (!bar)
         return m_driver.fail(QStringLiteral("there is no parent-folder button"));
     return m_driver.click(bar->widgetForAction(bar->actions().value(0))) &&
@@ -229,12 +235,12 @@ bool CloudPage::goUp()
 
 bool CloudPage::search(const QString &text)
 {
-    return m_driver.replace(m_driver.find(QStringLiteral("SearchTextInput"), page()), text, Qt::Key_Return);
+    return m_driver.replace(part("SearchTextInput"), text, Qt::Key_Return);
 }
 
 bool CloudPage::nextPage()
 {
-    return m_driver.click(m_driver.find(QStringLiteral("NextPageButton"), page()));
+    return m_driver.click(part("NextPageButton"));
 }
 
 bool CloudPage::select(const QString &name)
@@ -245,20 +251,20 @@ bool CloudPage::select(const QString &name)
 
 QString CloudPage::chosenFile() const
 {
-    QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());
-    auto *field = button ? button->parentWidget()->findChild<QLineEdit *>() : nullptr;
+    const QWidget *button = part("CloudImportButton");
+    const auto *field = button ? button->parentWidget()->findChild<QLineEdit *>() : nullptr;
     return field ? field->text() : QString();
 }
 
 bool CloudPage::canImport() const
 {
-    const QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());
+    const QWidget *button = part("CloudImportButton");
     return button && button->isEnabled();
 }
 
 bool CloudPage::import()
 {
-    return m_driver.click(m_driver.find(QStringLiteral("CloudImportButton"), page()));
+    return m_driver.click(part("CloudImportButton"));
 }
 
 bool CloudPage::importByDoubleClick(const QString &name)
@@ -269,7 +275,7 @@ bool CloudPage::importByDoubleClick(const QString &name)
 
 bool CloudPage::setShowOptions(bool on)
 {
-    QWidget *button = m_driver.find(QStringLiteral("CloudImportButton"), page());
+    QWidget *button = part("CloudImportButton");
     auto *box = button ? button->parentWidget()->findChild<QCheckBox *>() : nullptr;
     if (!box)
         return m_driver.fail(QStringLiteral("there is no box for the import options"));
@@ -280,25 +286,15 @@ bool CloudPage::setShowOptions(bool on)
 
 bool CloudPage::showTab(int index)
 {
-    auto *tabs = qobject_cast<QTabWidget *>(m_driver.find(QStringLiteral("ImportExportTabs"), page()));
+    auto *tabs = qobject_cast<QTabWidget *>(part("ImportExportTabs"));
     if (!tabs || index >= tabs->count())
         return m_driver.fail(QStringLiteral("there is no such tab below the list"));
     return tabs->currentIndex() == index || m_driver.click(tabs->tabBar(), tabs->tabBar()->tabRect(index).center());
 }
 
-bool CloudPage::showImportTab()
-{
-    return showTab(0);
-}
-
-bool CloudPage::showExportTab()
-{
-    return showTab(1);
-}
-
 QComboBox *CloudPage::translatorBox() const
 {
-    return qobject_cast<QComboBox *>(m_driver.find(QStringLiteral("CloudExportFilter"), page()));
+    return qobject_cast<QComboBox *>(part("CloudExportFilter"));
 }
 
 QStringList CloudPage::translators() const
@@ -317,26 +313,21 @@ bool CloudPage::chooseTranslator(const QString &name)
 
 bool CloudPage::setExportName(const QString &name)
 {
-    return m_driver.replace(m_driver.find(QStringLiteral("CloudExportFileName"), page()), name);
+    return m_driver.replace(part("CloudExportFileName"), name);
 }
 
 QString CloudPage::exportName() const
 {
-    auto *field = qobject_cast<QLineEdit *>(m_driver.find(QStringLiteral("CloudExportFileName"), page()));
+    auto *field = qobject_cast<QLineEdit *>(part("CloudExportFileName"));
     return field ? field->text() : QString();
 }
 
 bool CloudPage::showExportOptions()
 {
-    return m_driver.click(m_driver.find(QStringLiteral("CloudExportOptionsButton"), page()));
+    return m_driver.click(part("CloudExportOptionsButton"));
 }
 
 bool CloudPage::exportAll()
 {
-    return m_driver.click(m_driver.find(QStringLiteral("CloudExportAllButton"), page()));
-}
-
-bool CloudPage::exportSelection()
-{
-    return m_driver.click(m_driver.find(QStringLiteral("CloudExportSelectionButton"), page()));
+    return m_driver.click(part("CloudExportAllButton"));
 }

@@ -62,8 +62,8 @@ public:
     bool importByDoubleClick(const QString &name);
     bool setShowOptions(bool on);
 
-    bool showImportTab();
-    bool showExportTab();
+    bool showImportTab() { return showTab(0); }
+    bool showExportTab() { return showTab(1); }
     /// The translators that the export tab offers.
     QStringList translators() const;
     bool chooseTranslator(const QString &name);
@@ -71,12 +71,13 @@ public:
     QString exportName() const;
     /// Clicks the gear; returns when the dialog is closed.
     bool showExportOptions();
-    /// Each returns when the export, its questions and the upload have ended.
+    /// Returns when the export, its questions and the upload have ended.
     bool exportAll();
-    bool exportSelection();
 
 private:
     QWidget *page() const;
+    /// The visible widget of the page with that object or accessible name; null without one.
+    QWidget *part(const char *name) const;
     QListWidget *list() const;
     QPushButton *loginButton() const;
     QList<QToolButton *> pathButtons() const;

@@ -1,48 +1,31 @@
 #include "tour/DropboxGuide.h"
 
-#include "tour/Evidence.h"
-
 #include <QWebView>
 
 namespace {
 
 const QPoint browserPlace(60, 70);
 
-QString joined(const QStringList &folder)
+PortalGuide::Facts dropbox()
 {
-    QString path;
-    for (const QString &name : folder)
-        path += QLatin1Char('/') + name;
-    return path;
+    PortalGuide::Facts facts;
+    facts.id = QStringLiteral("dropbox");
+    facts.tab = QStringLiteral("Dropbox");
+    facts.steps = QStringLiteral("sign-in list open-folder download import export upload").split(QLatin1Char(' '));
+    facts.sights.folder = QStringList{QStringLiteral("Models"), QStringLiteral("Textured")};
+    facts.sights.large = QStringLiteral("Large terrain.obj");
+    facts.sights.model = QStringLiteral("Painted barrel.glb");
+    facts.settings = QStringLiteral("TavrinSettings_DropBoxAppBrowser_Kelda");
+    facts.admission = {QStringLiteral("POST"), QStringLiteral("/1/oauth2/token")};
+    facts.download = {QStringLiteral("GET"), QStringLiteral("/1/files/")};
+    facts.upload = {QStringLiteral("POST"), QStringLiteral("/1/files_put/")};
+    facts.replacement = facts.upload;
+    return facts;
 }
 
 } // namespace
 
-QString DropboxGuide::id() const
-{
-    return QStringLiteral("dropbox");
-}
-
-QString DropboxGuide::tab() const
-{
-    return QStringLiteral("Dropbox");
-}
-
-QStringList DropboxGuide::steps() const
-{
-    return {QStringLiteral("sign-in"),  QStringLiteral("list"),   QStringLiteral("open-folder"),
-            QStringLiteral("download"), QStringLiteral("import"), QStringLiteral("export"),
-            QStringLiteral("upload")};
-}
-
-PortalGuide::Sights DropboxGuide::sights() const
-{
-    return {{QStringLiteral("Models"), QStringLiteral("Textured")},
-            {},
-            QStringLiteral("Large terrain.obj"),
-            QStringLiteral("Painted barrel.glb"),
-            {}};
-}
+DropboxGuide::DropboxGuide(Driver &driver, const CloudProcess &cloud) : PortalGuide(dropbox(), driver, cloud) {}
 
 bool DropboxGuide::askToSignIn(CloudPage &page)
 {
@@ -57,42 +40,15 @@ bool DropboxGuide::answerSignIn(CloudPage &page)
     return page.allow();
 }
 
-PortalGuide::Trace DropboxGuide::admission() const
-{
-    return {QStringLiteral("POST"), QStringLiteral("/1/oauth2/token")};
-}
-
-bool DropboxGuide::hasStoredSession(const QString &) const
-{
-    return !storedSession(settingsName()).isEmpty();
-}
-
-QString DropboxGuide::settingsName()
-{
-    return QStringLiteral("TavrinSettings_DropBoxAppBrowser_Kelda");
-}
-
-QStringList DropboxGuide::entries(const View &view) const
-{
-    return namesIn(m_cloud.dropboxFolder() + joined(view.folder));
-}
-
 PortalGuide::Trace DropboxGuide::listing(const View &view) const
 {
-    return {QStringLiteral("GET"), QStringLiteral("/1/metadata/dropbox/") + joined(view.folder) + QLatin1Char('?')};
+    QString target = QStringLiteral("/1/metadata/dropbox/");
+    for (const QString &name : view.folder)
+        target += QLatin1Char('/') + name;
+    return {QStringLiteral("GET"), target + QLatin1Char('?')};
 }
 
-PortalGuide::Trace DropboxGuide::download() const
+QString DropboxGuide::served() const
 {
-    return {QStringLiteral("GET"), QStringLiteral("/1/files/")};
-}
-
-PortalGuide::Trace DropboxGuide::upload() const
-{
-    return {QStringLiteral("POST"), QStringLiteral("/1/files_put/")};
-}
-
-QString DropboxGuide::original(const QStringList &folder, const QString &name) const
-{
-    return m_cloud.dropboxFolder() + joined(folder) + QLatin1Char('/') + name;
+    return m_cloud.dropboxFolder();
 }

@@ -37,7 +37,7 @@ QByteArray contentBelow(const QString &folder)
 
 QStringList namesIn(const QString &folder)
 {
-    return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+    return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
 QStringList sorted(QStringList names)

@@ -12,7 +12,6 @@ namespace {
 
 const int pageSize = 64;
 const int modelType = 119;
-const QString account = QStringLiteral("demo"); ///< its password is the same
 const QString objLabel = QStringLiteral("OBJ ( .obj )");
 
 int mediaType(const QString &gallery)
@@ -36,65 +35,31 @@ bool matches(const QJsonObject &asset, int gallery, const QString &keyword)
            (text(asset, "name") + QLatin1Char(' ') + text(asset, "artist")).contains(keyword, Qt::CaseInsensitive);
 }
 
+PortalGuide::Facts plyx()
+{
+    PortalGuide::Facts facts;
+    facts.id = QStringLiteral("plyx");
+    facts.tab = QStringLiteral("Plyx");
+    facts.steps = QStringLiteral("sign-in list open-folder search page download import").split(QLatin1Char(' '));
+    facts.sights.folder = QStringList{QStringLiteral("Lumo")};
+    facts.sights.archive = QStringList{QStringLiteral("Tarn")};
+    facts.sights.large = QStringLiteral("Brick tower");
+    facts.sights.model = QStringLiteral("Wooden barrel");
+    facts.sights.keyword = QStringLiteral("brick");
+    facts.settings = QStringLiteral("TavrinSettings_PlyxAppBrowser_Kelda");
+    facts.admission = {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
+    facts.download = {QStringLiteral("GET"), QStringLiteral("/v1/Once/")};
+    return facts;
+}
+
 } // namespace
 
-QString PlyxGuide::id() const
-{
-    return QStringLiteral("plyx");
-}
-
-QString PlyxGuide::tab() const
-{
-    return QStringLiteral("Plyx");
-}
-
-QStringList PlyxGuide::steps() const
-{
-    return {QStringLiteral("sign-in"), QStringLiteral("list"), QStringLiteral("open-folder"),
-            QStringLiteral("search"),  QStringLiteral("page"), QStringLiteral("download"),
-            QStringLiteral("import")};
-}
-
-PortalGuide::Sights PlyxGuide::sights() const
-{
-    Sights sights;
-    sights.folder = QStringList{QStringLiteral("Lumo")};
-    sights.archive = QStringList{QStringLiteral("Tarn")};
-    sights.large = QStringLiteral("Brick tower");
-    sights.model = QStringLiteral("Wooden barrel");
-    sights.keyword = QStringLiteral("brick");
-    return sights;
-}
-
-bool PlyxGuide::askToSignIn(CloudPage &page)
-{
-    return askInDialog(page);
-}
-
-bool PlyxGuide::answerSignIn(CloudPage &page)
-{
-    return answerInDialog(page, account, account);
-}
-
-PortalGuide::Trace PlyxGuide::admission() const
-{
-    return {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
-}
-
-bool PlyxGuide::hasStoredSession(const QString &) const
-{
-    return !storedSession(settingsName()).isEmpty();
-}
-
-QString PlyxGuide::settingsName()
-{
-    return QStringLiteral("TavrinSettings_PlyxAppBrowser_Kelda");
-}
+PlyxGuide::PlyxGuide(Driver &driver, const CloudProcess &cloud) : PortalGuide(plyx(), driver, cloud) {}
 
 QVector<QJsonObject> PlyxGuide::assets(const QString &gallery, const QString &keyword) const
 {
     QVector<QJsonObject> found;
-    QFile catalogue(m_cloud.plyxFolder() + QStringLiteral("/catalogue.json"));
+    QFile catalogue(served() + QStringLiteral("/catalogue.json"));
     if (!catalogue.open(QIODevice::ReadOnly))
         return found;
     const QJsonArray all = QJsonDocument::fromJson(catalogue.readAll()).object()[QLatin1String("assets")].toArray();
@@ -141,11 +106,6 @@ PortalGuide::Trace PlyxGuide::listing(const View &view) const
     return {QStringLiteral("GET"), target};
 }
 
-PortalGuide::Trace PlyxGuide::download() const
-{
-    return {QStringLiteral("GET"), QStringLiteral("/v1/Once/")};
-}
-
 int PlyxGuide::filesOf(const QStringList &folder, const QString &name) const
 {
     return asset(folder, name)[QLatin1String("textures")].toArray().size() + 1;
@@ -155,7 +115,7 @@ QString PlyxGuide::original(const QStringList &folder, const QString &name) cons
 {
     for (const QJsonValue &format : asset(folder, name)[QLatin1String("formats")].toArray()) {
         if (text(format.toObject(), "name") == objLabel)
-            return m_cloud.plyxFolder() + QStringLiteral("/files/") + text(format.toObject(), "file");
+            return served() + QStringLiteral("/files/") + text(format.toObject(), "file");
     }
     return QString();
 }
@@ -163,4 +123,9 @@ QString PlyxGuide::original(const QStringList &folder, const QString &name) cons
 QString PlyxGuide::localName(const QStringList &folder, const QString &name) const
 {
     return QString::number(asset(folder, name)[QLatin1String("id")].toInt()) + QStringLiteral(".obj");
+}
+
+QString PlyxGuide::served() const
+{
+    return m_cloud.plyxFolder();
 }

@@ -37,46 +37,53 @@ public:
         int page = 1;
     };
 
-    PortalGuide(Driver &driver, const CloudProcess &cloud) : m_driver(driver), m_cloud(cloud) {}
+    /// What is the same at every visit.
+    struct Facts
+    {
+        QString id;  ///< in file names and in tour.json
+        QString tab; ///< the portal's display name
+        QStringList steps;
+        Sights sights;
+        QString settings;  ///< the plug-in's settings file that keeps the session, where one does
+        Trace admission;   ///< what shows that the service let the user in, once
+        Trace download;    ///< one answer for each file that comes with an entry; filesOf() says how many there are
+        Trace upload;      ///< the answer to an upload of a new file, on a portal that takes files
+        Trace replacement; ///< and to one that replaces another
+    };
+
     virtual ~PortalGuide() = default;
+    const Facts &facts() const { return m_facts; }
 
-    virtual QString id() const = 0;  ///< in file names and in tour.json
-    virtual QString tab() const = 0; ///< the portal's display name
-    virtual QStringList steps() const = 0;
-    virtual Sights sights() const = 0;
-
-    /// Clicks Login and waits until the sign-in page can be answered.
-    virtual bool askToSignIn(CloudPage &page) = 0;
+    /// Clicks Login and waits until the sign-in page can be answered: as it is here, one in the plug-in's dialog with
+    /// the fields "user" and "password" and the button "sign-in".
+    virtual bool askToSignIn(CloudPage &page);
     /// Answers it and waits until the tab shows the user's name and files.
-    virtual bool answerSignIn(CloudPage &page) = 0;
-    /// What shows that the service let the user in, once.
-    virtual Trace admission() const = 0;
+    virtual bool answerSignIn(CloudPage &page);
     /// Whether the plug-in keeps a session on disk, \p userDir being the host's folder for the user.
-    virtual bool hasStoredSession(const QString &userDir) const = 0;
+    virtual bool hasStoredSession(const QString &userDir) const;
 
     /// What the list must show, in any order.
-    virtual QStringList entries(const View &view) const = 0;
+    virtual QStringList entries(const View &view) const;
     virtual Trace listing(const View &view) const = 0;
-    /// One answer for each file that comes with the entry \p name of \p folder; filesOf() says how many there are.
-    virtual Trace download() const = 0;
     virtual int filesOf(const QStringList &folder, const QString &name) const;
     /// The file on the cloud's disk that the entry stands for, and the name under which it arrives.
-    virtual QString original(const QStringList &folder, const QString &name) const = 0;
+    virtual QString original(const QStringList &folder, const QString &name) const;
     virtual QString localName(const QStringList &folder, const QString &name) const;
-    /// The answer to an upload of a new file, and of one that replaces another, on a portal that takes files.
-    virtual Trace upload() const;
-    virtual Trace replacement() const;
 
     int answers(const Trace &trace) const;
 
 protected:
-    // For portals whose page stands in the plug-in's dialog, with the fields "user" and "password" and the button
-    // "sign-in".
-    bool askInDialog(CloudPage &page);
-    bool answerInDialog(CloudPage &page, const QString &user, const QString &password);
+    PortalGuide(const Facts &facts, Driver &driver, const CloudProcess &cloud)
+        : m_driver(driver), m_cloud(cloud), m_facts(facts)
+    {}
+    /// What the service serves, on the cloud's disk.
+    virtual QString served() const = 0;
 
     Driver &m_driver;
     const CloudProcess &m_cloud;
+
+private:
+    Facts m_facts;
 };
 
 /// A guide for each portal that the plug-in has, in the order of its tabs. Both references must outlive the guides.

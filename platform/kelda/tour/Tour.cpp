@@ -30,9 +30,9 @@ bool Tour::run()
     }
     for (std::unique_ptr<PortalGuide> &guide : portalGuides(m_driver, m_cloud)) {
         m_guide = std::move(guide);
-        m_page = std::make_unique<CloudPage>(m_driver, m_guide->tab());
+        m_page = std::make_unique<CloudPage>(m_driver, m_guide->facts().tab);
         m_place.clear();
-        for (const QString &step : m_guide->steps())
+        for (const QString &step : m_guide->facts().steps)
             take(step);
     }
     return report() && m_ok;
@@ -57,7 +57,7 @@ void Tour::take(const QString &name)
     timer.start();
     m_picture = QImage();
     m_pictureName =
-        QStringLiteral("%1-%2-%3").arg(m_steps.size() + 1, 2, 10, QLatin1Char('0')).arg(m_guide->id(), name);
+        QStringLiteral("%1-%2-%3").arg(m_steps.size() + 1, 2, 10, QLatin1Char('0')).arg(m_guide->facts().id, name);
     Outcome outcome = (this->*stepNamed(name))();
     const qint64 ms = timer.elapsed();
     const QStringList messages = m_driver.takeMessages();
@@ -74,12 +74,12 @@ void Tour::take(const QString &name)
     const bool ok = outcome.error.isEmpty();
     m_ok = m_ok && ok;
     const QString detail = ok ? outcome.detail : outcome.error;
-    m_steps << QJsonObject{{QStringLiteral("portal"), m_guide->id()},
+    m_steps << QJsonObject{{QStringLiteral("portal"), m_guide->facts().id},
                            {QStringLiteral("step"), name},
                            {QStringLiteral("ok"), ok},
                            {QStringLiteral("detail"), detail},
                            {QStringLiteral("ms"), ms}};
-    QTextStream(stdout) << (ok ? "ok      " : "FAILED  ") << m_guide->id() << ' ' << name.leftJustified(12) << ms
+    QTextStream(stdout) << (ok ? "ok      " : "FAILED  ") << m_guide->facts().id << ' ' << name.leftJustified(12) << ms
                         << " ms  " << detail << '\n';
 }
 

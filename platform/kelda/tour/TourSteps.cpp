@@ -71,10 +71,10 @@ Tour::Outcome Tour::signIn()
         return failed();
     m_driver.settle();
     m_picture = m_driver.picture();
-    const int before = m_guide->answers(m_guide->admission());
+    const int before = m_guide->answers(m_guide->facts().admission);
     if (!m_guide->answerSignIn(*m_page))
         return failed();
-    if (m_guide->answers(m_guide->admission()) != before + 1)
+    if (m_guide->answers(m_guide->facts().admission) != before + 1)
         return {QStringLiteral("the cloud has not let in exactly one user"), {}};
     if (!m_guide->hasStoredSession(userDir()))
         return {QStringLiteral("no session is stored"), {}};
@@ -99,13 +99,13 @@ Tour::Outcome Tour::list()
 
 Tour::Outcome Tour::openFolder()
 {
-    const QStringList folder = m_guide->sights().folder;
+    const QStringList folder = m_guide->facts().sights.folder;
     return openFolders(folder) ? compareWithCloud({folder, {}, 1}) : failed();
 }
 
 Tour::Outcome Tour::search()
 {
-    const QString keyword = m_guide->sights().keyword;
+    const QString keyword = m_guide->facts().sights.keyword;
     return m_page->search(keyword) ? compareWithCloud({m_place, keyword, 1}) : failed();
 }
 
@@ -129,11 +129,11 @@ QString Tour::localFile(const QString &name) const
 
 Tour::Outcome Tour::fetch(const QStringList &folder, const QString &name)
 {
-    const int served = m_guide->answers(m_guide->download());
+    const int served = m_guide->answers(m_guide->facts().download);
     if (!m_page->select(name) || !m_page->import())
         return failed();
     const int files = m_guide->filesOf(folder, name);
-    if (m_guide->answers(m_guide->download()) != served + files)
+    if (m_guide->answers(m_guide->facts().download) != served + files)
         return {QStringLiteral("the cloud has not served exactly %1 of its files").arg(files), {}};
     const QString original = sha256(m_guide->original(folder, name));
     if (original.isEmpty() || sha256(localFile(m_guide->localName(folder, name))) != original)
@@ -143,7 +143,7 @@ Tour::Outcome Tour::fetch(const QStringList &folder, const QString &name)
 
 Tour::Outcome Tour::download()
 {
-    const PortalGuide::Sights sights = m_guide->sights();
+    const PortalGuide::Sights sights = m_guide->facts().sights;
     if (!goToRoot() || !openFolders(sights.archive) || !m_driver.run(QStringLiteral("file -new -force")))
         return failed();
     const QString original = m_guide->original(sights.archive, sights.large);
@@ -164,7 +164,7 @@ Tour::Outcome Tour::download()
 
 Tour::Outcome Tour::import()
 {
-    const PortalGuide::Sights sights = m_guide->sights();
+    const PortalGuide::Sights sights = m_guide->facts().sights;
     if (!goToRoot() || !openFolders(sights.folder) || !m_driver.run(QStringLiteral("file -new -force")))
         return failed();
     Outcome outcome = fetch(sights.folder, sights.model);
@@ -215,7 +215,7 @@ Tour::Outcome Tour::upload()
 {
     const QString local = localFile(exportName);
     const QString original = m_guide->original(m_place, exportName);
-    if (m_guide->answers(m_guide->upload()) != 1)
+    if (m_guide->answers(m_guide->facts().upload) != 1)
         return {QStringLiteral("the cloud has not taken exactly one file"), {}};
     if (local.isEmpty() || sha256(local) != sha256(original))
         return {QStringLiteral("what the cloud has is not what the host wrote"), {}};
@@ -260,12 +260,12 @@ Tour::Outcome Tour::replace()
 {
     const QString original = m_guide->original(m_place, exportName);
     const QString before = sha256(original);
-    const int replaced = m_guide->answers(m_guide->replacement());
+    const int replaced = m_guide->answers(m_guide->facts().replacement);
     QFile::remove(localFile(exportName)); // the one that came back from the cloud
     if (!m_page->showExportTab() || !m_page->setExportName(exportTyped) || !exportOver())
         return failed();
     const QString after = sha256(original);
-    if (m_guide->answers(m_guide->replacement()) != replaced + 1)
+    if (m_guide->answers(m_guide->facts().replacement) != replaced + 1)
         return {QStringLiteral("the cloud has not replaced exactly one file"), {}};
     if (after == before || after != sha256(localFile(exportName)))
         return {QStringLiteral("what the cloud has is not what the host wrote"), {}};

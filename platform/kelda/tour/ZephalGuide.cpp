@@ -2,66 +2,35 @@
 
 #include "tour/Evidence.h"
 
-#include <QDir>
 #include <QUrl>
 
 namespace {
 
-const QString account = QStringLiteral("demo"); ///< its password is the same
+PortalGuide::Facts zephal()
+{
+    PortalGuide::Facts facts;
+    facts.id = QStringLiteral("zephal");
+    facts.tab = QStringLiteral("Zephal");
+    facts.steps =
+        QStringLiteral("sign-in list open-folder download import export upload replace").split(QLatin1Char(' '));
+    facts.sights.folder = QStringList{QStringLiteral("Projects"), QStringLiteral("Landscape")};
+    facts.sights.archive = facts.sights.folder;
+    facts.sights.large = QStringLiteral("Hills.obj");
+    facts.sights.model = QStringLiteral("Watchtower.glb");
+    facts.admission = {QStringLiteral("POST"), QStringLiteral("/signin"), 302};
+    facts.download = {QStringLiteral("GET"), QStringLiteral("/dav/")};
+    facts.upload = {QStringLiteral("MOVE"), QStringLiteral("/dav/"), 201};
+    facts.replacement = {QStringLiteral("MOVE"), QStringLiteral("/dav/"), 204};
+    return facts;
+}
 
 } // namespace
 
-QString ZephalGuide::id() const
-{
-    return QStringLiteral("zephal");
-}
-
-QString ZephalGuide::tab() const
-{
-    return QStringLiteral("Zephal");
-}
-
-QStringList ZephalGuide::steps() const
-{
-    return {QStringLiteral("sign-in"),  QStringLiteral("list"),   QStringLiteral("open-folder"),
-            QStringLiteral("download"), QStringLiteral("import"), QStringLiteral("export"),
-            QStringLiteral("upload"),   QStringLiteral("replace")};
-}
-
-PortalGuide::Sights ZephalGuide::sights() const
-{
-    Sights sights;
-    sights.folder = QStringList{QStringLiteral("Projects"), QStringLiteral("Landscape")};
-    sights.archive = sights.folder;
-    sights.large = QStringLiteral("Hills.obj");
-    sights.model = QStringLiteral("Watchtower.glb");
-    return sights;
-}
-
-bool ZephalGuide::askToSignIn(CloudPage &page)
-{
-    return askInDialog(page);
-}
-
-bool ZephalGuide::answerSignIn(CloudPage &page)
-{
-    return answerInDialog(page, account, account);
-}
-
-PortalGuide::Trace ZephalGuide::admission() const
-{
-    return {QStringLiteral("POST"), QStringLiteral("/signin"), 302};
-}
+ZephalGuide::ZephalGuide(Driver &driver, const CloudProcess &cloud) : PortalGuide(zephal(), driver, cloud) {}
 
 bool ZephalGuide::hasStoredSession(const QString &userDir) const
 {
     return !filesBelow(userDir).filter(QRegularExpression(QStringLiteral("/session\\.skein$"))).isEmpty();
-}
-
-QStringList ZephalGuide::entries(const View &view) const
-{
-    const QDir folder(original(view.folder, QString()));
-    return folder.entryList(QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
 PortalGuide::Trace ZephalGuide::listing(const View &view) const
@@ -72,23 +41,7 @@ PortalGuide::Trace ZephalGuide::listing(const View &view) const
     return {QStringLiteral("PROPFIND"), target, 207};
 }
 
-PortalGuide::Trace ZephalGuide::download() const
+QString ZephalGuide::served() const
 {
-    return {QStringLiteral("GET"), QStringLiteral("/dav/")};
-}
-
-QString ZephalGuide::original(const QStringList &folder, const QString &name) const
-{
-    return QDir::cleanPath(m_cloud.zephalFolder() + QLatin1Char('/') +
-                           (folder + QStringList{name}).join(QLatin1Char('/')));
-}
-
-PortalGuide::Trace ZephalGuide::upload() const
-{
-    return {QStringLiteral("MOVE"), QStringLiteral("/dav/"), 201};
-}
-
-PortalGuide::Trace ZephalGuide::replacement() const
-{
-    return {QStringLiteral("MOVE"), QStringLiteral("/dav/"), 204};
+    return m_cloud.zephalFolder();
 }
