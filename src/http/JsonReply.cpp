@@ -23,12 +23,6 @@ QString scriptText(const QByteArray &json)
     return QLatin1Char('(') + text + QLatin1Char(')');
 }
 
-/// A member named "__proto__" makes its own members shine through; only what the object itself holds was meant.
-QScriptValue ownProperty(const QScriptValue &object, const char *name)
-{
-    return object.property(QString::fromUtf8(name), QScriptValue::ResolveLocal);
-}
-
 } // namespace
 
 JsonReply::JsonReply(const QByteArray &body)
@@ -44,9 +38,15 @@ JsonReply::JsonReply(const QByteArray &body)
         m_value = value;
 }
 
+QScriptValue JsonReply::member(const QScriptValue &object, const char *name)
+{
+    // A member named "__proto__" makes its own members shine through; only what the object itself holds was meant.
+    return object.property(QString::fromUtf8(name), QScriptValue::ResolveLocal);
+}
+
 bool JsonReply::text(const QScriptValue &object, const char *name, KString &out)
 {
-    const QScriptValue value = ownProperty(object, name);
+    const QScriptValue value = member(object, name);
     if (!value.isString())
         return false;
     out = KQtUtil::toKString(value.toString());
@@ -55,7 +55,7 @@ bool JsonReply::text(const QScriptValue &object, const char *name, KString &out)
 
 bool JsonReply::text(const QScriptValue &object, const char *name, std::wstring &out)
 {
-    const QScriptValue value = ownProperty(object, name);
+    const QScriptValue value = member(object, name);
     if (!value.isString())
         return false;
     out = value.toString().toStdWString();
@@ -64,7 +64,7 @@ bool JsonReply::text(const QScriptValue &object, const char *name, std::wstring 
 
 bool JsonReply::integer(const QScriptValue &object, const char *name, int &out)
 {
-    const QScriptValue value = ownProperty(object, name);
+    const QScriptValue value = member(object, name);
     const double number = value.isNumber() ? value.toNumber() : std::nan("");
     if (std::isnan(number))
         return false;
@@ -76,7 +76,7 @@ bool JsonReply::integer(const QScriptValue &object, const char *name, int &out)
 
 bool JsonReply::boolean(const QScriptValue &object, const char *name, bool &out)
 {
-    const QScriptValue value = ownProperty(object, name);
+    const QScriptValue value = member(object, name);
     if (!value.isBool())
         return false;
     out = value.toBool();

@@ -27,8 +27,10 @@ public:
     QScriptValue value() const { return m_value; }
     bool isValid() const { return m_value.isValid(); }
 
-    /// The text property \p name. False, and \p out left alone, when \p object has no such property of its own or one
-    /// of another type; so for the other typed readers. \p object may be any value, an invalid one included.
+    /// The property \p name that \p object, any value, holds itself; an invalid value when there is none.
+    static QScriptValue member(const QScriptValue &object, const char *name);
+    /// The text member \p name. False, and \p out left alone, when there is none or one of another type; so for the
+    /// other typed readers.
     static bool text(const QScriptValue &object, const char *name, KString &out);
     static bool text(const QScriptValue &object, const char *name, std::wstring &out);
     /// Fractions are cut off; numbers outside the 32-bit range become its nearest end.

@@ -9,24 +9,32 @@
 
 #include <openkelda/KGlobal.h>
 
+#include <optional>
+
 using namespace ICloudPortalApi;
 
 namespace {
 
-/// Where an item lies on the service. Taken before anything that spins the event loop, which may delete the item.
+/// Where an item lies on the service.
 struct Place
 {
-    explicit Place(ICloudItem &item)
-    {
-        KString text("dropbox");
-        item.GetProperty("root", text);
-        root = KQtUtil::toQString(text);
-        path = KQtUtil::toQString(static_cast<Portal_DropBox_ICloudItem &>(item).GetPath());
-    }
-
     QString root;
     QString path;
 };
+
+/// Nothing when \p item is null or nobody is signed in. The place is read first: asking the login spins the event loop,
+/// which may delete the item.
+std::optional<Place> placeOf(ICloudItem *item, ILogin *login)
+{
+    if (!item)
+        return {};
+    KString root("dropbox");
+    item->GetProperty("root", root);
+    const KString path = static_cast<Portal_DropBox_ICloudItem *>(item)->GetPath();
+    if (!login->IsLogin())
+        return {};
+    return Place{KQtUtil::toQString(root), KQtUtil::toQString(path)};
+}
 
 /// The client sends nothing and gives no reason when the local file is missing or cannot be read.
 void tellUnreadable(ReturnStatus &status, const KString &localPath)
@@ -36,21 +44,6 @@ void tellUnreadable(ReturnStatus &status, const KString &localPath)
 }
 
 } // namespace
-
-int Portal_DropBox_IPortalBrowser::GetPortalType()
-{
-    return kPlainListing;
-}
-
-bool Portal_DropBox_IPortalBrowser::SearchCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &, int &, int &, int &)
-{
-    return false;
-}
-
-bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &)
-{
-    return false;
-}
 
 bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results)
 {
@@ -63,62 +56,43 @@ bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap 
     httpClient client;
     client.setHost(session.GetApiHost().utf8(), 0);
     QByteArray body;
-    const ReturnStatus status = client.get(path, session.GetRequestHeaders(), true, body);
-    if (!status.IsSuccess()) {
-        status.DisplayUserMessageBox();
+    if (!SucceededOrShown(client.get(path, session.GetRequestHeaders(), true, body)))
         return false;
-    }
-    DropBoxReplies::listing(body, m_owner, results);
+    DropBoxReplies::listing(body, owner(), results);
     return true;
 }
 
 bool Portal_DropBox_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName)
 {
-    if (!item)
+    const std::optional<Place> place = placeOf(item, login);
+    if (!place)
         return false;
-    const Place place(*item);
-    if (!login->IsLogin())
-        return false;
-
     auto &session = static_cast<Portal_DropBox_Login &>(*login);
     httpClient client;
     client.setHost(session.GetContentHost().utf8(), 0);
-    const ReturnStatus status =
-        client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName),
-                       DropBoxRequests::download(place.root, place.path), session.GetRequestHeaders(), true);
-    if (!status.IsSuccess())
-        status.DisplayUserMessageBox();
-    return status.IsSuccess();
+    const QString path = DropBoxRequests::download(place->root, place->path);
+    return SucceededOrShown(client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName), path,
+                                           session.GetRequestHeaders(), true));
 }
 
 bool Portal_DropBox_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder, ICloudItem *, KString localFolder,
                                                KString fileName)
 {
-    if (!folder)
+    const std::optional<Place> place = placeOf(folder, login);
+    if (!place)
         return false;
-    const Place place(*folder);
-    if (!login->IsLogin())
-        return false;
-
     auto &session = static_cast<Portal_DropBox_Login &>(*login);
     httpClient client;
     client.setHost(session.GetContentHost().utf8(), 0);
     QByteArray body;
-    const QString path = DropBoxRequests::upload(place.root, place.path, KQtUtil::toQString(fileName));
+    const QString path = DropBoxRequests::upload(place->root, place->path, KQtUtil::toQString(fileName));
     ReturnStatus status = client.postFile(localFolder, fileName, path, session.GetRequestHeaders(), true, body);
-    if (!status.IsSuccess()) {
-        if (status.GetErrorMessage().isEmpty())
-            tellUnreadable(status, localFolder + fileName);
-        status.DisplayUserMessageBox();
+    if (!status.IsSuccess() && status.GetErrorMessage().isEmpty())
+        tellUnreadable(status, localFolder + fileName);
+    if (!SucceededOrShown(status))
         return false;
-    }
     const bool isStored = DropBoxReplies::isStored(body);
     if (!isStored)
         KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalUploadNotConfirmed));
     return isStored;
-}
-
-void Portal_DropBox_IPortalBrowser::setOwnerCB(IPortalOwnerCB *owner)
-{
-    m_owner = owner;
 }

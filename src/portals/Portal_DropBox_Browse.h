@@ -4,20 +4,15 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/PortalBrowserBase.h"
 
 /// Every operation takes the portal's own login object and items of this portal; it shows a failure to the user before
 /// it returns false, and returns false without a request or a message when nobody is signed in.
-class Portal_DropBox_IPortalBrowser : public ICloudPortalApi::IPortalBrowser
+class Portal_DropBox_IPortalBrowser : public ICloudPortalApi::PortalBrowserBase
 {
 public:
-    int GetPortalType() override;
-    /// The service has no search: false, and nothing is done.
-    bool SearchCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
-                          ICloudPortalApi::ItemVector &results, int &currentPage, int &totalPageCount,
-                          int &totalResultCount) override;
-    bool GetChildCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
-                            ICloudPortalApi::ItemVector &results) override;
+    int GetPortalType() override { return ICloudPortalApi::kPlainListing; }
+    using PortalBrowserBase::GetChildCloudItems;
     /// The folder's path stands under "SpecificFolder"; without that key the root is listed. At most 10000 entries.
     bool GetChildCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria,
                             ICloudPortalApi::ItemVector &results) override;
@@ -26,8 +21,4 @@ public:
     /// A file of that name in the folder is replaced, so \p existing is not looked at. An empty file counts as failed.
     bool UploadFile(ICloudPortalApi::ILogin *login, ICloudPortalApi::ICloudItem *folder,
                     ICloudPortalApi::ICloudItem *existing, KString localFolder, KString fileName) override;
-    void setOwnerCB(ICloudPortalApi::IPortalOwnerCB *owner) override;
-
-private:
-    ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
 };

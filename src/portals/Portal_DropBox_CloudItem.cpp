@@ -4,27 +4,20 @@
 
 const char dropBoxRootFolderId[] = "Root_Folder_Id_Of_DropBox_Portal";
 
-Portal_DropBox_ICloudItem::Portal_DropBox_ICloudItem(ICloudPortalApi::IPortalOwnerCB *owner) : m_owner(owner) {}
-
 KString Portal_DropBox_ICloudItem::GetDisplayName()
 {
-    const QString path = KQtUtil::toQString(property("path"));
+    const QString path = KQtUtil::toQString(propertyText("path"));
     return KQtUtil::toKString(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1));
 }
 
 KString Portal_DropBox_ICloudItem::GetUniqueID()
 {
-    return property("rev");
-}
-
-bool Portal_DropBox_ICloudItem::IsDownloadable()
-{
-    return !IsFolder();
+    return propertyText("rev");
 }
 
 bool Portal_DropBox_ICloudItem::IsFolder()
 {
-    return property("is_dir") == "true";
+    return propertyText("is_dir") == "true";
 }
 
 KString Portal_DropBox_ICloudItem::GetImportPathFolder()
@@ -36,31 +29,7 @@ KString Portal_DropBox_ICloudItem::GetImportPathFolder()
     return KQtUtil::toKString(QLatin1Char('/') + folder);
 }
 
-KString Portal_DropBox_ICloudItem::GetImportFilename()
-{
-    return GetDisplayName();
-}
-
 KString Portal_DropBox_ICloudItem::GetPath()
 {
-    return GetUniqueID() == dropBoxRootFolderId ? KString() : property("path");
-}
-
-void Portal_DropBox_ICloudItem::FolderClick()
-{
-    if (m_owner)
-        m_owner->CloudItemClickCB(this);
-}
-
-void Portal_DropBox_ICloudItem::FolderArrowClick()
-{
-    if (m_owner)
-        m_owner->CloudFolderArrowClickCB(this);
-}
-
-KString Portal_DropBox_ICloudItem::property(const char *name)
-{
-    KString value;
-    GetProperty(name, value);
-    return value;
+    return GetUniqueID() == dropBoxRootFolderId ? KString() : propertyText("path");
 }

@@ -12,9 +12,6 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <algorithm>
-#include <cstring>
-
 using namespace ICloudPortalApi;
 
 namespace {
@@ -50,7 +47,8 @@ void ReceiveDropBoxCodeRequest(void *login, KString &code)
 }
 
 Portal_DropBox_Login::Portal_DropBox_Login()
-    : m_apiHost(DropBoxConfig::apiHost), m_contentHost(DropBoxConfig::contentHost), m_webHost(DropBoxConfig::webHost)
+    : SessionLogin(settingsName), m_apiHost(DropBoxConfig::apiHost), m_contentHost(DropBoxConfig::contentHost),
+      m_webHost(DropBoxConfig::webHost)
 {
     m_loginUi.SetILogin(this);
     getCacheChecksum(m_appKey, m_appSecret);
@@ -74,8 +72,7 @@ bool Portal_DropBox_Login::Login(IPortalOwnerCB *owner)
         finish(true);
         return true;
     }
-    SetSessionID(KString(), KString());
-    m_validated = false;
+    dropSession();
     waitForRedirect();
     QDesktopServices::openUrl(QUrl(KQtUtil::toQString(GetLoginRequestUrl())));
     return false;
@@ -115,9 +112,9 @@ void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
         return;
 
     const DropBoxReplies::Token token = DropBoxReplies::token(body);
+    dropSession();
     SetSessionID(token.accessToken, token.userId);
     m_tokenType = token.tokenType;
-    m_validated = false;
     SaveSessionSettings();
     finish(true);
 }
@@ -147,21 +144,10 @@ bool Portal_DropBox_Login::Logout()
 
 bool Portal_DropBox_Login::IsLogin()
 {
-    loadSession();
-    if (!m_sessionId.isEmpty()) {
-        if (m_validated)
-            return true;
-        const KString confirmed = m_sessionId;
-        const bool valid = IsSessionValid();
-        if (m_sessionId != confirmed)
-            return false; // replaced while the service was asked; the answer says nothing about the new token
-        if (valid) {
-            m_validated = true;
-            return true;
-        }
-    }
-    forgetSession();
-    return false;
+    const Standing standing = confirmSession();
+    if (standing == Standing::SignedOut)
+        forgetSession();
+    return standing == Standing::SignedIn;
 }
 
 bool Portal_DropBox_Login::IsSessionValid()
@@ -179,19 +165,9 @@ bool Portal_DropBox_Login::GetUserInformation(HeaderMap &info)
     return true;
 }
 
-bool Portal_DropBox_Login::GetUsername(KString &name)
-{
-    HeaderMap info;
-    const bool known = GetUserInformation(info);
-    const auto username = info.find(L"username");
-    if (username != info.end())
-        name = KString(username->second.c_str());
-    return known;
-}
-
 bool Portal_DropBox_Login::accountName(KString &name) const
 {
-    if (m_sessionId.isEmpty())
+    if (GetSessionID().isEmpty())
         return false;
     httpClient client;
     client.setHost(m_apiHost.utf8(), 0);
@@ -202,15 +178,7 @@ bool Portal_DropBox_Login::accountName(KString &name) const
 
 long Portal_DropBox_Login::CreateLoginRequest(char *buffer, unsigned long size)
 {
-    if (m_sessionId.isEmpty())
-        return -1;
-    const std::string address = GetLoginRequestUrl().utf8();
-    if (buffer && size > 0) {
-        const std::size_t copied = std::min<std::size_t>(address.size(), size - 1);
-        std::memcpy(buffer, address.data(), copied);
-        std::memset(buffer + copied, 0, size - copied);
-    }
-    return static_cast<long>(address.size()) + 1;
+    return GetSessionID().isEmpty() ? -1 : writeAddress(GetLoginRequestUrl(), buffer, size);
 }
 
 void Portal_DropBox_Login::ResetServer()
@@ -254,38 +222,7 @@ KString Portal_DropBox_Login::GetLoginRequestUrl() const
            "&response_type=code&redirect_uri=" + GetOauthRedirectUri();
 }
 
-void Portal_DropBox_Login::SetSessionID(const KString &id)
-{
-    m_sessionId = id;
-}
-
-void Portal_DropBox_Login::SetSessionID(const KString &id, const KString &secureId)
-{
-    m_sessionId = id;
-    m_secureSessionId = secureId;
-}
-
-void Portal_DropBox_Login::SaveSessionSettings() const
-{
-    Tavrin::Settings settings(settingsName);
-    settings.setSessionID(m_sessionId);
-    settings.setSecureSessionID(m_secureSessionId);
-}
-
 HeaderMap Portal_DropBox_Login::GetRequestHeaders() const
 {
-    return {{L"Authorization", L"Bearer " + m_sessionId.wide()}};
-}
-
-void Portal_DropBox_Login::loadSession()
-{
-    const Tavrin::Settings settings(settingsName);
-    SetSessionID(settings.getSessionID(), settings.getSecureSessionID());
-}
-
-void Portal_DropBox_Login::forgetSession()
-{
-    SetSessionID(KString(), KString());
-    m_validated = false;
-    SaveSessionSettings();
+    return {{L"Authorization", L"Bearer " + GetSessionID().wide()}};
 }

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/SessionLogin.h"
 
 #include <QPointer>
 
@@ -16,7 +16,7 @@ void getCacheChecksum(KString &key, KString &secret);
 /// Passes the code of a redirect on to the Portal_DropBox_Login that \p login points to.
 void ReceiveDropBoxCodeRequest(void *login, KString &code);
 
-class Portal_DropBox_Login : public ICloudPortalApi::ILogin
+class Portal_DropBox_Login : public ICloudPortalApi::SessionLogin
 {
 public:
     /// Names the settings file that keeps the session.
@@ -37,26 +37,19 @@ public:
     bool IsLogin() override;
     /// False, without a request, when there is no token.
     bool GetUserInformation(HeaderMap &info) override;
-    bool GetUsername(KString &name) override;
     /// Builds an address only while a token is held.
     long CreateLoginRequest(char *buffer, unsigned long size) override;
 
     /// Second half of the sign-in: exchanges \p code for a token and tells the owner. "timeout" ends the sign-in as a
     /// failure. Spins the event loop.
     void LoginReceiveCode(const KString &code);
-    /// True when the service names a user for the token held. Spins the event loop.
-    bool IsSessionValid();
+    /// True when the service names a user for the token held.
+    bool IsSessionValid() override;
     /// Stops waiting for the redirect.
     void ResetServer();
 
     KString GetOauthRedirectUri() const;
     KString GetLoginRequestUrl() const;
-
-    void SetSessionID(const KString &id);
-    void SetSessionID(const KString &id, const KString &secureId);
-    KString GetSessionID() const { return m_sessionId; }
-    KString GetSecureSessionID() const { return m_secureSessionId; }
-    void SaveSessionSettings() const;
 
     KString GetApiHost() const { return m_apiHost; }
     KString GetContentHost() const { return m_contentHost; }
@@ -64,8 +57,6 @@ public:
     HeaderMap GetRequestHeaders() const;
 
 private:
-    void loadSession();
-    void forgetSession();
     void waitForRedirect();
     /// Stops listening like ResetServer(), but leaves the server to answer the browser whose code it just passed on.
     void retireServer();
@@ -76,8 +67,6 @@ private:
     unsigned short m_port = 80;
     ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
     ICloudPortalApi::LoginUi m_loginUi;
-    KString m_sessionId;
-    KString m_secureSessionId;
     KString m_tokenType;
     KString m_apiHost;
     KString m_contentHost;
@@ -86,6 +75,5 @@ private:
     KString m_appSecret;
     QObject m_serverParent; ///< takes along the servers that are closed but not yet gone
     QPointer<SimpleHttpServer> m_server;
-    bool m_validated = false;
     unsigned m_attempt = 0; ///< changes with every Login and Logout, so that what an older one began can tell
 };

@@ -51,7 +51,7 @@ Token token(const QByteArray &body)
 {
     Token token;
     const JsonReply reply(body);
-    if (reply.value().property("error").isValid())
+    if (JsonReply::member(reply.value(), "error").isValid())
         return token;
     JsonReply::text(reply.value(), "access_token", token.accessToken);
     JsonReply::text(reply.value(), "token_type", token.tokenType);
@@ -68,7 +68,7 @@ bool displayName(const QByteArray &body, KString &name)
 void listing(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owner, ICloudPortalApi::ItemVector &items)
 {
     const JsonReply reply(body);
-    for (const QScriptValue &entry : JsonReply::elements(reply.value().property("contents"))) {
+    for (const QScriptValue &entry : JsonReply::elements(JsonReply::member(reply.value(), "contents"))) {
         auto item = std::make_unique<Portal_DropBox_ICloudItem>(owner);
         if (readEntry(entry, *item))
             items.push_back(item.release());

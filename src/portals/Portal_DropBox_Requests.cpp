@@ -1,15 +1,17 @@
 #include "portals/Portal_DropBox_Requests.h"
 
-namespace DropBoxRequests {
+#include "portals/EscapedText.h"
+
+namespace {
 
 QString escaped(const QString &text)
 {
-    QString result = text;
-    result.replace(QLatin1Char('%'), QLatin1String("%25")); // first, since the others bring in "%"
-    result.replace(QLatin1Char('#'), QLatin1String("%23"));
-    result.replace(QLatin1Char('?'), QLatin1String("%3F"));
-    return result;
+    return escapedText(text, "%#?");
 }
+
+} // namespace
+
+namespace DropBoxRequests {
 
 QString token(const QString &code, const QString &appKey, const QString &appSecret, const QString &redirectUri)
 {

@@ -1,6 +1,7 @@
 // portals/Portal_DropBox_Requests.h
 //
-// The paths of the Dropbox requests, as they go to the HTTP client. No input or output happens here.
+// The paths of the Dropbox requests, as they go to the HTTP client; the characters "%", "#" and "?" of a name are
+// escaped. No input or output happens here.
 
 #pragma once
 
@@ -9,10 +10,6 @@
 #include <string>
 
 namespace DropBoxRequests {
-
-/// \p text for use inside a path: the characters "%", "#" and "?", which would end or change it, are escaped; all
-/// others are left to the HTTP client.
-QString escaped(const QString &text);
 
 /// Exchange of the authorisation code \p code, which stays as the redirect carried it, for a token. Holds a secret.
 QString token(const QString &code, const QString &appKey, const QString &appSecret, const QString &redirectUri);

@@ -7,6 +7,9 @@ using namespace ICloudPortalApi;
 
 namespace {
 
+const PortalTraits traits{"Plyx_Portal_Unique_Identity_String", "Plyx", "plyx.png", Portal_Plyx_Login::settingsName,
+                          nullptr};
+
 struct Criterion
 {
     const char *folderId;
@@ -24,55 +27,18 @@ const Criterion criterionOfFolder[] = {
 } // namespace
 
 Portal_Plyx::Portal_Plyx(Portal_Plyx_Login *login, Portal_Plyx_IPortalBrowser *browser)
-    : m_browser(browser), m_login(login)
+    : PortalBase(traits, login, browser)
 {}
-
-Portal_Plyx::~Portal_Plyx() = default;
-
-KString Portal_Plyx::GetPortalUID()
-{
-    return L"Plyx_Portal_Unique_Identity_String";
-}
-
-KString Portal_Plyx::GetPortalDisplayName()
-{
-    return "Plyx";
-}
-
-KString Portal_Plyx::GetPortalDisplayIconFilename()
-{
-    return "plyx.png";
-}
-
-bool Portal_Plyx::SupportExport(std::vector<KString> &)
-{
-    return false;
-}
 
 bool Portal_Plyx::supportSearchBar()
 {
     return true;
 }
 
-ILogin *Portal_Plyx::GetLogin()
-{
-    return m_login.get();
-}
-
-IPortalBrowser *Portal_Plyx::GetBrowser()
-{
-    return m_browser.get();
-}
-
-KString Portal_Plyx::GetSettingsName()
-{
-    return Portal_Plyx_Login::settingsName;
-}
-
 ICloudItem *Portal_Plyx::CreateFolderHierarchy()
 {
     const auto makeFolder = [this](const char *id, const KString &name) {
-        auto folder = std::make_unique<Portal_Plyx_ICloudItem>(m_owner);
+        auto folder = std::make_unique<Portal_Plyx_ICloudItem>(owner());
         folder->SetProperty("UniqueID", id);
         folder->SetProperty("Name", name);
         folder->SetProperty("IsFolder", "true");
@@ -90,12 +56,6 @@ ICloudItem *Portal_Plyx::CreateFolderHierarchy()
     addFolder(PlyxFolders::tarn, "Tarn");
     addFolder(PlyxFolders::grell, "Grell");
     return root.release();
-}
-
-void Portal_Plyx::setOwnerCB(IPortalOwnerCB *owner)
-{
-    m_owner = owner;
-    m_browser->setOwnerCB(owner);
 }
 
 void Portal_Plyx::FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria)

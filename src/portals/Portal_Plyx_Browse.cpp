@@ -30,7 +30,7 @@ public:
     {
         QByteArray body;
         m_client.setHost(m_host.utf8(), 0);
-        if (!isGood(m_client.get(PlyxRequests::asset(m_assetId), m_assetHeaders, true, body)))
+        if (!SucceededOrShown(m_client.get(PlyxRequests::asset(m_assetId), m_assetHeaders, true, body)))
             return false;
         files = PlyxReplies::assetFiles(body);
         return true;
@@ -41,25 +41,17 @@ public:
     {
         QByteArray body;
         m_client.setHost(m_host.utf8(), 0);
-        if (!isGood(m_client.get(PlyxRequests::downloadServer(), m_serverHeaders, false, body)))
+        if (!SucceededOrShown(m_client.get(PlyxRequests::downloadServer(), m_serverHeaders, false, body)))
             return false;
         const KString server = PlyxReplies::downloadHost(body);
         if (server.isEmpty())
             return true;
         m_client.setHost(server.utf8(), 0);
-        return isGood(
+        return SucceededOrShown(
             m_client.getFile(m_folder, localName, PlyxRequests::download(m_assetId, fileId), m_assetHeaders, true));
     }
 
 private:
-    /// Shows a failure.
-    static bool isGood(const ReturnStatus &status)
-    {
-        if (!status.IsSuccess())
-            status.DisplayUserMessageBox();
-        return status.IsSuccess();
-    }
-
     httpClient m_client;
     KString m_host;
     QString m_assetId;
@@ -69,11 +61,6 @@ private:
 };
 
 } // namespace
-
-int Portal_Plyx_IPortalBrowser::GetPortalType()
-{
-    return kPagedSearch;
-}
 
 bool Portal_Plyx_IPortalBrowser::SearchCloudItems(ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
                                                   ItemVector &results, int &currentPage, int &totalPageCount,
@@ -88,24 +75,13 @@ bool Portal_Plyx_IPortalBrowser::SearchCloudItems(ILogin *login, HeaderMap &crit
     client.setHost(session.GetHost().utf8(), 0);
     QByteArray body;
     // Behind the host, what is no absolute path would read as part of its name.
-    const ReturnStatus status =
-        path.startsWith(QLatin1Char('/')) ? client.get(path, session.GetRequestHeaders(), true, body) : ReturnStatus(0);
-    if (!status.IsSuccess()) {
-        status.DisplayUserMessageBox();
+    ReturnStatus status(0);
+    if (path.startsWith(QLatin1Char('/')))
+        status = client.get(path, session.GetRequestHeaders(), true, body);
+    if (!SucceededOrShown(status))
         return false;
-    }
-    PlyxReplies::searchResults(body, m_owner, results, currentPage, totalPageCount, totalResultCount);
+    PlyxReplies::searchResults(body, owner(), results, currentPage, totalPageCount, totalResultCount);
     return true;
-}
-
-bool Portal_Plyx_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &)
-{
-    return false;
-}
-
-bool Portal_Plyx_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, ItemVector &)
-{
-    return false;
 }
 
 bool Portal_Plyx_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName)
@@ -123,16 +99,6 @@ bool Portal_Plyx_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *it
     for (const PlyxReplies::Texture &texture : files.textures)
         download.fetch(texture.fileId, texture.localName);
     return !files.modelId || download.fetch(*files.modelId, KQtUtil::toQString(fileName));
-}
-
-bool Portal_Plyx_IPortalBrowser::UploadFile(ILogin *, ICloudItem *, ICloudItem *, KString, KString)
-{
-    return false;
-}
-
-void Portal_Plyx_IPortalBrowser::setOwnerCB(IPortalOwnerCB *owner)
-{
-    m_owner = owner;
 }
 
 bool Portal_Plyx_IPortalBrowser::BuildFoldersAndFileList(ItemVector &folders, ItemVector &files, ICloudItem *folder,

@@ -13,26 +13,24 @@ const char grell[] = "Grell_Folder_Id_Of_Plyx_Portal__";
 
 } // namespace PlyxFolders
 
-Portal_Plyx_ICloudItem::Portal_Plyx_ICloudItem(ICloudPortalApi::IPortalOwnerCB *owner) : m_owner(owner) {}
-
 KString Portal_Plyx_ICloudItem::GetDisplayName()
 {
-    return textOrDash("Name");
+    return propertyText("Name", "-");
 }
 
 KString Portal_Plyx_ICloudItem::GetUniqueID()
 {
-    return textOrDash("UniqueID");
+    return propertyText("UniqueID", "-");
 }
 
 bool Portal_Plyx_ICloudItem::IsDownloadable()
 {
-    return has("CanDownload");
+    return hasProperty("CanDownload");
 }
 
 bool Portal_Plyx_ICloudItem::IsFolder()
 {
-    return has("IsFolder");
+    return hasProperty("IsFolder");
 }
 
 QIcon Portal_Plyx_ICloudItem::GetItemIcon()
@@ -57,29 +55,4 @@ KString Portal_Plyx_ICloudItem::GetImportPathFolder()
 KString Portal_Plyx_ICloudItem::GetImportFilename()
 {
     return GetUniqueID() + ".obj";
-}
-
-void Portal_Plyx_ICloudItem::FolderClick()
-{
-    if (m_owner)
-        m_owner->CloudItemClickCB(this);
-}
-
-void Portal_Plyx_ICloudItem::FolderArrowClick()
-{
-    if (m_owner)
-        m_owner->CloudFolderArrowClickCB(this);
-}
-
-bool Portal_Plyx_ICloudItem::has(const char *name)
-{
-    KString value;
-    return GetProperty(name, value);
-}
-
-KString Portal_Plyx_ICloudItem::textOrDash(const char *name)
-{
-    KString value("-");
-    GetProperty(name, value);
-    return value;
 }

@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/CloudItemBase.h"
 
 /// The unique ids of the portal's fixed folders. The galleries show the models made for one of the maker's apps each.
 namespace PlyxFolders {
@@ -16,12 +16,10 @@ extern const char tarn[];
 extern const char grell[];
 } // namespace PlyxFolders
 
-class Portal_Plyx_ICloudItem : public ICloudPortalApi::ICloudItem
+class Portal_Plyx_ICloudItem : public ICloudPortalApi::CloudItemBase
 {
-    Q_OBJECT
 public:
-    /// \p owner hears the clicks on the item; it may be null and must outlive the item otherwise.
-    explicit Portal_Plyx_ICloudItem(ICloudPortalApi::IPortalOwnerCB *owner);
+    using CloudItemBase::CloudItemBase;
 
     /// "-" for an item without a name; so for the id.
     KString GetDisplayName() override;
@@ -33,14 +31,4 @@ public:
     /// "/" and the id: each model has a folder of its own, which its textures share.
     KString GetImportPathFolder() override;
     KString GetImportFilename() override;
-
-public slots:
-    void FolderClick() override;
-    void FolderArrowClick() override;
-
-private:
-    bool has(const char *name);
-    KString textOrDash(const char *name);
-
-    ICloudPortalApi::IPortalOwnerCB *m_owner;
 };

@@ -10,8 +10,6 @@
 #include <QUrl>
 #include <QUrlQuery>
 
-#include <algorithm>
-#include <cstring>
 #include <utility>
 
 using namespace ICloudPortalApi;
@@ -35,7 +33,8 @@ void uiLoginCallback(void *context, bool succeeded)
         static_cast<Portal_Plyx_Login *>(context)->SaveSessionSettings();
 }
 
-Portal_Plyx_Login::Portal_Plyx_Login() : m_host(PlyxConfig::host), m_applicationCode(applicationCode)
+Portal_Plyx_Login::Portal_Plyx_Login()
+    : SessionLogin(settingsName), m_host(PlyxConfig::host), m_applicationCode(applicationCode)
 {
     m_loginUi.SetILogin(this);
 }
@@ -55,21 +54,20 @@ bool Portal_Plyx_Login::Login(IPortalOwnerCB *owner)
         return true;
     }
 
-    SetSessionID(KString(), KString());
-    m_isLoggedIn = false;
+    dropSession();
     m_loginUi.setCallback(uiLoginCallback, this);
     if (m_loginUi.login(owner ? owner->GetParentLoginWidget() : nullptr))
         return true;
     if (attempt != m_attempt)
         return false;
     // The dialog asks again whether somebody is signed in; the service may have been unreachable the first time only.
-    const bool isConfirmed = m_isLoggedIn;
+    const bool isSignedIn = isConfirmed();
     m_loginUi.CleanResources();
-    if (isConfirmed)
+    if (isSignedIn)
         tellOwner();
     else
         m_owner = nullptr;
-    return isConfirmed;
+    return isSignedIn;
 }
 
 bool Portal_Plyx_Login::LoginUIDoneCB(const QUrl &url)
@@ -99,25 +97,8 @@ bool Portal_Plyx_Login::Logout()
     ++m_attempt;
     m_owner = nullptr;
     m_loginUi.CleanResources();
-    SetSessionID(KString(), KString());
-    m_isLoggedIn = false;
-    SaveSessionSettings();
+    forgetSession();
     return true;
-}
-
-bool Portal_Plyx_Login::IsLogin()
-{
-    loadSession();
-    if (m_sessionId.isEmpty() || m_isLoggedIn) {
-        m_isLoggedIn = !m_sessionId.isEmpty();
-        return m_isLoggedIn;
-    }
-    const KString confirmed = m_sessionId;
-    const bool isValid = IsSessionValid();
-    if (!(m_sessionId == confirmed))
-        return false; // replaced while the service was asked; the answer says nothing about the new session
-    m_isLoggedIn = isValid;
-    return isValid;
 }
 
 bool Portal_Plyx_Login::IsSessionValid()
@@ -127,23 +108,12 @@ bool Portal_Plyx_Login::IsSessionValid()
 
 bool Portal_Plyx_Login::GetUserInformation(HeaderMap &info)
 {
-    if (m_sessionId.isEmpty())
+    if (GetSessionID().isEmpty())
         return false;
     KString name;
     if (!PlyxReplies::memberName(memberReply(), name) || name.isEmpty())
         return false;
     info[L"username"] = name.wide();
-    return true;
-}
-
-bool Portal_Plyx_Login::GetUsername(KString &name)
-{
-    HeaderMap info;
-    GetUserInformation(info);
-    const auto username = info.find(L"username");
-    if (username == info.end())
-        return false;
-    name = KString(username->second.c_str());
     return true;
 }
 
@@ -160,41 +130,12 @@ long Portal_Plyx_Login::CreateLoginRequest(char *buffer, unsigned long size)
 {
     const KString address =
         KString("https://") + m_host + "/TokenAPI/login.cfm?afc=" + m_applicationCode + "&secure=1&display=iframe";
-    const std::string text = address.utf8();
-    if (buffer && size > 0) {
-        std::memcpy(buffer, text.c_str(), std::min<std::size_t>(size, text.size() + 1));
-        buffer[size - 1] = '\0';
-    }
-    return static_cast<long>(text.size()) + 1;
-}
-
-void Portal_Plyx_Login::SetSessionID(const KString &session)
-{
-    m_sessionId = session;
-}
-
-void Portal_Plyx_Login::SetSessionID(const KString &session, const KString &secureSession)
-{
-    m_sessionId = session;
-    m_secureSessionId = secureSession;
-}
-
-void Portal_Plyx_Login::SaveSessionSettings() const
-{
-    Tavrin::Settings settings(settingsName);
-    settings.setSessionID(m_sessionId);
-    settings.setSecureSessionID(m_secureSessionId);
+    return writeAddress(address, buffer, size);
 }
 
 HeaderMap Portal_Plyx_Login::GetRequestHeaders() const
 {
     return {{L"X-AFC", m_applicationCode.wide()},
-            {L"X-Session", m_sessionId.wide()},
-            {L"X-Secure-Session", m_secureSessionId.wide()}};
-}
-
-void Portal_Plyx_Login::loadSession()
-{
-    const Tavrin::Settings settings(settingsName);
-    SetSessionID(settings.getSessionID(), settings.getSecureSessionID());
+            {L"X-Session", GetSessionID().wide()},
+            {L"X-Secure-Session", GetSecureSessionID().wide()}};
 }

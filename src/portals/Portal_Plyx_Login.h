@@ -5,12 +5,12 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/SessionLogin.h"
 
 /// Hears how the sign-in dialog ended; stores the session of the Portal_Plyx_Login that \p context points to.
 void uiLoginCallback(void *context, bool succeeded);
 
-class Portal_Plyx_Login : public ICloudPortalApi::ILogin
+class Portal_Plyx_Login : public ICloudPortalApi::SessionLogin
 {
 public:
     /// Names the settings file that keeps the session.
@@ -26,38 +26,25 @@ public:
     bool LoginUIDoneCB(const QUrl &url) override;
     /// Forgets the session, here and in the settings file, and closes the dialog, whose owner hears nothing.
     bool Logout() override;
-    /// The session is read from the settings file each time, but confirmed with the service only until it was once.
-    bool IsLogin() override;
     /// False, without a request, when there is no session.
     bool GetUserInformation(HeaderMap &info) override;
-    bool GetUsername(KString &name) override;
     long CreateLoginRequest(char *buffer, unsigned long size) override;
 
-    /// True when the service names a member for the session held. Spins the event loop.
-    bool IsSessionValid();
-
-    void SetSessionID(const KString &session);
-    void SetSessionID(const KString &session, const KString &secureSession);
-    KString GetSessionID() const { return m_sessionId; }
-    KString GetSecureSessionID() const { return m_secureSessionId; }
-    void SaveSessionSettings() const;
+    /// True when the service names a member for the session held.
+    bool IsSessionValid() override;
 
     KString GetHost() const { return m_host; }
     /// The headers that carry the application code and the session.
     HeaderMap GetRequestHeaders() const;
 
 private:
-    void loadSession();
     void tellOwner();
     QByteArray memberReply() const;
 
     ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
     ICloudPortalApi::LoginUi m_loginUi;
-    KString m_sessionId;
-    KString m_secureSessionId;
     KString m_host;
     KString m_applicationCode;
-    bool m_isLoggedIn = false;
     bool m_isTelling = false; ///< the owner is hearing of the last sign-in, which may spin the event loop
     unsigned m_attempt = 0;   ///< changes with every sign-in and sign-out, so that what an older one began can tell
 };

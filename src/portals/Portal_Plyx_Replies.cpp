@@ -14,15 +14,10 @@ namespace {
 
 const char objFormat[] = "OBJ ( .obj )";
 
-QScriptValue member(const QScriptValue &object, const char *name)
-{
-    return object.property(QString::fromLatin1(name), QScriptValue::ResolveLocal);
-}
-
 /// The member \p name, a text or a number, as text; empty for anything else.
 QString textOf(const QScriptValue &object, const char *name)
 {
-    const QScriptValue value = member(object, name);
+    const QScriptValue value = JsonReply::member(object, name);
     return value.isString() || value.isNumber() ? value.toString() : QString();
 }
 
@@ -57,7 +52,8 @@ QString localTextureName(const QString &name)
 std::vector<PlyxReplies::Texture> texturesOf(const QScriptValue &asset)
 {
     std::vector<PlyxReplies::Texture> textures;
-    for (const QScriptValue &entry : JsonReply::elements(member(member(asset, "TEXTURESFILES"), "TEXTURESFILE"))) {
+    for (const QScriptValue &entry :
+         JsonReply::elements(JsonReply::member(JsonReply::member(asset, "TEXTURESFILES"), "TEXTURESFILE"))) {
         const QString name = localTextureName(textOf(entry, "NAME"));
         const QString id = textOf(entry, "ID");
         if (!name.isEmpty() && !id.isEmpty())
@@ -73,7 +69,7 @@ namespace PlyxReplies {
 bool isMember(const QByteArray &body)
 {
     const JsonReply reply(body);
-    return member(reply.value(), "MEMBERID").isNumber();
+    return JsonReply::member(reply.value(), "MEMBERID").isNumber();
 }
 
 bool memberName(const QByteArray &body, KString &name)
@@ -86,7 +82,8 @@ void searchResults(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owne
                    int &currentPage, int &totalPageCount, int &totalResultCount)
 {
     const JsonReply reply(body);
-    for (const QScriptValue &entry : JsonReply::elements(member(member(reply.value(), "ASSETS"), "ASSET"))) {
+    for (const QScriptValue &entry :
+         JsonReply::elements(JsonReply::member(JsonReply::member(reply.value(), "ASSETS"), "ASSET"))) {
         auto item = std::make_unique<Portal_Plyx_ICloudItem>(owner);
         if (readAsset(entry, *item))
             items.push_back(item.release());
@@ -100,12 +97,12 @@ AssetFiles assetFiles(const QByteArray &body)
 {
     AssetFiles files;
     const JsonReply reply(body);
-    const QScriptValue asset = member(reply.value(), "ASSET");
-    const QScriptValue formats = member(asset, "FILEFORMATS");
+    const QScriptValue asset = JsonReply::member(reply.value(), "ASSET");
+    const QScriptValue formats = JsonReply::member(asset, "FILEFORMATS");
     if (!formats.isObject())
         return files;
     files.textures = texturesOf(asset);
-    for (const QScriptValue &entry : JsonReply::elements(member(formats, "FILEFORMAT"))) {
+    for (const QScriptValue &entry : JsonReply::elements(JsonReply::member(formats, "FILEFORMAT"))) {
         KString name;
         if (JsonReply::text(entry, "NAME", name) && name == objFormat) {
             files.modelId = textOf(entry, "FILEID");
@@ -120,7 +117,7 @@ KString downloadHost(const QByteArray &body)
     static const QRegularExpression bareHost(
         QStringLiteral("\\A(?=.{1,260}\\z)[A-Za-z0-9](?:[A-Za-z0-9_.-]*[A-Za-z0-9])?(?::[0-9]{1,5})?\\z"));
     const JsonReply reply(body);
-    const QScriptValue host = member(reply.value(), "DOWNLOAD");
+    const QScriptValue host = JsonReply::member(reply.value(), "DOWNLOAD");
     // Matched before it becomes a host text, which ends at a zero character.
     if (!host.isString() || !bareHost.match(host.toString()).hasMatch())
         return KString();

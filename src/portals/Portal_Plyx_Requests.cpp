@@ -1,24 +1,12 @@
 #include "portals/Portal_Plyx_Requests.h"
 
-namespace {
+#include "portals/EscapedText.h"
 
-/// \p text with the ASCII \p characters percent-encoded; all others are left to the HTTP client.
-QString escaped(const QString &text, const char *characters)
-{
-    const QString special = QString::fromLatin1(characters);
-    QString result;
-    for (const QChar character : text) {
-        if (special.contains(character))
-            result += QString::fromLatin1('%' + QByteArray(1, character.toLatin1()).toHex().toUpper());
-        else
-            result += character;
-    }
-    return result;
-}
+namespace {
 
 QString escapedValue(const QString &text)
 {
-    return escaped(text, "&#%");
+    return escapedText(text, "&#%");
 }
 
 QString place(const HeaderMap &criteria)
@@ -57,7 +45,7 @@ QString search(const HeaderMap &criteria, int pageNumber, int pageSize)
 
 QString asset(const QString &assetId)
 {
-    return QStringLiteral("/API/v1/Asset/") + escaped(assetId, "%#?/");
+    return QStringLiteral("/API/v1/Asset/") + escapedText(assetId, "%#?/");
 }
 
 QString downloadServer()

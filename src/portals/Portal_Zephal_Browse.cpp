@@ -79,21 +79,6 @@ void downloadCb(void *, int) {}
 
 void uploadCb(void *, int) {}
 
-int Portal_Zephal_IPortalBrowser::GetPortalType()
-{
-    return kPlainListing;
-}
-
-bool Portal_Zephal_IPortalBrowser::SearchCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &, int &, int &, int &)
-{
-    return false;
-}
-
-bool Portal_Zephal_IPortalBrowser::GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &)
-{
-    return false;
-}
-
 bool Portal_Zephal_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results)
 {
     KString folderId;
@@ -103,7 +88,7 @@ bool Portal_Zephal_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap &
     if (endPoint < 0)
         return false;
 
-    ZephalListing listing{m_owner, QUuid::createUuid().toString().toStdWString()};
+    ZephalListing listing{owner(), QUuid::createUuid().toString().toStdWString()};
     outSearchResults[listing.key] = &results;
     const int count = Skein_Storage_listContents(endPoint, folderId.utf8(), contentCb, &listing);
     outSearchResults.erase(listing.key);
@@ -146,9 +131,4 @@ bool Portal_Zephal_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder,
     const char *const names[] = {fileName.utf8()};
     return Skein_Storage_uploadFiles(endPoint, folderId.utf8(), paths, names, 1, progressCb, uploadCb, &transfer,
                                      nullptr) >= 1;
-}
-
-void Portal_Zephal_IPortalBrowser::setOwnerCB(IPortalOwnerCB *owner)
-{
-    m_owner = owner;
 }

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/PortalBrowserBase.h"
 
 #include <cstdint>
 #include <map>
@@ -34,16 +34,11 @@ void uploadCb(void *context, int result);
 
 /// Every operation takes the portal's own login object and items of this portal. It returns false without a message
 /// when nobody is signed in or the library fails.
-class Portal_Zephal_IPortalBrowser : public ICloudPortalApi::IPortalBrowser
+class Portal_Zephal_IPortalBrowser : public ICloudPortalApi::PortalBrowserBase
 {
 public:
-    int GetPortalType() override;
-    /// The service has no search: false, and nothing is done.
-    bool SearchCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
-                          ICloudPortalApi::ItemVector &results, int &currentPage, int &totalPageCount,
-                          int &totalResultCount) override;
-    bool GetChildCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
-                            ICloudPortalApi::ItemVector &results) override;
+    int GetPortalType() override { return ICloudPortalApi::kPlainListing; }
+    using PortalBrowserBase::GetChildCloudItems;
     /// "Home" lists the root, whatever else \p criteria hold; without it, the folder's id stands under
     /// "SpecificFolder".
     bool GetChildCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria,
@@ -54,8 +49,4 @@ public:
     /// Without \p existing, a file of that name in the folder is not overwritten: false.
     bool UploadFile(ICloudPortalApi::ILogin *login, ICloudPortalApi::ICloudItem *folder,
                     ICloudPortalApi::ICloudItem *existing, KString localFolder, KString fileName) override;
-    void setOwnerCB(ICloudPortalApi::IPortalOwnerCB *owner) override;
-
-private:
-    ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
 };

@@ -4,33 +4,20 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/CloudItemBase.h"
 
 /// The unique id of the portal's root folder, which no listing contains. The storage's own id of it is empty.
 extern const char zephalRootFolderId[];
 
-class Portal_Zephal_ICloudItem : public ICloudPortalApi::ICloudItem
+class Portal_Zephal_ICloudItem : public ICloudPortalApi::CloudItemBase
 {
-    Q_OBJECT
 public:
-    /// \p owner hears the clicks on the item; it may be null and must outlive the item otherwise.
-    explicit Portal_Zephal_ICloudItem(ICloudPortalApi::IPortalOwnerCB *owner);
+    using CloudItemBase::CloudItemBase;
 
     KString GetDisplayName() override;
     KString GetUniqueID() override;
-    bool IsDownloadable() override;
     bool IsFolder() override;
     /// The display names of the ancestors from the root down, each made safe and preceded by "/"; empty without a
     /// parent.
     KString GetImportPathFolder() override;
-    KString GetImportFilename() override;
-
-public slots:
-    void FolderClick() override;
-    void FolderArrowClick() override;
-
-private:
-    KString property(const char *name);
-
-    ICloudPortalApi::IPortalOwnerCB *m_owner;
 };

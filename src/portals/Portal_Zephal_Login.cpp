@@ -112,17 +112,6 @@ bool Portal_Zephal_Login::GetUserInformation(HeaderMap &info)
     return true;
 }
 
-bool Portal_Zephal_Login::GetUsername(KString &name)
-{
-    HeaderMap info;
-    GetUserInformation(info);
-    const auto username = info.find(L"username");
-    if (username == info.end())
-        return false;
-    name = KString(username->second.c_str());
-    return true;
-}
-
 long Portal_Zephal_Login::CreateLoginRequest(char *, unsigned long)
 {
     return 0;

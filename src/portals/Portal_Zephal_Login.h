@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
+#include "cloud/LoginBase.h"
 
 #include <pelago/pelago.h>
 
@@ -19,7 +19,7 @@ class LoginUi;
 KString getTestConsumerKey(Skein_Service_Deployment deployment);
 KString getTestConsumerSecret(Skein_Service_Deployment deployment);
 
-class Portal_Zephal_Login : public ICloudPortalApi::ILogin
+class Portal_Zephal_Login : public ICloudPortalApi::LoginBase
 {
 public:
     /// Opens the session; one remembered from an earlier run is signed in at once.
@@ -40,7 +40,6 @@ public:
     bool IsLogin() override;
     /// From what the session remembers of the user; false when it knows no name.
     bool GetUserInformation(HeaderMap &info) override;
-    bool GetUsername(KString &name) override;
     /// The library's own dialog asks for the address: 0, and nothing is written.
     long CreateLoginRequest(char *buffer, unsigned long size) override;
 

@@ -21,7 +21,7 @@ QString requestPath(const char *operation, const QString &path)
 void readListing(const QByteArray &body, const QString &folder, IPortalOwnerCB *owner, ItemVector &items)
 {
     const JsonReply reply(body);
-    for (const QScriptValue &entry : JsonReply::elements(reply.value().property("entries"))) {
+    for (const QScriptValue &entry : JsonReply::elements(JsonReply::member(reply.value(), "entries"))) {
         KString text;
         bool isFolder = false;
         JsonReply::text(entry, "name", text);
@@ -32,25 +32,11 @@ void readListing(const QByteArray &body, const QString &folder, IPortalOwnerCB *
     }
 }
 
-bool shown(const ReturnStatus &status)
-{
-    if (!status.IsSuccess())
-        status.DisplayUserMessageBox();
-    return status.IsSuccess();
-}
-
 } // namespace
 
-Portal_Shelf_ICloudItem::Portal_Shelf_ICloudItem(const QString &path, IPortalOwnerCB *owner) : m_owner(owner)
+Portal_Shelf_ICloudItem::Portal_Shelf_ICloudItem(const QString &path, IPortalOwnerCB *owner) : CloudItemBase(owner)
 {
     SetProperty("path", KQtUtil::toKString(path));
-}
-
-QString Portal_Shelf_ICloudItem::path()
-{
-    KString path;
-    GetProperty("path", path);
-    return KQtUtil::toQString(path);
 }
 
 KString Portal_Shelf_ICloudItem::GetDisplayName()
@@ -66,7 +52,8 @@ KString Portal_Shelf_ICloudItem::GetImportPathFolder()
 
 const char Portal_Shelf_Login::settingsName[] = "TavrinSettings_ShelfBrowser_Kelda";
 
-Portal_Shelf_Login::Portal_Shelf_Login(const KString &host, unsigned port) : m_host(host), m_port(port)
+Portal_Shelf_Login::Portal_Shelf_Login(const KString &host, unsigned port)
+    : SessionLogin(settingsName), m_host(host), m_port(port)
 {
     m_loginUi.SetILogin(this);
 }
@@ -88,7 +75,8 @@ bool Portal_Shelf_Login::LoginUIDoneCB(const QUrl &url)
     const QString session = QUrlQuery(url).queryItemValue(QStringLiteral("session"), QUrl::FullyDecoded);
     if (session.isEmpty() || url.host() != KQtUtil::toQString(m_host))
         return false;
-    Tavrin::Settings(settingsName).setSessionID(KQtUtil::toKString(session));
+    SetSessionID(KQtUtil::toKString(session));
+    SaveSessionSettings();
     return true;
 }
 
@@ -103,13 +91,8 @@ bool Portal_Shelf_Login::Logout()
 {
     m_owner = nullptr;
     m_loginUi.CleanResources();
-    Tavrin::Settings(settingsName).setSessionID(KString());
+    forgetSession();
     return true;
-}
-
-bool Portal_Shelf_Login::IsLogin()
-{
-    return !Tavrin::Settings(settingsName).getSessionID().isEmpty();
 }
 
 bool Portal_Shelf_Login::GetUserInformation(HeaderMap &info)
@@ -125,26 +108,15 @@ bool Portal_Shelf_Login::GetUserInformation(HeaderMap &info)
     return true;
 }
 
-bool Portal_Shelf_Login::GetUsername(KString &name)
-{
-    HeaderMap info;
-    if (!GetUserInformation(info))
-        return false;
-    name = KString(info[L"username"].c_str());
-    return true;
-}
-
 long Portal_Shelf_Login::CreateLoginRequest(char *buffer, unsigned long size)
 {
-    const KString address = KString("http://") + m_host + ":" + m_port + "/sign-in";
-    qstrncpy(buffer, address.utf8(), static_cast<unsigned>(size));
-    return static_cast<long>(qstrlen(address.utf8())) + 1;
+    return writeAddress(KString("http://") + m_host + ":" + m_port + "/sign-in", buffer, size);
 }
 
 HeaderMap Portal_Shelf_Login::prepare(httpClient &client) const
 {
     client.setHost(m_host.utf8(), m_port);
-    return {{L"X-Session", Tavrin::Settings(settingsName).getSessionID().wide()}};
+    return {{L"X-Session", GetSessionID().wide()}};
 }
 
 bool Portal_Shelf_IPortalBrowser::GetChildCloudItems(Login *login, HeaderMap &criteria, Items &results)
@@ -155,9 +127,9 @@ bool Portal_Shelf_IPortalBrowser::GetChildCloudItems(Login *login, HeaderMap &cr
     httpClient client;
     const HeaderMap headers = static_cast<Portal_Shelf_Login *>(login)->prepare(client);
     QByteArray body;
-    if (!shown(client.get(requestPath("/list", folder), headers, false, body)))
+    if (!SucceededOrShown(client.get(requestPath("/list", folder), headers, false, body)))
         return false;
-    readListing(body, folder, m_owner, results);
+    readListing(body, folder, owner(), results);
     return true;
 }
 
@@ -168,18 +140,24 @@ bool Portal_Shelf_IPortalBrowser::DownloadCloudItem(Login *login, Item *item, KS
     const QString path = requestPath("/file", static_cast<Portal_Shelf_ICloudItem *>(item)->path());
     httpClient client;
     const HeaderMap headers = static_cast<Portal_Shelf_Login *>(login)->prepare(client);
-    return shown(client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName), path, headers, false));
+    return SucceededOrShown(
+        client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName), path, headers, false));
 }
+
+namespace {
+
+const PortalTraits traits{"Shelf_Portal_Unique_Identity_String", "Shelf", "shelf.png", Portal_Shelf_Login::settingsName,
+                          nullptr};
+
+} // namespace
+
+Portal_Shelf::Portal_Shelf(Portal_Shelf_Login *login, Portal_Shelf_IPortalBrowser *browser)
+    : PortalBase(traits, login, browser)
+{}
 
 ICloudItem *Portal_Shelf::CreateFolderHierarchy()
 {
-    return new Portal_Shelf_ICloudItem(QStringLiteral("/"), m_owner);
-}
-
-void Portal_Shelf::setOwnerCB(IPortalOwnerCB *owner)
-{
-    m_owner = owner;
-    m_browser->setOwnerCB(owner);
+    return new Portal_Shelf_ICloudItem(QStringLiteral("/"), owner());
 }
 
 void Portal_Shelf::FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria)
