@@ -1,9 +1,20 @@
 #include "CloudClient.h"
-#include <QDir>
 #include <QEventLoop>
 #include <QJsonDocument>
 #include <QNetworkProxy>
 #include <QSslConfiguration>
+
+std::unique_ptr<LocalCloud> startCloud(const QString &dataDir, localcloud::SeedAmount seed)
+{
+    LocalCloudOptions options;
+    options.dataDir = dataDir;
+    options.seed = seed;
+    auto cloud = std::make_unique<LocalCloud>(options);
+    QString error;
+    if (!cloud->start(&error))
+        qFatal("%s", qPrintable(error));
+    return cloud;
+}
 
 CloudClient::CloudClient(quint16 port, const QSslCertificate &authority)
     : m_tls(QSslConfiguration::defaultConfiguration())
@@ -59,19 +70,6 @@ QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const Q
     QTimer::singleShot(2000, &loop, &QEventLoop::quit);
     loop.exec();
     return received;
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QDir().mkpath(QFileInfo(path).path());
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 bool isPrivate(const QString &path)

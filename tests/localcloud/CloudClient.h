@@ -4,10 +4,15 @@
 
 #pragma once
 
+#include "shell/TestFiles.h"
+
 #include <localcloud/LocalCloud.h>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+
+/// A cloud over \p dataDir that has started; ends the test program when it cannot.
+std::unique_ptr<LocalCloud> startCloud(const QString &dataDir, localcloud::SeedAmount seed = {});
 
 /// What a finished request left behind.
 struct CloudReply
@@ -46,8 +51,5 @@ private:
 /// after two seconds when neither happens.
 QByteArray rawExchange(const LocalCloud &cloud, const QByteArray &bytes, const QByteArray &last = "\n");
 
-/// Writes a file and the folders above it.
-bool writeFile(const QString &path, const QByteArray &bytes);
-QByteArray readFile(const QString &path);
 /// Whether nobody but its owner may read the file; false when there is none.
 bool isPrivate(const QString &path);

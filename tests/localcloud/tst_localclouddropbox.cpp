@@ -31,7 +31,12 @@ class TestLocalCloudDropbox : public QObject
 {
     Q_OBJECT
 private slots:
-    void init() { start(std::make_shared<QTemporaryDir>()); }
+    void init()
+    {
+        m_data = std::make_unique<QTemporaryDir>();
+        m_cloud = startCloud(m_data->path());
+        m_client = std::make_unique<CloudClient>(*m_cloud, m_cloud->issueDropboxToken());
+    }
 
     void signsInThroughTheForm()
     {
@@ -46,15 +51,14 @@ private slots:
         }
         const CloudReply allowed = client.send("POST", kAuthorize, form + "&state=a%26b&decision=allow");
         const QUrl location(allowed.headers["Location"]);
+        const QUrlQuery query(location);
         QCOMPARE(location.toString(QUrl::RemoveQuery), kReturn);
-        QCOMPARE(QUrlQuery(location).queryItemValue("state", QUrl::FullyDecoded), QString("a&b"));
-
-        const QString exchange = kExchange + QUrlQuery(location).queryItemValue("code");
-        const CloudReply token = client.send("POST", exchange);
+        QCOMPARE(query.queryItemValue("state", QUrl::FullyDecoded), QString("a&b"));
+        const CloudReply token = client.send("POST", kExchange + query.queryItemValue("code"));
         QVERIFY2(token.json["token_type"] == "bearer" && token.json["uid"].isString(), token.body);
         client.setToken(token.json["access_token"].toString());
         QCOMPARE(client.get(kApi + "/account/info/").json["display_name"].toString(), QString("Robin Example"));
-        QCOMPARE(client.send("POST", exchange).status, 400);
+        QCOMPARE(client.send("POST", kExchange + query.queryItemValue("code")).status, 400);
     }
 
     void refusesFaultyAuthorizeRequests()
@@ -89,28 +93,14 @@ private slots:
             QString url = kExchange + m_cloud->issueDropboxCode("app", kReturn);
             const CloudReply reply = m_client->send("POST", url.replace(row[0], row[1]));
             QCOMPARE(reply.json["error"].toString(), row[2]);
-            QCOMPARE(reply.status, row[2].isEmpty() ? 200 : 400);
-            QCOMPARE(reply.json.contains("access_token"), row[2].isEmpty());
+            QVERIFY(row[2].isEmpty() ? reply.json.contains("access_token") : reply.status == 400);
         }
-    }
-
-    void knowsItsTokensAfterARestart()
-    {
-        const QString token = m_cloud->issueDropboxToken();
-        m_cloud.reset();
-        start(m_data);
-        m_client->setToken(token);
-        QCOMPARE(m_client->get(kApi + "/account/info/").status, 200);
-        const QString stored = m_data->filePath(".localcloud/dropbox-tokens.json");
-        QVERIFY(isPrivate(stored));
-        m_cloud->revokeDropboxTokens();
-        QCOMPARE(m_client->get(kApi + "/account/info/").status, 401);
-        QVERIFY(!readFile(stored).contains(token.toUtf8()));
     }
 
     void listsFolders()
     {
-        QVERIFY(writeFile(file("b #?% ü/in.obj"), "x") && writeFile(file("a.obj"), QByteArray(2048, 'x')));
+        writeFile(file("b #?% ü/in.obj"), "x");
+        writeFile(file("a.obj"), QByteArray(2048, 'x'));
         const CloudReply root = m_client->get(kListing + "/?file_limit=10000&list=true");
         QCOMPARE(root.headers["Content-Type"], QByteArray("application/json"));
         QVERIFY(root.json["path"] == "/" && root.json["is_dir"].toBool());
@@ -126,43 +116,43 @@ private slots:
         QCOMPARE(pathsIn(listing), QStringList{"/b #?% ü/in.obj"});
         for (const char *unlisted : {"?list=false", "//in.obj"})
             QVERIFY(!m_client->get(folder + unlisted).json.contains("contents"));
-        const QString sameHash = "?hash=" + listing.json["hash"].toString();
-        QCOMPARE(m_client->get(folder + sameHash).status, 304);
-        QVERIFY(writeFile(file("b #?% ü/in.obj"), "other"));
-        const CloudReply changed = m_client->get(folder + sameHash);
-        QVERIFY(changed.json["contents"][0]["rev"].toString() != listing.json["contents"][0]["rev"].toString());
+        const QString ifChanged = folder + "?hash=" + listing.json["hash"].toString();
+        QCOMPARE(m_client->get(ifChanged).status, 304);
+        writeFile(file("b #?% ü/in.obj"), "other");
+        const CloudReply changed = m_client->get(ifChanged);
+        QVERIFY(changed.json["contents"][0]["rev"] != listing.json["contents"][0]["rev"]);
     }
 
     void refusesRequests()
     {
-        QVERIFY(writeFile(file("a"), "x") && writeFile(file("b"), "x") && writeFile(file("c"), "x"));
-        const QMap<QString, int> statuses{
-            {kListing + "/none", 404},
-            {kListing + "/?file_limit=3", 200},
-            {kListing + "/?file_limit=2", 406},
-            {kListing + "/?file_limit=0", 400},
-            {kListing + "/?file_limit=25001", 400},
-            {kApi + "/metadata/sandbox/", 404},
-            {kApi + "/oauth2/token", 405},
-            {kFiles + "/", 404},
+        for (const char *name : {"a", "b", "c"})
+            writeFile(file(name), "x");
+        const QMap<int, QStringList> urls{
+            {200, {kListing + "/?file_limit=3"}},
+            {400, {kListing + "/?file_limit=0", kListing + "/?file_limit=25001"}},
+            {404, {kListing + "/none", kApi + "/metadata/sandbox/", kFiles + "/", kFiles + "/none"}},
+            {405, {kApi + "/oauth2/token"}},
+            {406, {kListing + "/?file_limit=2"}},
         };
-        for (const QString &url : statuses.keys()) {
-            const CloudReply reply = m_client->get(url);
-            QVERIFY2(reply.status == statuses[url], qPrintable(url));
-            QCOMPARE(reply.json.contains("error"), reply.status != 200);
-            QCOMPARE(CloudClient(*m_cloud).get(url).status, url.contains("/dropbox/") ? 401 : reply.status);
+        for (const int status : urls.keys()) {
+            for (const QString &url : urls[status]) {
+                const CloudReply reply = m_client->get(url);
+                QVERIFY2(reply.status == status && reply.json.contains("error") == (status != 200), qPrintable(url));
+                QCOMPARE(CloudClient(*m_cloud).get(url).status, url.contains("/dropbox/") ? 401 : status);
+            }
         }
     }
 
     void keepsInsideItsFolder()
     {
         const QString secret = m_data->filePath("secret.txt");
-        QVERIFY(writeFile(secret, "secret") && writeFile(file("sub/in.txt"), "in"));
+        writeFile(secret, "secret");
+        writeFile(file("sub/in.txt"), "in");
         QVERIFY(QFile::link(m_data->path(), file("outside")) && QFile::link(secret, file("link.txt")));
         QVERIFY(QFile::link(file("sub"), file("inside")));
         for (const char *path :
              {"/../secret.txt", "/sub/../../secret.txt", "/%2e%2e/secret.txt", "/sub/..%2F..%2Fsecret.txt", "/link.txt",
-              "/outside/secret.txt", "/outside/new/file.txt"}) {
+              "/./a", "/a%00b", "/%FF", "/%C3", "/outside/secret.txt", "/outside/new/file.txt"}) {
             QVERIFY2(raw("GET", kListing + path).startsWith("HTTP/1.1 40"), path);
             QVERIFY2(raw("GET", kFiles + path).startsWith("HTTP/1.1 40"), path);
             raw("PUT", kUpload + path, "Content-Length: 3\r\n\r\nbad");
@@ -172,34 +162,23 @@ private slots:
         QVERIFY(paths.contains("/inside") && !paths.contains("/outside"));
     }
 
-    void downloadsFilesAndRanges()
+    void downloadsFiles()
     {
         const QByteArray content = QByteArray("0123456789a").repeated(250000);
-        QVERIFY(writeFile(file("Maß 100%.obj"), content));
+        writeFile(file("Maß 100%.obj"), content);
         const QString url = kFiles + "/Ma%C3%9F%20100%25.obj";
         QVERIFY(m_client->get(url).body == content);
         QCOMPARE(m_client->send("HEAD", url).headers["Content-Length"].toInt(), content.size());
-        m_client->setHeader("Range", "bytes=1000-1999999");
-        const CloudReply part = m_client->get(url);
-        QVERIFY(part.status == 206 && part.body == content.mid(1000, 1999000));
-        m_client->setHeader("Range", "bytes=99999999-");
-        QCOMPARE(m_client->get(url).status, 416);
-    }
 
-    void oneTimeAddressWorksOnce()
-    {
-        QVERIFY(writeFile(file("d/a #1.obj"), "the model"));
         m_cloud->addRule("api-content.dropbox.com", "/1/files/*", "signed-redirect");
-        const QString url = kFiles + "/d/a%20%231.obj";
         const QString location = m_client->get(url).headers["Location"];
-        QVERIFY(QUrl(location).host() == "dl.dropboxusercontent.com" && location.endsWith("/a%20%231.obj"));
-
+        QVERIFY(QUrl(location).host() == "dl.dropboxusercontent.com" && location.endsWith("/Ma%C3%9F%20100%25.obj"));
         CloudClient anyone(*m_cloud);
-        QCOMPARE(anyone.get(location).body, QByteArray("the model"));
-        QCOMPARE(anyone.get(location).status, 403);
-        QVERIFY(m_client->get(url).headers["Location"] != location.toUtf8());
-        QCOMPARE(m_client->get(kFiles + "/none").status, 404);
         QCOMPARE(anyone.get(url).status, 401);
+        anyone.setHeader("Range", "bytes=1000-1999999");
+        const CloudReply part = anyone.get(location);
+        QVERIFY(part.status == 206 && part.body == content.mid(1000, 1999000));
+        QCOMPARE(anyone.get(location).status, 403);
     }
 
     void storesUploads()
@@ -211,11 +190,10 @@ private slots:
             {"/d.x/old?overwrite=false", "d.x/old (1)"},
             {"//p/q/%C3%BC%20%23%3F%25.fbx", "p/q/ü #?%.fbx"},
         };
-        const QByteArray large = QByteArray("0123456789a").repeated(300000);
         for (const QString &target : names.keys()) {
-            const QByteArray content = target.startsWith("/old") ? large : QByteArray();
-            QVERIFY(QDir(file("")).removeRecursively());
-            QVERIFY(writeFile(file("old.obj"), "old") && writeFile(file("d.x/old"), "old"));
+            const QByteArray content(target.startsWith("/old") ? 3000000 : 0, 'x');
+            writeFile(file("old.obj"), "old");
+            writeFile(file("d.x/old"), "old");
             const CloudReply reply = m_client->send(content.isEmpty() ? "POST" : "PUT", kUpload + target, content);
             QCOMPARE(reply.json["path"].toString(), "/" + names[target]);
             QCOMPARE(reply.json["bytes"].toInt(-1), content.size());
@@ -226,7 +204,8 @@ private slots:
 
     void refusesUploads()
     {
-        QVERIFY(writeFile(file("old.obj"), "old") && writeFile(file("folder/in.obj"), "in"));
+        writeFile(file("old.obj"), "old");
+        writeFile(file("folder/in.obj"), "in");
         QVERIFY(raw("PUT", kUpload + "/a.obj").startsWith("HTTP/1.1 411"));
         QCOMPARE(CloudClient(*m_cloud).send("PUT", kUpload + "/a.obj", "x").status, 401);
         QCOMPARE(m_client->send("PUT", kUpload + "/", "x").status, 400);
@@ -243,16 +222,6 @@ private slots:
     }
 
 private:
-    void start(const std::shared_ptr<QTemporaryDir> &data)
-    {
-        LocalCloudOptions options;
-        options.dataDir = data->path();
-        m_cloud = std::make_unique<LocalCloud>(options);
-        QVERIFY(m_cloud->start());
-        m_client = std::make_unique<CloudClient>(*m_cloud, m_cloud->issueDropboxToken());
-        m_data = data;
-    }
-
     /// The local path of a stored file.
     QString file(const QString &name) const { return m_cloud->dropboxDir() + '/' + name; }
 
@@ -264,7 +233,7 @@ private:
         return rawExchange(*m_cloud, method + path + url.section('/', 2, 2).toUtf8() + token + rest, "}");
     }
 
-    std::shared_ptr<QTemporaryDir> m_data;
+    std::unique_ptr<QTemporaryDir> m_data;
     std::unique_ptr<LocalCloud> m_cloud;
     std::unique_ptr<CloudClient> m_client; // signed in
 };

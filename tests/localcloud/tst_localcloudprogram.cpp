@@ -3,8 +3,6 @@
 #include <localcloud/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
 #include <localcloud/ZephalSeed.h>
-#include <QDir>
-#include <QImage>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRegularExpression>
@@ -20,7 +18,7 @@ private slots:
     void servesUntilItIsTold()
     {
         QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("data/.localcloud/seeded-dropbox"), "")); // the seed has a test of its own
+        writeFile(dir.filePath("data/.localcloud/seeded-dropbox"), ""); // the seed has a test of its own
         const QString ca = dir.filePath("ca.pem");
         QByteArray authority;
         for (const int signal : {SIGTERM, SIGINT}) {
@@ -50,17 +48,50 @@ private slots:
             QVERIFY(isPrivate(key.filePath()));
     }
 
-    void refusesWrongArguments()
+    void refusesToStart()
     {
         QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath(".localcloud/seeded-dropbox"), ""));
+        writeFile(dir.filePath(".localcloud/seeded-dropbox"), "");
+        writeFile(dir.filePath("damaged/.localcloud/seeded-dropbox"), "");
+        writeFile(dir.filePath("damaged/plyx/catalogue.json"), "{\"assets\": 1}");
         for (const char *arguments : {"--port 70000", "--rule /path", "serve", "--verbose", "--data /dev/null/data",
-                                      "--data DATA --log /dev/null/log"}) {
+                                      "--data DATA --log /dev/null/log", "--data DATA/damaged"}) {
             QProcess program;
             program.start(m_program, QString(arguments).replace("DATA", dir.path()).split(' '));
             QVERIFY2(program.waitForFinished(10000), arguments);
             QVERIFY2(program.exitCode() == 1 && program.readAllStandardOutput().isEmpty(), arguments);
             QVERIFY2(!program.readAllStandardError().isEmpty(), arguments);
+        }
+    }
+
+    void whatWasGivenOutHoldsUntilRevoked()
+    {
+        QTemporaryDir dir;
+        auto cloud = startCloud(dir.path());
+        const QString dropbox = cloud->issueDropboxToken();
+        const PlyxSession plyx = cloud->issuePlyxSession();
+        const QString zephal = cloud->issueZephalToken();
+        cloud = startCloud(dir.path());
+        const auto statuses = [&] {
+            CloudClient client(*cloud, dropbox);
+            client.setHeader("X-AFC", "QK4ZT8");
+            client.setHeader("X-Session", plyx.id.toLatin1());
+            client.setHeader("X-Secure-Session", plyx.secureId.toLatin1());
+            QList<int> found{client.get("https://api.dropbox.com/1/account/info/").status,
+                             client.get("https://www.plyx.example/API/v1/Member").status};
+            client.setHeader("Authorization", "Basic " + ("demo:" + zephal).toLatin1().toBase64());
+            return found << client.send("OPTIONS", "https://cloud.zephal.example/dav/").status;
+        };
+        QCOMPARE(statuses(), (QList<int>{200, 200, 200}));
+        cloud->revokeDropboxTokens();
+        cloud->revokePlyxSessions();
+        cloud->revokeZephalTokens();
+        QCOMPARE(statuses(), (QList<int>{401, 401, 401}));
+        const QMap<QString, QString> secrets{
+            {"dropbox-tokens", dropbox}, {"plyx-sessions", plyx.secureId}, {"zephal-tokens", zephal}};
+        for (const QString &name : secrets.keys()) {
+            const QString file = dir.filePath(".localcloud/" + name + ".json");
+            QVERIFY2(isPrivate(file) && !readFile(file).contains(secrets[name].toUtf8()), qPrintable(name));
         }
     }
 
@@ -70,13 +101,14 @@ private slots:
         const QString root = dir.filePath("dropbox");
         const QString marker = dir.filePath("seeded");
         QString error;
-        QVERIFY(writeFile(root + "/Mug.obj", "mine"));
+        writeFile(root + "/Mug.obj", "mine");
         QVERIFY2(seedDropbox(root, marker, SeedAmount::Small, &error), qPrintable(error));
         QCOMPARE(readFile(root + "/Mug.obj"), QByteArray("mine"));
         QVERIFY(QFile::remove(root + "/Notes.txt") && !QFile::exists(root + "/Ten Thousand"));
         QVERIFY(seedDropbox(root, marker, SeedAmount::Everything, &error) && !QFile::exists(root + "/Notes.txt"));
 
-        QVERIFY(QFile::remove(marker) && QDir(root).removeRecursively() && writeFile(root, "in the way"));
+        QVERIFY(QFile::remove(marker) && QDir(root).removeRecursively());
+        writeFile(root, "in the way");
         QVERIFY(!seedDropbox(root, marker, SeedAmount::Small, &error));
         QVERIFY(error.contains(root) && !QFile::exists(marker));
     }
@@ -87,13 +119,10 @@ private slots:
         QVERIFY(seedDropbox(dir.path(), dir.filePath("seeded"), SeedAmount::Everything, nullptr));
         const auto seeded = [&](const char *name) { return readFile(dir.filePath(QString::fromUtf8(name))); };
         QCOMPARE(seeded("Large terrain.obj").count("\nf "), 200000);
-        QCOMPARE(seeded("Large terrain.obj").count("\nv "), 401 * 251);
-        QVERIFY(!seeded("Grüße aus München.obj").isEmpty() && !seeded("Модель.obj").isEmpty());
+        QVERIFY(seeded("Grüße aus München.obj").contains("\nf ") && seeded("Модель.obj").contains("\nf "));
         QCOMPARE(QDir(dir.filePath("Ten Thousand")).entryList(QDir::Files).size(), 10000);
-        const QByteArray barrel = seeded("Models/Textured/Barrel.obj");
-        QVERIFY(barrel.contains("mtllib Barrel.mtl\n") && barrel.contains("usemtl Barrel\n"));
+        QVERIFY(seeded("Models/Textured/Barrel.obj").contains("mtllib Barrel.mtl\n"));
         QVERIFY(seeded("Models/Textured/Barrel.mtl").contains("map_Kd Barrel.png\n"));
-        QCOMPARE(QImage::fromData(seeded("Models/Textured/Barrel.png")).size(), QSize(256, 256));
         const QByteArray torus = seeded("Models/Shapes/Torus.stl");
         QCOMPARE(torus.size(), 84 + 50 * qFromLittleEndian<int>(torus.constData() + 80));
 
@@ -114,9 +143,8 @@ private slots:
         const int length = qFromLittleEndian<int>(glb.constData() + 12);
         const QJsonObject document = QJsonDocument::fromJson(glb.mid(20, length)).object();
         const QByteArray data = glb.mid(28 + length);
-        const QJsonValue views = document["bufferViews"];
         QCOMPARE(document["buffers"][0]["byteLength"].toInt(), data.size());
-        const QJsonValue image = views[document["images"][0]["bufferView"].toInt()];
+        const QJsonValue image = document["bufferViews"][document["images"][0]["bufferView"].toInt()];
         QCOMPARE(data.mid(image["byteOffset"].toInt(), image["byteLength"].toInt()), png);
     }
 
