@@ -10,6 +10,7 @@
 #include "support/RecordingHost.h"
 
 #include <QtNetwork>
+#include <QtTest>
 
 #include <memory>
 

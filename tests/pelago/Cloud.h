@@ -4,9 +4,10 @@
 
 #pragma once
 
+#include "shell/TestFiles.h"
+
 #include <pelago/pelago.h>
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QVector>
 
@@ -56,17 +57,18 @@ public:
         done = -1;
         return Skein_Storage_downloadFile(endPoint, folder, name, to, "got", progress, finished, this, this);
     }
-    int upload(const QByteArray &folder, const QByteArray &name, const QByteArray &content)
+    /// Stores \p content; the local file "local" as it is when that is null.
+    int upload(const QByteArray &folder, const QByteArray &name, const QByteArray &content = QByteArray())
     {
-        const QByteArray path = write("local", content);
+        const QByteArray path = content.isNull() ? local("local") : write("local", content);
         const char *const paths[] = {path.constData()};
         const char *const names[] = {name.constData()};
         done = -1;
         return Skein_Storage_uploadFiles(endPoint, folder, paths, names, 1, progress, finished, this, this);
     }
-    int replace(const QByteArray &folder, const QByteArray &name, const QByteArray &content)
+    int replace(const QByteArray &folder, const QByteArray &name, const QByteArray &content = QByteArray())
     {
-        const QByteArray path = write("local", content);
+        const QByteArray path = content.isNull() ? local("local") : write("local", content);
         const QByteArray id = folder.isEmpty() ? name : folder + '/' + name;
         done = -1;
         return Skein_Storage_updateFile(endPoint, folder, id, 2, path, progress, finished, this, this);
@@ -75,16 +77,10 @@ public:
     QByteArray local(const char *name) const { return m_home.filePath(name).toUtf8(); }
     QByteArray write(const char *name, const QByteArray &content) const
     {
-        QFile file(local(name));
-        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-            qFatal("cannot write %s", name);
+        writeFile(local(name), content);
         return local(name);
     }
-    QByteArray got() const
-    {
-        QFile file(local("got"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
-    }
+    QByteArray got() const { return readFile(local("got")); }
 
     int64_t session = -1;
     int64_t endPoint = -1;

@@ -4,10 +4,9 @@
 
 #pragma once
 
+#include "shell/TestFiles.h"
+
 #include <memory>
-#include <QByteArray>
-#include <QString>
-#include <QStringList>
 
 class DavServer
 {
@@ -15,14 +14,15 @@ public:
     virtual ~DavServer() = default;
 
     /// Starts "apache", "nginx", "rclone" or "localcloud", which goes with the object. A server that cannot start ends
-    /// the test program. All serve the user "demo" with the password "demo".
+    /// the test program. All serve the user "demo" with the password "demo". As long as "localcloud" runs, all requests
+    /// of this process go through its proxy.
     static std::unique_ptr<DavServer> start(const QString &name);
 
     QString path(const QString &id) const { return folder + '/' + id; }
     /// Makes a folder, or a file with \p content, that the server may change.
     void makeFolder(const QString &id);
     void makeFile(const QString &id, const QByteArray &content);
-    QByteArray content(const QString &id) const;
+    QByteArray content(const QString &id) const { return readFile(path(id)); }
     /// The names on the disk, sorted.
     QStringList entries(const QString &folderId) const;
 

@@ -4,15 +4,15 @@
 
 #pragma once
 
-#include <QtTest>
-#include <QtWidgets>
+#include <QtCore>
 
-/// The file, and the folders that it needs; others may read it.
+/// The file, and the folders that it needs; others may read it. A file that cannot be written ends the test program.
 inline void writeFile(const QString &path, const QByteArray &content)
 {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    QVERIFY2(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(), qPrintable(path));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write %s", qPrintable(path));
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
 }
 

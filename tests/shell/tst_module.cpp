@@ -13,6 +13,9 @@
 #include "TavrinSettings.h"
 #include "TestFiles.h"
 
+#include <QtTest>
+#include <QtWidgets>
+
 static const char dockSettings[] = "CloudBrowser_Dock_Widget";
 
 class TestModule : public QObject

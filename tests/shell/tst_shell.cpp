@@ -9,6 +9,9 @@
 #include "TavrinStrings.h"
 #include "TestFiles.h"
 
+#include <QtTest>
+#include <QtWidgets>
+
 #include <unistd.h>
 
 namespace {
