@@ -1,23 +1,17 @@
-#include "host/KeldaHost.h"
+#include "kelda/TestHost.h"
+
 #include "host/MenuModel.h"
-#include "Steps.h"
 
 #include <QtWidgets>
 
 namespace {
 
-/// A host with a location and a user folder of its own, whose messages and echoes are kept in order.
-struct TestHost
+/// With the two modules in its folder, and commands that show and rebuild the File menu.
+struct PlugInHost : TestHost
 {
-    explicit TestHost(KGlobal::KeldaState state = KGlobal::kInteractive, const QString &language = "en")
-        : host({state, folder.path(), folder.filePath("user"), language})
+    explicit PlugInHost(KGlobal::KeldaState state = KGlobal::kInteractive, const QString &language = "en")
+        : TestHost(state, language)
     {
-        QObject::connect(&host, &KeldaHost::messagePosted, [this](KHost::MessageKind kind, const QString &text) {
-            messages.append(QStringList{"info: ", "warning: ", "error: "}.at(static_cast<int>(kind)) + text);
-        });
-        QObject::connect(&host, &KeldaHost::commandEchoed, [this](const QString &command, const QString &result) {
-            messages.append("echo: " + command + '=' + result);
-        });
         host.interpreter().addCommand("fileMenu", [this](const CommandCall &) {
             QStringList entries;
             for (const MenuModel::Entry &entry : host.menus().entries("FileMenu"))
@@ -25,45 +19,17 @@ struct TestHost
             return Value(entries.join(", "));
         });
         host.interpreter().addCommand("rebuild", [this](auto &) { return host.menus().rebuild(), Value(); });
-        for (const char *module : {"kelda_sample", "kelda_no_entry"})
-            QFile::copy(QCoreApplication::applicationDirPath() + "/../plug-ins/" + module + ".so",
-                        folder.filePath(module) + ".so");
+        for (const char *module : {"/kelda_sample.so", "/kelda_no_entry.so"})
+            QFile::copy(QCoreApplication::applicationDirPath() + "/../plug-ins" + module, folder.path() + module);
     }
 
-    /// The messages of \p source and its result; when it fails "failed", and why if that is not the last message.
-    QString run(QString source)
-    {
-        KStatus status;
-        source.replace("FOLDER", folder.path()).replace("TAVRIN", QFINDTESTDATA("../../scripts/TavrinCreateUI.ksc"));
-        const QString result =
-            KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(source), false, false, &status));
-        const QString reason = KQtUtil::toQString(status.errorString());
-        if (!status)
-            messages.append(messages.endsWith("error: " + reason) ? "failed" : "failed: " + reason);
-        else if (!result.isEmpty())
-            messages.append(result);
-        return std::exchange(messages, {}).join(" / ").replace(folder.path(), "FOLDER");
-    }
-    void play(const char *table)
-    {
-        playSteps([this](const QString &source) { return run(source); }, table);
-    }
-    void write(const QString &name, const QByteArray &content)
-    {
-        QDir(folder.path()).mkpath(QFileInfo(name).path());
-        QFile file(folder.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
+    void write(const QString &name, const QByteArray &content) { writeFile(path(name), content); }
     /// Loads the sample plug-in with \p script beside it, and returns the messages of that.
     QString loadSample(const QByteArray &script = "")
     {
         write("Sample.ksc", script);
         return run("loadPlugin \"FOLDER/kelda_sample.so\"");
     }
-
-    QTemporaryDir folder;
-    QStringList messages;
-    KeldaHost host;
 };
 
 } // namespace
@@ -75,7 +41,7 @@ private slots:
     void commandsAndScriptsAnswerInTheirKindOrFail()
     {
         qputenv("KELDA_TEST_VARIABLE", "värde");
-        TestHost test;
+        PlugInHost test;
         test.write("file.txt", "text");
         test.write("scripts/first.ksc", "\xEF\xBB\xBF$where = \"location ü\";");
         test.write("scripts/which.ksc", "$where = \"location\";");
@@ -95,33 +61,33 @@ string $d = `getenv "KELDA_LOCATION"` + "/a b"; sysFile -makeDir ($d + "/c"); sy
 sysFile -copy "FOLDER/copy" "FOLDER/file.txt"; sysFile -rename "FOLDER/moved" "FOLDER/copy"; `getFileList -folder "FOLDER" -filespec "*.txt"` + `getFileList -folder "FOLDER" -filespec "mo*"` => file.txt moved
 "" + `sysFile -delete "FOLDER/moved"` + `sysFile -exists "FOLDER/moved"` => 10
 `menuItem -exists none` + `pluginInfo -q -loaded none` => 0
-error -1 -.5 (-2) => error: line 1: -1 -.5 -2 / failed
-menuItem -frob x => error: line 1: menuItem: unknown flag -frob / failed
-waitCursor -state => error: line 1: waitCursor: flag -state lacks a value / failed
+error -1 -.5 (-2) => failed: line 1: -1 -.5 -2
+menuItem -frob x => failed: line 1: menuItem: unknown flag -frob
+waitCursor -state => failed: line 1: waitCursor: flag -state lacks a value
 print "a\n"; info b; warning c d => info: a / info: b / warning: c d
-setStringResource T k x => error: line 1: setStringResource: no text is registered as T.k / failed
+setStringResource T k x => failed: line 1: setStringResource: no text is registered as T.k
 source "which.ksc"; $where => second
 source "first.ksc"; $where => location ü
 source current.ksc => 5
-source "broken.ksc"; f => error: FOLDER/scripts/broken.ksc:3: unknown command 'frob' / failed
+source "broken.ksc"; f => failed: FOLDER/scripts/broken.ksc:3: unknown command 'frob'
 )");
-        QVERIFY(test.run("source loop.ksc").startsWith("error: FOLDER/scripts/loop.ksc:2: "));
+        QVERIFY(test.run("source loop.ksc").startsWith("failed: FOLDER/scripts/loop.ksc:2: "));
         qunsetenv("KELDA_SCRIPT_PATH");
         QDir::setCurrent("/");
 
-        QVector<int> kinds;
-        for (const auto command : {"7", "7.0", "2147483648", "\"7\"", "callbacks -listCallbacks -hook h", "error x"}) {
+        const auto kindOf = [](const QString &command) {
             KCommandResult result(1);
-            KGlobal::executeCommand(command, result);
-            kinds.append(result.kind());
-        }
-        using R = KCommandResult; // the third does not fit into an int
-        QCOMPARE(kinds, QVector<int>({R::kInt, R::kDouble, R::kDouble, R::kString, R::kStringArray, R::kNone}));
+            KGlobal::executeCommand(KQtUtil::toKString(command), result);
+            return QString("none int double string array").section(' ', result.kind(), result.kind());
+        };
+        // The third does not fit into an int.
+        playSteps(kindOf, "7 => int\n7.0 => double\n2147483648 => double\n\"7\" => string\n"
+                          "callbacks -listCallbacks -hook h => array\nerror x => none");
     }
 
     void waitCursorCountsAndEchoFollowsItsState()
     {
-        auto test = std::make_unique<TestHost>();
+        auto test = std::make_unique<PlugInHost>();
         test->play(R"(
 waitCursor -state on; waitCursor -state (1); => nothing
 if (`waitCursor -q -state`) { waitCursor -state off; } waitCursor -q -state => 1
@@ -142,9 +108,10 @@ commandEcho -state false; => echo: commandEcho -state false;=
     {
         const auto menu = "proc f() { menuItem -parent FileMenu -label L i; } callbacks -addCallback f -hook "
                           "addItemToFileMenu -owner o; `fileMenu` + `about -batch`";
-        QCOMPARE(TestHost(KGlobal::kBatch).run(menu), QString("1"));
-        TestHost test;
+        QCOMPARE(PlugInHost(KGlobal::kBatch).run(menu), QString("1"));
+        PlugInHost test;
         QSignalSpy changes(&test.host.menus(), &MenuModel::changed);
+        KStringResource::registerString(KStringResourceId("Tavrin", "kCloudPortalMenu", "Tavrin..."));
         test.play(R"(
 $label = "One"; menuItem -parent FileMenu -label Own -command own own => own
 proc fill() { global string $label; menuItem -parent FileMenu -label $label -command "go" item; } => nothing
@@ -157,21 +124,23 @@ rebuild; fileMenu => own|Own|own, item|Two|go
 callbacks -removeCallback  "fill" -hook "addItemToFileMenu" -owner "o"; fileMenu => own|Own|own
 deleteUI own; fileMenu => nothing
 callbacks -addCallback fill -hook other -owner o; callbacks -executeCallbacks -hook other; fileMenu => item|Two|go
+deleteUI item; source "TAVRIN"; TavrinCreateUI; TavrinCreateUI; fileMenu => TavrinMenuItem|Tavrin...|Tavrin -showportal
+TavrinDeleteUI; TavrinDeleteUI; fileMenu => nothing
 )");
-        QCOMPARE(changes.size(), 9); // once for each command that changes something
+        QCOMPARE(changes.size(), 13); // once for each command that changes something
     }
 
     void brokenModulesAndStrangersLeaveNothing()
     {
-        TestHost test;
+        PlugInHost test;
         test.write("text.so", "text");
         qputenv("SAMPLE_FAILS", "1");
         for (int round = 0; round < 2; ++round)
             test.play(R"(
-loadPlugin "FOLDER/none.so" => error: line 1: there is no plug-in file FOLDER/none.so / failed
-loadPlugin "FOLDER/text.so" => error: line 1: FOLDER/text.so is no plug-in: FOLDER/text.so: file too short / failed
-loadPlugin "FOLDER/kelda_no_entry.so" => error: line 1: FOLDER/kelda_no_entry.so is no plug-in: it has no entry point uninitializePlugin / failed
-loadPlugin "FOLDER/kelda_sample.so" => error: line 1: FOLDER/kelda_sample.so could not be initialised: no licence / failed
+loadPlugin "FOLDER/none.so" => failed: line 1: there is no plug-in file FOLDER/none.so
+loadPlugin "FOLDER/text.so" => failed: line 1: FOLDER/text.so is no plug-in: FOLDER/text.so: file too short
+loadPlugin "FOLDER/kelda_no_entry.so" => failed: line 1: FOLDER/kelda_no_entry.so is no plug-in: it has no entry point uninitializePlugin
+loadPlugin "FOLDER/kelda_sample.so" => failed: line 1: FOLDER/kelda_sample.so could not be initialised: no licence
 exists("Sample") + exists("SampleLeft") => 0
 pluginInfo -q -listPlugins => nothing
 )");
@@ -186,24 +155,24 @@ pluginInfo -q -listPlugins => nothing
 
     void pluginLoadsAgainAndPostsEachFailureOnce()
     {
-        TestHost test;
+        PlugInHost test;
         test.write("Sample.ksc", "print sourced;");
         for (int round = 0; round < 2; ++round)
             test.play(R"(
 loadPlugin "FOLDER/kelda_sample.so" => info: sourced / info: initialised: Hello
 "" + `pluginInfo -q -listPlugins` + `pluginInfo -q -vendor kelda_sample` + `pluginInfo -q -version kelda_sample` => kelda_sampleTests1.2
-Sample execute "print here; frob" => info: here / error: line 1: unknown command 'frob' / failed: line 1: Sample: line 1: unknown command 'frob'
+Sample execute "print here; frob" => info: here / error: line 1: unknown command 'frob' / unposted: line 1: Sample: line 1: unknown command 'frob'
 Sample ignore frob => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob'
-Sample ignore frob; frab => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob' / error: line 1: unknown command 'frab' / failed
-frob => error: line 1: unknown command 'frob' / failed
-frob => error: line 1: unknown command 'frob' / failed
-print a;↵Sample fail; print b => info: a / error: line 2: Sample: as asked / failed
-Sample throw => error: line 1: Sample: thrown as asked / failed
+Sample ignore frob; frab => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob' / failed: line 1: unknown command 'frab'
+frob => failed: line 1: unknown command 'frob'
+frob => failed: line 1: unknown command 'frob'
+print a;↵Sample fail; print b => info: a / failed: line 2: Sample: as asked
+Sample throw => failed: line 1: Sample: thrown as asked
 Sample "a b" c; SampleLeft => info: Hello 1 a b / info: Hello 1
-loadPlugin "FOLDER/kelda_sample.so" => error: line 1: a plug-in kelda_sample is loaded already; FOLDER/kelda_sample.so is not loaded / failed
+loadPlugin "FOLDER/kelda_sample.so" => failed: line 1: a plug-in kelda_sample is loaded already; FOLDER/kelda_sample.so is not loaded
 unloadPlugin kelda_sample => nothing
 `pluginInfo -q -loaded kelda_sample` + exists("Sample") + exists("SampleLeft") => 0
-source Sample.ksc => error: line 1: source: there is no script file 'Sample.ksc' / failed
+source Sample.ksc => failed: line 1: source: there is no script file 'Sample.ksc'
 )");
         QDir::setCurrent(test.folder.path());
         QCOMPARE(test.run("loadPlugin kelda_sample.so; Sample"),
@@ -213,17 +182,17 @@ source Sample.ksc => error: line 1: source: there is no script file 'Sample.ksc'
 
     void pluginStaysWhenItRefusesToGo()
     {
-        const QString refusal = "error: line 1: plug-in kelda_sample stays loaded: ";
         QStringList posted;
         {
-            TestHost test;
+            PlugInHost test;
             test.loadSample();
             QVERIFY(test.run("Sample execute \"unloadPlugin kelda_sample\"")
-                        .startsWith(refusal + "one of its commands is running / failed"));
+                        .contains("plug-in kelda_sample stays loaded: one of its commands is running"));
             qputenv("SAMPLE_STAYS", "1");
-            QCOMPARE(test.run("unloadPlugin kelda_sample"),
-                     refusal + "FOLDER/kelda_sample.so could not be uninitialised: not now / failed");
-            QCOMPARE(test.run("Sample still"), QString("info: Hello 1 still"));
+            test.play(R"(
+unloadPlugin kelda_sample => failed: line 1: plug-in kelda_sample stays loaded: FOLDER/kelda_sample.so could not be uninitialised: not now
+Sample still => info: Hello 1 still
+)");
             QObject::connect(&test.host, &KeldaHost::messagePosted,
                              [&posted](KHost::MessageKind, const QString &text) { posted.append(text); });
         }
@@ -234,7 +203,7 @@ source Sample.ksc => error: line 1: source: there is no script file 'Sample.ksc'
 
     void textsAreReplacedBeforeThePluginUsesThem()
     {
-        TestHost test;
+        PlugInHost test;
         QCOMPARE(test.loadSample(R"(
 global proc SampleInitStrings() { setStringResource "Sample" "greeting" "Grüß dich "; }
 global proc SampleMenu() { menuItem -parent FileMenu -label `getStringResource Sample greeting` s; }
@@ -246,23 +215,17 @@ callbacks -addCallback SampleMenu -hook addItemToFileMenu -owner Sample;)"),
         QCOMPARE(test.loadSample(), QString("info: Grüß dich  / info: initialised: Grüß dich "));
     }
 
-    void tavrinScriptMakesOneMenuEntryAndReadsTextTables()
+    /// "language and tables => the table that counts"
+    void tavrinScriptReadsTheTablesOfTheLanguage()
     {
-        TestHost test;
-        KStringResource::registerString(KStringResourceId("Tavrin", "kCloudPortalMenu", "Tavrin..."));
-        test.play(R"(
-source "TAVRIN"; TavrinCreateUI; TavrinCreateUI; fileMenu => TavrinMenuItem|Tavrin...|Tavrin -showportal
-TavrinDeleteUI; TavrinDeleteUI; fileMenu => nothing
-)");
-
         const auto textOf = [](const QString &languageAndTables) {
             QStringList tables = languageAndTables.split(' ');
-            TestHost other(KGlobal::kInteractive, tables.takeFirst());
+            PlugInHost test(KGlobal::kInteractive, tables.takeFirst());
             KStringResource::registerString(KStringResourceId("Tavrin", "kOk", "Ok"));
             for (const QString &table : tables)
-                other.write("scripts/strings/Tavrin_" + table + ".ksc",
-                            "setStringResource \"Tavrin\" \"kOk\" \"" + table.toUtf8() + "\";\n");
-            return other.run("source \"TAVRIN\"; TavrinInitStrings; getStringResource Tavrin kOk");
+                test.write("scripts/strings/Tavrin_" + table + ".ksc",
+                           "setStringResource \"Tavrin\" \"kOk\" \"" + table.toUtf8() + "\";\n");
+            return test.run("source \"TAVRIN\"; TavrinInitStrings; getStringResource Tavrin kOk");
         };
         playSteps(textOf, "de_DE fr => Ok\nde_DE de fr => de\nde_DE de de_DE => de_DE\nde_AT.UTF-8 de_DE de => de");
     }

@@ -1,7 +1,6 @@
 // The option box procedures, on a real dialog of the kind that a plug-in makes.
 
-#include "kelda/SceneHost.h"
-#include "kelda/Steps.h"
+#include "kelda/TestHost.h"
 
 #include "scene/Translators.h"
 #include "ui/OptionBox.h"
@@ -27,7 +26,6 @@ struct PlugInDialog : QDialog
         return findChild<W *>(QStringLiteral("KeldaOption_") + key);
     }
     QDoubleSpinBox *scale() const { return option<QDoubleSpinBox>("scale"); }
-    static void click(QAbstractButton *button) { QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(8, 8)); }
 
     QPushButton *ok = new QPushButton("OK");
 };
@@ -42,34 +40,21 @@ private slots:
     void init()
     {
         m_host.reset();
-        m_host = std::make_unique<SceneHost>(KGlobal::kInteractive);
+        m_host = std::make_unique<TestHost>();
         registerOptionBoxCommands(m_host->host, m_host->options);
     }
 
-    void acceptedOptionsChangeTheImport()
+    void storedOptionsChangeTheImport()
     {
-        const QString file = ModelFiles::write(m_host->path("<b>box.obj"), ModelFiles::box());
         PlugInDialog dialog;
-        setUp("Import", "OBJ", file);
+        setUp("Import", "OBJ", "FOLDER/<b>box.obj");
         const auto *label = dialog.findChild<QLabel *>("KeldaOptionFile");
         QVERIFY(label->text() == "<b>box.obj" && label->textFormat() == Qt::PlainText);
-
-        QString answer = "not called";
-        // At this moment the dialog is closed already.
-        connect(&dialog, &QDialog::finished, this, [&] { answer = accept("Import"); });
-        QTimer::singleShot(0, &dialog, [&] {
-            dialog.click(dialog.option<QCheckBox>("triangulate"));
-            dialog.click(dialog.option<QCheckBox>("joinVertices"));
-            dialog.scale()->setValue(3);
-            // Nothing is stored before the dialog is accepted.
-            m_host->import(file);
-            QCOMPARE(m_host->measured(), QString("12 12 8 0 0 0 1 2 3"));
-            dialog.click(dialog.ok);
-        });
-        QVERIFY(dialog.exec() == QDialog::Accepted && answer.isEmpty());
-
-        run("file -force -new");
-        m_host->import(file);
+        dialog.option<QCheckBox>("triangulate")->click();
+        dialog.option<QCheckBox>("joinVertices")->click();
+        dialog.scale()->setValue(3);
+        QCOMPARE(run("fileOperationsOptionsUICallback Import PlugInOptionsLayout"), QString());
+        m_host->import("box.obj");
         QCOMPARE(m_host->measured(), QString("0 6 24 0 0 0 3 6 9"));
         QCOMPARE(run("fileOption Import \"STL\" -q \"scale\""), QString("1"));
     }
@@ -83,20 +68,22 @@ private slots:
                 continue;
             const bool kept = round % 2 == 1;
             run("file -new");
-            m_host->importBox();
+            m_host->import("box.obj");
             PlugInDialog dialog;
             setUp("ExportAll", translator.name, ".");
             QVERIFY(dialog.findChild<QLabel *>("KeldaOptionFile")->isHidden());
-            connect(&dialog, &QDialog::accepted, this, [this] { QCOMPARE(accept("ExportAll"), QString()); });
+            // At this moment the dialog is closed already.
+            connect(&dialog, &QDialog::accepted, this, [this] {
+                QCOMPARE(run("fileOperationsOptionsUICallback ExportAll PlugInOptionsLayout"), QString());
+            });
             QTimer::singleShot(0, &dialog, [&] {
                 dialog.scale()->setValue(2);
                 dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
-                kept ? dialog.click(dialog.ok) : QTest::keyClick(&dialog, Qt::Key_Escape);
+                kept ? dialog.ok->click() : QTest::keyClick(&dialog, Qt::Key_Escape);
             });
             dialog.exec();
-            run("file -force -options \"\" -type \"" + translator.name + "\" -pr -ea \"" + m_host->path("out") +
-                "\"; file -new");
-            m_host->import(m_host->path("out." + translator.extension()));
+            run("file -force -options \"\" -type \"" + translator.name + "\" -pr -ea \"FOLDER/out\"; file -new");
+            m_host->import("out." + translator.extension());
             QVERIFY2(m_host->measured().endsWith(kept ? " 0 -6 0 2 0 4" : " 0 0 0 1 2 3"), qPrintable(translator.name));
             const PlugInDialog next;
             setUp("ExportAll", translator.name, ".");
@@ -133,17 +120,17 @@ private slots:
     {
         const PlugInDialog dialog;
         run("fileOperationsOptionsUISetup Import PlugInOptionsLayout");
-        playSteps([this](const QString &command) { return run(command); }, R"(
-initCurrentFileTypeOption Paint "" "" => failed: unknown file action "Paint"
-initCurrentFileTypeOption => failed: initCurrentFileTypeOption takes 3 arguments, not 0
-fileOperationsOptionsUISetup Import Nowhere => failed: there is no layout named "Nowhere"
-fileOperationsOptionsUICallback Import Nowhere => failed: no options were set up in a layout named "Nowhere"
-setCurrentFileTypeOption Import PlugInOptionsLayout "Clay" => failed: unknown file translator "Clay"
-fileOperationsOptionsUIInitValues Import PlugInOptionsLayout "" => failed: unknown file translator ""
-fileOperationsSelectionChangedCallback Import Nowhere "x" => failed: no options were set up in a layout named "Nowhere"
-fileOperationsOptionsUICallback Import PlugInOptionsLayout => failed: no translator's options are shown
-fileOperationsOptionsUICallback ExportAll PlugInOptionsLayout => failed: the options in "PlugInOptionsLayout" belong to another action
-fileOperationsOptionsUISetup ExportAll PlugInOptionsLayout; setCurrentFileTypeOption ExportAll PlugInOptionsLayout "3DS" => failed: 3DS files are not written
+        m_host->play(R"(
+initCurrentFileTypeOption Paint "" "" => failed: line 1: unknown file action "Paint"
+initCurrentFileTypeOption => failed: line 1: initCurrentFileTypeOption takes 3 arguments, not 0
+fileOperationsOptionsUISetup Import Nowhere => failed: line 1: there is no layout named "Nowhere"
+fileOperationsOptionsUICallback Import Nowhere => failed: line 1: no options were set up in a layout named "Nowhere"
+setCurrentFileTypeOption Import PlugInOptionsLayout "Clay" => failed: line 1: unknown file translator "Clay"
+fileOperationsOptionsUIInitValues Import PlugInOptionsLayout "" => failed: line 1: unknown file translator ""
+fileOperationsSelectionChangedCallback Import Nowhere "x" => failed: line 1: no options were set up in a layout named "Nowhere"
+fileOperationsOptionsUICallback Import PlugInOptionsLayout => failed: line 1: no translator's options are shown
+fileOperationsOptionsUICallback ExportAll PlugInOptionsLayout => failed: line 1: the options in "PlugInOptionsLayout" belong to another action
+fileOperationsOptionsUISetup ExportAll PlugInOptionsLayout; setCurrentFileTypeOption ExportAll PlugInOptionsLayout "3DS" => failed: line 1: 3DS files are not written
 )");
     }
 
@@ -161,12 +148,7 @@ private:
             QCOMPARE(run(command), QString());
     }
 
-    QString accept(const QString &action)
-    {
-        return run("fileOperationsOptionsUICallback " + action + " PlugInOptionsLayout");
-    }
-
-    std::unique_ptr<SceneHost> m_host;
+    std::unique_ptr<TestHost> m_host;
 };
 
 QTEST_MAIN(TestOptions)

@@ -1,6 +1,6 @@
 // The kelda program itself: arguments in, lines on stdout and an exit status out.
 
-#include "kelda/ModelFiles.h"
+#include "kelda/Files.h"
 
 #include "ui/KeldaOptions.h"
 
@@ -16,12 +16,12 @@ private slots:
         const QString plugIns = QCoreApplication::applicationDirPath() + "/../plug-ins/";
         m_environment = QProcessEnvironment::systemEnvironment();
         m_dir = std::make_unique<QTemporaryDir>();
-        ModelFiles::write(path("empty.pem"), "no certificate\n");
-        ModelFiles::write(path("bad.ksc"), "int $a = 1;\n\nfrobnicate $a;\n");
-        ModelFiles::write(path("greet.ksc"), "global proc string greet() { return \"hello\"; }\n");
-        ModelFiles::write(path("Sample.ksc"), "print \"its script\";");
-        ModelFiles::write(path("place/scripts/there.ksc"), "print \"from the location\"");
-        ModelFiles::write(path("a box.obj"), ModelFiles::box());
+        writeFile(path("empty.pem"), "no certificate\n");
+        writeFile(path("bad.ksc"), "int $a = 1;\n\nfrobnicate $a;\n");
+        writeFile(path("greet.ksc"), "global proc string greet() { return \"hello\"; }\n");
+        writeFile(path("Sample.ksc"), "print \"its script\";");
+        writeFile(path("place/scripts/there.ksc"), "print \"from the location\"");
+        copyModels(m_dir->path());
         QVERIFY(QFile::copy(plugIns + "kelda_sample.so", path("sample.so")));
         QVERIFY(QFile::copy(plugIns + "kelda_no_entry.so", path("no_entry.so")));
     }
@@ -116,7 +116,7 @@ void TestProgram::argumentsInLinesOut()
 --ca-file|empty.pem => kelda: error: ...holds no certificate...|1
 --plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: ...|info: loaded|0
 --mode|interactive|--plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: ...|info: loaded|0
---command|fileOption Import OBJ -set "scale" 2|--command|file -force -pr -i "a box.obj"|--command|sceneInfo -q -boundingBox|--command|file -type "glTF binary" -pr -ea "out"|--command|sceneInfo -q -faces => result: a box.obj|result: 0 0 0 2 4 6|result: out.glb|result: 12|0
+--command|fileOption Import OBJ -set "scale" 2|--command|file -force -pr -i "box.obj"|--command|sceneInfo -q -boundingBox|--command|file -type "glTF binary" -pr -ea "out"|--command|sceneInfo -q -faces => result: box.obj|result: 0 0 0 2 4 6|result: out.glb|result: 12|0
 )";
     for (const QString &step : QString::fromUtf8(steps).split('\n', Qt::SkipEmptyParts)) {
         const QStringList given = step.section(" => ", 0, 0).split('|', Qt::SkipEmptyParts);

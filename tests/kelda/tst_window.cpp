@@ -1,6 +1,6 @@
 // The host's window and its dialogs, driven by mouse and keyboard.
 
-#include "kelda/ModelFiles.h"
+#include "kelda/Files.h"
 #include "kelda/Steps.h"
 
 #include "host/KeldaHost.h"
@@ -18,8 +18,9 @@ private slots:
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
+        copyModels(m_dir->path());
         KeldaOptions options;
-        options.userDir = path("user");
+        options.userDir = m_dir->filePath("user");
         options.echo = false;
         m_program = std::make_unique<KeldaProgram>(options);
         QVERIFY(m_program->start());
@@ -30,57 +31,43 @@ private slots:
 
     void listAndSceneShareTheSelection()
     {
-        importBox();
-        importBox();
+        import("box.obj");
+        import("box.obj");
         Scene &scene = m_program->scene();
         auto *list = child<QListWidget>("KeldaObjectList");
-        const auto click = [list](int row, Qt::KeyboardModifiers keys) {
+        const auto clicked = [&](int row, Qt::KeyboardModifiers keys) {
             QTest::mouseClick(list->viewport(), Qt::LeftButton, keys, list->visualItemRect(list->item(row)).center());
+            return scene.selection();
         };
 
         scene.setSelection({"box1"});
         QCOMPARE(list->selectedItems(), QList<QListWidgetItem *>{list->item(1)});
         QCOMPARE(list->item(1)->text(), QString("box1"));
-
-        click(0, Qt::NoModifier);
-        QCOMPARE(scene.selection(), QStringList("box"));
-        click(1, Qt::ControlModifier);
-        QCOMPARE(scene.selection(), QStringList({"box", "box1"}));
-
+        QCOMPARE(clicked(0, Qt::NoModifier), QStringList("box"));
+        QCOMPARE(clicked(1, Qt::ControlModifier), QStringList({"box", "box1"}));
         scene.remove({"box"});
-        QCOMPARE(list->count(), 1);
-        QVERIFY(list->item(0)->isSelected());
+        QVERIFY(list->count() == 1 && list->item(0)->isSelected());
     }
 
     void viewportShowsColoursAndHidesWhatIsBehind()
     {
         const QImage empty = picture();
-        ModelFiles::writePaint(m_dir->path());
-        import(ModelFiles::writeTexturedSquare(m_dir->path(), "paint.png"));
+        import("square.obj");
         for (const auto shading : {Rasterizer::Shading::Smooth, Rasterizer::Shading::Flat}) {
             view()->setShading(shading);
-            const QImage full = picture();
-            const QColor left = full.pixelColor(110, 130);
-            const QColor right = full.pixelColor(190, 130);
-            QVERIFY2(left.red() > 120 && left.blue() < 20, qPrintable(left.name()));
-            QVERIFY2(right.blue() > 120 && right.red() < 20, qPrintable(right.name()));
-            QCOMPARE(full.pixelColor(2, 2), empty.pixelColor(2, 2));
+            QCOMPARE(colourAt(110, 130), QString("red"));
+            QCOMPARE(colourAt(190, 130), QString("blue"));
+            QCOMPARE(picture().pixelColor(2, 2), empty.pixelColor(2, 2));
         }
         m_program->runCommand("file -force -new");
-        ModelFiles::write(path("two.mtl"), "newmtl near\nKd 0 1 0\nnewmtl far\nKd 1 0 0\n");
-        // The far square is drawn last.
-        import(ModelFiles::write(
-            path("two.obj"), "mtllib two.mtl\nv -1 -1 1\nv 1 -1 1\nv 1 1 1\nv -1 1 1\nv -1 -1 -1\nv 1 -1 -1\nv 1 1 -1\n"
-                             "v -1 1 -1\no near\nusemtl near\nf 1 2 3 4\no far\nusemtl far\nf 5 6 7 8\n"));
-        const QColor front = picture().pixelColor(150, 140);
-        QVERIFY2(front.green() > 100 && front.red() < 60, qPrintable(front.name()));
-        const QColor back = picture(180).pixelColor(150, 140);
-        QVERIFY2(back.red() > 100 && back.green() < 60, qPrintable(back.name()));
+        import("two.obj");
+        QCOMPARE(colourAt(150, 140), QString("green"));
+        QCOMPARE(colourAt(150, 140, 180), QString("red"));
     }
 
     void mouseMovesTheCamera()
     {
-        importBox();
+        import("box.obj");
         const Camera framed = view()->camera();
         QCOMPARE(framed.target, QVector3D(0.5F, 1, 1.5F));
 
@@ -108,7 +95,7 @@ private slots:
         QCOMPARE(menu->actions().size(), entries - 1);
         QVERIFY(!QApplication::overrideCursor());
 
-        importBox();
+        import("box.obj");
         menu->findChild<QAction *>("KeldaNew")->trigger();
         QVERIFY(m_program->scene().objects().empty());
     }
@@ -176,7 +163,7 @@ private slots:
 
     void windowMayGoFirst()
     {
-        importBox();
+        import("box.obj");
         delete m_program->window();
         QVERIFY(!m_program->window());
         QVERIFY(!KQtUtil::mainWindow());
@@ -185,9 +172,7 @@ private slots:
     }
 
 private:
-    QString path(const QString &name) const { return m_dir->filePath(name); }
-    void import(const QString &file) { QVERIFY(m_program->runCommand("file -i \"" + file + "\"")); }
-    void importBox() { import(ModelFiles::write(path("box.obj"), ModelFiles::box())); }
+    void import(const QString &file) { QVERIFY(m_program->runCommand("file -i \"" + m_dir->filePath(file) + "\"")); }
     template <typename W>
     W *child(const char *name) const
     {
@@ -202,6 +187,16 @@ private:
         camera.pitch = 0;
         view()->setCamera(camera);
         return view()->render(QSize(300, 300));
+    }
+    /// The one channel that shines there, else the colour's name.
+    QString colourAt(int x, int y, float yaw = 0) const
+    {
+        const QColor colour = picture(yaw).pixelColor(x, y);
+        const auto shines = [](int one, int other, int third) { return one > 100 && other < 60 && third < 60; };
+        return shines(colour.red(), colour.green(), colour.blue())   ? "red"
+               : shines(colour.green(), colour.red(), colour.blue()) ? "green"
+               : shines(colour.blue(), colour.red(), colour.green()) ? "blue"
+                                                                     : colour.name();
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;

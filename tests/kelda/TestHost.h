@@ -1,0 +1,76 @@
+// kelda/TestHost.h
+//
+// A host without a window, with the commands on the scene, and with models in a folder of its own.
+
+#pragma once
+
+#include "kelda/Files.h"
+#include "kelda/Steps.h"
+
+#include "host/KeldaHost.h"
+#include "scene/FileOptions.h"
+#include "scene/Scene.h"
+#include "scene/SceneCommands.h"
+
+struct TestHost
+{
+    explicit TestHost(KGlobal::KeldaState state = KGlobal::kInteractive, const QString &language = "en")
+        : host({state, folder.path(), path("user"), language})
+    {
+        copyModels(folder.path());
+        registerSceneCommands(host, scene, options);
+        QObject::connect(&host, &KeldaHost::messagePosted, [this](KHost::MessageKind kind, const QString &text) {
+            messages.append(QStringList{"info: ", "warning: ", "error: "}.at(static_cast<int>(kind)) + text);
+        });
+        QObject::connect(&host, &KeldaHost::commandEchoed, [this](const QString &command, const QString &result) {
+            messages.append("echo: " + command + '=' + result);
+        });
+    }
+
+    QString path(const QString &name) const { return folder.filePath(name); }
+    static QString quoted(QString text) { return '"' + text.replace('\\', "\\\\").replace('"', "\\\"") + '"'; }
+
+    /// What \p source posts and its result or failure, in order. "FOLDER" and "TAVRIN" stand for the folder and for the
+    /// plug-in's script. A failure that is not the last message is "unposted".
+    QString run(QString source)
+    {
+        KStatus status;
+        source.replace("FOLDER", folder.path()).replace("TAVRIN", QFINDTESTDATA("../../scripts/TavrinCreateUI.ksc"));
+        const QString result =
+            KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(source), false, false, &status));
+        const QString reason = KQtUtil::toQString(status.errorString());
+        if (!status && messages.endsWith("error: " + reason))
+            messages.last() = "failed: " + reason;
+        else if (!status)
+            messages.append("unposted: " + reason);
+        else if (!result.isEmpty())
+            messages.append(result);
+        return std::exchange(messages, {}).join(" / ").replace(folder.path(), "FOLDER");
+    }
+    void play(const char *table)
+    {
+        playSteps([this](const QString &source) { return run(source); }, table);
+    }
+
+    /// Imports a file of the folder.
+    QString import(const QString &file, const QString &flags = QString())
+    {
+        return run("file -force -pr " + flags + " -i " + quoted(path(file)));
+    }
+    /// Triangles, faces, vertices and the bounding box, rounded to thousandths.
+    QString measured()
+    {
+        QStringList numbers;
+        for (const QString flag : {"triangles", "faces", "vertices", "boundingBox"}) {
+            for (const QString &number : run("sceneInfo -q -" + flag).split(' '))
+                numbers.append(QString::number(qRound(number.toDouble() * 1000) / 1000.0 + 0.0));
+        }
+        return numbers.join(' ');
+    }
+
+    QTemporaryDir folder;
+    Scene scene;
+    OptionStore options;
+    QStringList messages;
+    KeldaHost host;
+};
