@@ -42,8 +42,6 @@ private slots:
     {
         CloudClient client(*m_cloud);
         const QByteArray form = "client_id=app&response_type=code&redirect_uri=" + QUrl::toPercentEncoding(kReturn);
-        const QByteArray page = client.get(kAuthorize + '?' + form).body;
-        QVERIFY2(page.contains("id=\"allow\"") && page.contains("id=\"deny\""), page);
         client.setHeader("Content-Type", "application/x-www-form-urlencoded");
         for (const char *decision : {"deny", "", "Allow"}) {
             const QByteArray to = client.send("POST", kAuthorize, form + "&decision=" + decision).headers["Location"];
@@ -66,7 +64,8 @@ private slots:
         const QString good = "client_id=app&response_type=code&redirect_uri=";
         const QString script = "%22%3E%3Cscript%3E";
         const QByteArray page = m_client->get(kAuthorize + "?state=" + script + '&' + good + kReturn + script).body;
-        QVERIFY2(page.contains("allow") && page.contains("&lt;script&gt;") && !page.contains("<script"), page);
+        QVERIFY2(page.contains("id=\"allow\"") && page.contains("id=\"deny\""), page);
+        QVERIFY2(page.contains("&lt;script&gt;") && !page.contains("<script"), page);
         for (const QString &query :
              {"response_type=code&redirect_uri=" + kReturn, "client_id=app&response_type=token&redirect_uri=" + kReturn,
               good, good + "http://example.com/localhost" + script, good + "http://localhost.example.com/",
@@ -125,22 +124,30 @@ private slots:
 
     void refusesRequests()
     {
-        for (const char *name : {"a", "b", "c"})
+        for (const char *name : {"a", "b", "folder/in"})
             writeFile(file(name), "x");
-        const QMap<int, QStringList> urls{
-            {200, {kListing + "/?file_limit=3"}},
-            {400, {kListing + "/?file_limit=0", kListing + "/?file_limit=25001"}},
-            {404, {kListing + "/none", kApi + "/metadata/sandbox/", kFiles + "/", kFiles + "/none"}},
-            {405, {kApi + "/oauth2/token"}},
-            {406, {kListing + "/?file_limit=2"}},
+        const QMap<int, QStringList> requests{
+            {200, {"GET " + kListing + "/?file_limit=3"}},
+            {400,
+             {"GET " + kListing + "/?file_limit=0", "GET " + kListing + "/?file_limit=25001", "PUT " + kUpload + '/'}},
+            {403, {"PUT " + kUpload + "/folder", "PUT " + kUpload + "/a/in"}},
+            {404,
+             {"GET " + kListing + "/none", "GET " + kApi + "/metadata/sandbox/", "GET " + kFiles + '/',
+              "GET " + kFiles + "/none"}},
+            {405, {"GET " + kApi + "/oauth2/token"}},
+            {406, {"GET " + kListing + "/?file_limit=2"}},
         };
-        for (const int status : urls.keys()) {
-            for (const QString &url : urls[status]) {
-                const CloudReply reply = m_client->get(url);
+        for (const int status : requests.keys()) {
+            for (const QString &request : requests[status]) {
+                const QByteArray method = request.section(' ', 0, 0).toLatin1();
+                const QString url = request.section(' ', 1);
+                const CloudReply reply = m_client->send(method, url, "x");
                 QVERIFY2(reply.status == status && reply.json.contains("error") == (status != 200), qPrintable(url));
-                QCOMPARE(CloudClient(*m_cloud).get(url).status, url.contains("/dropbox/") ? 401 : status);
+                const int stranger = CloudClient(*m_cloud).send(method, url, "x").status;
+                QCOMPARE(stranger, url.contains("/dropbox/") ? 401 : status);
             }
         }
+        QVERIFY(raw("PUT", kUpload + "/a").startsWith("HTTP/1.1 411"));
     }
 
     void keepsInsideItsFolder()
@@ -202,23 +209,15 @@ private slots:
         }
     }
 
-    void refusesUploads()
+    void aBrokenUploadLeavesNothing()
     {
         writeFile(file("old.obj"), "old");
-        writeFile(file("folder/in.obj"), "in");
-        QVERIFY(raw("PUT", kUpload + "/a.obj").startsWith("HTTP/1.1 411"));
-        QCOMPARE(CloudClient(*m_cloud).send("PUT", kUpload + "/a.obj", "x").status, 401);
-        QCOMPARE(m_client->send("PUT", kUpload + "/", "x").status, 400);
-        QCOMPARE(m_client->send("PUT", kUpload + "/folder", "x").status, 403);
-        QCOMPARE(m_client->send("PUT", kUpload + "/old.obj/a", "x").status, 403);
-
-        // One that breaks off and one that a rule refuses leave nothing behind.
         raw("PUT", kUpload + "/old.obj", "Content-Length: 300000\r\n\r\n" + QByteArray(200000, '}'));
         m_cloud->addRule("api-content.dropbox.com", "*", "status=507");
         QCOMPARE(m_client->send("PUT", kUpload + "/old.obj", QByteArray(200000, 'x')).status, 507);
         QVERIFY(QDir(m_data->filePath(".localcloud/uploads")).isEmpty());
         QCOMPARE(readFile(file("old.obj")), QByteArray("old"));
-        QCOMPARE(QDir(file("")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), (QStringList{"folder", "old.obj"}));
+        QCOMPARE(QDir(file("")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"old.obj"});
     }
 
 private:
