@@ -20,12 +20,6 @@ namespace {
 constexpr int kTextMargin = 3;   // pixels between a page button's text and its edge
 constexpr int kSmallestText = 8; // pixels
 
-/// \p text as a style must get it to draw every "&" of it.
-QString literal(const QString &text)
-{
-    return QString(text).replace(QLatin1Char('&'), QStringLiteral("&&"));
-}
-
 /// Shows the "&" of a folder's name in a menu instead of taking it for a mnemonic.
 class LiteralTextStyle : public QProxyStyle
 {
@@ -39,7 +33,7 @@ public:
             return;
         }
         QStyleOptionMenuItem shown(*item);
-        shown.text = literal(item->text);
+        shown.text = LiteralText(item->text);
         QProxyStyle::drawControl(element, &shown, painter, widget);
     }
 
@@ -58,10 +52,7 @@ public:
 
 QMenu *createFolderMenu(QToolBar *bar, const ICloudPortalApi::ItemVector &folders)
 {
-    auto *menu = new QMenu(bar);
-    auto *style = new LiteralTextStyle;
-    style->setParent(menu);
-    menu->setStyle(style);
+    QMenu *menu = CreateLiteralTextMenu(bar);
     for (ICloudItem *folder : folders) {
         QAction *action = menu->addAction(KQtUtil::toQString(folder->GetDisplayName()));
         QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
@@ -84,6 +75,20 @@ void release(QObject *object)
 
 } // namespace
 
+QString LiteralText(const QString &text)
+{
+    return QString(text).replace(QLatin1Char('&'), QStringLiteral("&&"));
+}
+
+QMenu *CreateLiteralTextMenu(QWidget *parent)
+{
+    auto *menu = new QMenu(parent);
+    auto *style = new LiteralTextStyle;
+    style->setParent(menu);
+    menu->setStyle(style);
+    return menu;
+}
+
 QSize LiteralTextButton::sizeHint() const
 {
     QSize size = QPushButton::sizeHint();
@@ -96,7 +101,7 @@ void LiteralTextButton::paintEvent(QPaintEvent *)
     QStylePainter painter(this);
     QStyleOptionButton option;
     initStyleOption(&option);
-    option.text = literal(option.text);
+    option.text = LiteralText(option.text);
     painter.drawControl(QStyle::CE_PushButton, option);
 }
 
@@ -147,7 +152,7 @@ void AddFolderWidget(Portal_CloudBrowserWindows *, QToolBar *bar, ICloudItem *fo
 {
     const QString name = KQtUtil::toQString(folder->GetDisplayName());
     auto *action = new QAction(name, bar);
-    action->setIconText(literal(name));
+    action->setIconText(LiteralText(name));
     action->setToolTip(Qt::convertFromPlainText(name));
     QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
     bar->addAction(action);
@@ -190,19 +195,23 @@ void OrderFolderButtons(QWidget *before, QToolBar *bar)
         QWidget::setTabOrder(before, button);
 }
 
+void ReleaseBarAction(QToolBar *bar, QAction *action)
+{
+    if (QMenu *menu = action->menu()) {
+        const QList<QAction *> entries = menu->actions();
+        for (QAction *entry : entries) {
+            entry->disconnect();
+            menu->removeAction(entry);
+        }
+        release(menu);
+    }
+    bar->removeAction(action);
+    release(action);
+}
+
 void ClearFolderBar(QToolBar *bar)
 {
     const QList<QAction *> actions = bar->actions();
-    for (QAction *action : actions) {
-        if (QMenu *menu = action->menu()) {
-            const QList<QAction *> entries = menu->actions();
-            for (QAction *entry : entries) {
-                entry->disconnect();
-                menu->removeAction(entry);
-            }
-            release(menu);
-        }
-        bar->removeAction(action);
-        release(action);
-    }
+    for (QAction *action : actions)
+        ReleaseBarAction(bar, action);
 }

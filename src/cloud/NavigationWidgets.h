@@ -10,11 +10,19 @@
 #include <QPushButton>
 
 class Portal_CloudBrowserWindows;
+class QAction;
+class QMenu;
 class QToolBar;
 
 namespace ICloudPortalApi {
 class ICloudItem;
 }
+
+/// \p text as a style must get it to draw every "&" of it.
+QString LiteralText(const QString &text);
+
+/// An empty menu that shows the "&" of its entries instead of taking it for a mnemonic; \p parent owns it.
+QMenu *CreateLiteralTextMenu(QWidget *parent);
 
 /// A button whose text may hold a service's words: an "&" is shown as it stands and is no mnemonic.
 class LiteralTextButton : public QPushButton
@@ -46,6 +54,8 @@ void AdaptOverflow(QToolBar *bar);
 /// Lets Tab go from \p before through the folders of \p bar from left to right.
 void OrderFolderButtons(QWidget *before, QToolBar *bar);
 
-/// Empties \p bar. What it held is disconnected at once and goes in the event loop, since it may be the sender of the
-/// signal that is being handled.
+/// Takes \p action out of \p bar. It is disconnected at once, with its menu, and goes in the event loop, since it may
+/// be the sender of the signal that is being handled.
+void ReleaseBarAction(QToolBar *bar, QAction *action);
+/// The same for all that \p bar holds.
 void ClearFolderBar(QToolBar *bar);

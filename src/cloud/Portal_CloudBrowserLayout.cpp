@@ -1,6 +1,7 @@
 // The widgets of a portal's page, from top to bottom.
 
 #include "cloud/FileListDelegate.h"
+#include "cloud/FolderBar.h"
 #include "cloud/NavigationWidgets.h"
 #include "cloud/Portal_CloudBrowserWindows.h"
 #include "cloud/UiText.h"
@@ -108,7 +109,7 @@ void Portal_CloudBrowserWindows::CreateNavigationBar()
     m_lookInLabel->setMaximumHeight(kBarHeight);
     m_navigationLayout->addWidget(m_lookInLabel);
 
-    m_folderBar = new QToolBar(this);
+    m_folderBar = new FolderBar(this);
     m_folderBar->setObjectName(QStringLiteral("FolderBar"));
     m_folderBar->setFixedHeight(kBarHeight);
     m_folderBar->setAutoFillBackground(true);
