@@ -3,41 +3,56 @@
 using namespace ICloudPortalApi;
 
 TestItem::TestItem(const QString &id, const QString &name, Kind kind, IPortalOwnerCB *owner)
-    : m_id(KQtUtil::toKString(id)), m_name(KQtUtil::toKString(name)), m_kind(kind), m_owner(owner)
+    : CloudItemBase(owner), m_id(KQtUtil::toKString(id)), m_name(KQtUtil::toKString(name)), m_kind(kind)
 {
     ++alive;
     SetProperty("id", m_id);
     SetProperty("mark-up", "<b>x</b>");
 }
 
-void TestService::run(const QString &call) const
+bool TestPortal::run(const QString &call, const QString &line)
 {
+    if (!line.isEmpty())
+        log << line;
     if (const std::function<void()> hook = during.value(call))
         hook();
+    return succeeds;
 }
 
 ICloudItem *TestPortal::CreateFolderHierarchy()
 {
-    auto *root = new TestItem("root", "Top", TestItem::Kind::Folder, m_service.owner);
-    for (const QString &name : m_service.fixedFolders) {
-        auto *folder = new TestItem(name, name, TestItem::Kind::Folder, m_service.owner);
+    auto *root = new TestItem("root", "Top", TestItem::Kind::Folder, m_owner);
+    for (const QString &name : fixedFolders) {
+        auto *folder = new TestItem(name, name, TestItem::Kind::Folder, m_owner);
         folder->SetParent(root);
         root->AddChild(folder);
     }
     return root;
 }
 
+bool TestPortal::SupportExport(std::vector<KString> &formats)
+{
+    formats = exportFormats;
+    return !formats.empty();
+}
+
 bool TestPortal::Login(IPortalOwnerCB *owner)
 {
-    m_service.loggedIn = true;
+    loggedIn = true;
     owner->LoginDoneCB(true);
     return true;
 }
 
-bool TestPortal::SupportExport(std::vector<KString> &formats)
+bool TestPortal::Logout()
 {
-    formats = m_service.exportFormats;
-    return !formats.empty();
+    loggedIn = false;
+    return true;
+}
+
+bool TestPortal::IsLogin()
+{
+    run("login check");
+    return loggedIn;
 }
 
 bool TestPortal::GetUsername(KString &name)
@@ -46,29 +61,31 @@ bool TestPortal::GetUsername(KString &name)
     return true;
 }
 
-bool TestPortal::Logout()
+long TestPortal::CreateLoginRequest(char *buffer, unsigned long size)
 {
-    m_service.loggedIn = false;
-    return true;
-}
-
-bool TestPortal::IsLogin()
-{
-    m_service.run("login check");
-    return m_service.loggedIn;
+    qstrncpy(buffer, address.constData(), static_cast<uint>(size));
+    return claimedLength != 0 ? claimedLength : address.size() + 1;
 }
 
 bool TestPortal::SearchCloudItems(ILogin *, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
                                   int &currentPage, int &, int &totalResultCount)
 {
-    currentPage = m_service.page != 0 ? m_service.page : pageNumber;
-    totalResultCount = m_service.itemCount;
+    currentPage = page != 0 ? page : pageNumber;
+    totalResultCount = itemCount;
     return fetch(QStringLiteral("search %1 %2").arg(pageNumber).arg(pageSize), criteria, results);
 }
 
 bool TestPortal::GetChildCloudItems(ILogin *, HeaderMap &criteria, ItemVector &results)
 {
     return fetch("list " + QString::fromStdWString(criteria[L"Folder"]), criteria, results);
+}
+
+bool TestPortal::fetch(const QString &line, const HeaderMap &criteria, ItemVector &results)
+{
+    lastCriteria = criteria;
+    for (const Entry &entry : folders[QString::fromStdWString(criteria.at(L"Folder"))])
+        results.push_back(new TestItem(entry.id, entry.name, entry.kind, m_owner));
+    return run("fetch", line);
 }
 
 bool TestPortal::DownloadCloudItem(ILogin *, ICloudItem *item, KString, KString)
@@ -83,50 +100,44 @@ bool TestPortal::UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, 
     return run("upload", KQtUtil::toQString(line));
 }
 
-bool TestPortal::run(const QString &call, const QString &logged)
+void PortalTest::openWindow(int width, int height)
 {
-    m_service.log << logged;
-    m_service.run(call);
-    return m_service.succeeds;
+    m_window = std::make_unique<QMainWindow>();
+    m_window->resize(width, height);
+    m_host.setMainWindow(m_window.get());
 }
 
-bool TestPortal::fetch(const QString &logged, const HeaderMap &criteria, ItemVector &results)
+void PortalTest::start()
 {
-    m_service.lastCriteria = criteria;
-    for (const TestService::Entry &entry : m_service.folders[QString::fromStdWString(criteria.at(L"Folder"))])
-        results.push_back(new TestItem(entry.id, entry.name, entry.kind, m_service.owner));
-    return run("fetch", logged);
-}
-
-TestStage::TestStage(TestService &service, const char *identity) : m_portal(service, identity)
-{
+    stop();
     if (!Portal_CloudBrowser::RegisterPortal(&m_portal))
         qFatal("a portal of that identity is registered already");
     m_controller.reset(Portal_CloudBrowser::GetInstance(m_portal.GetPortalUID()));
     m_controller->AddPortalTabPage();
 }
 
-TestStage::~TestStage()
+void PortalTest::stop()
 {
     Portal_CloudBrowser::PrepareUnload();
     Portal_CloudBrowser::UnRegisterPortal(&m_portal);
     settle();
+    m_controller.reset();
 }
 
-Portal_CloudBrowserDockWidget *TestStage::dock() const
-{
-    QWidget *widget = page();
-    while (widget && !qobject_cast<Portal_CloudBrowserDockWidget *>(widget))
-        widget = widget->parentWidget();
-    return static_cast<Portal_CloudBrowserDockWidget *>(widget);
-}
-
-Portal_CloudBrowserWindows *TestStage::page() const
+Portal_CloudBrowserWindows *PortalTest::page() const
 {
     return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
 }
 
-QStringList TestStage::names() const
+Portal_CloudBrowserDockWidget *PortalTest::dock() const
+{
+    QWidget *widget = page();
+    while (!qobject_cast<Portal_CloudBrowserDockWidget *>(widget))
+        widget = widget->parentWidget();
+    return static_cast<Portal_CloudBrowserDockWidget *>(widget);
+}
+
+QStringList PortalTest::names() const
 {
     QStringList names;
     for (int i = 0; i < list()->count(); ++i)
@@ -134,26 +145,50 @@ QStringList TestStage::names() const
     return names;
 }
 
-QString TestStage::folderBar() const
+QString PortalTest::path() const
 {
     QString text;
-    auto *bar = find<QToolBar>("FolderBar");
-    for (QAction *action : bar->actions()) {
-        const auto *label = qobject_cast<QLabel *>(bar->widgetForAction(action));
-        text += label ? label->text() : action->text();
+    for (QAction *action : folderBar()->actions()) {
+        const auto *label = qobject_cast<QLabel *>(folderBar()->widgetForAction(action));
+        if (action->isVisible())
+            text += label ? label->text() : action->text();
     }
     return text;
 }
 
-void addRows(std::initializer_list<const char *> columns, const QList<QStringList> &rows)
+void PortalTest::init()
 {
-    for (const char *column : columns)
-        QTest::addColumn<QString>(column);
-    for (const QStringList &row : rows) {
-        QTestData &data = QTest::newRow(qPrintable(row.first()));
-        for (const QString &text : row.mid(1))
-            data << text;
-    }
+    m_portal = TestPortal();
+    m_host.clear();
+    prepare();
+}
+
+void PortalTest::cleanup()
+{
+    m_portal.during.clear();
+    stop();
+    QVERIFY(!m_window || m_window->findChildren<Portal_CloudBrowserDockWidget *>().isEmpty());
+    m_window.reset();
+    settle();
+    QCOMPARE(TestItem::alive, 0);
+    QVERIFY(!Portal_CloudBrowser::IsBusy());
+    QCOMPARE(m_host.commands().filter("waitCursor -state on;").size(),
+             m_host.commands().filter("{ waitCursor -state off; }").size());
+}
+
+void addRows(const QList<QStringList> &rows)
+{
+    QTest::addColumn<QStringList>("texts");
+    for (const QStringList &row : rows)
+        QTest::newRow(qPrintable(row.first())) << row;
+}
+
+KCommandResult result(const QStringList &texts)
+{
+    KStringArray array;
+    for (const QString &text : texts)
+        array.append(KQtUtil::toKString(text));
+    return KCommandResult(array);
 }
 
 void settle()

@@ -5,17 +5,14 @@
 
 #pragma once
 
+#include "cloud/CloudItemBase.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "support/RecordingHost.h"
 
 #include <QtTest>
 #include <QtWidgets>
 
-#include <functional>
-#include <map>
-#include <memory>
-
-class TestItem : public ICloudPortalApi::ICloudItem
+class TestItem : public ICloudPortalApi::CloudItemBase
 {
 public:
     enum class Kind { Folder, File };
@@ -28,12 +25,8 @@ public:
 
     KString GetDisplayName() override { return m_name; }
     KString GetUniqueID() override { return m_id; }
-    bool IsDownloadable() override { return !IsFolder(); }
     bool IsFolder() override { return m_kind == Kind::Folder; }
     KString GetImportPathFolder() override { return importFolder; }
-    KString GetImportFilename() override { return m_name; }
-    void FolderClick() override { m_owner->CloudItemClickCB(this); }
-    void FolderArrowClick() override { m_owner->CloudFolderArrowClickCB(this); }
 
     KString importFolder;
 
@@ -41,42 +34,9 @@ private:
     KString m_id;
     KString m_name;
     Kind m_kind;
-    ICloudPortalApi::IPortalOwnerCB *m_owner;
 };
 
-/// What the service holds and what it was asked.
-struct TestService
-{
-    struct Entry
-    {
-        QString id;
-        QString name;
-        TestItem::Kind kind = TestItem::Kind::File;
-    };
-
-    int type = ICloudPortalApi::kPlainListing;
-    bool search = false;
-    std::vector<KString> exportFormats;
-    QStringList fixedFolders;
-    std::map<QString, QList<Entry>> folders;
-    bool loggedIn = true;
-    bool succeeds = true;
-    int page = 1;
-    int itemCount = 0;
-    /// What runs inside a "login check", "fetch", "download" or "upload".
-    QMap<QString, std::function<void()>> during;
-
-    QStringList log;
-    HeaderMap lastCriteria;
-    ICloudPortalApi::IPortalOwnerCB *owner = nullptr;
-
-    QList<Entry> &root() { return folders[QStringLiteral("root")]; }
-    /// How often the log holds a line that begins with \p start.
-    int count(const QString &start) const { return log.filter(QRegularExpression('^' + start)).size(); }
-    void run(const QString &call) const;
-};
-
-/// The portal is its own login and its own browser.
+/// The portal is its own login and its own browser, and its service as well.
 class TestPortal : public ICloudPortalApi::IPortal,
                    public ICloudPortalApi::ILogin,
                    public ICloudPortalApi::IPortalBrowser
@@ -85,34 +45,65 @@ public:
     using ItemVector = ICloudPortalApi::ItemVector;
     using ICloudItem = ICloudPortalApi::ICloudItem;
     using IPortalOwnerCB = ICloudPortalApi::IPortalOwnerCB;
+    struct Entry
+    {
+        QString id;
+        QString name;
+        TestItem::Kind kind = TestItem::Kind::File;
+    };
 
-    explicit TestPortal(TestService &service, const char *identity = "Test") : m_service(service), m_identity(identity)
-    {}
+    explicit TestPortal(const char *identity = "Test") : m_identity(identity) {}
+
+    /// A portal that is searched has a search bar.
+    int type = ICloudPortalApi::kPlainListing;
+    std::vector<KString> exportFormats{"obj"};
+    QStringList fixedFolders;
+    std::map<QString, QList<Entry>> folders{{"root", {{"d", "Deep", TestItem::Kind::Folder}, {"f", "cup.obj"}}},
+                                            {"d", {{"dd", "Deeper", TestItem::Kind::Folder}, {"g", "b.obj"}}}};
+    bool loggedIn = true;
+    bool succeeds = true;
+    /// What a search answers; page 0 is the one that was asked for.
+    int page = 0;
+    int itemCount = 1000;
+    /// The address of the sign-in page, and its length if that is not to be the true one. Signing in ends at "done".
+    QByteArray address;
+    long claimedLength = 0;
+    /// What runs inside a "login check", "sign-in", "fetch", "download" or "upload".
+    QMap<QString, std::function<void()>> during;
+    /// What the service was asked.
+    QStringList log;
+    HeaderMap lastCriteria;
+
+    QList<Entry> &root() { return folders["root"]; }
+    /// How often the log holds a line that begins with \p start.
+    int count(const QString &start) const { return log.filter(QRegularExpression('^' + start)).size(); }
+    /// Writes \p line into the log, if there is one, and runs the hook of \p call.
+    bool run(const QString &call, const QString &line = QString());
 
     KString GetPortalUID() override { return m_identity; }
     KString GetPortalDisplayName() override { return m_identity; }
     KString GetPortalDisplayIconFilename() override { return "none.png"; }
     bool SupportExport(std::vector<KString> &formats) override;
-    bool supportSearchBar() override { return m_service.search; }
+    bool supportSearchBar() override { return type == ICloudPortalApi::kPagedSearch; }
     ILogin *GetLogin() override { return this; }
     IPortalBrowser *GetBrowser() override { return this; }
     KString GetSettingsName() override { return "TestSettings"; }
     ICloudItem *CreateFolderHierarchy() override;
-    void setOwnerCB(IPortalOwnerCB *owner) override { m_service.owner = owner; }
+    void setOwnerCB(IPortalOwnerCB *owner) override { m_owner = owner; }
     void FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria) override
     {
         criteria[L"Folder"] = folder->GetUniqueID().wide();
     }
 
     bool Login(IPortalOwnerCB *owner) override;
-    bool LoginUIDoneCB(const QUrl &) override { return false; }
+    bool LoginUIDoneCB(const QUrl &url) override { return url.path().endsWith("done") && run("sign-in"); }
     bool Logout() override;
     bool IsLogin() override;
     bool GetUserInformation(HeaderMap &) override { return false; }
     bool GetUsername(KString &name) override;
-    long CreateLoginRequest(char *, unsigned long) override { return -1; }
+    long CreateLoginRequest(char *buffer, unsigned long size) override;
 
-    int GetPortalType() override { return m_service.type; }
+    int GetPortalType() override { return type; }
     bool SearchCloudItems(ILogin *, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
                           int &currentPage, int &, int &totalResultCount) override;
     bool GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &) override { return false; }
@@ -121,23 +112,26 @@ public:
     bool UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, KString localFolder, KString fileName) override;
 
 private:
-    bool run(const QString &call, const QString &logged);
-    bool fetch(const QString &logged, const HeaderMap &criteria, ItemVector &results);
+    bool fetch(const QString &line, const HeaderMap &criteria, ItemVector &results);
 
-    TestService &m_service;
     KString m_identity;
+    IPortalOwnerCB *m_owner = nullptr;
 };
 
-/// A registered portal with its controller and page, in a dock of its own.
-class TestStage
+/// Each test prepares the portal and starts it, with its controller and page in a dock. At the end nothing may be left,
+/// the wait cursor included.
+class PortalTest : public QObject
 {
-public:
-    explicit TestStage(TestService &service, const char *identity = "Test");
-    ~TestStage();
+    Q_OBJECT
+protected:
+    virtual void prepare() = 0;
+    /// Makes the host's main window, which stays hidden; without it the dock is a window of its own.
+    void openWindow(int width, int height);
+    void start();
+    void stop();
 
-    Portal_CloudBrowserDockWidget *dock() const;
     Portal_CloudBrowserWindows *page() const;
-    Portal_CloudBrowser *controller() const { return m_controller.get(); }
+    Portal_CloudBrowserDockWidget *dock() const;
     /// The page's only widget of type \p T with that accessible or object name; a missing one ends the test program.
     template <typename T>
     T *find(const char *name) const
@@ -150,36 +144,40 @@ public:
     }
     QPushButton *button(const char *name) const { return find<QPushButton>(name); }
     QListWidget *list() const { return find<QListWidget>("ListOfFileFromCloud"); }
+    QToolBar *folderBar() const { return find<QToolBar>("FolderBar"); }
     /// The names in the file list, from the top.
     QStringList names() const;
     /// The row that shows \p name; null when there is none.
     QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
     void doubleClick(const QString &name) const { page()->ListViewItemDoubleClick(row(name)); }
-    /// The labels and buttons of the folder bar, as in "Top/Sub-folder".
-    QString folderBar() const;
-
-private:
-    TestPortal m_portal;
-    std::unique_ptr<Portal_CloudBrowser> m_controller;
-};
-
-/// Each test sets its service up and then starts the stage.
-class StageTest : public QObject
-{
-protected:
-    void start()
-    {
-        m_stage.reset();
-        m_stage = std::make_unique<TestStage>(m_service);
-    }
+    /// The labels and buttons of the folder bar that are shown, as in "Top/Sub-folder".
+    QString path() const;
 
     RecordingHost m_host;
-    TestService m_service;
-    std::unique_ptr<TestStage> m_stage;
+    TestPortal m_portal;
+    std::unique_ptr<QMainWindow> m_window;
+    std::unique_ptr<Portal_CloudBrowser> m_controller;
+
+private slots:
+    void init();
+    void cleanup();
 };
 
-/// Adds the text columns and rows of a test's table; the first text of a row is its name.
-void addRows(std::initializer_list<const char *> columns, const QList<QStringList> &rows);
+/// Adds the rows of a test's table of texts; the first text of a row is its name.
+void addRows(const QList<QStringList> &rows);
+
+/// The current row of such a table.
+template <std::size_t count>
+std::array<QString, count> currentRow()
+{
+    QFETCH(QStringList, texts);
+    std::array<QString, count> row;
+    std::copy_n(texts.begin(), count, row.begin());
+    return row;
+}
+
+/// A host command's result.
+KCommandResult result(const QStringList &texts);
 
 /// Runs the event loop until what was handed to it, deferred deletes included, is done.
 void settle();

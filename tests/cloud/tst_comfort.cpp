@@ -1,4 +1,5 @@
-// What the page does for its user's comfort: the bar that shows a transfer, the keys, and names for screen readers.
+// What the page does for its user's comfort: the end of a long path, the bar that shows a transfer, the keys, and names
+// for screen readers.
 
 #include "TestPortal.h"
 
@@ -7,86 +8,84 @@
 #include "http/Transfer.h"
 #include "support/LocalServer.h"
 
-using Kind = TestItem::Kind;
-
-class TestComfort : public StageTest
+class TestComfort : public PortalTest
 {
     Q_OBJECT
 private slots:
-    void init()
+    void theEndOfALongPathIsShown()
     {
-        m_service = TestService();
-        m_service.type = ICloudPortalApi::kPagedSearch;
-        m_service.search = true;
-        m_service.page = 0;
-        m_service.itemCount = 1000;
-        m_service.exportFormats = {"obj"};
-        m_service.root() = {{"d", "Deep", Kind::Folder}, {"f", "cup.obj"}};
-        m_service.folders["d"] = {{"dd", "Deeper", Kind::Folder}, {"g", "b.obj"}};
-        m_window = std::make_unique<QMainWindow>();
-        m_window->resize(500, 500);
-        m_host.setMainWindow(m_window.get());
-        start();
-        Portal_CloudBrowser::RaiseDockingWindow(true);
-        m_window->show();
-        QApplication::setActiveWindow(m_window.get());
-        m_stage->list()->setFocus();
-        QTRY_VERIFY(m_stage->list()->hasFocus());
-        m_service.log.clear();
-    }
+        const QString longName = "R&B, with a name that is too long for a narrow bar";
+        m_portal.folders["d"] = {{"r", longName, TestItem::Kind::Folder}};
+        doubleClick("Deep");
+        doubleClick(longName);
+        QAction *current = folderBar()->actions().last();
+        const QWidget *end = folderBar()->widgetForAction(current);
+        QStringList shown;
+        for (int width = 1200; width >= 150; width -= 15) {
+            dock()->resize(width, 400);
+            settle();
+            QVERIFY(end->isVisible() && folderBar()->rect().contains(end->geometry()));
+            shown << path();
+        }
+        shown.removeDuplicates();
+        QCOMPARE(shown, QStringList({"Top/Deep/" + longName, "«Deep/" + longName, "«" + longName}));
+        QCOMPARE(current->iconText().mid(0, 4), QString("R&&B"));
+        QVERIFY(current->iconText().size() < longName.size());
 
-    void cleanup()
-    {
-        m_stage.reset();
-        m_window.reset();
+        QMenu *rest = folderBar()->actions().at(1)->menu();
+        emit rest->aboutToShow();
+        QCOMPARE(rest->actions().size(), 2);
+        rest->actions().last()->trigger();
         settle();
+        QCOMPARE(path(), QString("Top/Deep"));
     }
 
     void aTransferIsShownUntilItEnds_data()
     {
         const QString whole = "cup\\.obj  3\\.0 MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s";
-        addRows({"text"}, {{"broken download", "cup\\.obj  1\\.5 MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s"},
-                           {"upload", whole},
-                           {"upload from a page that goes", whole}});
+        addRows({{"broken download", "cup\\.obj  1\\.5 MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s"},
+                 {"upload", whole},
+                 {"upload from a page that goes", whole}});
     }
     void aTransferIsShownUntilItEnds()
     {
-        QFETCH(QString, text);
-        const QString tag = QTest::currentDataTag();
-        const QRegularExpression pattern('^' + text + '$');
-        const QRect list = m_stage->list()->geometry();
+        const auto row = currentRow<2>();
+        const bool isUpload = row[0].startsWith("upload");
+        const bool pageGoes = row[0].endsWith("goes");
+        const QRegularExpression pattern('^' + row[1] + '$');
+        const QRect place = list()->geometry();
         const QPointer<TransferBar> shown(bar());
         bool isRight = false;
         QTimer watch;
         connect(&watch, &QTimer::timeout, this, [&] {
             isRight = isRight || (bar()->isVisible() && pattern.match(bar()->accessibleDescription()).hasMatch());
         });
-        m_service.during["download"] = [&] {
+        m_portal.during["download"] = [&] {
             watch.start(20);
-            m_service.succeeds = transfer(tag.startsWith("upload"));
+            m_portal.succeeds = transfer(isUpload);
             watch.stop();
-            if (tag.endsWith("goes"))
+            if (pageGoes)
                 m_window.reset();
         };
-        m_stage->list()->setCurrentRow(1);
-        m_stage->button("CloudImportButton")->click();
-        QVERIFY(isRight && m_service.succeeds == tag.startsWith("upload") && shown.isNull() == tag.endsWith("goes"));
-        QVERIFY(!shown || (!shown->isVisible() && m_stage->list()->hasFocus() && m_stage->list()->geometry() == list));
+        list()->setCurrentRow(1);
+        button("CloudImportButton")->click();
+        QVERIFY(isRight && m_portal.succeeds == isUpload && shown.isNull() == pageGoes);
+        QVERIFY(!shown || (!shown->isVisible() && list()->hasFocus() && list()->geometry() == place));
     }
 
     void whatTakesLongIsShownAfterAWhile()
     {
         QDialog question(m_window.get());
         question.setModal(true);
-        m_service.during["fetch"] = [&] {
+        m_portal.during["fetch"] = [&] {
             const Transfer request(Transfer::Kind::Waiting); // part of the page's call
             QVERIFY(!bar()->isVisible());
             QTRY_VERIFY(bar()->isVisible());
             QVERIFY(request.ageMs() > 200);
             QCOMPARE(bar()->text(), QString("Waiting for the service"));
             m_window->resize(400, 480);
-            QCOMPARE(bar()->geometry().bottomRight(), m_stage->page()->rect().bottomRight());
-            QVERIFY(bar()->width() == m_stage->page()->width() && bar()->height() < 30);
+            QCOMPARE(bar()->geometry().bottomRight(), page()->rect().bottomRight());
+            QVERIFY(bar()->width() == page()->width() && bar()->height() < 30);
             question.show();
             QTRY_VERIFY(!bar()->isVisible());
             question.hide();
@@ -95,62 +94,60 @@ private slots:
             const Transfer part(Transfer::Kind::Download, "part of that");
             QCOMPARE(bar()->text(), QString("inner  0 bytes"));
         };
-        m_stage->page()->RefreshFolderData();
-        m_service.during.clear();
-        QVERIFY(!bar()->isVisible() && m_service.log.size() == 1);
+        page()->RefreshFolderData();
+        QVERIFY(!bar()->isVisible() && m_portal.log.size() == 1);
     }
 
     void keys()
     {
         const auto press = [this](int key, int row = -1) {
             if (row >= 0)
-                m_stage->list()->setCurrentRow(row);
+                list()->setCurrentRow(row);
+            m_portal.log.clear();
             QTest::keyClick(QApplication::focusWidget(), Qt::Key(key & 0x1ffffff),
                             Qt::KeyboardModifiers(key & 0x4000000));
-            return m_stage->folderBar() + ' ' + m_service.log.join(' ');
+            return path() + ' ' + m_portal.log.join(' ');
         };
         QCOMPARE(press(Qt::Key_Return, 0), QString("Top/Deep search 1 64"));
-        m_service.log.clear();
-        m_stage->page()->SwitchPage(2);
-        QCOMPARE(press(Qt::Key_F5, 1), QString("Top/Deep search 3 64 search 3 64"));
-        QVERIFY(!m_stage->button("CloudImportButton")->isEnabled());
-        QVERIFY(press(Qt::Key_Enter, 1).endsWith("download g"));
+        page()->SwitchPage(2);
+        QCOMPARE(press(Qt::Key_F5, 1), QString("Top/Deep search 3 64"));
+        QVERIFY(!button("CloudImportButton")->isEnabled());
+        QCOMPARE(press(Qt::Key_Enter, 1), QString("Top/Deep download g"));
 
-        m_service.log.clear();
         press(int(Qt::CTRL) + Qt::Key_F);
         QTest::keyClicks(QApplication::focusWidget(), "ab");
         QCOMPARE(press(Qt::Key_Backspace), QString("Top/Deep "));
-        QCOMPARE(m_stage->find<QLineEdit>("SearchTextInput")->text(), QString("a"));
-        auto *parent = m_stage->find<QToolBar>("ParentFolderBar");
+        QCOMPARE(find<QLineEdit>("SearchTextInput")->text(), QString("a"));
+        auto *parent = find<QToolBar>("ParentFolderBar");
         parent->widgetForAction(parent->actions().first())->setFocus();
         QCOMPARE(press(Qt::Key_Backspace), QString("Top search 1 64"));
-        QVERIFY(m_stage->list()->hasFocus()); // the button that had it is switched off
+        QVERIFY(list()->hasFocus()); // the button that had it is switched off
 
-        m_stage->page()->ClearSelection();
-        QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64 search 1 64"));
-        m_stage->dock()->findChild<QTabWidget *>()->setFocus();
+        page()->ClearSelection();
+        QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64"));
+        dock()->findChild<QTabWidget *>()->setFocus();
         press(int(Qt::CTRL) + Qt::Key_F);
-        QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64 search 1 64"));
+        QCOMPARE(press(Qt::Key_F5), QString("Top "));
     }
 
     void tabGoesThroughNamedControlsInReadingOrder()
     {
-        m_stage->doubleClick("Deep");
-        m_stage->page()->SwitchPage(7);
+        doubleClick("Deep");
+        page()->SwitchPage(7);
         for (const int tab : {0, 1}) {
-            m_stage->find<QTabWidget>("ImportExportTabs")->setCurrentIndex(tab);
-            m_window->resizeDocks({m_stage->dock()}, {tab == 0 ? 480 : 200}, Qt::Horizontal);
+            find<QTabWidget>("ImportExportTabs")->setCurrentIndex(tab);
+            dock()->resize(tab == 0 ? 480 : 250, 400);
             settle();
-            m_stage->list()->setCurrentRow(1);
+            list()->setCurrentRow(1);
             QSet<QWidget *> missing;
-            for (QWidget *widget : m_stage->page()->findChildren<QWidget *>()) {
+            for (QWidget *widget : page()->findChildren<QWidget *>()) {
                 if (isControl(widget))
                     missing << widget;
             }
             QPoint last(0, -100);
-            m_stage->button("CloudPortalLoginButton")->setFocus();
+            button("CloudPortalLoginButton")->setFocus();
             for (QWidget *focus; missing.remove(focus = QApplication::focusWidget());) {
-                const QPoint place = focus->mapTo(m_stage->page(), focus->rect().center());
+                const QPoint place = focus->mapTo(page(), focus->rect().center());
                 QVERIFY2(place.y() > last.y() + 8 || place.x() > last.x(), qPrintable(focus->objectName()));
                 QVERIFY(!QAccessible::queryAccessibleInterface(focus)->text(QAccessible::Name).isEmpty());
                 last = place;
@@ -161,7 +158,19 @@ private slots:
     }
 
 private:
-    TransferBar *bar() const { return m_stage->find<TransferBar>("CloudPortalProgress"); }
+    void prepare() override
+    {
+        m_portal.type = ICloudPortalApi::kPagedSearch;
+        openWindow(500, 500);
+        start();
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+        m_window->show();
+        QApplication::setActiveWindow(m_window.get());
+        list()->setFocus();
+        QTRY_VERIFY(list()->hasFocus());
+        m_portal.log.clear();
+    }
+    TransferBar *bar() const { return find<TransferBar>("CloudPortalProgress"); }
     static bool isControl(const QWidget *widget)
     {
         bool isUsed = false;
@@ -189,8 +198,6 @@ private:
         return file.open(QIODevice::WriteOnly) && file.resize(bytes.size()) &&
                client.postFile(KQtUtil::toKString(path), "cup.obj", "/up", {}, false, body).IsSuccess();
     }
-
-    std::unique_ptr<QMainWindow> m_window;
 };
 
 QTEST_MAIN(TestComfort)

@@ -2,107 +2,76 @@
 
 #include "TestPortal.h"
 
-using Kind = TestItem::Kind;
-
-class TestLifetimes : public StageTest
+class TestLifetimes : public PortalTest
 {
     Q_OBJECT
 private slots:
-    void init()
-    {
-        m_service = TestService();
-        m_service.fixedFolders = QStringList{"Fixed", "Other"};
-        m_service.exportFormats = {"obj"};
-        m_service.root() = {{"d", "Deep", Kind::Folder}, {"f", "a.obj"}};
-        m_service.folders["d"] = {{"dd", "Deeper", Kind::Folder}, {"g", "b.obj"}};
-        m_service.folders["Fixed"] = {{"h", "c.obj"}};
-        m_service.page = 0;
-        m_service.itemCount = 1000;
-        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
-        m_host.answer("file -force", KCommandResult(KString("/x/new.obj")));
-        KStringArray translators;
-        translators.append("obj");
-        m_host.answer("Tavrin_GetExportTranslator", KCommandResult(translators));
-        m_window = std::make_unique<QMainWindow>();
-        m_host.setMainWindow(m_window.get());
-        start();
-        settle();
-        m_service.log.clear();
-    }
-
-    void cleanup()
-    {
-        m_service.during.clear();
-        m_stage.reset();
-        m_window.reset();
-        settle();
-        QCOMPARE(TestItem::alive, 0);
-        QVERIFY(!Portal_CloudBrowser::IsBusy());
-    }
-
     void manyClicksLeaveNothingBehind()
     {
         for (const int type : {ICloudPortalApi::kPlainListing, ICloudPortalApi::kPagedSearch}) {
-            m_service.type = type;
-            m_service.search = type == ICloudPortalApi::kPagedSearch;
+            m_portal.type = type;
             start();
             clickThrough(3);
             const QVector<int> before = held();
-            clickThrough(m_service.search ? 25 : 125);
+            clickThrough(type == ICloudPortalApi::kPagedSearch ? 25 : 125);
             QCOMPARE(held(), before);
-            QCOMPARE(m_stage->page()->LiveItemCount(), TestItem::alive);
+            QCOMPARE(page()->LiveItemCount(), TestItem::alive);
         }
-        QCOMPARE(m_service.count("search"), 28 * 6 + 1);
+        QCOMPARE(m_portal.count("search"), 28 * 6 + 1);
+    }
+
+    void aNodeOwnsWhatIsInItsSet()
+    {
+        const auto item = [](const char *id) { return new TestItem(id, id, TestItem::Kind::Folder); };
+        const std::unique_ptr<TestItem> root(item("root"));
+        QPointer<TestItem> leaf(item("leaf"));
+        root->AddChild(item("branch"));
+        (*root->GetChildBegin())->AddChild(leaf);
+        QVERIFY(!root->RemoveChild(leaf, true) && leaf);
+        root->RemoveAllChild(true);
+        QVERIFY(!leaf);
+
+        leaf = item("leaf");
+        root->AddChild(leaf);
+        root->RemoveAllChild(false);
+        QVERIFY(leaf);
+        delete leaf;
     }
 
     void refreshesInAFetchRunOnceAfterwards()
     {
-        m_service.during["fetch"] = [this] {
+        m_portal.during["fetch"] = [this] {
             QVERIFY(Portal_CloudBrowser::IsBusy());
-            m_service.during.clear();
+            m_portal.during.clear();
             for (int i = 0; i < 3; ++i) {
-                m_stage->page()->RefreshFolderData();
-                m_stage->controller()->LoginDoneCB(true);
-                m_stage->page()->SwitchPage(1);
+                page()->RefreshFolderData();
+                m_controller->LoginDoneCB(true);
+                page()->SwitchPage(1);
             }
-            QCOMPARE(m_service.count("list"), 1);
+            QCOMPARE(m_portal.count("list"), 1);
         };
-        m_stage->doubleClick("Deep");
-        QCOMPARE(m_service.log, QStringList({"list d", "list root"}));
-        QCOMPARE(m_stage->folderBar(), QString("Top"));
-        QVERIFY(m_stage->names().contains("Deep"));
-    }
-
-    void closingTheDockInAFetchLeavesTheListAlone()
-    {
-        const QStringList before = m_stage->names();
-        m_service.during["fetch"] = [this] { m_stage->page()->ClearSelection(); };
-        m_stage->page()->RefreshFolderData();
-        m_service.during.clear();
-        QCOMPARE(m_stage->names(), before);
-        settle();
-        m_stage->doubleClick("Deep");
-        QVERIFY(m_stage->names().contains("Deeper"));
+        doubleClick("Deep");
+        QCOMPARE(m_portal.log, QStringList({"list d", "list root"}));
+        QCOMPARE(path(), QString("Top"));
+        QVERIFY(names().contains("Deep"));
     }
 
     void theWindowMayGoDuring_data()
     {
-        addRows({"command", "name"}, {{"login check", "", ""},
-                                      {"fetch", "", "Deep"},
-                                      {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "a.obj"},
-                                      {"download", "", "a.obj"},
-                                      {"import", "file -force", "a.obj"},
-                                      {"question", "", "a"},
-                                      {"export", "file -force", "new"},
-                                      {"upload", "", "new"}});
+        addRows({{"login check", "", ""},
+                 {"fetch", "", "Deep"},
+                 {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "cup.obj"},
+                 {"download", "", "cup.obj"},
+                 {"import", "file -force", "cup.obj"},
+                 {"question", "", "cup"},
+                 {"export", "file -force", "new"},
+                 {"upload", "", "new"}});
     }
     void theWindowMayGoDuring()
     {
-        const QString call = QTest::currentDataTag();
-        QFETCH(QString, command);
-        QFETCH(QString, name);
+        const auto [call, command, name] = currentRow<3>();
         const auto destroy = [this] { m_window.reset(); };
-        m_service.during[call] = destroy;
+        m_portal.during[call] = destroy;
         if (!command.isEmpty()) {
             m_host.handle(command, [&](const QString &, KCommandResult &) {
                 destroy();
@@ -112,38 +81,49 @@ private slots:
         if (call == "question")
             QTimer::singleShot(0, this, destroy);
         if (call == "login check") {
-            m_stage->controller()->LoginDoneCB(true);
-        } else if (m_stage->row(name)) {
-            m_stage->doubleClick(name);
+            m_controller->LoginDoneCB(true);
+        } else if (row(name)) {
+            doubleClick(name);
         } else {
-            m_stage->find<QLineEdit>("CloudExportFileName")->setText(name);
-            m_stage->page()->ExportAllClick();
+            find<QLineEdit>("CloudExportFileName")->setText(name);
+            page()->ExportAllClick();
         }
         QVERIFY(!m_window);
-        m_stage->controller()->LoginDoneCB(true);
-        m_stage->controller()->ShowCloudBrowserWindow();
-        m_stage->controller()->AddPortalTabPage();
-        QVERIFY(!m_stage->controller()->GetParentLoginWidget());
+        m_controller->LoginDoneCB(true);
+        m_controller->ShowCloudBrowserWindow();
+        m_controller->AddPortalTabPage();
+        QVERIFY(!m_controller->GetParentLoginWidget());
     }
 
 private:
+    void prepare() override
+    {
+        m_portal.fixedFolders = QStringList{"Fixed", "Other"};
+        m_portal.folders["Fixed"] = {{"h", "c.obj"}};
+        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
+        m_host.answer("file -force", KCommandResult(KString("/x/new.obj")));
+        m_host.answer("Tavrin_GetExportTranslator", result({"obj"}));
+        openWindow(500, 500);
+        start();
+        settle();
+        m_portal.log.clear();
+    }
     /// Actions, widgets and items that exist now.
     QVector<int> held() const
     {
-        return {m_stage->dock()->findChildren<QAction *>().size(), m_stage->dock()->findChildren<QWidget *>().size(),
-                TestItem::alive};
+        return {dock()->findChildren<QAction *>().size(), dock()->findChildren<QWidget *>().size(), TestItem::alive};
     }
-    QAction *topFolder() const { return m_stage->find<QToolBar>("FolderBar")->actions().at(1); }
+    QAction *topFolder() const { return folderBar()->actions().at(1); }
 
     /// Four folder changes a round: by the list, by the parent button, by a menu, by the bar. Pages are turned as well.
     void clickThrough(int rounds)
     {
         for (int i = 0; i < rounds; ++i) {
-            m_stage->doubleClick("Deep");
+            doubleClick("Deep");
             settle();
             for (const int pages : {1, -1})
-                m_stage->page()->SwitchPage(pages);
-            m_stage->page()->PreviousFolderClick();
+                page()->SwitchPage(pages);
+            page()->PreviousFolderClick();
             settle();
             topFolder()->menu()->actions().first()->trigger();
             settle();
@@ -151,8 +131,6 @@ private:
             settle();
         }
     }
-
-    std::unique_ptr<QMainWindow> m_window;
 };
 
 QTEST_MAIN(TestLifetimes)

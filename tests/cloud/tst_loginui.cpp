@@ -1,90 +1,30 @@
 // The web sign-in dialog, on pages of a real server.
 
-#include "cloud/CloudPortalApi.h"
 #include "support/LocalServer.h"
-#include "support/RecordingHost.h"
+#include "TestPortal.h"
 
-#include <QtTest>
-#include <QtWidgets>
 #include <QWebFrame>
 #include <QWebView>
 
-#include <functional>
-
 using ICloudPortalApi::LoginUi;
 
-namespace {
-
-/// Asks for one address and accepts every address that ends in "done".
-class PageLogin : public ICloudPortalApi::ILogin
+static Reply html(const QByteArray &body)
 {
-public:
-    bool Login(ICloudPortalApi::IPortalOwnerCB *) override { return false; }
-    bool LoginUIDoneCB(const QUrl &url) override
-    {
-        const bool isDone = url.path().endsWith("done");
-        if (isDone)
-            onDone();
-        return isDone;
-    }
-    bool Logout() override { return true; }
-    bool IsLogin() override { return loggedIn; }
-    bool GetUserInformation(HeaderMap &) override { return false; }
-    bool GetUsername(KString &) override { return false; }
-    long CreateLoginRequest(char *buffer, unsigned long size) override
-    {
-        qstrncpy(buffer, address.constData(), static_cast<uint>(size));
-        return claimedLength != 0 ? claimedLength : address.size() + 1;
-    }
-
-    bool loggedIn = false;
-    QByteArray address;
-    long claimedLength = 0;
-    std::function<void()> onDone = [] {};
-};
-
-Reply page(const QByteArray &body)
-{
-    return Reply(200)
-        .header("Content-Type", "text/html")
-        .body("<html><head><title>Sign in</title></head><body>" + body + "</body></html>");
+    const QByteArray start = "<html><head><title>Sign in</title></head><body>";
+    return Reply().header("Content-Type", "text/html").body(start + body + "</body></html>");
 }
 
-} // namespace
-
-class TestLoginUi : public QObject
+class TestLoginUi : public PortalTest
 {
     Q_OBJECT
 private slots:
-    void init()
-    {
-        m_login = std::make_unique<PageLogin>();
-        m_server = std::make_unique<LocalServer>();
-        m_server->answer("/form", page("<script>window.location='/done'</script>wait"));
-        m_login->address = "http://" + m_server->authority() + "/form";
-        m_ui = std::make_unique<LoginUi>();
-        m_ui->SetILogin(m_login.get());
-        m_told.clear();
-        m_ui->setCallback(tell, this);
-        connect(m_ui.get(), &LoginUi::loggedIn, this,
-                [this](bool success) { m_told << (success ? "signal 1" : "signal 0"); });
-    }
-
-    void cleanup()
-    {
-        m_ui.reset();
-        m_server.reset();
-        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(!dialog());
-    }
-
     void nothingIsOpenedWithoutNeedOrAddress()
     {
-        m_login->loggedIn = true;
+        m_portal.loggedIn = true;
         QVERIFY(!m_ui->login(nullptr));
-        m_login->loggedIn = false;
+        m_portal.loggedIn = false;
         for (const long length : {-1, 0x7fffffff}) {
-            m_login->claimedLength = length;
+            m_portal.claimedLength = length;
             QVERIFY(!m_ui->login(nullptr));
         }
         QVERIFY(!dialog());
@@ -92,14 +32,14 @@ private slots:
 
     void theFinalAddressEndsTheDialogOnce()
     {
-        m_server->answer("/done", page("done"));
-        m_login->address += "?q=" + QByteArray(1500, 'x'); // more than the first buffer holds
+        m_server->answer("/done", html("done"));
+        m_portal.address += "?q=" + QByteArray(1500, 'x'); // more than the first buffer holds
         QWidget window;
         QWidget inner(&window);
         QVERIFY(m_ui->login(&inner));
         QVERIFY(dialog() && dialog()->isWindow());
         QTRY_COMPARE(m_told, QStringList({"signal 1", "callback 1"}));
-        QCOMPARE("http://" + m_server->authority() + m_server->lastRequest("/form").target, m_login->address);
+        QCOMPARE("http://" + m_server->authority() + m_server->lastRequest("/form").target, m_portal.address);
         QVERIFY(!dialog());
         QTest::qWait(100);
         QCOMPARE(m_told.size(), 2);
@@ -107,14 +47,14 @@ private slots:
 
     void theWindowMayGoWhileTheEndIsTold()
     {
-        m_server->answer("/done", page(QByteArray(300000, 'x')).hangAfter(100000));
-        auto window = std::make_unique<QWidget>();
-        m_login->onDone = [&] {
+        m_server->answer("/done", html(QByteArray(300000, 'x')).hangAfter(100000));
+        openWindow(100, 100);
+        m_portal.during["sign-in"] = [this] {
             QTest::qWait(20); // the page is still loading then
-            window.reset();
+            m_window.reset();
         };
-        QVERIFY(m_ui->login(window.get()));
-        QTRY_VERIFY(!window);
+        QVERIFY(m_ui->login(m_window.get()));
+        QTRY_VERIFY(!m_window);
         QTest::qWait(50);
         QVERIFY(m_told == QStringList({"signal 1", "callback 1"}) && !dialog());
     }
@@ -126,24 +66,24 @@ private slots:
         const QByteArray large = "<div style='width:480px;height:420px'>the service's own &amp; only</div>";
         const std::tuple<Reply, QString, QString, QSize> pages[] = {
             {Reply(500), "Login", "Http code: 500", first},
-            {page("form").cutAfter(30), "Login", "RemoteHostClosedError", first},
-            {page(""), "Sign in", "", first},
-            {page(large), "Sign in", "the service's own & only", QSize(488, 436)},
-            {page(QByteArray(large).replace("px", "00px")), "Sign in", "own", screen},
+            {html("form").cutAfter(30), "Login", "RemoteHostClosedError", first},
+            {html(""), "Sign in", "", first},
+            {html(large), "Sign in", "the service's own & only", QSize(488, 436)},
+            {html(QByteArray(large).replace("px", "00px")), "Sign in", "own", screen},
         };
         for (const auto &[reply, title, text, size] : pages) {
             m_server->answer("/form", reply);
             QVERIFY(m_ui->login(nullptr));
             const QPoint centre = dialog()->geometry().center();
             auto *view = dialog()->findChild<QWebView *>();
-            QSignalSpy loaded(view, &QWebView::loadFinished);
-            QVERIFY(loaded.wait());
+            QVERIFY(QSignalSpy(view, &QWebView::loadFinished).wait());
             QTRY_VERIFY2(view->page()->mainFrame()->toPlainText().contains(text), qPrintable(text));
             QCOMPARE(dialog()->windowTitle(), title);
             QCOMPARE(dialog()->size(), size);
             QVERIFY(size == screen || (dialog()->geometry().center() - centre).manhattanLength() <= 2);
         }
-        QVERIFY(m_told.isEmpty());
+        m_ui.reset();
+        QVERIFY(m_told.isEmpty() && !dialog());
     }
 
     void closingIsCancelling()
@@ -155,16 +95,27 @@ private slots:
     }
 
 private:
+    void prepare() override
+    {
+        m_server = std::make_unique<LocalServer>();
+        m_server->answer("/form", html("<script>window.location='/done'</script>wait"));
+        m_portal.address = "http://" + m_server->authority() + "/form";
+        m_portal.loggedIn = false;
+        m_told.clear();
+        m_ui = std::make_unique<LoginUi>();
+        m_ui->SetILogin(&m_portal);
+        m_ui->setCallback(tell, this);
+        connect(m_ui.get(), &LoginUi::loggedIn, this,
+                [this](bool success) { m_told << "signal " + QString::number(success); });
+    }
     static void tell(void *context, bool success)
     {
-        static_cast<TestLoginUi *>(context)->m_told << (success ? "callback 1" : "callback 0");
+        static_cast<TestLoginUi *>(context)->m_told << "callback " + QString::number(success);
     }
     /// The one that is open.
     QWidget *dialog() const { return QApplication::activeModalWidget(); }
 
-    RecordingHost m_host;
     std::unique_ptr<LocalServer> m_server;
-    std::unique_ptr<PageLogin> m_login;
     std::unique_ptr<LoginUi> m_ui;
     QStringList m_told;
 };
