@@ -23,9 +23,7 @@ inline QString outcome(const ReturnStatus &status)
 /// The message of a failure as the user sees it.
 inline QString failureText(const char *name)
 {
-    return QString("Sorry but we were not able to connect, it is possible the service is down. Please try "
-                   "again.\nhttp Error: ") +
-           name;
+    return QString("Pech\nhttp Error: ") + name;
 }
 
 /// Bytes that no other position of the array repeats, so that a lost or doubled piece shows.
@@ -70,7 +68,7 @@ public:
     QByteArray body = "before";
 };
 
-/// Each test starts with a host that has shown nothing and has its own text for time-outs, a server, and its client.
+/// Each test starts with a host that has shown nothing and has texts of its own, a server, and its client.
 class HttpFixture : public QObject
 {
 protected:
@@ -78,6 +76,7 @@ protected:
     {
         m_host.clear();
         m_host.setText("kHttpRequestTimeout", "408 zu lange");
+        m_host.setText("KHttpServerErrorGeneric", "Pech");
         httpClient::setDefaultTimeouts(requestMs, transferMs);
         m_server = std::make_unique<LocalServer>();
         m_client = std::make_unique<TestClient>(*m_server);

@@ -29,13 +29,9 @@ private slots:
         QCOMPARE(post.method + ' ' + post.body, "POST " + m_client->data);
         QCOMPARE(post.headerValues("Content-Type"), QList<QByteArray>{"text/x"});
         QVERIFY(!post.hasHeader("Authorization") && m_server->requests().size() == 2);
-    }
 
-    void hostMayHaveNoPort()
-    {
-        m_server->answer("http://cloud.example/x", Reply(200).body("no port"));
-        QNetworkProxy::setApplicationProxy(
-            QNetworkProxy(QNetworkProxy::HttpCachingProxy, "127.0.0.1", m_server->serverPort()));
+        m_server->answer("http://cloud.example/x", Reply().body("no port"));
+        QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpCachingProxy, "127.0.0.1", m_server->serverPort()});
         m_client->setHost("cloud.example", 0);
         m_client->run(Call::Get, "/x");
         QNetworkProxy::setApplicationProxy(QNetworkProxy());
@@ -61,10 +57,9 @@ private slots:
     {
         writeFile(m_client->folder + "large.fbx", "");
         QVERIFY(QFile::resize(m_client->folder + "large.fbx", 2147483648LL - 63));
-        const std::map<const char *, QString> ends = {
-            {"missing", "0 "}, {"", "0 "}, {"large.fbx", "0 The file is too large to be uploaded."}};
-        for (const auto &[name, end] : ends)
-            QCOMPARE(outcome(m_client->send(name, "/put")), end);
+        QCOMPARE(outcome(m_client->send("large.fbx", "/put")), QString("0 The file is too large to be uploaded."));
+        for (const char *name : {"missing", ""})
+            QCOMPARE(outcome(m_client->send(name, "/put")), QString("0 "));
         QVERIFY(m_client->body == "before" && m_server->requests().isEmpty());
     }
 
@@ -86,8 +81,8 @@ private slots:
                 const ReturnStatus status = m_client->run(call, "/x", {{L"Content-Type", L"text/plain"}});
                 QCOMPARE(outcome(status), QString::number(code) + ' ' + message);
                 QCOMPARE(m_host.errors().value(0), message);
-                if (call != Call::GetFile)
-                    QVERIFY(m_host.errors().size() <= 1 && (code == 0 || m_client->body == "why"));
+                QVERIFY(call == Call::GetFile ||
+                        (m_host.errors().size() <= 1 && (code == 0 || m_client->body == "why")));
             }
         }
     }

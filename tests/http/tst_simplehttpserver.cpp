@@ -45,7 +45,7 @@ private slots:
     {
         m_host.clear();
         m_codes.clear();
-        m_inside = nullptr;
+        m_inside = [] {};
         listen(300000);
     }
 
@@ -155,16 +155,15 @@ private:
     {
         SimpleHttpServer::setDefaultTimeouts(redirectMs, connectionMs);
         m_server = std::make_unique<SimpleHttpServer>();
-        m_server->setCallback(&TestSimpleHttpServer::receive, this);
+        m_server->setCallback(
+            [](void *test, KString &code) { static_cast<TestSimpleHttpServer *>(test)->receive(code); }, this);
         if (!m_server->StartListenPort(0))
             qFatal("cannot listen");
     }
-    static void receive(void *self, KString &code)
+    void receive(const KString &code)
     {
-        auto *test = static_cast<TestSimpleHttpServer *>(self);
-        test->m_codes << QString::fromUtf8(code.utf8());
-        if (test->m_inside)
-            test->m_inside();
+        m_codes << QString::fromUtf8(code.utf8());
+        m_inside();
     }
 
     RecordingHost m_host;
