@@ -57,15 +57,12 @@ struct TestHost
     {
         return run("file -force -pr " + flags + " -i " + quoted(path(file)));
     }
-    /// Triangles, faces, vertices and the bounding box, rounded to thousandths.
+    /// Triangles, faces, vertices and the bounding box.
     QString measured()
     {
-        QStringList numbers;
-        for (const QString flag : {"triangles", "faces", "vertices", "boundingBox"}) {
-            for (const QString &number : run("sceneInfo -q -" + flag).split(' '))
-                numbers.append(QString::number(qRound(number.toDouble() * 1000) / 1000.0 + 0.0));
-        }
-        return numbers.join(' ');
+        return run(
+            "`sceneInfo -q -triangles` + \" \" + `sceneInfo -q -faces` + \" \" + `sceneInfo -q -vertices` + \" \" + "
+            "`sceneInfo -q -boundingBox`");
     }
 
     QTemporaryDir folder;

@@ -1,6 +1,6 @@
-#include <openkelda/host.h>
+#include "kelda/Steps.h"
 
-#include <QtTest>
+#include <openkelda/host.h>
 
 #include <limits>
 #include <unistd.h>
@@ -73,10 +73,12 @@ private slots:
             const QString set = parser.isFlagSet("-spr") && parser.isFlagSet("-showportal") ? "set " : "unset ";
             return set + (status ? "and good" : status.errorString().utf8());
         };
-        QCOMPARE(parsed("-query -showportal"), QString("set and good"));
-        QCOMPARE(parsed("-e"), QString("unset unknown flag -e"));
-        QCOMPARE(parsed("-spr -x -y"), QString("set unknown flag -x")); // the first mistake
-        QCOMPARE(parsed("spr -spr"), QString("set unexpected argument spr"));
+        playSteps(parsed, R"(
+-query -showportal => set and good
+-e => unset unknown flag -e
+-spr -x -y => set unknown flag -x
+spr -spr => set unexpected argument spr
+)");
     }
 
     void withoutHostEverythingFailsPolitely()

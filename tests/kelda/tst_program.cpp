@@ -49,18 +49,12 @@ private slots:
         QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0);
     }
 
-    void locationIsFoundFromTheProgram()
+    void locationIsTheFolderAboveWithScriptsAndIcons()
     {
-        const QMap<QString, QString> places{
-            {"src/build/dev/bin", "src"}, {"opt/kelda/bin", "opt/kelda"}, {"usr/bin", "usr/lib/kelda"}};
-        for (const QString &program : places.keys()) {
-            const QString root = path(places[program]);
-            QVERIFY(QDir().mkpath(path(program)));
-            QVERIFY(QDir().mkpath(root + "/scripts"));
-            QVERIFY(KeldaOptions::findLocation(path(program)) != root);
-            QVERIFY(QDir().mkpath(root + "/icons"));
-            QCOMPARE(KeldaOptions::findLocation(path(program)), root);
-        }
+        QVERIFY(QDir().mkpath(path("opt/kelda/bin")) && QDir().mkpath(path("opt/kelda/scripts")));
+        QCOMPARE(KeldaOptions::findLocation(path("opt/kelda/bin")), path("opt/kelda/bin"));
+        QVERIFY(QDir().mkpath(path("opt/kelda/icons")));
+        QCOMPARE(KeldaOptions::findLocation(path("opt/kelda/bin")), path("opt/kelda"));
     }
 
 private:
@@ -103,6 +97,7 @@ void TestProgram::argumentsInLinesOut()
 --command|quit|--command|print "never" => 0
 --script|greet.ksc|--command|greet()|--script|greet.ksc|--command|1 => result: hello|result: 1|0
 --location|place|--command|source "there.ksc"; `getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` => info: from the location|result: DIR/place DIR/user/|0
+--mode|library|--command|getenv "KELDA_LOCATION" => result: .../lib/kelda|0
 --mode|library|--command|print "x"|--command|2 => info: x|result: 2|0
 --mode|interactive|--command|frobnicate|--command|2|--quit => error: ...frobnicate'|result: 2|1
 --script|bad.ksc => error: ...bad.ksc:3: unknown command 'frobnicate'|1
