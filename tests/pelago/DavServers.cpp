@@ -31,11 +31,10 @@ public:
     {
         // Not below TMPDIR, which only the user of the tests may enter.
         QFile::setPermissions(m_home.path(), QFileDevice::Permissions(0x7755));
-        folder = m_home.filePath("root/dav");
-        for (const char *part : {"", "/root", "/root/dav", "/tmp"}) {
-            QDir().mkpath(m_home.path() + part);
-            giveAway(m_home.path() + part);
-        }
+        folder = m_home.path();
+        for (const char *part : {"", "tmp", "root", "root/dav"})
+            makeFolder(part);
+        folder += "/root/dav";
         // Another program may take the port before the server does.
         for (int attempt = 0; attempt < 3; ++attempt) {
             QTcpServer probe;

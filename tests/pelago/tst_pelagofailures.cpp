@@ -159,14 +159,12 @@ private slots:
             QCOMPARE(sent("Overwrite") + ' ' + sent("If"), "T " + state.value());
         }
 
-        Cloud plain(m_server->storage());
-        QCOMPARE(plain.signIn(), int{Skein_Result_BadReply}); // what answers is a file
-        m_server->script["PROPFIND"] = {folder};
-        QCOMPARE(plain.signIn(), 1);
+        QCOMPARE(m_cloud->signIn(), int{Skein_Result_BadReply}); // what answers is a file
+
         m_server->script["PROPFIND"] = {file("\"a\"")};
         m_server->script["MOVE"] = {Reply(501), Reply(201)};
         for (int round = 0; round < 2; ++round) {
-            QCOMPARE(plain.replace("", "cup.obj", "1"), 1);
+            QCOMPARE(m_cloud->replace("", "cup.obj", "1"), 1);
             QCOMPARE(sent("If-Match"), QByteArray("\"a\""));
         }
         QVERIFY(m_server->story().endsWith("MOVE* DELETE* PUT PROPFIND PUT")); // it is not asked to move again
@@ -232,9 +230,9 @@ private slots:
     {
         const QByteArray page = "https://cloud.example/in/signin";
         Cloud cloud("https://cloud.example/dav/", "signIn=" + page + '\n');
-        QCOMPARE(Skein_Auth_createLoginRequest(cloud.session, nullptr, 0), long{page.size() + 1});
         char buffer[9] = "12345678";
-        QCOMPARE(Skein_Auth_createLoginRequest(cloud.session, buffer, 6), long{page.size() + 1});
+        for (char *const to : {static_cast<char *>(nullptr), buffer})
+            QCOMPARE(Skein_Auth_createLoginRequest(cloud.session, to, 6), long{page.size() + 1});
         QCOMPARE(QByteArray(buffer, 8), QByteArray("https\00078", 8));
 
         const QByteArray rest = "/done?user=a%26b&token=T%2B%3D+&first=R%C3%B3&last=O%27N";
@@ -270,7 +268,6 @@ private slots:
         QVERIFY(session > int64_t{1} << 32 && at > int64_t{1} << 32);
         for (const int64_t handle : {int64_t{-1}, int64_t{0}, session & 0xffffffff, at & 0xffffffff}) {
             QCOMPARE(Skein_Auth_isUserLoggedIn(handle), int{Skein_Result_UnknownHandle});
-            QCOMPARE(Skein_Auth_login(handle, "u", "p"), int{Skein_Result_UnknownHandle});
             QCOMPARE(Skein_Auth_getUserLastName(handle), "");
             QVERIFY(Skein_Storage_createEndPoint(handle, "https://x/", 0, "my", 0, 0) < 0);
             QVERIFY(Skein_Storage_updateFile(handle, "", "x", 2, "x", nullptr, nullptr) < 0);
