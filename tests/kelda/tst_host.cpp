@@ -6,7 +6,7 @@
 
 namespace {
 
-/// With the two modules in its folder, and commands that show and rebuild the File menu.
+/// With the two modules in its folder, and a command that shows the File menu.
 struct PlugInHost : TestHost
 {
     explicit PlugInHost(KGlobal::KeldaState state = KGlobal::kInteractive, const QString &language = "en")
@@ -27,7 +27,8 @@ struct PlugInHost : TestHost
     QString loadSample(const QByteArray &script = "")
     {
         write("Sample.ksc", script);
-        return run("loadPlugin \"FOLDER/kelda_sample.so\"");
+        QDir::setCurrent(folder.path());
+        return run("loadPlugin kelda_sample.so");
     }
 };
 
@@ -47,10 +48,8 @@ private slots:
         test.write("second/which.ksc", "$where = \"second\";");
         test.write("here/current.ksc", "5");
         test.write("scripts/broken.ksc", "proc f()\n{\n    frob;\n}\n");
-        test.write("scripts/loop.ksc", "\nsource loop.ksc;");
-        qputenv("KELDA_SCRIPT_PATH",
-                QFile::encodeName(test.folder.filePath("none") + "::" + test.folder.filePath("second")));
-        QDir::setCurrent(test.folder.filePath("here"));
+        qputenv("KELDA_SCRIPT_PATH", QFile::encodeName(test.path("none") + "::" + test.path("second")));
+        QDir::setCurrent(test.path("here"));
         test.play(R"(
 eval "proc int p() { return 4; }"; p() + exists("p") + exists("eval") + `exists q` + 2147483642 => 2147483648
 `getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` + " " + `internalVar -userPrefDir` => FOLDER FOLDER/user/ FOLDER/user/prefs/
@@ -70,7 +69,6 @@ source "first.ksc"; $where => location ü
 source current.ksc => 5
 source "broken.ksc"; f => failed: FOLDER/scripts/broken.ksc:3: unknown command 'frob'
 )");
-        QVERIFY(test.run("source loop.ksc").startsWith("failed: FOLDER/scripts/loop.ksc:2: "));
         qunsetenv("KELDA_SCRIPT_PATH");
         QDir::setCurrent("/");
 
@@ -172,10 +170,6 @@ unloadPlugin kelda_sample => nothing
 `pluginInfo -q -loaded kelda_sample` + exists("Sample") + exists("SampleLeft") => 0
 source Sample.ksc => failed: line 1: source: there is no script file 'Sample.ksc'
 )");
-        QDir::setCurrent(test.folder.path());
-        QCOMPARE(test.run("loadPlugin kelda_sample.so; Sample"),
-                 QString("info: sourced / info: initialised: Hello  / info: Hello 1 "));
-        QDir::setCurrent("/");
     }
 
     void pluginStaysWhenItRefusesToGo()
