@@ -196,8 +196,10 @@ void DavClient::exchange(const DavCall &call, QNetworkReply &reply, DavResult *r
             result->result = event == ReplyLoop::Event::Closed ? Skein_Result_Closed : Skein_Result_TimedOut;
             return;
         }
-        if (call.sent && loop.sent() > told)
-            call.sent(told = loop.sent());
+        if (call.sent && loop.sent() > told) {
+            told = loop.sent();
+            call.sent(told);
+        }
         if (!receiver.take()) {
             result->result = resultOf(result->status);
             return;

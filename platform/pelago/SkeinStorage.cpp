@@ -26,8 +26,12 @@ template <class Call>
 int transfer(int64_t handle, Skein_TransferCb transferCb, void *context, const Call &call) noexcept
 {
     const int result = withObject(endPoints, handle, call);
-    if (transferCb && result != Skein_Result_UnknownHandle)
-        guarded([&]() -> int64_t { return transferCb(context, result), 1; });
+    if (!transferCb || result == Skein_Result_UnknownHandle)
+        return result;
+    guarded([&]() -> int64_t {
+        transferCb(context, result);
+        return 1;
+    });
     return result;
 }
 

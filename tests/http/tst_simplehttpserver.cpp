@@ -124,10 +124,7 @@ private slots:
         const auto openFiles = [] { return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size(); };
         m_server->pause();
         const int before = openFiles();
-        for (int connection = 0; connection < 5; ++connection) {
-            const Browser browser(*m_server, redirect("code=abc"));
-            QTRY_VERIFY_WITH_TIMEOUT(browser.closed(), 1000);
-        }
+        QCOMPARE(Browser(*m_server, redirect("code=abc")).answer(), QByteArray());
         QCOMPARE(openFiles(), before);
         m_server->resume();
         const Browser browser(*m_server, redirect("code=def"));
