@@ -3,11 +3,11 @@
 using namespace ICloudPortalApi;
 
 TestItem::TestItem(const QString &id, const QString &name, Kind kind, IPortalOwnerCB *owner)
-    : CloudItemBase(owner), m_id(KQtUtil::toKString(id)), m_name(KQtUtil::toKString(name)), m_kind(kind)
+    : CloudItemBase(owner), m_kind(kind)
 {
     ++alive;
-    SetProperty("id", m_id);
-    SetProperty("mark-up", "<b>x</b>");
+    SetProperty("name", KQtUtil::toKString(name));
+    SetProperty("id", KQtUtil::toKString(id));
 }
 
 bool TestPortal::run(const QString &call, const QString &line)
@@ -21,50 +21,13 @@ bool TestPortal::run(const QString &call, const QString &line)
 
 ICloudItem *TestPortal::CreateFolderHierarchy()
 {
-    auto *root = new TestItem("root", "Top", TestItem::Kind::Folder, m_owner);
+    auto *root = new TestItem("root", "Top", TestItem::Kind::Folder, owner());
     for (const QString &name : fixedFolders) {
-        auto *folder = new TestItem(name, name, TestItem::Kind::Folder, m_owner);
+        auto *folder = new TestItem(name, name, TestItem::Kind::Folder, owner());
         folder->SetParent(root);
         root->AddChild(folder);
     }
     return root;
-}
-
-bool TestPortal::SupportExport(std::vector<KString> &formats)
-{
-    formats = exportFormats;
-    return !formats.empty();
-}
-
-bool TestPortal::Login(IPortalOwnerCB *owner)
-{
-    loggedIn = true;
-    owner->LoginDoneCB(true);
-    return true;
-}
-
-bool TestPortal::Logout()
-{
-    loggedIn = false;
-    return true;
-}
-
-bool TestPortal::IsLogin()
-{
-    run("login check");
-    return loggedIn;
-}
-
-bool TestPortal::GetUsername(KString &name)
-{
-    name = "Ada & Co";
-    return true;
-}
-
-long TestPortal::CreateLoginRequest(char *buffer, unsigned long size)
-{
-    qstrncpy(buffer, address.constData(), static_cast<uint>(size));
-    return claimedLength != 0 ? claimedLength : address.size() + 1;
 }
 
 bool TestPortal::SearchCloudItems(ILogin *, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
@@ -84,7 +47,7 @@ bool TestPortal::fetch(const QString &line, const HeaderMap &criteria, ItemVecto
 {
     lastCriteria = criteria;
     for (const Entry &entry : folders[QString::fromStdWString(criteria.at(L"Folder"))])
-        results.push_back(new TestItem(entry.id, entry.name, entry.kind, m_owner));
+        results.push_back(new TestItem(entry.id, entry.name, entry.kind, owner()));
     return run("fetch", line);
 }
 
@@ -100,23 +63,22 @@ bool TestPortal::UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, 
     return run("upload", KQtUtil::toQString(line));
 }
 
-void PortalTest::openWindow(int width, int height)
+void PageFixture::openWindow(int width, int height)
 {
     m_window = std::make_unique<QMainWindow>();
     m_window->resize(width, height);
     m_host.setMainWindow(m_window.get());
 }
 
-void PortalTest::start()
+void PageFixture::start()
 {
     stop();
-    if (!Portal_CloudBrowser::RegisterPortal(&m_portal))
-        qFatal("a portal of that identity is registered already");
+    Portal_CloudBrowser::RegisterPortal(&m_portal);
     m_controller.reset(Portal_CloudBrowser::GetInstance(m_portal.GetPortalUID()));
     m_controller->AddPortalTabPage();
 }
 
-void PortalTest::stop()
+void PageFixture::stop()
 {
     Portal_CloudBrowser::PrepareUnload();
     Portal_CloudBrowser::UnRegisterPortal(&m_portal);
@@ -124,20 +86,7 @@ void PortalTest::stop()
     m_controller.reset();
 }
 
-Portal_CloudBrowserWindows *PortalTest::page() const
-{
-    return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
-}
-
-Portal_CloudBrowserDockWidget *PortalTest::dock() const
-{
-    QWidget *widget = page();
-    while (!qobject_cast<Portal_CloudBrowserDockWidget *>(widget))
-        widget = widget->parentWidget();
-    return static_cast<Portal_CloudBrowserDockWidget *>(widget);
-}
-
-QStringList PortalTest::names() const
+QStringList PageFixture::names() const
 {
     QStringList names;
     for (int i = 0; i < list()->count(); ++i)
@@ -145,7 +94,7 @@ QStringList PortalTest::names() const
     return names;
 }
 
-QString PortalTest::path() const
+QString PageFixture::path() const
 {
     QString text;
     for (QAction *action : folderBar()->actions()) {
@@ -156,14 +105,14 @@ QString PortalTest::path() const
     return text;
 }
 
-void PortalTest::init()
+void PageFixture::init()
 {
     m_portal = TestPortal();
     m_host.clear();
     prepare();
 }
 
-void PortalTest::cleanup()
+void PageFixture::cleanup()
 {
     m_portal.during.clear();
     stop();

@@ -6,7 +6,9 @@
 #pragma once
 
 #include "cloud/CloudItemBase.h"
+#include "cloud/LoginBase.h"
 #include "cloud/Portal_CloudBrowser.h"
+#include "cloud/PortalBrowserBase.h"
 #include "support/RecordingHost.h"
 
 #include <QtTest>
@@ -23,23 +25,19 @@ public:
     /// Items that exist at this moment.
     inline static int alive = 0;
 
-    KString GetDisplayName() override { return m_name; }
-    KString GetUniqueID() override { return m_id; }
+    KString GetDisplayName() override { return propertyText("name"); }
+    KString GetUniqueID() override { return propertyText("id"); }
     bool IsFolder() override { return m_kind == Kind::Folder; }
-    KString GetImportPathFolder() override { return importFolder; }
-
-    KString importFolder;
+    KString GetImportPathFolder() override { return propertyText("folder"); }
 
 private:
-    KString m_id;
-    KString m_name;
-    Kind m_kind;
+    const Kind m_kind;
 };
 
 /// The portal is its own login and its own browser, and its service as well.
 class TestPortal : public ICloudPortalApi::IPortal,
-                   public ICloudPortalApi::ILogin,
-                   public ICloudPortalApi::IPortalBrowser
+                   public ICloudPortalApi::LoginBase,
+                   public ICloudPortalApi::PortalBrowserBase
 {
 public:
     using ItemVector = ICloudPortalApi::ItemVector;
@@ -83,30 +81,52 @@ public:
     KString GetPortalUID() override { return m_identity; }
     KString GetPortalDisplayName() override { return m_identity; }
     KString GetPortalDisplayIconFilename() override { return "none.png"; }
-    bool SupportExport(std::vector<KString> &formats) override;
+    bool SupportExport(std::vector<KString> &formats) override
+    {
+        formats = exportFormats;
+        return !formats.empty();
+    }
     bool supportSearchBar() override { return type == ICloudPortalApi::kPagedSearch; }
     ILogin *GetLogin() override { return this; }
     IPortalBrowser *GetBrowser() override { return this; }
     KString GetSettingsName() override { return "TestSettings"; }
     ICloudItem *CreateFolderHierarchy() override;
-    void setOwnerCB(IPortalOwnerCB *owner) override { m_owner = owner; }
+    void setOwnerCB(IPortalOwnerCB *owner) override { PortalBrowserBase::setOwnerCB(owner); }
     void FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria) override
     {
         criteria[L"Folder"] = folder->GetUniqueID().wide();
     }
 
-    bool Login(IPortalOwnerCB *owner) override;
+    bool Login(IPortalOwnerCB *owner) override
+    {
+        loggedIn = true;
+        owner->LoginDoneCB(true);
+        return true;
+    }
     bool LoginUIDoneCB(const QUrl &url) override { return url.path().endsWith("done") && run("sign-in"); }
-    bool Logout() override;
-    bool IsLogin() override;
-    bool GetUserInformation(HeaderMap &) override { return false; }
-    bool GetUsername(KString &name) override;
-    long CreateLoginRequest(char *buffer, unsigned long size) override;
+    bool Logout() override
+    {
+        loggedIn = false;
+        return true;
+    }
+    bool IsLogin() override
+    {
+        run("login check");
+        return loggedIn;
+    }
+    bool GetUserInformation(HeaderMap &info) override
+    {
+        info[L"username"] = L"Ada & Co";
+        return true;
+    }
+    long CreateLoginRequest(char *buffer, unsigned long size) override
+    {
+        return claimedLength != 0 ? claimedLength : writeAddress(address.constData(), buffer, size);
+    }
 
     int GetPortalType() override { return type; }
     bool SearchCloudItems(ILogin *, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
                           int &currentPage, int &, int &totalResultCount) override;
-    bool GetChildCloudItems(ILogin *, HeaderMap &, int, int, ItemVector &) override { return false; }
     bool GetChildCloudItems(ILogin *, HeaderMap &criteria, ItemVector &results) override;
     bool DownloadCloudItem(ILogin *, ICloudItem *item, KString, KString) override;
     bool UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, KString localFolder, KString fileName) override;
@@ -115,12 +135,11 @@ private:
     bool fetch(const QString &line, const HeaderMap &criteria, ItemVector &results);
 
     KString m_identity;
-    IPortalOwnerCB *m_owner = nullptr;
 };
 
 /// Each test prepares the portal and starts it, with its controller and page in a dock. At the end nothing may be left,
 /// the wait cursor included.
-class PortalTest : public QObject
+class PageFixture : public QObject
 {
     Q_OBJECT
 protected:
@@ -130,8 +149,15 @@ protected:
     void start();
     void stop();
 
-    Portal_CloudBrowserWindows *page() const;
-    Portal_CloudBrowserDockWidget *dock() const;
+    Portal_CloudBrowserWindows *page() const
+    {
+        return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
+    }
+    /// What holds the tabs, which hold a stack, which holds the page.
+    Portal_CloudBrowserDockWidget *dock() const
+    {
+        return qobject_cast<Portal_CloudBrowserDockWidget *>(page()->parentWidget()->parentWidget()->parentWidget());
+    }
     /// The page's only widget of type \p T with that accessible or object name; a missing one ends the test program.
     template <typename T>
     T *find(const char *name) const

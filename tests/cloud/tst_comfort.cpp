@@ -8,7 +8,7 @@
 #include "http/Transfer.h"
 #include "support/LocalServer.h"
 
-class TestComfort : public PortalTest
+class TestComfort : public PageFixture
 {
     Q_OBJECT
 private slots:

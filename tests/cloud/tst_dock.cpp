@@ -6,11 +6,11 @@ using Tavrin::Settings;
 
 static const char *const kSettings = Portal_CloudBrowserDockWidget::kSettingsName;
 
-class TestDock : public PortalTest
+class TestDock : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void aPortalIsRegisteredOnceAndRestoresItsSession()
+    void aPortalRestoresItsSessionOnceAndIsAskedWhenItsTabBecomesCurrent()
     {
         start();
         QCOMPARE(names(), QStringList({"Deep", "cup.obj"}));
@@ -20,11 +20,7 @@ private slots:
         QCOMPARE(Portal_CloudBrowser::GetInstance("Test"), m_controller.get());
         m_controller->AddPortalTabPage();
         QCOMPARE(tabs()->count(), 1);
-    }
 
-    void onlyTheTabThatBecameCurrentIsAsked()
-    {
-        start();
         TestPortal other("Second");
         QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
         const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Second"));

@@ -2,7 +2,7 @@
 
 #include "TestPortal.h"
 
-class TestLifetimes : public PortalTest
+class TestLifetimes : public PageFixture
 {
     Q_OBJECT
 private slots:
@@ -58,26 +58,24 @@ private slots:
 
     void theWindowMayGoDuring_data()
     {
-        addRows({{"login check", "", ""},
-                 {"fetch", "", "Deep"},
+        addRows({{"login check", "none", ""},
+                 {"fetch", "none", "Deep"},
                  {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "cup.obj"},
-                 {"download", "", "cup.obj"},
+                 {"download", "none", "cup.obj"},
                  {"import", "file -force", "cup.obj"},
-                 {"question", "", "cup"},
+                 {"question", "none", "cup"},
                  {"export", "file -force", "new"},
-                 {"upload", "", "new"}});
+                 {"upload", "none", "new"}});
     }
     void theWindowMayGoDuring()
     {
         const auto [call, command, name] = currentRow<3>();
         const auto destroy = [this] { m_window.reset(); };
         m_portal.during[call] = destroy;
-        if (!command.isEmpty()) {
-            m_host.handle(command, [&](const QString &, KCommandResult &) {
-                destroy();
-                return KStatus();
-            });
-        }
+        m_host.handle(command, [destroy](const QString &, KCommandResult &) {
+            destroy();
+            return KStatus();
+        });
         if (call == "question")
             QTimer::singleShot(0, this, destroy);
         if (call == "login check") {
@@ -113,22 +111,21 @@ private:
     {
         return {dock()->findChildren<QAction *>().size(), dock()->findChildren<QWidget *>().size(), TestItem::alive};
     }
-    QAction *topFolder() const { return folderBar()->actions().at(1); }
-
     /// Four folder changes a round: by the list, by the parent button, by a menu, by the bar. Pages are turned as well.
     void clickThrough(int rounds)
     {
+        const auto top = [this] { return folderBar()->actions().at(1); };
+        const std::vector<std::function<void()>> clicks{[this] { doubleClick("Deep"); },
+                                                        [this] { page()->SwitchPage(1); },
+                                                        [this] { page()->SwitchPage(-1); },
+                                                        [this] { page()->PreviousFolderClick(); },
+                                                        [&] { top()->menu()->actions().first()->trigger(); },
+                                                        [&] { top()->trigger(); }};
         for (int i = 0; i < rounds; ++i) {
-            doubleClick("Deep");
-            settle();
-            for (const int pages : {1, -1})
-                page()->SwitchPage(pages);
-            page()->PreviousFolderClick();
-            settle();
-            topFolder()->menu()->actions().first()->trigger();
-            settle();
-            topFolder()->trigger();
-            settle();
+            for (const std::function<void()> &click : clicks) {
+                click();
+                settle();
+            }
         }
     }
 };

@@ -14,7 +14,7 @@ static Reply html(const QByteArray &body)
     return Reply().header("Content-Type", "text/html").body(start + body + "</body></html>");
 }
 
-class TestLoginUi : public PortalTest
+class TestLoginUi : public PageFixture
 {
     Q_OBJECT
 private slots:
