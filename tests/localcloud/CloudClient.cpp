@@ -1,8 +1,4 @@
 #include "CloudClient.h"
-#include <QEventLoop>
-#include <QJsonDocument>
-#include <QNetworkProxy>
-#include <QSslConfiguration>
 
 std::unique_ptr<LocalCloud> startCloud(const QString &dataDir, localcloud::SeedAmount seed)
 {
@@ -10,9 +6,8 @@ std::unique_ptr<LocalCloud> startCloud(const QString &dataDir, localcloud::SeedA
     options.dataDir = dataDir;
     options.seed = seed;
     auto cloud = std::make_unique<LocalCloud>(options);
-    QString error;
-    if (!cloud->start(&error))
-        qFatal("%s", qPrintable(error));
+    if (!cloud->start())
+        qFatal("the local cloud cannot start");
     return cloud;
 }
 

@@ -1,4 +1,4 @@
-// tests/localcloud/CloudClient.h
+// localcloud/CloudClient.h
 //
 // Clients for a local cloud in the same thread: one that speaks through the network access manager, and raw bytes.
 
@@ -7,9 +7,7 @@
 #include "shell/TestFiles.h"
 
 #include <localcloud/LocalCloud.h>
-#include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QtNetwork>
 
 /// A cloud over \p dataDir that has started; ends the test program when it cannot.
 std::unique_ptr<LocalCloud> startCloud(const QString &dataDir, localcloud::SeedAmount seed = {});

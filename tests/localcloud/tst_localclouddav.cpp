@@ -1,17 +1,15 @@
+// localcloud/tst_localclouddav.cpp
+//
+// The document cloud: its sign-in page, and WebDAV as clients meet it.
+
 #include "CloudClient.h"
-#include <QDir>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTest>
-#include <QUrlQuery>
-#include <QXmlStreamReader>
+#include <QtTest>
 #include <unistd.h>
 
 namespace {
 
 const QString kHost = QStringLiteral("https://cloud.zephal.example");
 const QString kDav = kHost + "/dav";
-const QByteArray kHead = " HTTP/1.1\r\nHost: x\r\nConnection: close\r\nAuthorization: Basic ZGVtbzpkZW1v\r\n";
 
 QByteArray basic(const QString &user, const QString &secret)
 {
@@ -66,7 +64,6 @@ private slots:
     void wantsCredentials()
     {
         const QString token = m_cloud->issueZephalToken();
-        QVERIFY2(token.startsWith("+/"), qPrintable(token));
         const QByteArrayList right{basic("demo", token), basic("demo", "demo")};
         const QByteArrayList wrong{basic("demo", token + 'x'), basic("demo", ""),         basic("Demo", token),
                                    basic("", token),           "Basic " + token.toUtf8(), "Basic",
@@ -94,12 +91,11 @@ private slots:
         QCOMPARE(m_cloud->zephalTokenCount(), 0);
         const CloudReply right = client.send("POST", kHost + "/signin", "user=demo&password=demo");
         const QByteArray location = right.headers["Location"];
-        QVERIFY2(right.status == 302 && location.startsWith((kHost + "/signin/done?").toUtf8()), location);
-        QVERIFY2(location.contains("token=%2B%2F"), location);
-        const QUrlQuery query((QUrl(location)));
-        const auto part = [&](const char *name) { return query.queryItemValue(name, QUrl::FullyDecoded); };
-        QCOMPARE(part("first") + ' ' + part("last"), QString("Robin Example"));
-        m_client->setHeader("Authorization", basic(part("user"), part("token")));
+        QVERIFY2(right.status == 302 && location.startsWith((kHost + "/signin/done?user=demo&token=%2B%2F").toUtf8()) &&
+                     location.endsWith("&first=Robin&last=Example"),
+                 location);
+        const QString token = QUrlQuery(QUrl(location)).queryItemValue("token", QUrl::FullyDecoded);
+        m_client->setHeader("Authorization", basic("demo", token));
         QVERIFY(find("/").status == 207 && client.get(location).status == 200);
         QCOMPARE(client.get("http://cloud.zephal.example/signin").status, 403);
     }
@@ -131,33 +127,11 @@ private slots:
                 QVERIFY2(isRefused(raw(method, "/Work/cup.obj", {}, "Destination: /dav" + path + "\r\n")),
                          method + path);
         }
-        QCOMPARE(hrefs("/") + hrefs("/Work/"),
-                 QList<QByteArray>({"/dav/", "/dav/Work/", "/dav/Work/", "/dav/Work/cup.obj"}));
+        QCOMPARE(textsOf(find("/").body, "href") + textsOf(find("/Work/").body, "href"),
+                 QByteArrayList({"/dav/", "/dav/Work/", "/dav/Work/", "/dav/Work/cup.obj"}));
         QVERIFY(readFile(secret) == "secret" && QFileInfo(local("/link")).isSymLink());
         QCOMPARE(QDir(m_data->path()).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot),
                  QStringList({"dropbox", "plyx", "secret", "zephal"}));
-    }
-
-    void aCutUploadLeavesNothing()
-    {
-        const QByteArray megabyte(1024 * 1024, 'x');
-        const QString target = local("/Work/cut.obj");
-        writeFile(target, "old");
-        const auto connections = [&] { return m_cloud->findChildren<localcloud::HttpConnection *>(); };
-        for (const QByteArray &framing : {QByteArray("Content-Length: 1048577\r\n\r\n"),
-                                          QByteArray("Transfer-Encoding: chunked\r\n\r\n100001\r\n")}) {
-            QTcpSocket socket;
-            socket.connectToHost(QHostAddress::LocalHost, m_cloud->port());
-            socket.write("PUT http://cloud.zephal.example/dav/Work/cut.obj" + kHead + framing + megabyte);
-            QTRY_VERIFY(!connections().isEmpty() && socket.bytesToWrite() == 0);
-            socket.disconnectFromHost();
-            QTRY_VERIFY(connections().isEmpty());
-        }
-        QCOMPARE(readFile(target), QByteArray("old"));
-        QVERIFY(m_cloud->requests().isEmpty() && QDir(m_data->filePath(".localcloud/uploads")).isEmpty());
-        QCOMPARE(hrefs("/Work/"), QList<QByteArray>({"/dav/Work/", "/dav/Work/cut.obj"}));
-        QCOMPARE(m_client->send("PUT", kDav + "/Work/cut.obj", megabyte).status, 204);
-        QCOMPARE(readFile(target), megabyte);
     }
 
     void heedsConditions()
@@ -186,10 +160,8 @@ private slots:
                 const CloudReply plain = m_client->get(kDav + "/Work/cup.obj");
                 headers.replace("TAG", plain.headers["ETag"]).replace("DATE", plain.headers["Last-Modified"]);
                 headers = headers.replace("|", "\r\n") + "\r\n";
-                const bool copied = raw("COPY", "/Work/cup.obj", {}, "Destination: /dav/copy\r\n" + headers) == 201;
                 QVERIFY2(raw("GET", "/Work/cup.obj", {}, headers) == get, headers);
                 QVERIFY2(raw("PUT", "/Work/cup.obj", "new", headers) == put, headers);
-                QVERIFY2(copied == (put == 204) && QFile::remove(local("/copy")) == copied, headers);
                 QCOMPARE(readFile(local("/Work/cup.obj")), QByteArray(put == 204 ? "new" : "old"));
             }
         }
@@ -198,20 +170,14 @@ private slots:
     void everyContentHasATagOfItsOwn()
     {
         QSet<QByteArray> tags;
-        localcloud::DavFolder folder(m_cloud->zephalDir(), m_data->filePath(".localcloud/uploads"));
-        const QByteArray content(100000, 'x'); // goes to a file before it is stored
         for (int i = 0; i < 200; ++i) {
-            localcloud::RequestBody body(m_data->filePath(".localcloud/uploads"));
-            QVERIFY(body.append(content));
             const QDateTime before = QDateTime::currentDateTime();
-            QVERIFY(folder.store("/Work/cup.obj", body));
-            QVERIFY(QFileInfo(folder.localPath("/Work/cup.obj")).lastModified() >= before);
-            tags.insert(folder.find("/Work/cup.obj").etag);
+            QCOMPARE(raw("PUT", "/Work/cup.obj", "same size"), i == 0 ? 201 : 204);
+            tags.insert(m_client->get(kDav + "/Work/cup.obj").headers["ETag"]);
+            QVERIFY(QFileInfo(local("/Work/cup.obj")).lastModified() >= before);
         }
-        QCOMPARE(tags.size(), 200);
-        const QByteArray put = m_client->send("PUT", kDav + "/Work/cup.obj", "same size").headers["ETag"];
-        const QByteArray tag = m_client->get(kDav + "/Work/cup.obj").headers["ETag"];
-        QVERIFY(put == tag && !tags.contains(tag) && tag.startsWith('"'));
+        const QByteArray tag = m_client->send("PUT", kDav + "/Work/cup.obj", "same size").headers["ETag"];
+        QVERIFY(tags.size() == 200 && !tags.contains(tag) && tag.startsWith('"'));
         QCOMPARE(textsOf(find("/Work/cup.obj").body, "getetag"), QList<QByteArray>{tag});
         for (const auto &[validator, status] : {std::pair(tag, 206), {"\"x\"", 200}}) {
             const QByteArray range = "Range: bytes=5-\r\nIf-Range: " + validator + "\r\n";
@@ -241,7 +207,9 @@ private slots:
             {404, {"PROPFIND|/Work/cup.obj/|Depth: 0", "COPY|/None|Destination: /dav/a"}},
             {405, {"GET|/Work/", "LOCK|/Work/", "PUT|/|a: b|x", "PUT|/Work|a: b|x", "MKCOL|/"}},
             {409, {"PUT|/Work/new.obj/|a: b|x", "PUT|/None/new.obj|a: b|x", "PUT|/Work/cup.obj/new.obj|a: b|x"}},
-            {412, {"PUT|/Work/new.obj|If-Match: *|x", "DELETE|/Work|If: ([\"x\"])"}},
+            {412,
+             {"PUT|/Work/new.obj|If-Match: *|x", "DELETE|/Work|If: ([\"x\"])", "MKCOL|/a|If: ([\"x\"])",
+              "PROPFIND|/Work/cup.obj|If: ([\"x\"])", "COPY|/Work|Destination: /dav/a\r\nIf: ([\"x\"])"}},
             {413, {"PROPFIND|/|Depth: 0|" + QByteArray(70000, ' ')}},
             {502,
              {"COPY|/Work|Destination: http://x.example/dav/a", "COPY|/Work|Destination: /davenport",
@@ -294,12 +262,12 @@ private slots:
 private:
     QString local(const char *path) const { return m_cloud->zephalDir() + path; }
     CloudReply find(const QString &path) { return m_client->send("PROPFIND", kDav + path); }
-    QList<QByteArray> hrefs(const QString &path) { return textsOf(find(path).body, "href"); }
 
     /// The status of a request over plain http, whose path and headers nothing tidies up.
     int raw(const QByteArray &method, const QByteArray &path, const QByteArray &body, const QByteArray &headers = {})
     {
-        const QByteArray head = method + " http://cloud.zephal.example/dav" + path + kHead + headers +
+        const QByteArray head = method + " http://cloud.zephal.example/dav" + path + " HTTP/1.1\r\nHost: x\r\n" +
+                                "Authorization: Basic ZGVtbzpkZW1v\r\nConnection: close\r\n" + headers +
                                 "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n";
         return rawExchange(*m_cloud, head + body).mid(9, 3).toInt();
     }

@@ -1,8 +1,9 @@
+// localcloud/tst_localclouddropbox.cpp
+//
+// The Dropbox service: sign-in, listings, and files in both directions.
+
 #include "CloudClient.h"
-#include <QDir>
-#include <QJsonArray>
-#include <QTest>
-#include <QUrlQuery>
+#include <QtTest>
 
 namespace {
 
@@ -53,10 +54,7 @@ private slots:
         QCOMPARE(location.toString(QUrl::RemoveQuery), kReturn);
         QCOMPARE(query.queryItemValue("state", QUrl::FullyDecoded), QString("a&b"));
         const CloudReply token = client.send("POST", kExchange + query.queryItemValue("code"));
-        QVERIFY2(token.json["token_type"] == "bearer" && token.json["uid"].isString(), token.body);
-        client.setToken(token.json["access_token"].toString());
-        QCOMPARE(client.get(kApi + "/account/info/").json["display_name"].toString(), QString("Robin Example"));
-        QCOMPARE(client.send("POST", kExchange + query.queryItemValue("code")).status, 400);
+        QCOMPARE(token.json["token_type"].toString(), QString("bearer"));
     }
 
     void refusesFaultyAuthorizeRequests()
@@ -93,6 +91,7 @@ private slots:
             const CloudReply reply = m_client->send("POST", url.replace(row[0], row[1]));
             QCOMPARE(reply.json["error"].toString(), row[2]);
             QVERIFY(row[2].isEmpty() ? reply.json.contains("access_token") : reply.status == 400);
+            QCOMPARE(m_client->send("POST", url).status, 400);
         }
     }
 
@@ -126,21 +125,17 @@ private slots:
     {
         for (const char *name : {"a", "b", "folder/in"})
             writeFile(file(name), "x");
-        const QMap<int, QStringList> requests{
-            {200, {"GET " + kListing + "/?file_limit=3"}},
-            {400,
-             {"GET " + kListing + "/?file_limit=0", "GET " + kListing + "/?file_limit=25001", "PUT " + kUpload + '/'}},
-            {403, {"PUT " + kUpload + "/folder", "PUT " + kUpload + "/a/in"}},
-            {404,
-             {"GET " + kListing + "/none", "GET " + kApi + "/metadata/sandbox/", "GET " + kFiles + '/',
-              "GET " + kFiles + "/none"}},
-            {405, {"GET " + kApi + "/oauth2/token"}},
-            {406, {"GET " + kListing + "/?file_limit=2"}},
+        const QMap<int, QStringList> urls{
+            {200, {kListing + "/?file_limit=3"}},
+            {400, {kListing + "/?file_limit=0", kListing + "/?file_limit=25001", kUpload + '/'}},
+            {403, {kUpload + "/folder", kUpload + "/a/in"}},
+            {404, {kListing + "/none", kApi + "/metadata/sandbox/", kFiles + '/', kFiles + "/none"}},
+            {405, {kApi + "/oauth2/token"}},
+            {406, {kListing + "/?file_limit=2"}},
         };
-        for (const int status : requests.keys()) {
-            for (const QString &request : requests[status]) {
-                const QByteArray method = request.section(' ', 0, 0).toLatin1();
-                const QString url = request.section(' ', 1);
+        for (const int status : urls.keys()) {
+            for (const QString &url : urls[status]) {
+                const QByteArray method = url.startsWith(kUpload) ? "PUT" : "GET";
                 const CloudReply reply = m_client->send(method, url, "x");
                 QVERIFY2(reply.status == status && reply.json.contains("error") == (status != 200), qPrintable(url));
                 const int stranger = CloudClient(*m_cloud).send(method, url, "x").status;
@@ -148,6 +143,10 @@ private slots:
             }
         }
         QVERIFY(raw("PUT", kUpload + "/a").startsWith("HTTP/1.1 411"));
+        m_cloud->addRule("api-content.dropbox.com", "*", "status=507");
+        QCOMPARE(m_client->send("PUT", kUpload + "/new", QByteArray(200000, 'x')).status, 507);
+        QVERIFY(QDir(m_data->filePath(".localcloud/uploads")).isEmpty());
+        QCOMPARE(pathsIn(m_client->get(kListing)), QStringList({"/a", "/b", "/folder"}));
     }
 
     void keepsInsideItsFolder()
@@ -207,17 +206,6 @@ private slots:
             QVERIFY2(readFile(file(names[target])) == content, qPrintable(target));
             QVERIFY(names[target] == "old.obj" || readFile(file("old.obj")) == "old");
         }
-    }
-
-    void aBrokenUploadLeavesNothing()
-    {
-        writeFile(file("old.obj"), "old");
-        raw("PUT", kUpload + "/old.obj", "Content-Length: 300000\r\n\r\n" + QByteArray(200000, '}'));
-        m_cloud->addRule("api-content.dropbox.com", "*", "status=507");
-        QCOMPARE(m_client->send("PUT", kUpload + "/old.obj", QByteArray(200000, 'x')).status, 507);
-        QVERIFY(QDir(m_data->filePath(".localcloud/uploads")).isEmpty());
-        QCOMPARE(readFile(file("old.obj")), QByteArray("old"));
-        QCOMPARE(QDir(file("")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"old.obj"});
     }
 
 private:

@@ -1,10 +1,10 @@
+// localcloud/tst_localcloudhttp.cpp
+//
+// Requests and answers between a client and the local cloud, whichever service is asked, and the rules of misbehaviour.
+
 #include "CloudClient.h"
 #include <localcloud/Replies.h>
-#include <QElapsedTimer>
-#include <QJsonDocument>
-#include <QTcpSocket>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
 
 using namespace localcloud;
 
@@ -75,20 +75,17 @@ private slots:
 
     void readsRanges()
     {
-        const QMap<QByteArray, QByteArray> ranges{
-            {"bytes=0-9", "206 bytes 0-9/100"},
-            {"bytes=-3", "206 bytes 97-99/100"},
-            {"bytes=99-1000", "206 bytes 99-99/100"},
-            {"bytes=100-", "416 bytes */100"},
-            {"bytes=-0", "416 bytes */100"},
-            {"bytes=9-3", "200 "},
-            {"bytes=0-1,5-6", "200 "},
-        };
-        for (const QByteArray &range : ranges.keys()) {
+        for (const auto &[range, expected] : {std::pair("bytes=0-9", "206 bytes 0-9/100"),
+                                              {"bytes=-3", "206 bytes 97-99/100"},
+                                              {"bytes=99-1000", "206 bytes 99-99/100"},
+                                              {"bytes=100-", "416 bytes */100"},
+                                              {"bytes=-0", "416 bytes */100"},
+                                              {"bytes=9-3", "200 "},
+                                              {"bytes=0-1,5-6", "200 "}}) {
             HttpResponse response;
-            setFile(response, "/tmp/x.obj", 100, range);
+            setFile(response, "x.obj", 100, range);
             const QByteArray contentRange = headerValue(response.headers, "Content-Range");
-            QCOMPARE(QByteArray::number(response.status) + ' ' + contentRange, ranges[range]);
+            QCOMPARE(QByteArray::number(response.status) + ' ' + contentRange, QByteArray(expected));
         }
     }
 
@@ -140,9 +137,12 @@ private slots:
         drip.start(20);
         QByteArray received;
         QTRY_VERIFY_WITH_TIMEOUT((received += dripping.readAll()).startsWith("HTTP/1.1 408"), 2000);
-        received = rawExchange(*m_cloud, "PUT /a" + kHost + "Content-Length: 9\r\n\r\nhalf");
-        QVERIFY2(received.startsWith("HTTP/1.1 408"), received);
+        for (const char *framing : {"Content-Length: 150000\r\n\r\n", "Transfer-Encoding: chunked\r\n\r\n30000\r\n"}) {
+            received = rawExchange(*m_cloud, "PUT /a" + kHost + framing + QByteArray(100000, 'x'));
+            QVERIFY2(received.startsWith("HTTP/1.1 408"), received);
+        }
         QVERIFY(m_cloud->requests().isEmpty());
+        QTRY_VERIFY(QDir(m_cloud->dropboxDir() + "/../.localcloud/uploads").isEmpty());
     }
 
     void tunnelShowsAVerifiedCertificate()
@@ -214,32 +214,11 @@ private slots:
         QCOMPARE(m_cloud->requests().size(), 5);
     }
 
-    void logHasOneObjectPerRequest()
-    {
-        QTemporaryDir dir;
-        start(10000, dir.filePath("log.jsonl"));
-        m_cloud->addRule("echo.test", "/refused", "status=401");
-        CloudClient client(*m_cloud, "secret");
-        client.send("PUT", "https://echo.test/a?b=c", "12345");
-        client.get("http://echo.test/refused");
-        rawExchange(*m_cloud, "not http\r\n\r\n");
-
-        const QByteArrayList lines = readFile(dir.filePath("log.jsonl")).split('\n');
-        QVERIFY(lines.size() == 3 && lines[2].isEmpty() && isPrivate(dir.filePath("log.jsonl")));
-        QVERIFY2(lines[1].contains(R"("status":401,)") && lines[1].contains(R"("tls":false})"), lines[1]);
-        QJsonObject first = QJsonDocument::fromJson(lines[0]).object();
-        QCOMPARE(first.take("headers")["Authorization"].toString(), QString("Bearer secret"));
-        QCOMPARE(QJsonDocument(first).toJson(QJsonDocument::Compact),
-                 QByteArray(R"({"bodyBytes":5,"host":"echo.test","method":"PUT","status":200,)"
-                            R"("target":"/a?b=c","tls":true})"));
-    }
-
 private:
-    void start(int timeoutMs, const QString &logFile = {})
+    void start(int timeoutMs)
     {
         LocalCloudOptions options;
         options.limits = {4096, 200000, timeoutMs, timeoutMs, 100};
-        options.logFile = logFile;
         m_cloud = std::make_unique<LocalCloud>(options);
         m_cloud->addService(std::make_unique<EchoService>());
         QVERIFY(m_cloud->start());

@@ -1,13 +1,13 @@
+// localcloud/tst_localcloudprogram.cpp
+//
+// The program, and what it keeps on the disk: logs, secrets and seeded models.
+
 #include "CloudClient.h"
 #include <csignal>
 #include <localcloud/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
 #include <localcloud/ZephalSeed.h>
-#include <QJsonDocument>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QtEndian>
-#include <QTest>
+#include <QtTest>
 
 using namespace localcloud;
 
@@ -36,16 +36,22 @@ private slots:
             authority = readFile(ca);
             CloudClient client(match.captured(1).toUShort(), QSslCertificate(authority));
             client.setToken("program-test");
-            QCOMPARE(client.get("https://api.dropbox.com/1/account/info/").status, 503);
+            QCOMPARE(client.send("PUT", "https://api.dropbox.com/1/account/info/?a=b", "12345").status, 503);
+            QCOMPARE(client.get("http://api.dropbox.com/1/").status, 404);
 
             QCOMPARE(::kill(static_cast<pid_t>(program.processId()), signal), 0);
             QVERIFY(program.waitForFinished(10000));
             QVERIFY(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0);
         }
-        const QByteArray log = readFile(dir.filePath("log.jsonl"));
-        QVERIFY2(log.count('\n') == 2 && log.count("Bearer program-test") == 2, log);
-        for (const QFileInfo &key : QDir(dir.filePath("data/.localcloud/certificates")).entryInfoList({"*.key"}))
-            QVERIFY(isPrivate(key.filePath()));
+        const QByteArrayList log = readFile(dir.filePath("log.jsonl")).split('\n');
+        QVERIFY(log.size() == 5 && log[4].isEmpty() && isPrivate(dir.filePath("log.jsonl")));
+        QVERIFY2(log[3].contains(R"("target":"/1/","tls":false})"), log[3]);
+        QJsonObject first = QJsonDocument::fromJson(log[0]).object();
+        QCOMPARE(first.take("headers")["Authorization"].toString(), QString("Bearer program-test"));
+        QCOMPARE(QJsonDocument(first).toJson(QJsonDocument::Compact),
+                 QByteArray(R"({"bodyBytes":5,"host":"api.dropbox.com","method":"PUT","status":503,)"
+                            R"("target":"/1/account/info/?a=b","tls":true})"));
+        QVERIFY(isPrivate(dir.filePath("data/.localcloud/certificates/ca.key")));
     }
 
     void refusesToStart()
@@ -58,9 +64,8 @@ private slots:
                                       "--data DATA --log /dev/null/log", "--data DATA/damaged"}) {
             QProcess program;
             program.start(m_program, QString(arguments).replace("DATA", dir.path()).split(' '));
-            QVERIFY2(program.waitForFinished(10000), arguments);
-            QVERIFY2(program.exitCode() == 1 && program.readAllStandardOutput().isEmpty(), arguments);
-            QVERIFY2(!program.readAllStandardError().isEmpty(), arguments);
+            QVERIFY2(program.waitForFinished(10000) && program.exitCode() == 1, arguments);
+            QVERIFY2(program.readAllStandardOutput().isEmpty() && !program.readAllStandardError().isEmpty(), arguments);
         }
     }
 
