@@ -7,57 +7,13 @@
 #include "http/httpClient.h"
 #include "http/simpleHttpServer.h"
 #include "portals/Portal_DropBox_Login.h"
+#include "portals/Portal_Plyx_Login.h"
 #include "support/RecordingHost.h"
 
 #include <localcloud/LocalCloud.h>
 #include <QtNetwork>
 #include <QtTest>
 #include <QtWidgets>
-#include <QWebElement>
-#include <QWebFrame>
-#include <QWebView>
-
-/// Hears of sign-ins and clicks.
-struct RecordingOwner : ICloudPortalApi::IPortalOwnerCB
-{
-    void LoginDoneCB(bool success) override
-    {
-        heard << success;
-        onDone();
-    }
-    void CloudItemClickCB(ICloudPortalApi::ICloudItem *item) override { clicked = item; }
-    void CloudFolderArrowClickCB(ICloudPortalApi::ICloudItem *) override {}
-    QWidget *GetParentLoginWidget() override { return window; }
-
-    QList<bool> heard;
-    std::function<void()> onDone = [] {};
-    ICloudPortalApi::ICloudItem *clicked = nullptr;
-    QWidget *window = nullptr;
-};
-
-/// A window over which sign-in dialogs open.
-struct SignInWindow
-{
-    /// The dialog that is shown, and its page.
-    QDialog *dialog() const
-    {
-        for (auto *dialog : m_window.findChildren<QDialog *>())
-            if (dialog->isVisible())
-                return dialog;
-        return nullptr;
-    }
-    QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
-    /// Fills in the page, once it is there, and sends it.
-    void submit(const QString &password) const
-    {
-        QTRY_VERIFY(!page()->findFirstElement("#sign-in").isNull());
-        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
-                                   "field('user').value = 'demo'; field('password').value = '" +
-                                   password + "'; field('sign-in').click();");
-    }
-
-    QWidget m_window;
-};
 
 /// Made anew for each test, before the portal, and gone after it.
 class CloudFixture : public QObject
@@ -75,7 +31,8 @@ public:
         httpClient::setDefaultTimeouts(10000, 10000);
         SimpleHttpServer::setDefaultTimeouts(10000);
         QDesktopServices::setUrlHandler("https", this, "open");
-        storeToken(QString());
+        for (const char *settingsName : {Portal_DropBox_Login::settingsName, Portal_Plyx_Login::settingsName})
+            store(settingsName, {});
         connect(&m_closer, &QTimer::timeout, this, [this] {
             if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
                 boxes << box->text();
@@ -86,10 +43,18 @@ public:
     }
     ~CloudFixture() override { QDesktopServices::unsetUrlHandler("https"); }
 
-    /// The portal's settings file.
-    static Tavrin::Settings settings() { return Tavrin::Settings(Portal_DropBox_Login::settingsName); }
-    static void storeToken(const QString &token) { settings().setSessionID(KQtUtil::toKString(token)); }
-    static QString storedToken() { return KQtUtil::toQString(settings().getSessionID()); }
+    static void store(const char *settingsName, const localcloud::PlyxSession &session)
+    {
+        Tavrin::Settings settings(settingsName);
+        settings.setSessionID(KQtUtil::toKString(session.id));
+        settings.setSecureSessionID(KQtUtil::toKString(session.secureId));
+    }
+    /// Both identifiers in a settings file as "session|secure".
+    static QString stored(const char *settingsName)
+    {
+        const Tavrin::Settings settings(settingsName);
+        return KQtUtil::toQString(settings.getSessionID() + "|" + settings.getSecureSessionID());
+    }
 
     /// The requests served so far, in order, as "METHOD target".
     QStringList requests() const

@@ -49,12 +49,12 @@ private slots:
         host.deregisterCommand(m_plugin, "Tavrin");
         QVERIFY(!uninitializePlugin(m_plugin));
 
-        const char *const texts[] = {"could not initialize plugin: ", "could not uninitialize plugin: ",
-                                     "could not register 'Tavrin' command: the name is in use",
-                                     "could not deregister 'Tavrin' command: no such command"};
-        QCOMPARE(host.errors().size(), 4);
-        for (int i = 0; i < 4; ++i)
-            QVERIFY2(host.errors().at(i).startsWith(QString("TavrinCmd - ") + texts[i]), texts[i]);
+        const QRegularExpression steps("^TavrinCmd - could not initialize plugin: .*\n"
+                                       "TavrinCmd - could not uninitialize plugin: .*\n"
+                                       "TavrinCmd - could not register 'Tavrin' command: the name is in use.*\n"
+                                       "TavrinCmd - could not deregister 'Tavrin' command: no such command.*$");
+        const QString errors = host.errors().join('\n');
+        QVERIFY2(steps.match(errors).hasMatch(), qPrintable(errors));
     }
 
     void unloadWaitsForTheRunningCall()
@@ -76,16 +76,6 @@ private slots:
         QVERIFY(m_fixture->host.errors().last().contains("still talking"));
         QVERIFY(dock && controller()->isUserLoggedIn());
         QVERIFY(uninitializePlugin(m_plugin) && !dock);
-    }
-
-    void sessionOfTheLastRunIsConfirmed()
-    {
-        Tavrin::Settings("CloudBrowser_Dock_Widget").setWindowActive(true);
-        CloudFixture::storeToken(m_fixture->cloud.issueDropboxToken());
-        QVERIFY(initializePlugin(m_plugin) && controller());
-        QCOMPARE(m_fixture->requests().value(0), QStringLiteral("GET /1/account/info/"));
-        QVERIFY(m_fixture->requests().contains("GET /1/metadata/dropbox/?file_limit=10000&list=true"));
-        QVERIFY(uninitializePlugin(m_plugin));
     }
 
 private:

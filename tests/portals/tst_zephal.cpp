@@ -4,41 +4,59 @@
 // transfers over real sockets.
 
 #include "cloud/PortalCall.h"
-#include "CloudFixture.h"
 #include "portals/Portal_Zephal.h"
 #include "portals/Portal_Zephal_CloudItem.h"
-#include "shell/TestFiles.h"
+#include "PortalTest.h"
 
-using namespace ICloudPortalApi;
+#include <dlfcn.h>
+#include <pelago/pelago.h>
+#include <QWebElement>
+#include <QWebFrame>
+#include <QWebView>
 
-class TestZephal : public QObject, private SignInWindow
+namespace {
+
+QStringList opened;
+int64_t session = 0;
+
+} // namespace
+
+/// Writes down what the portal asks of the library's own function, and what that answers.
+int64_t Skein_Auth_openSession(const char *key, const char *secret, const char *file, const char *address)
+{
+    static const auto next =
+        reinterpret_cast<decltype(&Skein_Auth_openSession)>(dlsym(RTLD_NEXT, "Skein_Auth_openSession"));
+    opened = QStringList{key, secret, file, address};
+    session = next(key, secret, file, address);
+    return session;
+}
+
+class TestZephal : public PortalTest
 {
     Q_OBJECT
+public:
+    TestZephal() : PortalTest("TavrinSettings_ZephalAppBrowser") {}
 
 private slots:
     void init()
     {
-        m_portal.reset();
-        m_fixture.reset();
-        m_folder = std::make_unique<QTemporaryDir>();
-        LocalCloudOptions options;
-        options.dataDir = m_folder->filePath("cloud");
-        m_fixture = std::make_unique<CloudFixture>(options);
+        start();
         connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(),
                 [this] { std::exchange(m_onRequest, [] {})(); });
         for (const char *file : {"/cup.obj", u8"/ä #1/50% \"x\".obj"})
             writeFile(m_fixture->cloud.zephalDir() + file, file);
-        m_fixture->host.answer("internalVar -userPrefDir", KCommandResult(KQtUtil::toKString(m_folder->path() + "/")));
-        m_owner = RecordingOwner();
-        m_owner.window = &m_window;
+        m_fixture->host.answer("internalVar -userPrefDir", KCommandResult(KQtUtil::toKString(m_folder.path() + "/")));
         configure("kind=password\nstorage=https://cloud.zephal.example/dav");
     }
+
+    void cleanup() { finish(); }
 
     void pageSignsIn()
     {
         configure("");
         m_owner.onDone = [&] { QVERIFY(PortalCall::isRunning() && !dialog() && listed(root()) == everything); };
         QVERIFY(m_login->Login(&m_owner) && dialog()->isModal());
+        QCOMPARE(opened.last(), QString("https://cloud.zephal.example/signin"));
         submit("wrong");
         QTRY_VERIFY(page()->toPlainText().contains("is wrong"));
         QVERIFY(m_owner.heard.isEmpty() && !m_login->IsLogin() && dialog()->size() != QSize(343, 368));
@@ -46,7 +64,7 @@ private slots:
         QTRY_VERIFY(m_owner.heard == QList<bool>{true} && !dialog());
 
         configure(""); // the next run of the host
-        QVERIFY(QFile::exists(m_folder->filePath("session.skein")));
+        QVERIFY(QFile::exists(m_folder.filePath("session.skein")));
         KString name;
         QVERIFY(m_login->GetUsername(name) && name == "Robin Example" && listed(root()) == everything);
         m_fixture->cloud.revokeZephalTokens();
@@ -108,6 +126,39 @@ private slots:
         QVERIFY(!dialog() && m_owner.heard.size() == 1);
     }
 
+    void endPointKeepsInStep()
+    {
+        const QString file = m_folder.filePath("session.skein");
+        QCOMPARE(opened.mid(2).join(' '), file + " https://cloud.zephal.example/dav/");
+        QVERIFY(opened[0] == KQtUtil::toQString(getTestConsumerKey(Skein_Service_Deployment_Production)));
+        QVERIFY(opened[1] == KQtUtil::toQString(getTestConsumerSecret(Skein_Service_Deployment_Production)));
+        const auto signIn = [this] {
+            const bool signedIn = Skein_Auth_login(session, "demo", "demo") == 1;
+            m_login->InitializeStorage();
+            return signedIn && m_login->IsLogin();
+        };
+        const auto isOpen = [](int64_t endPoint) {
+            return Skein_Storage_listContents(endPoint, "", contentCb, nullptr) != Skein_Result_UnknownHandle;
+        };
+        QVERIFY(m_login->GetStorageEndPoint() == -1 && signIn());
+        const int64_t first = m_login->GetStorageEndPoint();
+        m_login->InitializeStorage();
+        QVERIFY(isOpen(first) && m_login->GetStorageEndPoint() == first);
+        QVERIFY(QFile::remove(file) && QDir().mkpath(file + "/in the way"));
+        QVERIFY(!m_login->Logout() && m_login->IsLogin() && m_login->GetStorageEndPoint() == first);
+        QVERIFY(QDir(file).removeRecursively() && m_login->Logout() && !m_login->IsLogin());
+        QVERIFY(!isOpen(first) && m_login->GetStorageEndPoint() == -1 && signIn());
+        const int64_t second = m_login->GetStorageEndPoint();
+        m_portal.reset();
+        QVERIFY(!isOpen(second) && Skein_Auth_isUserLoggedIn(session) == Skein_Result_UnknownHandle);
+
+        configure("kind=password\nstorage=https://cloud.zephal.example/dav"); // the next run of the host
+        QVERIFY(m_login->GetStorageEndPoint() > second && m_login->LoginUIDoneCB(QUrl()) && m_login->Logout());
+        m_fixture->host.answer("internalVar -userPrefDir", KCommandResult(KString()));
+        configure("kind=password\nsignIn=https://cloud.zephal.example/dav/\nstorage=http://not.protected.example/");
+        QVERIFY(opened[2].isEmpty() && signIn() && m_login->GetStorageEndPoint() < 0 && listed(root()) == "failed");
+    }
+
     void filesComeAndGo()
     {
         m_login->Login(&m_owner);
@@ -119,46 +170,37 @@ private slots:
         m_onRequest = [&] { inner = listed(top); };
         QVERIFY(listed(top) == everything && inner == everything && outSearchResults.empty());
         QVERIFY(listed(folder) == "-50% \"x\".obj" && listed(nullptr) == "failed");
-        folder->FolderClick();
-        QCOMPARE(m_owner.clicked, folder.get());
-        auto *browser = m_portal->GetBrowser();
         HeaderMap both{{L"Home", L""}, {L"SpecificFolder", L"ä #1"}};
-        ItemVector items;
-        QVERIFY(browser->GetChildCloudItems(m_login, both, items) && items.size() == 2);
+        ICloudPortalApi::ItemVector items;
+        QVERIFY(browser()->GetChildCloudItems(m_login, both, items) && items.size() == 2);
         qDeleteAll(items);
-        const QString local = m_folder->filePath("new/sub/");
         const std::tuple<ICloudItem *, const char *, const char *, KString> downloads[] = {
             {top.get(), "cup.obj", "/cup.obj", "/My cloud documents"},
             {nullptr, "cup.obj", "/cup.obj", ""},
             {folder.get(), "50% \"x\".obj", u8"/ä #1/50% \"x\".obj", "/My cloud documents/_"},
         };
+        m_fixture->host.handle("sysFile", [this](const QString &, KCommandResult &) {
+            m_passing.clear();
+            return KStatus();
+        });
         for (const auto &[parent, name, content, importFolder] : downloads) {
             auto item = makeItem("", name, parent);
-            QVERIFY(item->GetImportPathFolder() == importFolder);
-            m_fixture->host.handle("sysFile", [&item](const QString &, KCommandResult &) {
-                item.reset();
-                return KStatus();
-            });
-            QVERIFY(browser->DownloadCloudItem(m_login, item.get(), KQtUtil::toKString(local), "a\"b"));
-            QCOMPARE(readFile(local + "a\"b"), QByteArray(content));
-            QCOMPARE(m_fixture->host.commands().last(), "sysFile -delete \"" + local + "a\\\"b\"");
+            QVERIFY(item->GetImportPathFolder() == importFolder && download(std::move(item), "a\"b"));
+            QCOMPARE(readFile(local("a\"b")), QByteArray(content));
+            QCOMPARE(m_fixture->host.commands().last(), "sysFile -delete \"" + local("a\\\"b\""));
         }
 
-        const auto upload = [&](const QByteArray &content, const char *replaced) {
-            auto into = makeItem(u8"ä #1", "", nullptr);
-            auto old = replaced ? makeItem(replaced, "", nullptr) : nullptr;
-            m_onRequest = [&] { into.reset(), old.reset(); };
-            writeFile(local + "a\"b", content);
-            const bool done = browser->UploadFile(m_login, into.get(), old.get(), KQtUtil::toKString(local), "a\"b");
+        const auto stored = [&](const QByteArray &content, const char *replaced) {
+            writeFile(local("a\"b"), content);
+            const bool done = upload(makeItem(u8"ä #1"), "a\"b", replaced ? makeItem(replaced) : nullptr);
             return (done ? "stored " : "kept ") + readFile(m_fixture->cloud.zephalDir() + u8"/ä #1/a\"b");
         };
-        QCOMPARE(upload("1", nullptr), QByteArray("stored 1"));
-        QCOMPARE(upload("2", nullptr), QByteArray("kept 1"));
-        QCOMPARE(upload("2", u8"ä #1/a\"b"), QByteArray("stored 2"));
+        QCOMPARE(stored("1", nullptr), QByteArray("stored 1"));
+        QCOMPARE(stored("2", nullptr), QByteArray("kept 1"));
+        QCOMPARE(stored("2", u8"ä #1/a\"b"), QByteArray("stored 2"));
         m_fixture->cloud.addRule("*", "/dav/*", "status=507");
-        QCOMPARE(upload("3", u8"ä #1/a\"b"), QByteArray("kept 2"));
-        QVERIFY(!browser->DownloadCloudItem(m_login, nullptr, "", "") && m_fixture->everythingShown().isEmpty());
-        QVERIFY(!browser->UploadFile(m_login, nullptr, nullptr, "", ""));
+        QCOMPARE(stored("3", u8"ä #1/a\"b"), QByteArray("kept 2"));
+        QVERIFY(!download(nullptr, "a") && !upload(nullptr, "a") && m_fixture->everythingShown().isEmpty());
     }
 
 private:
@@ -167,13 +209,21 @@ private:
     /// A new portal on a library that finds \p lines in its configuration.
     void configure(const QByteArray &lines)
     {
-        m_portal.reset();
-        writeFile(m_folder->filePath("pelago.ini"), "[production]\n" + lines + '\n');
-        qputenv("PELAGO_CONFIG", QFile::encodeName(m_folder->filePath("pelago.ini")));
-        m_login = new Portal_Zephal_Login;
-        m_portal = std::make_unique<Portal_Zephal>(m_login, new Portal_Zephal_IPortalBrowser);
-        m_portal->setOwnerCB(&m_owner);
+        const QString file = m_folder.filePath("pelago.ini");
+        writeFile(file, "[production]\n" + lines + '\n');
+        qputenv("PELAGO_CONFIG", QFile::encodeName(file));
+        m_login = makePortal<Portal_Zephal, Portal_Zephal_Login, Portal_Zephal_IPortalBrowser>();
     }
+    QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
+    /// Fills in the page, once it is there, and sends it.
+    void submit(const QString &password) const
+    {
+        QTRY_VERIFY(!page()->findFirstElement("#sign-in").isNull());
+        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
+                                   "field('user').value = 'demo'; field('password').value = '" +
+                                   password + "'; field('sign-in').click();");
+    }
+
     QLineEdit *field(const char *name) const { return dialog()->findChild<QLineEdit *>(name); }
     void enter(const char *password)
     {
@@ -182,36 +232,14 @@ private:
         QTest::keyClick(dialog(), Qt::Key_Return);
     }
 
-    std::unique_ptr<ICloudItem> root() { return std::unique_ptr<ICloudItem>(m_portal->CreateFolderHierarchy()); }
-    std::unique_ptr<ICloudItem> makeItem(const char *id, const char *name, ICloudItem *parent)
+    Item makeItem(const QString &id, const QString &name = {}, ICloudItem *parent = nullptr)
     {
-        auto item = std::make_unique<Portal_Zephal_ICloudItem>(&m_owner);
-        item->SetProperty("uniqueID", id);
-        item->SetProperty("name", name);
+        Item item = PortalTest::makeItem<Portal_Zephal_ICloudItem>({{"uniqueID", id}, {"name", name}});
         item->SetParent(parent);
         return item;
     }
-    /// The names in \p folder, in order: + folders, - files.
-    QString listed(const std::unique_ptr<ICloudItem> &folder)
-    {
-        HeaderMap criteria;
-        m_portal->FillSearchCriteria(folder.get(), criteria);
-        ItemVector items;
-        if (!m_portal->GetBrowser()->GetChildCloudItems(m_login, criteria, items))
-            return "failed";
-        QStringList names;
-        for (ICloudItem *item : items)
-            names << (item->IsFolder() ? "+" : "-") + KQtUtil::toQString(item->GetDisplayName());
-        qDeleteAll(items);
-        names.sort();
-        return names.join(' ');
-    }
 
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<CloudFixture> m_fixture;
-    std::unique_ptr<Portal_Zephal> m_portal;
-    Portal_Zephal_Login *m_login = nullptr; // the portal's
-    RecordingOwner m_owner;
+    Portal_Zephal_Login *m_login = nullptr;    // the portal's
     std::function<void()> m_onRequest = [] {}; // runs when the next request has been served
 };
 

@@ -1,0 +1,286 @@
+// portals/tst_replies.cpp
+//
+// Paths that requests are made of, what replies are read as, and what folders and items answer: all without a network.
+
+#include "http/Transfer.h"
+#include "portals/Portal_DropBox_CloudItem.h"
+#include "portals/Portal_DropBox_Login.h"
+#include "portals/Portal_DropBox_Replies.h"
+#include "portals/Portal_DropBox_Requests.h"
+#include "portals/Portal_Plyx.h"
+#include "portals/Portal_Plyx_CloudItem.h"
+#include "portals/Portal_Plyx_Replies.h"
+#include "portals/Portal_Plyx_Requests.h"
+#include "portals/Portal_Zephal_Browse.h"
+#include "portals/Portal_Zephal_Login.h"
+#include "support/RecordingHost.h"
+
+#include <QtTest>
+
+using namespace ICloudPortalApi;
+
+namespace {
+
+/// JSON written with single quotes.
+QByteArray json(QByteArray text)
+{
+    return text.replace('\'', '"');
+}
+
+/// The properties of \p items as "name: value, name: value; name: value". The items are deleted.
+QString described(const ItemVector &items)
+{
+    QStringList texts;
+    for (ICloudItem *item : items)
+        texts << KQtUtil::toQString(item->GetTooltip()).replace('\n', ", ");
+    qDeleteAll(items);
+    return texts.join("; ");
+}
+
+QString listed(const QByteArray &body)
+{
+    ItemVector items;
+    DropBoxReplies::listing(json(body), nullptr, items);
+    return described(items);
+}
+
+QString tokenIn(const QByteArray &body)
+{
+    const DropBoxReplies::Token token = DropBoxReplies::token(json(body));
+    return KQtUtil::toQString(token.accessToken + "/" + token.tokenType + "/" + token.userId);
+}
+
+/// The items of a search reply as "id name", then the three numbers, which start as 7, 8 and 9.
+QString found(const QByteArray &body)
+{
+    ItemVector items;
+    int numbers[] = {7, 8, 9};
+    PlyxReplies::searchResults(json(body), nullptr, items, numbers[0], numbers[1], numbers[2]);
+    QString text;
+    for (ICloudItem *item : items)
+        text += KQtUtil::toQString(item->GetUniqueID() + " " + item->GetDisplayName() + ", ");
+    qDeleteAll(items);
+    return text + QString("%1 %2 %3").arg(numbers[0]).arg(numbers[1]).arg(numbers[2]);
+}
+
+/// The textures as "name=id", then the file of the model.
+QString filesIn(const QByteArray &textures, const QByteArray &formats)
+{
+    const PlyxReplies::AssetFiles files = PlyxReplies::assetFiles(
+        json("{'ASSET':{'TEXTURESFILES':{'TEXTURESFILE':" + textures + "},'FILEFORMATS':" + formats + "}}"));
+    QString text;
+    for (const PlyxReplies::Texture &texture : files.textures)
+        text += texture.localName + '=' + texture.fileId + ' ';
+    return text + files.modelId.value_or("none");
+}
+
+} // namespace
+
+class TestReplies : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void paths()
+    {
+        using namespace PlyxRequests;
+        const HeaderMap criteria{{L"Public", L"28"}, {L"SearchString", L"R&D #1 100%25 ä+?=/@\"'"}};
+        QCOMPARE(search(criteria, 2, 20),
+                 "/API/v1/Search?file_type_ids=119&media_type_id=28&content=free&page_num=2&page_size=20&sort_by=date"
+                 "&sort_order=desc&keyword=R%26D %231 100%2525 ä+?=/@\"'&is_all_keywords=all");
+        QCOMPARE(asset("5/../1?2#3%"), "/API/v1/Asset/5%2F..%2F1%3F2%233%25");
+        QCOMPARE(download("512", "1&id=0#%"), "/v1/Download?id=512_1%26id=0%23%25");
+        QCOMPARE(DropBoxRequests::download("d?b#", "/a+b&c=d;e@f:'()*~$[]%2e"),
+                 "/1/files/d%3Fb%23/a+b&c=d;e@f:'()*~$[]%252e");
+        QCOMPARE(DropBoxRequests::upload("dropbox", "/W#", "a#b?c%"),
+                 "/1/files_put/dropbox/W%23/a%23b%3Fc%25?overwrite=true");
+    }
+
+    void credentialsAreExactAndHidden()
+    {
+        KString key;
+        KString secret;
+        getCacheChecksum(key, secret);
+        QVERIFY(key == APP_KEY && secret == APP_SECRET);
+        QVERIFY(getTestConsumerKey(Skein_Service_Deployment_Staging) == STAGING_KEY);
+        QVERIFY(getTestConsumerSecret(Skein_Service_Deployment_Staging) == STAGING_SECRET);
+        QFile module(PLUGIN_LIBRARY);
+        QVERIFY2(module.open(QIODevice::ReadOnly), PLUGIN_LIBRARY);
+        const QByteArray bytes = module.readAll();
+        QVERIFY(bytes.contains("TavrinSettings_DropBoxAppBrowser_Kelda") && bytes.contains("session.skein"));
+        for (const char *text : {APP_KEY, APP_SECRET, STAGING_KEY, STAGING_SECRET})
+            QVERIFY2(!bytes.contains(text), text);
+    }
+
+    void listings()
+    {
+        const std::pair<QByteArray, QString> rows[] = {
+            {"{'rev':'3','path':'/a.obj','modified':'Sat','bytes':2048,'root':'dropbox','mime_type':'text/plain',"
+             "'is_dir':false,'size':'2 KB'}",
+             "bytes: 2048, mime_type: text/plain, modified: Sat, path: /a.obj, rev: 3, root: dropbox"},
+            {"{'rev':'1','path':'/d','is_dir':true},{'rev':'2'}", "is_dir: true, path: /d, rev: 1; rev: 2"},
+            {"{'path':'/a'},{'rev':7,'path':'/b'},{'rev':null},'rev',1,null,true,[],{'rev':'k'}", "rev: k"},
+            {"{'rev':'1','path':'/a/../b'},{'rev':'2','path':'..'},{'rev':'3','path':'/a/..'}", ""},
+            {"{'rev':'4','path':'/a../..b/.../c'}", "path: /a../..b/.../c, rev: 4"},
+            {"{'rev':'1','path':['/a'],'bytes':'9','root':1,'mime_type':{},'modified':false,'is_dir':'true'}",
+             "rev: 1"},
+            {"{'rev':'1','is_dir':1,'bytes':1e300}", "bytes: 2147483647, rev: 1"},
+        };
+        for (const auto &[entries, items] : rows)
+            QCOMPARE(listed("{'contents':[" + entries + "]}"), items);
+        for (const char *body :
+             {"{'contents':{'0':{'rev':'1'}}}", "{'__proto__':{'contents':[{'rev':'1'}]}}", "<html>"})
+            QCOMPARE(listed(body), QString());
+    }
+
+    void searchReplies()
+    {
+        const std::pair<QByteArray, QString> replies[] = {
+            {"{'ASSETS':{'ASSET':[{'ASSET_ID':7,'ASSET_NAME':'<b>ä'},{'ASSET_ID':'x','ASSET_NAME':5},{'ASSET_ID':0,"
+             "'ASSET_NAME':null}]},'CURRENT_PAGE':1,'TOTAL_PAGE_COUNT':3,'TOTAL_RESULT_COUNT':25}",
+             "7 <b>ä, x 5, 0 , 1 3 25"},
+            {"{'ASSETS':{'ASSET':[{'ASSET_ID':''},{'ASSET_ID':null},{'ASSET_ID':{}},{'ASSET_ID':[4]},{'ASSET_ID':true},"
+             "{},4,'5',null,{'__proto__':{'ASSET_ID':'6'}}]}}",
+             "7 8 9"},
+            {"{'ASSETS':{'ASSET':{'ASSET_ID':7}}}", "7 8 9"},
+            {"{'CURRENT_PAGE':'3','TOTAL_PAGE_COUNT':null,'TOTAL_RESULT_COUNT':[25]}", "7 8 9"},
+            {"<html>busy</html>", "7 8 9"},
+        };
+        for (const auto &[body, expected] : replies)
+            QCOMPARE(found(body), expected);
+    }
+
+    void assetReplies()
+    {
+        const QByteArray obj = "{'FILEFORMAT':[{'NAME':'OBJ (.obj)','FILEID':8},{'NAME':'OBJ ( .obj )','FILEID':10},"
+                               "{'NAME':'OBJ ( .obj )','FILEID':11}]}";
+        QCOMPARE(filesIn("[{'NAME':'skin.jpg','ID':11}]", obj), QString("skin.jpg=11 10"));
+        QCOMPARE(filesIn("[{'NAME':'/etc/a.png','ID':1},{'NAME':'..\\\\b.png','ID':'2'},{'NAME':'C:c.png','ID':3},"
+                         "{'NAME':'d\\u0000.png','ID':4},{'NAME':'a/../..','ID':5},{'NAME':'a/','ID':6},"
+                         "{'NAME':'.','ID':7},{'NAME':8,'ID':8},{'NAME':'a','ID':''},{'NAME':null,'ID':1},"
+                         "{'NAME':'a','ID':{}},null]",
+                         obj),
+                 QString("a.png=1 b.png=2 _=3 _=4 8=8 10"));
+        QCOMPARE(filesIn("{'NAME':'a','ID':1}", obj), QString("10"));
+        QCOMPARE(filesIn("[{'NAME':'a','ID':1}]", "{'FILEFORMAT':{'NAME':'OBJ ( .obj )','FILEID':1}}"),
+                 QString("a=1 none"));
+        QCOMPARE(filesIn("[{'NAME':'a','ID':1}]", "null"), QString("none"));
+    }
+
+    void otherReplies()
+    {
+        QCOMPARE(tokenIn("{'access_token':'t','token_type':'bearer','uid':'42'}"), QString("t/bearer/42"));
+        QCOMPARE(tokenIn("{'access_token':{'a':1},'uid':'4','__proto__':{'error':1}}"), QString("//4"));
+        for (const char *body : {"{'error':'invalid_grant','access_token':'t'}", "['access_token']", ""})
+            QCOMPARE(tokenIn(body), QString("//"));
+        QVERIFY(DropBoxReplies::isStored(json("{'bytes':1}")));
+        for (const char *body : {"{'bytes':0}", "{'bytes':0.5}", "{'bytes':-7}", "{'bytes':'12'}", ""})
+            QVERIFY2(!DropBoxReplies::isStored(json(body)), body);
+
+        KString name("before");
+        for (const char *body : {"{'display_name':5,'MEMBERID':'42','MEMBERNAME':5}", "{'MEMBERID':null}", "[42]", ""})
+            QVERIFY2(!DropBoxReplies::displayName(json(body), name) && !PlyxReplies::isMember(json(body)) &&
+                         !PlyxReplies::memberName(json(body), name) && name == "before",
+                     body);
+        QVERIFY(PlyxReplies::isMember(json("{'MEMBERID':42}")));
+        QVERIFY(DropBoxReplies::displayName(json("{'display_name':'Zoë <b>'}"), name) && name == "Zoë <b>");
+
+        const auto hostIn = [](const QByteArray &text) {
+            return PlyxReplies::downloadHost(json("{'DOWNLOAD':'" + text + "'}"));
+        };
+        QVERIFY(hostIn("files-2.plyx.example") == "files-2.plyx.example" &&
+                hostIn("localhost:8443") == "localhost:8443");
+        for (const char *text : {"", "https://a.b", "a.b/c", "a@b", "a.b?c", "a.b#c", "a.b:", "a.b:123456", "a b",
+                                 "a.b\\n", "-a.b", "[::1]", "a:b@c", "ä.b", "a.b\\u0000c"})
+            QVERIFY2(hostIn(text).isEmpty(), text);
+    }
+
+    void progressOfTheStorage()
+    {
+        Transfer transfer(Transfer::Kind::Upload, "model.obj");
+        progressCb(&transfer, 0x180000000, -1);
+        progressCb(nullptr, 1, 2);
+        QVERIFY(transfer.bytes() == 0x180000000 && transfer.totalBytes() == -1);
+        progressCb(&transfer, 0x180000001, 0x180000002);
+        QVERIFY(transfer.bytes() == 0x180000001 && transfer.totalBytes() == 0x180000002);
+    }
+
+    void entriesOfTheStorage()
+    {
+        ItemVector items;
+        ZephalListing known{nullptr, L"key"};
+        ZephalListing unknown{nullptr, L"?"};
+        outSearchResults[known.key] = &items;
+        for (ZephalListing *context : {&known, &unknown, static_cast<ZephalListing *>(nullptr)}) {
+            contentCb(context, nullptr, nullptr, nullptr, nullptr, 0);
+            contentCb(context, "e", u8"\"ß\"", "Mon", "model/obj", 0);
+            contentCb(context, "l", "..", "", nullptr, 0x180000000);
+        }
+        outSearchResults.clear();
+        QCOMPARE(described(items), QString("bytes: 0, is_dir: true, mime_type: , modified: , name: , uniqueID: ; "
+                                           u8"bytes: 0, mime_type: model/obj, modified: Mon, name: \"ß\", uniqueID: e; "
+                                           "bytes: 6442450944, mime_type: , modified: , name: .., uniqueID: l"));
+    }
+
+    void itemNames()
+    {
+        const std::tuple<QString, QString, QString> items[] = {
+            {"/cup.obj", "cup.obj", ""},
+            {"/Work/My models/cup.obj", "cup.obj", "/Work/My models"},
+            {"Work/cup.obj", "cup.obj", "/Work"},
+            {"/./C:/a\\..\\b/cup.obj", "cup.obj", "/_/_/_"},
+        };
+        for (const auto &[path, name, importFolder] : items) {
+            Portal_DropBox_ICloudItem item(nullptr);
+            item.SetProperty("path", KQtUtil::toKString(path));
+            QCOMPARE(KQtUtil::toQString(item.GetDisplayName()), name);
+            QCOMPARE(KQtUtil::toQString(item.GetImportPathFolder()), importFolder);
+        }
+    }
+
+    void rootShowsTheGalleriesFirst()
+    {
+        RecordingHost host;
+        host.setText("kCloudPortalHomeFolderName", "Eigene");
+        host.answer("getenv", KCommandResult(KString(SOURCE_DIR)));
+        Portal_Plyx portal(new Portal_Plyx_Login, new Portal_Plyx_IPortalBrowser);
+        const std::unique_ptr<ICloudItem> root(portal.CreateFolderHierarchy());
+        auto *model = new Portal_Plyx_ICloudItem(nullptr);
+        root->AddChild(model);
+        QVERIFY(model->GetDisplayName() == "-" && model->GetImportFilename() == "-.obj" && !model->IsDownloadable());
+
+        ItemVector folders;
+        ItemVector files;
+        const auto build = [&](ICloudItem *folder) {
+            return portal.GetBrowser()->BuildFoldersAndFileList(folders, files, folder, root.get(), {}, {});
+        };
+        QVERIFY(build(root.get()) && files == ItemVector{model});
+        QString shown;
+        std::vector<QImage> pictures;
+        for (ICloudItem *folder : folders) {
+            HeaderMap criteria;
+            portal.FillSearchCriteria(folder, criteria);
+            portal.FillSearchCriteria(model, criteria);
+            shown += KQtUtil::toQString(folder->GetDisplayName());
+            for (const auto &[key, value] : criteria)
+                shown += ' ' + QString::fromStdWString(key + value) + ", ";
+            pictures.push_back(folder->GetItemIcon().pixmap(16).toImage());
+        }
+        QCOMPARE(shown,
+                 QString("Grell Public35, Tarn Public31, Lumo Public27, Lumo Mobile Public28, Eigene Hometrue, "));
+        QVERIFY(pictures[2] == pictures[3] && pictures[4] == root->GetItemIcon().pixmap(16).toImage());
+        for (std::size_t i = 0; i < 3; ++i)
+            QVERIFY(!pictures[i].isNull() && pictures[i] != pictures[(i + 1) % 3]);
+
+        // Inside a gallery what is listed is appended by the general rule; the root empties the gallery again.
+        root->RemoveChild(model, false);
+        ICloudItem *lumo = folders[2];
+        lumo->AddChild(model);
+        QVERIFY(build(lumo) && folders.size() == 5 && files.size() == 2 && lumo->GetChildNumber() == 1);
+        QVERIFY(build(root.get()) && folders.size() == 5 && lumo->GetChildNumber() == 0 && !build(nullptr));
+        delete model;
+    }
+};
+
+QTEST_MAIN(TestReplies)
+#include "tst_replies.moc"
