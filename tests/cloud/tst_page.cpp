@@ -1,4 +1,5 @@
-// The folder view: what is shown, what can be chosen, where clicks lead, and the pages of a portal that searches.
+// The folder view: what is shown, what can be chosen, where clicks lead and what they leave behind, and the pages of a
+// portal that searches.
 
 #include "TestPortal.h"
 
@@ -102,6 +103,58 @@ private slots:
         QCOMPARE(m_portal.log, QStringList());
         log->click();
         QVERIFY(names().size() == 5 && list()->isEnabled());
+    }
+
+    void manyClicksLeaveNothingBehind()
+    {
+        for (const int type : {ICloudPortalApi::kPlainListing, ICloudPortalApi::kPagedSearch}) {
+            m_portal.type = type;
+            start();
+            settle();
+            clickThrough(3);
+            const QVector<int> before = held();
+            clickThrough(type == ICloudPortalApi::kPagedSearch ? 25 : 125);
+            QCOMPARE(held(), before);
+            QCOMPARE(page()->LiveItemCount(), TestItem::alive);
+        }
+        QCOMPARE(m_portal.count("search"), 28 * 6 + 1);
+    }
+
+    void aNodeOwnsWhatIsInItsSet()
+    {
+        const auto item = [](const char *id) { return new TestItem(id, id, TestItem::Kind::Folder); };
+        const std::unique_ptr<TestItem> root(item("root"));
+        QPointer<TestItem> leaf(item("leaf"));
+        root->AddChild(item("branch"));
+        (*root->GetChildBegin())->AddChild(leaf);
+        QVERIFY(!root->RemoveChild(leaf, true) && leaf);
+        root->RemoveAllChild(true);
+        QVERIFY(!leaf);
+
+        leaf = item("leaf");
+        root->AddChild(leaf);
+        root->RemoveAllChild(false);
+        QVERIFY(leaf);
+        delete leaf;
+    }
+
+    void refreshesInAFetchRunOnceAfterwards()
+    {
+        m_portal.log.clear();
+        m_portal.during["fetch"] = [this] {
+            QVERIFY(Portal_CloudBrowser::IsBusy());
+            m_portal.during.clear();
+            for (int i = 0; i < 3; ++i) {
+                page()->RefreshFolderData();
+                m_controller->LoginDoneCB(true);
+                page()->SwitchPage(1);
+            }
+            QCOMPARE(m_portal.count("list"), 1);
+        };
+        doubleClick("Deep & far");
+        QCOMPARE(m_portal.log, QStringList({"list d", "list root"}));
+        QCOMPARE(path(), QString("Top"));
+        QVERIFY(names().contains("Deep & far"));
     }
 
     void closingTheDockInAFetchForgetsTheFolderButNotTheList()
@@ -210,6 +263,28 @@ private:
                 shown << format.arg(one->text());
         }
         return shown.join(' ');
+    }
+    /// Actions, widgets and items that exist now.
+    QVector<int> held() const
+    {
+        return {dock()->findChildren<QAction *>().size(), dock()->findChildren<QWidget *>().size(), TestItem::alive};
+    }
+    /// Four folder changes a round: by the list, by the parent button, by a menu, by the bar. Pages are turned as well.
+    void clickThrough(int rounds)
+    {
+        const auto top = [this] { return folderBar()->actions().at(1); };
+        const std::vector<std::function<void()>> clicks{[this] { doubleClick("Deep & far"); },
+                                                        [this] { page()->SwitchPage(1); },
+                                                        [this] { page()->SwitchPage(-1); },
+                                                        [this] { page()->PreviousFolderClick(); },
+                                                        [&] { top()->menu()->actions().first()->trigger(); },
+                                                        [&] { top()->trigger(); }};
+        for (int i = 0; i < rounds; ++i) {
+            for (const std::function<void()> &click : clicks) {
+                click();
+                settle();
+            }
+        }
     }
     /// The name of what can be imported; empty for nothing.
     QString chosen() const

@@ -142,6 +142,43 @@ private slots:
         }
     }
 
+    void theWindowMayGoDuring_data()
+    {
+        addRows({{"login check", "none", ""},
+                 {"fetch", "none", "dir.fbx"},
+                 {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "cup.obj"},
+                 {"download", "none", "cup.obj"},
+                 {"import", "file ", "cup.obj"},
+                 {"question", "none", "scene"},
+                 {"export", "file ", "new"},
+                 {"upload", "none", "new"}});
+    }
+    void theWindowMayGoDuring()
+    {
+        const auto [call, command, name] = currentRow<3>();
+        const auto destroy = [this] { m_window.reset(); };
+        openWindow(500, 500);
+        start();
+        m_portal.during[call] = destroy;
+        m_host.handle(command, [destroy](const QString &, KCommandResult &) {
+            destroy();
+            return KStatus();
+        });
+        m_meanwhile = destroy;
+        if (call == "login check") {
+            m_controller->LoginDoneCB(true);
+        } else if (row(name)) {
+            doubleClick(name);
+        } else {
+            exportAs(name);
+        }
+        QVERIFY(!m_window);
+        m_controller->LoginDoneCB(true);
+        m_controller->ShowCloudBrowserWindow();
+        m_controller->AddPortalTabPage();
+        QVERIFY(!m_controller->GetParentLoginWidget());
+    }
+
     void theFilterOffersEveryTranslator()
     {
         page()->ExportFilterFilesClick(3);
@@ -199,16 +236,14 @@ private slots:
             settle();
             QCOMPARE(m_asked, QStringList(row[1] + ' ' + layout));
             QVERIFY(!dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
-            const QString procedures = "initCurrentFileTypeOption %1 \"\" \"\";fileOperationsOptionsUISetup %1 %2;"
-                                       "fileOperationsOptionsUIInitValues %1 %2 \"%3\";"
-                                       "setCurrentFileTypeOption %1 %2 \"%3\";"
-                                       "fileOperationsSelectionChangedCallback %1 %2 \"%4\"";
-            QStringList expected = procedures.arg(row[0], layout, row[2], row[3]).split(';');
-            if (accepted)
-                expected << "fileOperationsOptionsUICallback " + row[0] + ' ' + layout;
-            if (isImport)
-                expected << "file -force -pr -i \"" + row[3] + '"';
-            QCOMPARE(m_host.commands().filter(QRegularExpression("FileTypeOption|fileOperations|file -")), expected);
+            QString expected = "initCurrentFileTypeOption %1 \"\" \"\";fileOperationsOptionsUISetup %1 %2;"
+                               "fileOperationsOptionsUIInitValues %1 %2 \"%3\";setCurrentFileTypeOption %1 %2 \"%3\";"
+                               "fileOperationsSelectionChangedCallback %1 %2 \"%4\"";
+            expected += accepted ? ";fileOperationsOptionsUICallback %1 %2" : "";
+            expected += isImport ? ";file -force -pr -i \"%4\"" : "";
+            const QStringList sent =
+                m_host.commands().filter(QRegularExpression("FileTypeOption|fileOperations|file -"));
+            QCOMPARE(sent.join(';'), expected.arg(row[0], layout, row[2], row[3]));
         }
     }
 
