@@ -98,9 +98,8 @@ spr -spr => set unexpected argument spr
         QVERIFY(!status && plugin.deregisterCommand("C") == status && plugin.registerCommand("C", nullptr) == status);
         QVERIFY(plugin.registerUIStrings(nullptr, "P") == status);
 
-        QTemporaryDir folder;
-        QFile captured(folder.filePath("stderr"));
-        QVERIFY(captured.open(QIODevice::ReadWrite));
+        QTemporaryFile captured;
+        QVERIFY(captured.open());
         const int screen = dup(STDERR_FILENO);
         dup2(captured.handle(), STDERR_FILENO);
         KGlobal::displayWarning("50% done");

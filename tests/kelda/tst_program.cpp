@@ -13,7 +13,6 @@ class TestProgram : public QObject
 private slots:
     void init()
     {
-        const QString plugIns = QCoreApplication::applicationDirPath() + "/../plug-ins/";
         m_dir = std::make_unique<QTemporaryDir>();
         writeFile(path("empty.pem"), "no certificate\n");
         writeFile(path("bad.ksc"), "int $a = 1;\n\nfrobnicate $a;\n");
@@ -21,8 +20,8 @@ private slots:
         writeFile(path("Sample.ksc"), "print \"its script\";");
         writeFile(path("place/scripts/there.ksc"), "print \"from the location\"");
         copyModels(m_dir->path());
-        QVERIFY(QFile::copy(plugIns + "kelda_sample.so", path("sample.so")));
-        QVERIFY(QFile::copy(plugIns + "kelda_no_entry.so", path("no_entry.so")));
+        QVERIFY(
+            QFile::copy(QCoreApplication::applicationDirPath() + "/../plug-ins/kelda_sample.so", path("sample.so")));
     }
 
     void argumentsInLinesOut();
@@ -91,7 +90,6 @@ void TestProgram::argumentsInLinesOut()
  => 0
 --command|1 + 2|--command|"a text"|--command|1.5 => result: 3|result: a text|result: 1.5|0
 --command|print "one\ntwo"; warning "größer 茶" => info: one\ntwo|warning: größer 茶|0
---command|string $a[] = {"x", "y z"}; $a => result: x y z|0
 --command|confirmDialog -m "Sure?" -button "Yes" => info: Sure?|result: dismiss|0
 --command|quit|--command|print "never" => 0
 --script|greet.ksc|--command|greet()|--script|greet.ksc|--command|1 => result: hello|result: 1|0
@@ -101,7 +99,6 @@ void TestProgram::argumentsInLinesOut()
 --script|bad.ksc => error: ...bad.ksc:3: unknown command 'frobnicate'|1
 --command|file -i "bad.ksc" => error: line 1: cannot import "bad.ksc": ...|1
 --plug-in|gone.so => error: there is no plug-in file gone.so|1
---plug-in|no_entry.so => error: ...no entry point...|1
 --fast => kelda: error: unknown option "--fast"|usage: kelda ...|1
 --command => kelda: error: option --command needs a value|usage: kelda ...|1
 --mode|turbo => kelda: error: unknown mode "turbo"...|usage: kelda ...|1

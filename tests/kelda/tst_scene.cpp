@@ -227,9 +227,7 @@ LONG => File name too long
     {
         const auto answer = [this](const QString &command) {
             init();
-            run("source \"TAVRIN\"; file -i \"FOLDER/box.obj\"; file -i \"FOLDER/box.obj\"; file -i "
-                "\"FOLDER/box.obj\"; "
-                "select box");
+            run("source \"TAVRIN\"; while (`sceneInfo -q -objects` < 3) file -i \"FOLDER/box.obj\"; select box");
             return run(command);
         };
         playSteps(answer, R"(

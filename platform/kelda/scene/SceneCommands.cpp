@@ -237,7 +237,7 @@ Value boundingBoxText(const Bounds &bounds)
     QStringList parts;
     for (const QVector3D &corner : {bounds.low, bounds.high}) {
         for (int axis = 0; axis < 3; ++axis)
-            parts.append(QString::number(static_cast<double>(corner[axis]) + 0.0, 'g', 6)); // 0 of a negative zero
+            parts.append(QString::number(static_cast<double>(corner[axis]), 'g', 6));
     }
     return parts.join(QLatin1Char(' '));
 }

@@ -14,10 +14,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLibraryInfo>
 #include <QNetworkProxyFactory>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QStandardPaths>
+#include <QTranslator>
 
 #include <cstdio>
 
@@ -40,6 +42,15 @@ const char *prefixOf(KHost::MessageKind kind)
     if (kind == KHost::MessageKind::kError)
         return "error: ";
     return kind == KHost::MessageKind::kWarning ? "warning: " : "info: ";
+}
+
+/// Gives the toolkit's own words, such as those on the buttons of a message box, in \p language while \p owner lives.
+/// Where no such table is installed they stay English.
+void translateToolkit(const QString &language, QObject *owner)
+{
+    auto *words = new QTranslator(owner);
+    if (words->load(QStringLiteral("qtbase_") + language, QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(words);
 }
 
 } // namespace
@@ -78,6 +89,7 @@ MainWindow *KeldaProgram::window() const
 
 void KeldaProgram::buildWindow()
 {
+    translateToolkit(m_host->uiLanguage(), this);
     MainWindow::applyDarkLook();
     BrowserWindow::prepareWebPages();
     QApplication::setQuitOnLastWindowClosed(false);
