@@ -2,11 +2,11 @@
 
 using namespace ICloudPortalApi;
 
-TestItem::TestItem(const QString &id, const QString &name, Kind kind, IPortalOwnerCB *owner)
-    : CloudItemBase(owner), m_kind(kind)
+TestItem::TestItem(const QString &id, const QString &name, IPortalOwnerCB *owner)
+    : CloudItemBase(owner), m_isFolder(name.endsWith('/'))
 {
     ++alive;
-    SetProperty("name", KQtUtil::toKString(name));
+    SetProperty("name", KQtUtil::toKString(name.left(name.size() - m_isFolder)));
     SetProperty("id", KQtUtil::toKString(id));
 }
 
@@ -21,9 +21,9 @@ bool TestPortal::run(const QString &call, const QString &line)
 
 ICloudItem *TestPortal::CreateFolderHierarchy()
 {
-    auto *root = new TestItem("root", "Top", TestItem::Kind::Folder, owner());
+    auto *root = new TestItem("root", "Top/", owner());
     for (const QString &name : fixedFolders) {
-        auto *folder = new TestItem(name, name, TestItem::Kind::Folder, owner());
+        auto *folder = new TestItem(name, name + '/', owner());
         folder->SetParent(root);
         root->AddChild(folder);
     }
@@ -46,8 +46,8 @@ bool TestPortal::GetChildCloudItems(ILogin *, HeaderMap &criteria, ItemVector &r
 bool TestPortal::fetch(const QString &line, const HeaderMap &criteria, ItemVector &results)
 {
     lastCriteria = criteria;
-    for (const Entry &entry : folders[QString::fromStdWString(criteria.at(L"Folder"))])
-        results.push_back(new TestItem(entry.id, entry.name, entry.kind, owner()));
+    for (const auto &[id, name] : folders[QString::fromStdWString(criteria.at(L"Folder"))])
+        results.push_back(new TestItem(id, name, owner()));
     return run("fetch", line);
 }
 

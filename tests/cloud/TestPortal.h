@@ -17,9 +17,8 @@
 class TestItem : public ICloudPortalApi::CloudItemBase
 {
 public:
-    enum class Kind { Folder, File };
-
-    TestItem(const QString &id, const QString &name, Kind kind, ICloudPortalApi::IPortalOwnerCB *owner = nullptr);
+    /// A folder when \p name ends in a slash, which is no part of it.
+    TestItem(const QString &id, const QString &name, ICloudPortalApi::IPortalOwnerCB *owner = nullptr);
     ~TestItem() override { --alive; }
 
     /// Items that exist at this moment.
@@ -27,11 +26,11 @@ public:
 
     KString GetDisplayName() override { return propertyText("name"); }
     KString GetUniqueID() override { return propertyText("id"); }
-    bool IsFolder() override { return m_kind == Kind::Folder; }
+    bool IsFolder() override { return m_isFolder; }
     KString GetImportPathFolder() override { return propertyText("folder"); }
 
 private:
-    const Kind m_kind;
+    const bool m_isFolder;
 };
 
 /// The portal is its own login and its own browser, and its service as well.
@@ -43,12 +42,7 @@ public:
     using ItemVector = ICloudPortalApi::ItemVector;
     using ICloudItem = ICloudPortalApi::ICloudItem;
     using IPortalOwnerCB = ICloudPortalApi::IPortalOwnerCB;
-    struct Entry
-    {
-        QString id;
-        QString name;
-        TestItem::Kind kind = TestItem::Kind::File;
-    };
+    using Entry = QPair<QString, QString>; // identity and name of an item
 
     explicit TestPortal(const char *identity = "Test") : m_identity(identity) {}
 
@@ -56,8 +50,8 @@ public:
     int type = ICloudPortalApi::kPlainListing;
     std::vector<KString> exportFormats{"obj"};
     QStringList fixedFolders;
-    std::map<QString, QList<Entry>> folders{{"root", {{"d", "Deep", TestItem::Kind::Folder}, {"f", "cup.obj"}}},
-                                            {"d", {{"dd", "Deeper", TestItem::Kind::Folder}, {"g", "b.obj"}}}};
+    std::map<QString, QList<Entry>> folders{{"root", {{"d", "Deep/"}, {"f", "cup.obj"}}},
+                                            {"d", {{"dd", "Deeper/"}, {"g", "b.obj"}}}};
     bool loggedIn = true;
     bool succeeds = true;
     /// What a search answers; page 0 is the one that was asked for.

@@ -15,7 +15,7 @@ private slots:
     void theEndOfALongPathIsShown()
     {
         const QString longName = "R&B, with a name that is too long for a narrow bar";
-        m_portal.folders["d"] = {{"r", longName, TestItem::Kind::Folder}};
+        m_portal.folders["d"] = {{"r", longName + '/'}};
         doubleClick("Deep");
         doubleClick(longName);
         QAction *current = folderBar()->actions().last();
@@ -42,17 +42,14 @@ private slots:
 
     void aTransferIsShownUntilItEnds_data()
     {
-        const QString whole = "cup\\.obj  3\\.0 MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s";
-        addRows({{"broken download", "cup\\.obj  1\\.5 MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s"},
-                 {"upload", whole},
-                 {"upload from a page that goes", whole}});
+        addRows({{"broken download", "1.5"}, {"upload", "3.0"}, {"upload from a page that goes", "3.0"}});
     }
     void aTransferIsShownUntilItEnds()
     {
         const auto row = currentRow<2>();
         const bool isUpload = row[0].startsWith("upload");
         const bool pageGoes = row[0].endsWith("goes");
-        const QRegularExpression pattern('^' + row[1] + '$');
+        const QRegularExpression pattern("^cup\\.obj  " + row[1] + " MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s$");
         const QRect place = list()->geometry();
         const QPointer<TransferBar> shown(bar());
         bool isRight = false;

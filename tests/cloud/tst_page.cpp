@@ -3,8 +3,6 @@
 
 #include "TestPortal.h"
 
-using Kind = TestItem::Kind;
-
 class TestPage : public PageFixture
 {
     Q_OBJECT
@@ -22,7 +20,7 @@ private slots:
         QCOMPARE(QToolTip::text(), Qt::convertFromPlainText("id: n\nname: <b>Notes</b>"));
         QToolTip::hideText();
 
-        TestItem item("n", "Notes", Kind::File);
+        TestItem item("n", "");
         item.SetProperty("id", "new");
         QVERIFY(item.GetPropertyValue(-5) == KString("new") && item.GetPropertyName(2).isEmpty());
         KString value("kept");
@@ -51,11 +49,11 @@ private slots:
 
     void sortingAdoptsExtraItemsAndSkipsExcludedOnes()
     {
-        TestItem grandchild("grandchild", "", Kind::File);
-        TestItem extra("extra", "", Kind::File);
-        TestItem hidden("hidden", "", Kind::File);
-        TestItem root("root", "", Kind::Folder);
-        auto *known = new TestItem("known", "", Kind::Folder);
+        TestItem grandchild("grandchild", "");
+        TestItem extra("extra", "");
+        TestItem hidden("hidden", "");
+        TestItem root("root", "/");
+        auto *known = new TestItem("known", "/");
         root.AddChild(known);
         known->AddChild(&grandchild);
         std::vector<ICloudPortalApi::ICloudItem *> folders;
@@ -122,18 +120,17 @@ private slots:
 
     void aNodeOwnsWhatIsInItsSet()
     {
-        const auto item = [](const char *id) { return new TestItem(id, id, TestItem::Kind::Folder); };
-        const std::unique_ptr<TestItem> root(item("root"));
-        QPointer<TestItem> leaf(item("leaf"));
-        root->AddChild(item("branch"));
-        (*root->GetChildBegin())->AddChild(leaf);
-        QVERIFY(!root->RemoveChild(leaf, true) && leaf);
-        root->RemoveAllChild(true);
+        TestItem root("root", "/");
+        root.AddChild(new TestItem("branch", "/"));
+        QPointer<TestItem> leaf(new TestItem("leaf", ""));
+        (*root.GetChildBegin())->AddChild(leaf);
+        QVERIFY(!root.RemoveChild(leaf, true) && leaf);
+        root.RemoveAllChild(true);
         QVERIFY(!leaf);
 
-        leaf = item("leaf");
-        root->AddChild(leaf);
-        root->RemoveAllChild(false);
+        leaf = new TestItem("leaf", "");
+        root.AddChild(leaf);
+        root.RemoveAllChild(false);
         QVERIFY(leaf);
         delete leaf;
     }
@@ -237,10 +234,9 @@ private:
     {
         m_portal.exportFormats.clear();
         m_portal.fixedFolders = QStringList{"Fixed"};
-        m_portal.root() = {
-            {"f", "a & b.OBJ"}, {"d", "Deep & far", Kind::Folder}, {"n", "<b>Notes</b>"}, {"x", "odd.xyz"}};
-        m_portal.folders["d"] = {{"", "Deeper", Kind::Folder}, {"1", "same.obj"}, {"2", "same.obj"}};
-        m_portal.folders[""] = {{"", "", Kind::Folder}, {"", "inner.obj"}};
+        m_portal.root() = {{"f", "a & b.OBJ"}, {"d", "Deep & far/"}, {"n", "<b>Notes</b>"}, {"x", "odd.xyz"}};
+        m_portal.folders["d"] = {{"", "Deeper/"}, {"1", "same.obj"}, {"2", "same.obj"}};
+        m_portal.folders[""] = {{"", "/"}, {"", "inner.obj"}};
         m_host.answer("Tavrin_GetImportTranslatorFromFileExtension(\"obj\")", KCommandResult(KString("OBJ")));
         start();
     }

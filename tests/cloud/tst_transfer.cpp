@@ -165,13 +165,12 @@ private slots:
             return KStatus();
         });
         m_meanwhile = destroy;
-        if (call == "login check") {
+        if (call == "login check")
             m_controller->LoginDoneCB(true);
-        } else if (row(name)) {
+        else if (row(name))
             doubleClick(name);
-        } else {
+        else
             exportAs(name);
-        }
         QVERIFY(!m_window);
         m_controller->LoginDoneCB(true);
         m_controller->ShowCloudBrowserWindow();
@@ -253,11 +252,8 @@ private:
         m_answering.start(5, this);
         m_agree = true;
         m_meanwhile = nullptr;
-        m_portal.root() = {{"1", "scene.fbx"},
-                           {"2", "Model.fbx"},
-                           {"3", "cup.obj"},
-                           {"4", "odd.xyz"},
-                           {"5", "dir.fbx", TestItem::Kind::Folder}};
+        m_portal.root() = {
+            {"1", "scene.fbx"}, {"2", "Model.fbx"}, {"3", "cup.obj"}, {"4", "odd.xyz"}, {"5", "dir.fbx/"}};
         m_host.setState(KGlobal::kInteractive);
         m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
         m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
