@@ -28,6 +28,7 @@ struct TestHost
     }
 
     QString path(const QString &name) const { return folder.filePath(name); }
+    void write(const QString &name, const QByteArray &content) const { writeFile(path(name), content); }
     static QString quoted(QString text) { return '"' + text.replace('\\', "\\\\").replace('"', "\\\"") + '"'; }
 
     /// What \p source posts and its result or failure, in order. "FOLDER" and "TAVRIN" stand for the folder and for the

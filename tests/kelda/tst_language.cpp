@@ -96,12 +96,14 @@ stringArrayToString({substring("abc", -5, 99), substring("abc", 3, 2), startsWit
     void limitsEndPrograms()
     {
         Language language;
+        language.addCommand("limit", [&language](const CommandCall &) {
+            language.setLimits({100, 20, 4});
+            return Value();
+        });
         playSteps([&](const QString &source) { return language.outcome(source); }, R"(
 $a = "12345678"; for (;;) $a = "" + $a + $a; => line 1: a text cannot have more than 16777216 characters
 $a = {"x"}; for (;;) $a += $a; => line 1: an array cannot have more than 1000000 elements
-)");
-        language.setLimits({100, 20, 4});
-        playSteps([&](const QString &source) { return language.outcome(source); }, R"(
+limit => nothing
 for (;;); => line 1: the program takes more than 100 steps
 for ($x in {"p", "q"})↵ while (1) {} => line 2: the program takes more than 100 steps
 $b = {"01234", "56789", "abc"}; size($b + "") => 15
