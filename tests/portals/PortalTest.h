@@ -32,8 +32,6 @@ protected:
     using ICloudItem = ICloudPortalApi::ICloudItem;
     using Item = std::unique_ptr<ICloudItem>;
 
-    explicit PortalTest(const char *settingsName) : m_settingsName(settingsName) {}
-
     /// A new cloud, which serves what lies in the sub-folder "cloud" of m_folder.
     void start()
     {
@@ -56,7 +54,8 @@ protected:
     /// Nothing that the user saw held a secret.
     void finish()
     {
-        for (const QString &secret : m_secrets + stored().split('|'))
+        const QStringList session = m_portal ? stored().split('|') : QStringList();
+        for (const QString &secret : m_secrets + session)
             QVERIFY2(secret.isEmpty() || !m_fixture->everythingShown().contains(secret),
                      qPrintable(m_fixture->everythingShown()));
         m_portal.reset();
@@ -64,8 +63,11 @@ protected:
         QDir(m_folder.path()).removeRecursively();
     }
 
-    void store(const localcloud::PlyxSession &session) { CloudFixture::store(m_settingsName, session); }
-    QString stored() const { return CloudFixture::stored(m_settingsName); }
+    void store(const localcloud::PlyxSession &session)
+    {
+        CloudFixture::store(m_portal->GetSettingsName().utf8(), session);
+    }
+    QString stored() const { return CloudFixture::stored(m_portal->GetSettingsName().utf8()); }
 
     /// The sign-in dialog that is shown.
     QDialog *dialog() const
@@ -93,14 +95,9 @@ protected:
         return m_passing.back().get();
     }
 
-    /// The names in \p folder, in order: + folders, - files.
-    QString listed(const Item &folder)
+    /// The names of \p items: + folders, - files. The items are deleted.
+    QStringList namesOf(const ICloudPortalApi::ItemVector &items)
     {
-        HeaderMap criteria;
-        m_portal->FillSearchCriteria(folder.get(), criteria);
-        ICloudPortalApi::ItemVector items;
-        if (!browser()->GetChildCloudItems(m_portal->GetLogin(), criteria, items))
-            return "failed";
         QStringList names;
         for (ICloudItem *item : items) {
             item->FolderClick();
@@ -108,6 +105,17 @@ protected:
             names.last() += (item->IsFolder() ? "+" : "-") + KQtUtil::toQString(item->GetDisplayName());
             delete item;
         }
+        return names;
+    }
+    /// The names in \p folder, in order.
+    QString listed(const Item &folder)
+    {
+        HeaderMap criteria;
+        m_portal->FillSearchCriteria(folder.get(), criteria);
+        ICloudPortalApi::ItemVector items;
+        if (!browser()->GetChildCloudItems(m_portal->GetLogin(), criteria, items))
+            return "failed";
+        QStringList names = namesOf(items);
         names.sort();
         return names.join(' ');
     }
@@ -124,7 +132,6 @@ protected:
     }
     QString local(const QString &name = {}) const { return m_folder.filePath("new/local/") + name; }
 
-    const char *m_settingsName;
     QStringList m_secrets; // besides the session
     QTemporaryDir m_folder;
     QWidget m_window;

@@ -53,8 +53,7 @@ private slots:
                                        "TavrinCmd - could not uninitialize plugin: .*\n"
                                        "TavrinCmd - could not register 'Tavrin' command: the name is in use.*\n"
                                        "TavrinCmd - could not deregister 'Tavrin' command: no such command.*$");
-        const QString errors = host.errors().join('\n');
-        QVERIFY2(steps.match(errors).hasMatch(), qPrintable(errors));
+        QVERIFY2(steps.match(host.errors().join('\n')).hasMatch(), qPrintable(host.errors().join('\n')));
     }
 
     void unloadWaitsForTheRunningCall()

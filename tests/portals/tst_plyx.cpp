@@ -17,8 +17,7 @@ const char loginPage[] = "/TokenAPI/login.cfm?afc=QK4ZT8&secure=1&display=iframe
 const char catalogue[] = R"json({"assets":[
     {"id":512,"gallery":28,"name":"Red car","published":"2014-05-03","fileTypes":[119],
      "formats":[{"id":9,"name":"STL","file":"stl"},{"id":10,"name":"OBJ ( .obj )","file":"obj"}],
-     "textures":[{"id":11,"name":"a/../skin.jpg","file":"skin"},{"id":12,"name":"..","file":"skin"},
-                 {"id":13,"name":"C:\\coat.png","file":"coat"}]},
+     "textures":[{"id":11,"name":"a/../skin.jpg","file":"skin"},{"id":13,"name":"C:\\coat.png","file":"coat"}]},
     {"id":513,"gallery":28,"name":"50% #1 R&D car","published":"2014-05-04","fileTypes":[119],
      "formats":[{"id":1,"name":"STL","file":"stl"}]},
     {"id":514,"gallery":28,"name":"Red house","published":"2014-05-05","fileTypes":[119]}]})json";
@@ -28,8 +27,6 @@ const char catalogue[] = R"json({"assets":[
 class TestPlyx : public PortalTest
 {
     Q_OBJECT
-public:
-    TestPlyx() : PortalTest(Portal_Plyx_Login::settingsName) {}
 
 private slots:
     void init()
@@ -59,12 +56,9 @@ private slots:
         QCOMPARE(m_owner.heard, QList<bool>{true});
 
         const QByteArray address = QByteArray("https://www.plyx.example") + loginPage;
-        QCOMPARE(m_login->CreateLoginRequest(nullptr, 0), address.size() + 1);
-        for (const int cut : {address.size(), 8}) {
-            QByteArray buffer(100, 'x');
-            m_login->CreateLoginRequest(buffer.data(), static_cast<unsigned long>(cut) + 1);
-            QCOMPARE(buffer, address.left(cut) + '\0' + QByteArray(99 - cut, 'x'));
-        }
+        QByteArray buffer(9, 'x');
+        QCOMPARE(m_login->CreateLoginRequest(buffer.data(), 9), address.size() + 1);
+        QCOMPARE(buffer, address.left(8) + '\0');
     }
 
     void storedSessionNeedsNoPageUnlessStale()
@@ -94,6 +88,9 @@ private slots:
         });
         signIn();
         QVERIFY(!m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog() && stored() == "|");
+        requestsLeft = 1;
+        signIn();
+        QVERIFY(!m_login->IsLogin() && stored() == "|"); // the answer was about the session that went
         store({"stale", "stale"});
         requestsLeft = 2;
         QVERIFY(!m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog() && stored() == "|");
@@ -102,8 +99,8 @@ private slots:
     void galleryToFiles()
     {
         signIn();
-        QCOMPARE(found(PlyxFolders::lumoMobile), QString("Red house, 50% #1 R&D car, 1 2 3"));
-        QCOMPARE(found(PlyxFolders::lumoMobile, L"% #1 &"), QString("50% #1 R&D car, 1 1 1"));
+        QCOMPARE(found(PlyxFolders::lumoMobile), QString("-Red house, -50% #1 R&D car, 1 2 3"));
+        QCOMPARE(found(PlyxFolders::lumoMobile, L"% #1 &"), QString("-50% #1 R&D car, 1 1 1"));
         QCOMPARE(found(PlyxFolders::home), QString("1 0 0"));
         QCOMPARE(found(PlyxFolders::root), QString("failed -1 -1 -1"));
         QVERIFY(m_fixture->boxes.isEmpty());
@@ -128,20 +125,18 @@ private slots:
     {
         signIn();
         const QString rest = "coat.png: the coat, model: the obj, ";
-        const std::tuple<const char *, QString, bool, int, QString> faults[] = {
-            {"/API/v1/Asset/512", "status=503", false, 1, ""},
-            {"/v1/Download*", "cut=1", true, 1, rest + "skin.jpg: T, "},
-            {"/API/v1/Server/Download", "status=500", true, 1, rest},
-            {"/API/v1/Server/Download", "body=" + m_fixture->cloud.plyxDir() + "/files/obj", true, 0, rest}, // no JSON
-        };
-        for (const auto &[path, action, result, boxes, files] : faults) {
+        const auto outcome = [this](const char *path, const QString &action) {
             QDir(local()).removeRecursively();
             m_fixture->boxes.clear();
             m_fixture->cloud.addRule("*", path, action, 1);
-            QCOMPARE(download("512"), result);
-            QCOMPARE(downloaded(), files);
-            QCOMPARE(m_fixture->boxes.size(), boxes);
-        }
+            const bool done = download("512");
+            return QString("%1 %2 ").arg(done).arg(m_fixture->boxes.size()) + downloaded();
+        };
+        const char *const server = "/API/v1/Server/Download";
+        QCOMPARE(outcome("/API/v1/Asset/512", "status=503"), QString("0 1 "));
+        QCOMPARE(outcome("/v1/Download*", "cut=1"), "1 1 " + rest + "skin.jpg: T, ");
+        QCOMPARE(outcome(server, "status=500"), "1 1 " + rest);
+        QCOMPARE(outcome(server, "body=" + m_fixture->cloud.plyxDir() + "/files/obj"), "1 0 " + rest); // no JSON
         m_fixture->cloud.addRule("*", "/v1/Download", "status=404");
         QVERIFY(!download("512"));
     }
@@ -160,13 +155,7 @@ private:
         ItemVector items;
         int n[] = {-1, -1, -1};
         QString text(browser()->SearchCloudItems(m_login, criteria, 1, 2, items, n[0], n[1], n[2]) ? "" : "failed ");
-        for (ICloudItem *item : items) {
-            text += KQtUtil::toQString(item->GetDisplayName()) + ", ";
-            item->FolderClick();
-            text += m_owner.clicked == item ? "" : "(not heard) ";
-            delete item;
-        }
-        return text + QString("%1 %2 %3").arg(n[0]).arg(n[1]).arg(n[2]);
+        return text + (namesOf(items) << QString("%1 %2 %3").arg(n[0]).arg(n[1]).arg(n[2])).join(", ");
     }
     bool download(const QString &id) { return PortalTest::download(makeItem(id), "model"); }
     QString downloaded() const

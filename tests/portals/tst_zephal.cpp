@@ -34,8 +34,6 @@ int64_t Skein_Auth_openSession(const char *key, const char *secret, const char *
 class TestZephal : public PortalTest
 {
     Q_OBJECT
-public:
-    TestZephal() : PortalTest("TavrinSettings_ZephalAppBrowser") {}
 
 private slots:
     void init()
@@ -57,10 +55,11 @@ private slots:
         m_owner.onDone = [&] { QVERIFY(PortalCall::isRunning() && !dialog() && listed(root()) == everything); };
         QVERIFY(m_login->Login(&m_owner) && dialog()->isModal());
         QCOMPARE(opened.last(), QString("https://cloud.zephal.example/signin"));
-        submit("wrong");
-        QTRY_VERIFY(page()->toPlainText().contains("is wrong"));
-        QVERIFY(m_owner.heard.isEmpty() && !m_login->IsLogin() && dialog()->size() != QSize(343, 368));
-        submit("demo");
+        QTRY_VERIFY(!page()->findFirstElement("#sign-in").isNull());
+        QTRY_VERIFY(dialog()->size() != QSize(343, 368)); // fits the page
+        page()->evaluateJavaScript("document.getElementById('user').value = 'demo';"
+                                   "document.getElementById('password').value = 'demo';"
+                                   "document.getElementById('sign-in').click();");
         QTRY_VERIFY(m_owner.heard == QList<bool>{true} && !dialog());
 
         configure(""); // the next run of the host
@@ -74,17 +73,15 @@ private slots:
     void pageThatFails()
     {
         configure("");
-        const std::pair<QString, QString> faults[] = {
-            {"cut=30", "loading the login web page."},
-            {"redirect=https://cloud.zephal.example/signin/done", "Unknown error."},
-        };
-        for (const auto &[action, text] : faults) {
-            m_fixture->cloud.addRule("*", "/signin", action, 1);
+        for (const QString fault : {"cut=30|loading the login web page.",
+                                    "redirect=https://cloud.zephal.example/signin/done|Unknown error."}) {
+            m_fixture->cloud.addRule("*", "/signin", fault.section('|', 0, 0), 1);
             m_fixture->boxes.clear();
             QVERIFY(m_login->Login(&m_owner));
             QTRY_COMPARE(m_fixture->boxes.size(), 1);
-            QVERIFY(m_fixture->boxes[0].startsWith("Http code: 401 \nLogin Failed.") && !dialog());
-            QVERIFY2(m_fixture->boxes[0].endsWith(text), qPrintable(m_fixture->boxes[0]));
+            const QString box = m_fixture->boxes[0];
+            QVERIFY(!dialog() && box.startsWith("Http code: 401 \nLogin Failed."));
+            QVERIFY2(box.endsWith(fault.section('|', 1)), qPrintable(box));
         }
         QVERIFY(m_login->Login(&m_owner));
         m_portal.reset(); // while the page loads
@@ -117,8 +114,6 @@ private slots:
         QTRY_VERIFY(!dialog());
         KString name; // there is no first one
         QVERIFY(m_owner.heard == QList<bool>{true} && m_login->GetUsername(name) && name == "demo");
-        m_login->Login(nullptr);
-        QVERIFY(!dialog() && m_login->LoginUIDoneCB(QUrl()));
         m_login->Login(&m_owner);
         m_onRequest = [this] { m_portal.reset(); };
         enter("demo");
@@ -215,15 +210,6 @@ private:
         m_login = makePortal<Portal_Zephal, Portal_Zephal_Login, Portal_Zephal_IPortalBrowser>();
     }
     QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
-    /// Fills in the page, once it is there, and sends it.
-    void submit(const QString &password) const
-    {
-        QTRY_VERIFY(!page()->findFirstElement("#sign-in").isNull());
-        page()->evaluateJavaScript("var field = function(id) { return document.getElementById(id); };"
-                                   "field('user').value = 'demo'; field('password').value = '" +
-                                   password + "'; field('sign-in').click();");
-    }
-
     QLineEdit *field(const char *name) const { return dialog()->findChild<QLineEdit *>(name); }
     void enter(const char *password)
     {
