@@ -104,7 +104,9 @@ private slots:
     {
         using Member = DavPath::Folder::Member;
         const QUrl root = folderAddress("https://host.example/d v");
-        const DavPath::Folder place(DavPath::address(root, "a#b", DavPath::Form::Folder));
+        const QUrl address = DavPath::address(root, "a#b", DavPath::Form::Folder);
+        QCOMPARE(address.toEncoded(), QByteArray("https://host.example/d%20v/a%23b/"));
+        const DavPath::Folder place(address);
         QString name;
         for (const char *itself : {"/d%20v/a%23b/", "/d v//%61%23%62", "https://Host.example:8443/d%20v/a%23b/"})
             QVERIFY2(place.find(itself, &name) == Member::Itself, itself);
