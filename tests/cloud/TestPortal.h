@@ -9,16 +9,20 @@
 #include "cloud/LoginBase.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/PortalBrowserBase.h"
-#include "support/RecordingHost.h"
 
-#include <QtTest>
-#include <QtWidgets>
+#include <QtCore>
 
 class TestItem : public ICloudPortalApi::CloudItemBase
 {
 public:
     /// A folder when \p name ends in a slash, which is no part of it.
-    TestItem(const QString &id, const QString &name, ICloudPortalApi::IPortalOwnerCB *owner = nullptr);
+    TestItem(const QString &id, const QString &name, ICloudPortalApi::IPortalOwnerCB *owner = nullptr)
+        : CloudItemBase(owner), m_isFolder(name.endsWith('/'))
+    {
+        ++alive;
+        SetProperty("name", KQtUtil::toKString(name.left(name.size() - m_isFolder)));
+        SetProperty("id", KQtUtil::toKString(id));
+    }
     ~TestItem() override { --alive; }
 
     /// Items that exist at this moment.
@@ -70,7 +74,14 @@ public:
     /// How often the log holds a line that begins with \p start.
     int count(const QString &start) const { return log.filter(QRegularExpression('^' + start)).size(); }
     /// Writes \p line into the log, if there is one, and runs the hook of \p call.
-    bool run(const QString &call, const QString &line = QString());
+    bool run(const QString &call, const QString &line = QString())
+    {
+        if (!line.isEmpty())
+            log << line;
+        if (const std::function<void()> hook = during.value(call))
+            hook();
+        return succeeds;
+    }
 
     KString GetPortalUID() override { return m_identity; }
     KString GetPortalDisplayName() override { return m_identity; }
@@ -84,7 +95,16 @@ public:
     ILogin *GetLogin() override { return this; }
     IPortalBrowser *GetBrowser() override { return this; }
     KString GetSettingsName() override { return "TestSettings"; }
-    ICloudItem *CreateFolderHierarchy() override;
+    ICloudItem *CreateFolderHierarchy() override
+    {
+        auto *root = new TestItem("root", "Top/", owner());
+        for (const QString &name : fixedFolders) {
+            auto *folder = new TestItem(name, name + '/', owner());
+            folder->SetParent(root);
+            root->AddChild(folder);
+        }
+        return root;
+    }
     void setOwnerCB(IPortalOwnerCB *owner) override { PortalBrowserBase::setOwnerCB(owner); }
     void FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria) override
     {
@@ -120,84 +140,36 @@ public:
 
     int GetPortalType() override { return type; }
     bool SearchCloudItems(ILogin *, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
-                          int &currentPage, int &, int &totalResultCount) override;
-    bool GetChildCloudItems(ILogin *, HeaderMap &criteria, ItemVector &results) override;
-    bool DownloadCloudItem(ILogin *, ICloudItem *item, KString, KString) override;
-    bool UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, KString localFolder, KString fileName) override;
+                          int &currentPage, int &, int &totalResultCount) override
+    {
+        currentPage = page != 0 ? page : pageNumber;
+        totalResultCount = itemCount;
+        return fetch(QStringLiteral("search %1 %2").arg(pageNumber).arg(pageSize), criteria, results);
+    }
+    bool GetChildCloudItems(ILogin *, HeaderMap &criteria, ItemVector &results) override
+    {
+        return fetch("list " + QString::fromStdWString(criteria[L"Folder"]), criteria, results);
+    }
+    bool DownloadCloudItem(ILogin *, ICloudItem *item, KString, KString) override
+    {
+        return run("download", "download " + KQtUtil::toQString(item->GetUniqueID()));
+    }
+    bool UploadFile(ILogin *, ICloudItem *folder, ICloudItem *existing, KString localFolder, KString fileName) override
+    {
+        const KString over = existing ? existing->GetUniqueID() : KString("nothing");
+        const KString line =
+            KString("upload ") + localFolder + fileName + " to " + folder->GetUniqueID() + " over " + over;
+        return run("upload", KQtUtil::toQString(line));
+    }
 
 private:
-    bool fetch(const QString &line, const HeaderMap &criteria, ItemVector &results);
+    bool fetch(const QString &line, const HeaderMap &criteria, ItemVector &results)
+    {
+        lastCriteria = criteria;
+        for (const auto &[id, name] : folders[QString::fromStdWString(criteria.at(L"Folder"))])
+            results.push_back(new TestItem(id, name, owner()));
+        return run("fetch", line);
+    }
 
     KString m_identity;
 };
-
-/// Each test prepares the portal and starts it, with its controller and page in a dock. At the end nothing may be left,
-/// the wait cursor included.
-class PageFixture : public QObject
-{
-    Q_OBJECT
-protected:
-    virtual void prepare() = 0;
-    /// Makes the host's main window, which stays hidden; without it the dock is a window of its own.
-    void openWindow(int width, int height);
-    void start();
-    void stop();
-
-    Portal_CloudBrowserWindows *page() const
-    {
-        return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
-    }
-    /// What holds the tabs, which hold a stack, which holds the page.
-    Portal_CloudBrowserDockWidget *dock() const
-    {
-        return qobject_cast<Portal_CloudBrowserDockWidget *>(page()->parentWidget()->parentWidget()->parentWidget());
-    }
-    /// The page's only widget of type \p T with that accessible or object name; a missing one ends the test program.
-    template <typename T>
-    T *find(const char *name) const
-    {
-        for (T *widget : page()->template findChildren<T *>()) {
-            if (widget->accessibleName() == QLatin1String(name) || widget->objectName() == QLatin1String(name))
-                return widget;
-        }
-        qFatal("no widget %s", name);
-    }
-    QPushButton *button(const char *name) const { return find<QPushButton>(name); }
-    QListWidget *list() const { return find<QListWidget>("ListOfFileFromCloud"); }
-    QToolBar *folderBar() const { return find<QToolBar>("FolderBar"); }
-    /// The names in the file list, from the top.
-    QStringList names() const;
-    /// The row that shows \p name; null when there is none.
-    QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
-    void doubleClick(const QString &name) const { page()->ListViewItemDoubleClick(row(name)); }
-    /// The labels and buttons of the folder bar that are shown, as in "Top/Sub-folder".
-    QString path() const;
-
-    RecordingHost m_host;
-    TestPortal m_portal;
-    std::unique_ptr<QMainWindow> m_window;
-    std::unique_ptr<Portal_CloudBrowser> m_controller;
-
-private slots:
-    void init();
-    void cleanup();
-};
-
-/// Adds the rows of a test's table of texts; the first text of a row is its name.
-void addRows(const QList<QStringList> &rows);
-
-/// The current row of such a table.
-template <std::size_t count>
-std::array<QString, count> currentRow()
-{
-    QFETCH(QStringList, texts);
-    std::array<QString, count> row;
-    std::copy_n(texts.begin(), count, row.begin());
-    return row;
-}
-
-/// A host command's result.
-KCommandResult result(const QStringList &texts);
-
-/// Runs the event loop until what was handed to it, deferred deletes included, is done.
-void settle();

@@ -1,7 +1,7 @@
 // What the page does for its user's comfort: the end of a long path, the bar that shows a transfer, the keys, and names
 // for screen readers.
 
-#include "TestPortal.h"
+#include "PageFixture.h"
 
 #include "cloud/TransferBar.h"
 #include "http/httpClient.h"

@@ -1,6 +1,6 @@
 // The portal registry and the dock panel.
 
-#include "TestPortal.h"
+#include "PageFixture.h"
 
 using Tavrin::Settings;
 

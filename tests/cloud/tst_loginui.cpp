@@ -1,7 +1,7 @@
 // The web sign-in dialog, on pages of a real server.
 
+#include "PageFixture.h"
 #include "support/LocalServer.h"
-#include "TestPortal.h"
 
 #include <QWebFrame>
 #include <QWebView>

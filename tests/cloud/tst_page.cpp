@@ -1,7 +1,7 @@
 // The folder view: what is shown, what can be chosen, where clicks lead and what they leave behind, and the pages of a
 // portal that searches.
 
-#include "TestPortal.h"
+#include "PageFixture.h"
 
 class TestPage : public PageFixture
 {
@@ -172,24 +172,24 @@ private slots:
         QVERIFY(names().contains("Deeper"));
     }
 
-    void buttons_data()
-    {
-        addRows({{"first of three", "1", "2", "130", "[<] [1] 2 (Next >)"},
-                 {"third with 16", "3", "0", "1000", "(< Previous) 1 2 [3] 4 5 6 7 (Next >)"},
-                 {"ninth with 16", "9", "0", "1000", "(< Previous) 4 5 6 7 8 [9] 10 11 12 13 (Next >)"},
-                 {"the last counted item hides a page", "1", "0", "32", "[<] [1] [>]"},
-                 {"largest numbers", "2147483647", "2", "2147483647",
-                  "(< Previous) 2147483642 2147483643 2147483644 2147483645 2147483646 [2147483647] [>]"}});
-    }
     void buttons()
     {
-        const auto [name, number, size, count, expected] = currentRow<5>();
+        // The page, the index of its size, and the number of items in all.
+        const std::tuple<int, int, int, QString> rows[] = {
+            {1, 2, 130, "[<] [1] 2 (Next >)"},
+            {3, 0, 1000, "(< Previous) 1 2 [3] 4 5 6 7 (Next >)"},
+            {9, 0, 1000, "(< Previous) 4 5 6 7 8 [9] 10 11 12 13 (Next >)"},
+            {1, 0, 32, "[<] [1] [>]"}, // the last counted item hides a page
+            {2147483647, 2, 2147483647,
+             "(< Previous) 2147483642 2147483643 2147483644 2147483645 2147483646 [2147483647] [>]"}};
         startPaged();
-        m_portal.page = number.toInt();
-        m_portal.itemCount = count.toInt();
-        find<QComboBox>("ItemsPerPage")->setCurrentIndex(size.toInt());
-        page()->RefreshFolderData();
-        QCOMPARE(shownButtons(), expected);
+        for (const auto &[number, size, count, expected] : rows) {
+            m_portal.page = number;
+            m_portal.itemCount = count;
+            find<QComboBox>("ItemsPerPage")->setCurrentIndex(size);
+            page()->RefreshFolderData();
+            QCOMPARE(shownButtons(), expected);
+        }
     }
 
     void everyButtonGoesItsWayWithinTheCountAndAnotherPageSizeKeepsThePage()

@@ -1,7 +1,7 @@
 // Import and export: the commands that the host is sent, the file that host or portal is given, and what may happen
 // between the steps.
 
-#include "TestPortal.h"
+#include "PageFixture.h"
 
 class TestTransfer : public PageFixture
 {

@@ -1,0 +1,82 @@
+// PageFixture.h
+//
+// What the tests of the page and of its dock stand on: a portal, the host, and what is found on the page.
+
+#pragma once
+
+#include "support/RecordingHost.h"
+#include "TestPortal.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+/// Each test prepares the portal and starts it, with its controller and page in a dock. At the end nothing may be left,
+/// the wait cursor included.
+class PageFixture : public QObject
+{
+    Q_OBJECT
+protected:
+    virtual void prepare() = 0;
+    /// Makes the host's main window, which stays hidden; without it the dock is a window of its own.
+    void openWindow(int width, int height);
+    void start();
+    void stop();
+
+    Portal_CloudBrowserWindows *page() const
+    {
+        return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
+    }
+    /// What holds the tabs, which hold a stack, which holds the page.
+    Portal_CloudBrowserDockWidget *dock() const
+    {
+        return qobject_cast<Portal_CloudBrowserDockWidget *>(page()->parentWidget()->parentWidget()->parentWidget());
+    }
+    /// The page's only widget of type \p T with that accessible or object name; a missing one ends the test program.
+    template <typename T>
+    T *find(const char *name) const
+    {
+        for (T *widget : page()->template findChildren<T *>()) {
+            if (widget->accessibleName() == QLatin1String(name) || widget->objectName() == QLatin1String(name))
+                return widget;
+        }
+        qFatal("no widget %s", name);
+    }
+    QPushButton *button(const char *name) const { return find<QPushButton>(name); }
+    QListWidget *list() const { return find<QListWidget>("ListOfFileFromCloud"); }
+    QToolBar *folderBar() const { return find<QToolBar>("FolderBar"); }
+    /// The names in the file list, from the top.
+    QStringList names() const;
+    /// The row that shows \p name; null when there is none.
+    QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
+    void doubleClick(const QString &name) const { page()->ListViewItemDoubleClick(row(name)); }
+    /// The labels and buttons of the folder bar that are shown, as in "Top/Sub-folder".
+    QString path() const;
+
+    RecordingHost m_host;
+    TestPortal m_portal;
+    std::unique_ptr<QMainWindow> m_window;
+    std::unique_ptr<Portal_CloudBrowser> m_controller;
+
+private slots:
+    void init();
+    void cleanup();
+};
+
+/// Adds the rows of a test's table of texts; the first text of a row is its name.
+void addRows(const QList<QStringList> &rows);
+
+/// The current row of such a table.
+template <std::size_t count>
+std::array<QString, count> currentRow()
+{
+    QFETCH(QStringList, texts);
+    std::array<QString, count> row;
+    std::copy_n(texts.begin(), count, row.begin());
+    return row;
+}
+
+/// A host command's result.
+KCommandResult result(const QStringList &texts);
+
+/// Runs the event loop until what was handed to it, deferred deletes included, is done.
+void settle();
