@@ -68,7 +68,7 @@ private slots:
     void init()
     {
         m_server = std::make_unique<ScriptedCloud>();
-        m_cloud = std::make_unique<Cloud>(m_server->storage(), "kind=password\nidleTimeoutMs=120\n");
+        m_cloud = std::make_unique<Cloud>(m_server->storage(), "kind=password\nidleTimeoutMs=250\n");
         QCOMPARE(m_cloud->signIn(), 1);
     }
 
