@@ -80,7 +80,7 @@ private slots:
             QTRY_VERIFY(bar()->isVisible());
             QVERIFY(request.ageMs() > 200);
             QCOMPARE(bar()->text(), QString("Waiting for the service"));
-            m_window->resize(400, 480);
+            dock()->resize(dock()->width() + 20, dock()->height() + 20);
             QCOMPARE(bar()->geometry().bottomRight(), page()->rect().bottomRight());
             QVERIFY(bar()->width() == page()->width() && bar()->height() < 30);
             question.show();
