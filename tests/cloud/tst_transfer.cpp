@@ -19,6 +19,16 @@ private slots:
         }
     }
 
+    void silentCommandsRunWithoutTheHostsEcho()
+    {
+        forget();
+        executeCommandSilently("print x");
+        m_host.answer("commandEcho -q", KCommandResult(1));
+        executeCommandSilently("print y");
+        QCOMPARE(m_host.commands(), QStringList({"commandEcho -q -state", "print x", "commandEcho -q -state",
+                                                 "commandEcho -state false;", "print y", "commandEcho -state true;"}));
+    }
+
     void importsStayInTheDownloadFolder()
     {
         const std::tuple<QString, QString, QString> rows[] = {{"a\"; quit.obj", "/Old", R"(Old/a\"; quit.obj)"},
