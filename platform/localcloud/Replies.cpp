@@ -38,7 +38,7 @@ void setFile(HttpResponse &response, const QString &file, qint64 size, const QBy
         return;
     if (dash == 0) { // the last bytes
         first = std::max<qint64>(0, size - last);
-        last = last > 0 ? size - 1 : -1;
+        last = size - 1;
     }
     last = std::min(last, size - 1);
     if (first > last) {
