@@ -160,7 +160,6 @@ Sample execute "print here; frob" => info: here / error: line 1: unknown command
 Sample ignore frob => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob'
 Sample ignore frob; frab => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob' / failed: line 1: unknown command 'frab'
 frob => failed: line 1: unknown command 'frob'
-frob => failed: line 1: unknown command 'frob'
 print a;↵Sample fail; print b => info: a / failed: line 2: Sample: as asked
 Sample throw => failed: line 1: Sample: thrown as asked
 Sample "a b" c; SampleLeft => info: Hello 1 a b / info: Hello 1

@@ -101,7 +101,6 @@ initCurrentFileTypeOption Paint "" "" => failed: line 1: unknown file action "Pa
 initCurrentFileTypeOption => failed: line 1: initCurrentFileTypeOption takes 3 arguments, not 0
 fileOperationsOptionsUISetup Import Nowhere => failed: line 1: there is no layout named "Nowhere"
 fileOperationsOptionsUICallback Import Nowhere => failed: line 1: no options were set up in a layout named "Nowhere"
-setCurrentFileTypeOption Import PlugInOptionsLayout "Clay" => failed: line 1: unknown file translator "Clay"
 fileOperationsOptionsUICallback Import PlugInOptionsLayout => failed: line 1: no translator's options are shown
 fileOperationsOptionsUICallback ExportAll PlugInOptionsLayout => failed: line 1: the options in "PlugInOptionsLayout" belong to another action
 fileOperationsOptionsUISetup ExportAll PlugInOptionsLayout; setCurrentFileTypeOption ExportAll PlugInOptionsLayout "3DS" => failed: line 1: 3DS files are not written

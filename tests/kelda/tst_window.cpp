@@ -154,7 +154,6 @@ private slots:
         delete m_program->window();
         QVERIFY(!m_program->window() && !KQtUtil::mainWindow());
         QVERIFY(m_program->runCommand("select -all; delete"));
-        KGlobal::displayInfo("still here");
     }
 
 private:
