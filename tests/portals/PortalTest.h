@@ -4,7 +4,6 @@
 
 #pragma once
 
-#include "cloud/CloudPortalApi.h"
 #include "CloudFixture.h"
 #include "shell/TestFiles.h"
 

@@ -179,16 +179,13 @@ private slots:
             QVERIFY2(hostIn(text).isEmpty(), text);
     }
 
-    void progressOfTheStorage()
+    void callBacksOfTheStorage()
     {
         Transfer transfer(Transfer::Kind::Upload, "model.obj");
         progressCb(&transfer, 0x180000001, 0x180000002);
         progressCb(nullptr, 1, 2);
         QVERIFY(transfer.bytes() == 0x180000001 && transfer.totalBytes() == 0x180000002);
-    }
 
-    void entriesOfTheStorage()
-    {
         ItemVector items;
         ZephalListing known{nullptr, L"key"};
         ZephalListing unknown{nullptr, L"?"};
