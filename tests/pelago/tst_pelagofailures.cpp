@@ -226,6 +226,35 @@ private slots:
         QCOMPARE(Skein_Auth_login(first.session, "demo", "demo"), int{Skein_Result_Closed});
     }
 
+    void closedUploadTakesItsFileAway()
+    {
+        m_server->script["MOVE"] = {Reply(201).hangAfter(0)};
+        QTimer watcher;
+        connect(&watcher, &QTimer::timeout, this, [this] {
+            if (m_server->story().endsWith("MOVE*"))
+                Skein_Storage_destroyEndPoint(m_cloud->endPoint);
+        });
+        watcher.start(5);
+        QCOMPARE(m_cloud->upload("", "cup.obj", "content"), int{Skein_Result_Closed});
+        QCOMPARE(m_server->story(), QString("OPTIONS PUT* MOVE* DELETE*"));
+    }
+
+    void severalFilesCountTogether()
+    {
+        const QByteArray path = m_cloud->write("local", "content");
+        const char *const paths[] = {path.constData(), path.constData()};
+        const char *const names[] = {"one", "two"};
+        const auto note = [](void *told, int64_t done, int64_t total) {
+            *static_cast<QPair<int64_t, int64_t> *>(told) = {done, total};
+        };
+        for (const int stored : {2, 1}) {
+            QPair<int64_t, int64_t> told;
+            m_server->script["MOVE"] = {Reply(201), Reply(stored == 2 ? 201 : 412)};
+            QCOMPARE(Skein_Storage_uploadFiles(m_cloud->endPoint, "", paths, names, 2, note, nullptr, &told), stored);
+            QVERIFY(told.first == 14 && told.second == 14);
+        }
+    }
+
     void signInPageEndsOnOneAddress()
     {
         const QByteArray page = "https://cloud.example/in/signin";
