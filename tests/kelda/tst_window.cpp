@@ -148,6 +148,19 @@ private slots:
 )");
     }
 
+    void buttonsSpeakTheHostsLanguage()
+    {
+        QStringList buttons;
+        for (const char *language : {"de", "en"}) {
+            cleanup();
+            qputenv("KELDA_UI_LANGUAGE", language);
+            init();
+            buttons << QMessageBox(QMessageBox::Question, "T", "x", QMessageBox::No).button(QMessageBox::No)->text();
+        }
+        qunsetenv("KELDA_UI_LANGUAGE");
+        QCOMPARE(buttons, QStringList({"&Nein", "&No"}));
+    }
+
     void windowMayGoFirst()
     {
         import("box.obj");
