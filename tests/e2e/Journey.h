@@ -14,15 +14,24 @@
 
 class Journey : public QObject
 {
+    Q_OBJECT
+protected slots:
+    void initTestCase();
+    /// Forgets what earlier tests stored, and opens a host.
+    void init();
+    void cleanup() { stopHost(); }
+
 protected:
     explicit Journey(const QString &portal) : m_portal(portal) {}
 
     /// Opens a host on the user's folder; what an earlier one stored there and in its settings is still there.
     bool startHost();
-    /// Forgets what earlier tests stored, and opens a host.
-    bool startAfresh();
     void stopHost();
+    /// Starts \p cloud, which does as \p rule says, in the place of the one of all tests, on its files.
+    bool replaceCloud(CloudProcess &cloud, const QString &rule);
     QString error() const { return m_driver->error(); }
+    /// The file that the Dropbox service serves as \p path.
+    QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
     qint64 sceneInfo(const QString &what) const;
     qint64 triangles() const { return sceneInfo(QStringLiteral("triangles")); }
     /// Everything that was downloaded or exported.

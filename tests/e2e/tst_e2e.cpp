@@ -25,9 +25,6 @@ public:
 
 private slots:
     void initTestCase();
-    void init();
-    void cleanup();
-
     void importsWhatIsOnTheDisk_data();
     void importsWhatIsOnTheDisk();
     void redirectedDownloadKeepsTheTokenToItself();
@@ -43,12 +40,11 @@ private slots:
 
 private:
     bool openSignedIn();
-    QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
 };
 
 void TestE2E::initTestCase()
 {
-    QVERIFY2(m_cloud.start({m_folder.filePath("cloud"), {}, 0}), qPrintable(m_cloud.error()));
+    Journey::initTestCase();
     writeQuads(remote("plain.obj"), 6);
     writeQuads(remote("e2e/two words.obj"), 4);
     writeQuads(remote("e2e/plain.obj"), 5);
@@ -60,16 +56,6 @@ void TestE2E::initTestCase()
     QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(64 * 1024 * 1024));
     QFile notes(remote("e2e/notes"));
     QVERIFY(notes.open(QIODevice::WriteOnly));
-}
-
-void TestE2E::init()
-{
-    QVERIFY2(startAfresh(), qPrintable(error()));
-}
-
-void TestE2E::cleanup()
-{
-    stopHost();
 }
 
 bool TestE2E::openSignedIn()
@@ -124,8 +110,7 @@ void TestE2E::importsWhatIsOnTheDisk()
 void TestE2E::redirectedDownloadKeepsTheTokenToItself()
 {
     CloudProcess cloud;
-    const QStringList rules{"api-content.dropbox.com /1/files/* signed-redirect"};
-    QVERIFY2(cloud.start({m_folder.filePath("cloud"), rules, 0}), qPrintable(cloud.error()));
+    QVERIFY(replaceCloud(cloud, "api-content.dropbox.com /1/files/* signed-redirect"));
     QVERIFY2(openSignedIn() && m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
 
     QCOMPARE(triangles(), 12);
@@ -268,7 +253,7 @@ void TestE2E::brokenTransferImportsNothing()
     QFETCH(QString, rule);
     QFETCH(bool, killed);
     CloudProcess cloud;
-    QVERIFY2(cloud.start({m_folder.filePath("cloud"), {rule}, 0}), qPrintable(cloud.error()));
+    QVERIFY(replaceCloud(cloud, rule));
     QVERIFY2(openSignedIn() && m_page->openFolder("e2e") && m_page->select("big.obj"), qPrintable(error()));
 
     m_driver->takeHostMessages();

@@ -14,9 +14,6 @@ public:
 
 private slots:
     void initTestCase();
-    void init();
-    void cleanup();
-
     void exportedModelsComeBack_data();
     void exportedModelsComeBack();
     void oddNamesHaveAClearOutcome_data();
@@ -28,24 +25,13 @@ private slots:
 
 private:
     bool openExportTab();
-    QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
 };
 
 void TestE2EExport::initTestCase()
 {
-    QVERIFY2(m_cloud.start({m_folder.filePath("cloud"), {}, 0}), qPrintable(m_cloud.error()));
+    Journey::initTestCase();
     writeQuads(remote("plain.obj"), 6);
     writeQuads(remote("exports/first.obj"), 1);
-}
-
-void TestE2EExport::init()
-{
-    QVERIFY2(startAfresh(), qPrintable(error()));
-}
-
-void TestE2EExport::cleanup()
-{
-    stopHost();
 }
 
 bool TestE2EExport::openExportTab()
@@ -180,8 +166,7 @@ void TestE2EExport::refusedUploadLeavesTheLocalFile()
     QFETCH(bool, reachesTheCloud);
     QFile::remove(remote("exports/refused.obj"));
     CloudProcess cloud;
-    QVERIFY2(cloud.start({m_folder.filePath("cloud"), {"api-content.dropbox.com /1/files_put/* " + action}, 0}),
-             qPrintable(cloud.error()));
+    QVERIFY(replaceCloud(cloud, "api-content.dropbox.com /1/files_put/* " + action));
     QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName("refused"),
              qPrintable(error()));
     m_driver->takeHostMessages();

@@ -17,7 +17,6 @@ public:
     TestE2EPlyx() : Journey(QStringLiteral("Plyx")) {}
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
 
@@ -35,21 +34,16 @@ private:
     std::unique_ptr<PlyxGuide> m_guide;
 };
 
-void TestE2EPlyx::initTestCase()
-{
-    QVERIFY2(m_cloud.start({m_folder.filePath("cloud"), {}, 0}), qPrintable(m_cloud.error()));
-}
-
 void TestE2EPlyx::init()
 {
-    QVERIFY2(startAfresh(), qPrintable(error()));
+    Journey::init();
     m_guide = std::make_unique<PlyxGuide>(*m_driver, m_cloud);
 }
 
 void TestE2EPlyx::cleanup()
 {
     m_guide.reset();
-    stopHost();
+    Journey::cleanup();
 }
 
 bool TestE2EPlyx::openSignedIn()
@@ -164,7 +158,7 @@ void TestE2EPlyx::lostTextureLeavesTheModel()
 {
     QFETCH(QString, rule);
     CloudProcess cloud;
-    QVERIFY2(cloud.start({m_folder.filePath("cloud"), {rule}, 0}), qPrintable(cloud.error()));
+    QVERIFY(replaceCloud(cloud, rule));
     QVERIFY2(openSignedIn() && m_page->openFolder("Lumo") && m_page->importByDoubleClick("Wooden barrel"),
              qPrintable(error()));
     QCOMPARE(triangles(), 384);
