@@ -6,6 +6,7 @@
 #include "Portal_Shelf.h"
 #include "support/LocalServer.h"
 #include "support/RecordingHost.h"
+#include "support/TestFiles.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -61,9 +62,7 @@ private slots:
         const QTemporaryDir dir;
         const KString folder = KQtUtil::toKString(dir.path() + '/');
         QVERIFY(m_portal->GetBrowser()->DownloadCloudItem(m_portal->GetLogin(), pot, folder, "pot.obj"));
-        QFile file(dir.filePath("pot.obj"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), QByteArray("a pot"));
+        QCOMPARE(readFile(dir.filePath("pot.obj")), QByteArray("a pot"));
 
         button->click();
         QVERIFY(!m_portal->GetLogin()->IsLogin() && names().isEmpty());

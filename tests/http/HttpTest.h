@@ -5,9 +5,9 @@
 #pragma once
 
 #include "http/httpClient.h"
-#include "shell/TestFiles.h"
 #include "support/LocalServer.h"
 #include "support/RecordingHost.h"
+#include "support/TestFiles.h"
 
 #include <QtNetwork>
 #include <QtTest>

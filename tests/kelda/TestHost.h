@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "kelda/Files.h"
+#include "kelda/Models.h"
 #include "kelda/Steps.h"
 
 #include "host/KeldaHost.h"

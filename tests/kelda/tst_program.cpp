@@ -1,6 +1,6 @@
 // The kelda program itself: arguments in, lines on stdout and an exit status out.
 
-#include "kelda/Files.h"
+#include "kelda/Models.h"
 
 #include "ui/KeldaOptions.h"
 

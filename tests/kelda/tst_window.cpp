@@ -1,6 +1,6 @@
 // The host's window and its dialogs, driven by mouse and keyboard.
 
-#include "kelda/Files.h"
+#include "kelda/Models.h"
 #include "kelda/Steps.h"
 
 #include "host/KeldaHost.h"

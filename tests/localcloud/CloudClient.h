@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "shell/TestFiles.h"
+#include "support/TestFiles.h"
 
 #include <localcloud/LocalCloud.h>
 #include <QtNetwork>

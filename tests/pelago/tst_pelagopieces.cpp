@@ -5,7 +5,7 @@
 #include "Deployments.h"
 #include "MultiStatus.h"
 #include "SessionFile.h"
-#include "shell/TestFiles.h"
+#include "support/TestFiles.h"
 
 #include <QtTest>
 

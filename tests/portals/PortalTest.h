@@ -5,7 +5,7 @@
 #pragma once
 
 #include "CloudFixture.h"
-#include "shell/TestFiles.h"
+#include "support/TestFiles.h"
 
 /// Hears of sign-ins and clicks.
 struct RecordingOwner : ICloudPortalApi::IPortalOwnerCB

@@ -13,8 +13,8 @@
 #include "portals/Portal_Plyx_Requests.h"
 #include "portals/Portal_Zephal_Browse.h"
 #include "portals/Portal_Zephal_Login.h"
-#include "shell/TestFiles.h"
 #include "support/RecordingHost.h"
+#include "support/TestFiles.h"
 
 #include <QtTest>
 

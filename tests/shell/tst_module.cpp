@@ -9,10 +9,10 @@
 #include "scene/FileOptions.h"
 #include "scene/Scene.h"
 #include "scene/SceneCommands.h"
+#include "support/TestFiles.h"
 #include "TavrinHelper.h"
 #include "TavrinSettings.h"
 #include "TavrinStrings.h"
-#include "TestFiles.h"
 
 #include <QtTest>
 #include <QtWidgets>

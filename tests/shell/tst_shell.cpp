@@ -4,10 +4,10 @@
 
 #include "ReturnStatus.h"
 #include "support/RecordingHost.h"
+#include "support/TestFiles.h"
 #include "TavrinHelper.h"
 #include "TavrinSettings.h"
 #include "TavrinStrings.h"
-#include "TestFiles.h"
 
 #include <QtTest>
 #include <QtWidgets>

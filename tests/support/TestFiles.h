@@ -1,4 +1,4 @@
-// shell/TestFiles.h
+// support/TestFiles.h
 //
 // Files that tests lay out and look at.
 
