@@ -10,6 +10,8 @@
 #include <QSignalBlocker>
 #include <QTabWidget>
 
+#include <algorithm>
+
 using ICloudPortalApi::ICloudItem;
 using ICloudPortalApi::Portal_CloudBrowserListItem;
 
