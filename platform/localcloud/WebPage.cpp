@@ -33,8 +33,8 @@ p { line-height: 1.5; margin: 0 0 8px; }
 .error { background: #fdecea; border: 1px solid #f3b9b3; border-radius: 4px; color: #9b2318; padding: 8px 12px; }
 label { display: block; margin: 12px 0 5px; font-size: 12px; color: #5a6873; }
 input.text { display: block; width: 100%; box-sizing: border-box; -webkit-box-sizing: border-box; font: inherit;
-             padding: 8px 10px; border: 1px solid #b9c4cd; border-radius: 4px; color: #1f2a33; background: #ffffff; }
-input.text:focus { border-color: %3; outline: 2px solid %6; }
+             padding: 8px 10px; border: 1px solid #b9c4cd; border-radius: 4px; color: #1f2a33; background: #f0f3f6; }
+input.text:focus { border-color: %3; outline: 2px solid %6; background: #ffffff; }
 label.check { display: inline; margin: 0 0 0 4px; font-size: 13px; color: #33404d; }
 .row { margin: 16px 0 18px; }
 button { display: block; width: 100%; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
