@@ -249,7 +249,7 @@ bool Tour::exportOver()
         m_driver.settle();
         m_picture = m_driver.picture();
         asked = m_driver.click(box->button(QMessageBox::Yes));
-        return asked;
+        return true; // a box that was not ready is shown again
     });
     const bool exported = m_page->exportAll();
     m_driver.setDialogHandler({});
