@@ -50,7 +50,12 @@ const KStringResourceId *const texts[] = {
 };
 
 const KStringResourceId *const furtherTexts[] = {
-    &kHttpUploadTooLarge,
+    &kHttpReplyTooLarge,
+    &kHttpReplyTooComplex,
+    &kHttpReplyEncoded,
+    &kHttpWrongSize,
+    &kHttpFileChanged,
+    &kHttpOutOfMemory,
     &kHttpFileWriteError,
     &kHttpFileReadError,
     &kCloudPortalUploadNotConfirmed,

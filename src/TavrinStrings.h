@@ -72,8 +72,22 @@ inline const KStringResourceId KCloudPortalImportSuccess("Tavrin", "KCloudPortal
 inline const KStringResourceId KCloudPortalExportSuccess("Tavrin", "KCloudPortalExportSuccess", "Successful export: ");
 inline const KStringResourceId kCloudPortalParentDirectory("Tavrin", "kCloudPortalParentDirectory", "Parent Directory");
 
-inline const KStringResourceId kHttpUploadTooLarge("Tavrin", "kHttpUploadTooLarge",
-                                                   "The file is too large to be uploaded.");
+inline const KStringResourceId kHttpReplyTooLarge("Tavrin", "kHttpReplyTooLarge",
+                                                  "The server's reply is larger than the limit of 16 MiB.");
+inline const KStringResourceId
+    kHttpReplyTooComplex("Tavrin", "kHttpReplyTooComplex",
+                         "The server's reply has more than the limit of 500,000 values and was not read.");
+inline const KStringResourceId
+    kHttpReplyEncoded("Tavrin", "kHttpReplyEncoded",
+                      "The server sent its reply in an encoding that was not asked for, so it was not read: ");
+inline const KStringResourceId
+    kHttpWrongSize("Tavrin", "kHttpWrongSize",
+                   "The downloaded file does not have the size that the list shows. Refresh the list and try again.");
+inline const KStringResourceId
+    kHttpFileChanged("Tavrin", "kHttpFileChanged",
+                     "The upload was stopped because another program changed the file. Try again: ");
+inline const KStringResourceId kHttpOutOfMemory("Tavrin", "kHttpOutOfMemory",
+                                                "Out of memory. Close other programs and try again.");
 inline const KStringResourceId kHttpFileWriteError("Tavrin", "kHttpFileWriteError", "The file cannot be written: ");
 inline const KStringResourceId kHttpFileReadError("Tavrin", "kHttpFileReadError", "The file cannot be read: ");
 inline const KStringResourceId kCloudPortalUploadNotConfirmed("Tavrin", "kCloudPortalUploadNotConfirmed",

@@ -1,5 +1,8 @@
 #include "http/JsonReply.h"
 
+#include "TavrinStrings.h"
+
+#include <openkelda/KGlobal.h>
 #include <openkelda/KQtUtil.h>
 
 #include <QJsonDocument>
@@ -8,14 +11,24 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 
 namespace {
 
-/// \p json as a program text: the two line separators may stand in a JSON string, but not in a script's.
+constexpr std::ptrdiff_t kMostValues = 500000;
+
+/// At least the number of values in \p json: every value but the first follows one of these characters.
+std::ptrdiff_t countValues(const QByteArray &json)
+{
+    return std::count_if(json.begin(), json.end(), [](char c) { return c == ',' || c == '[' || c == '{'; });
+}
+
+/// Converts \p json to a script. Escapes the two line separators, which a string in JSON may contain but one in a
+/// script may not.
 QString scriptText(const QByteArray &json)
 {
     QString text = QString::fromUtf8(json);
-    // Replacing looks at each letter by itself, which takes long in a large reply; looking for one does not.
+    // contains() is much faster than replace() on a large reply.
     if (text.contains(QChar(QChar::LineSeparator)))
         text.replace(QChar(QChar::LineSeparator), QLatin1String("\\u2028"));
     if (text.contains(QChar(QChar::ParagraphSeparator)))
@@ -27,8 +40,21 @@ QString scriptText(const QByteArray &json)
 
 JsonReply::JsonReply(const QByteArray &body)
 {
-    const int end = body.indexOf('\0');
-    const QByteArray json = end < 0 ? body : body.left(end);
+    try {
+        const int end = body.indexOf('\0');
+        evaluate(end < 0 ? body : body.left(end));
+    } catch (const std::bad_alloc &) {
+        m_value = QScriptValue();
+        KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kHttpOutOfMemory));
+    }
+}
+
+void JsonReply::evaluate(const QByteArray &json)
+{
+    if (countValues(json) > kMostValues) {
+        KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kHttpReplyTooComplex));
+        return;
+    }
     if (QJsonDocument::fromJson(json).isNull())
         return;
     const QScriptValue value = m_engine.evaluate(scriptText(json));

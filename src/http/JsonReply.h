@@ -18,7 +18,9 @@
 class JsonReply
 {
 public:
-    /// Reads \p body up to its first zero byte. Nesting deeper than 1024 is refused like any other unparsable text.
+    /// Reads \p body up to its first zero byte. A reply that is nested deeper than 1024 levels, has more than 500,000
+    /// values, or needs more memory than there is counts as unparsable; the last two print an error of the host. The
+    /// count is an upper bound: the number of commas and opening brackets, those inside strings included.
     explicit JsonReply(const QByteArray &body);
     JsonReply(const JsonReply &) = delete;
     JsonReply &operator=(const JsonReply &) = delete;
@@ -41,6 +43,8 @@ public:
     static std::vector<QScriptValue> elements(const QScriptValue &array);
 
 private:
+    void evaluate(const QByteArray &json);
+
     QScriptEngine m_engine;
     QScriptValue m_value;
 };

@@ -1,4 +1,5 @@
 #include "http/JsonReply.h"
+#include "support/RecordingHost.h"
 
 #include <QtTest>
 
@@ -27,6 +28,26 @@ private slots:
             QVERIFY2(reply.isValid() == accepted && reply.value().isObject() == accepted, body.left(50));
             QVERIFY2(!reply.value().isError(), body.left(50));
         }
+    }
+
+    void valuesAreLimited_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("accepted");
+        const auto objects = [](int count) { return '[' + QByteArray("{\"a\":0},").repeated(count - 1) + "{}]"; };
+        QTest::newRow("the most") << objects(249999) << true;
+        QTest::newRow("too many objects") << objects(250001) << false;
+        QTest::newRow("16 MiB of numbers") << '[' + QByteArray("0,").repeated(8388600) + "0]" << false;
+    }
+
+    void valuesAreLimited()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(bool, accepted);
+        RecordingHost host;
+        QCOMPARE(JsonReply(body).isValid(), accepted);
+        const QString message = "The server's reply has more than the limit of 500,000 values and was not read.";
+        QCOMPARE(host.errors(), accepted ? QStringList() : QStringList(message));
     }
 
     void textsArriveUnchanged()
