@@ -1,87 +1,50 @@
 #include "http/httpClient.h"
 
 #include "http/httpErrors.h"
+#include "http/httpMessages.h"
 #include "http/ReplyWait.h"
 #include "http/Transfer.h"
-#include "http/UploadBody.h"
+#include "http/UploadFile.h"
 #include "TavrinStrings.h"
 
 #include <openkelda/KGlobal.h>
 #include <openkelda/KQtUtil.h>
 
 #include <QDir>
+#include <QFileInfo>
 #include <QNetworkAccessManager>
 #include <QPointer>
-#include <QSslConfiguration>
 #include <QUrl>
+
+#include <new>
+
+using namespace httpMessages;
 
 namespace {
 
 constexpr qint64 readBufferBytes = 15 * 1024 * 1024;
 constexpr qint64 sliceBytes = 1024 * 1024;
-constexpr qint64 largestUploadBytes = 2LL * 1024 * 1024 * 1024 - 64;
+constexpr qint64 largestReplyBytes = 16 * 1024 * 1024;
 
 int defaultRequestTimeoutMs = 60000;
 int defaultTransferTimeoutMs = 900000;
 
-/// A request that neither follows redirects nor speaks HTTP/2, whatever the toolkit's version holds for usual.
-QNetworkRequest plainRequest(const QUrl &url)
+/// Writes all of \p bytes. A write that was cut short reports no error, but the next one does.
+bool writeAll(QFile &file, const QByteArray &bytes)
 {
-    QNetworkRequest request(url);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    return request;
-}
-
-/// \p text without what would end the header line.
-QByteArray headerText(const std::wstring &text)
-{
-    QByteArray bytes = QString::fromStdWString(text).toUtf8();
-    for (const char separator : {'\r', '\n', '\0'})
-        bytes.replace(QByteArray(1, separator), QByteArray());
-    return bytes.isNull() ? QByteArray("") : bytes;
-}
-
-/// Sets \p name, taking away every entry that differs from it in case only.
-void replaceHeader(HeaderMap &headers, const std::wstring &name, const KString &value)
-{
-    const QString wanted = QString::fromStdWString(name);
-    for (auto entry = headers.begin(); entry != headers.end();) {
-        const bool same = QString::fromStdWString(entry->first).compare(wanted, Qt::CaseInsensitive) == 0;
-        entry = same ? headers.erase(entry) : std::next(entry);
+    for (qint64 written = 0; written < bytes.size();) {
+        const qint64 count = file.write(bytes.constData() + written, bytes.size() - written);
+        if (count <= 0)
+            return false;
+        written += count;
     }
-    headers[name] = value.wide();
+    return true;
 }
 
-/// Accepts every certificate for \p request. Its connection is kept apart from those of other requests by the name
-/// given for the peer, so that none of them goes over a connection whose certificate nobody checked.
-void ignoreCertificates(QNetworkRequest &request)
+KString writeError(const QFile &file)
 {
-    QSslConfiguration tls = request.sslConfiguration();
-    tls.setPeerVerifyMode(QSslSocket::VerifyNone);
-    tls.setProtocol(QSsl::TlsV1_0OrLater);
-    request.setSslConfiguration(tls);
-    request.setPeerVerifyName(request.url().host());
-}
-
-/// Where \p reply redirects to; empty for nowhere, and for a scheme that is not followed.
-QUrl redirectTarget(const QNetworkReply &reply)
-{
-    const QUrl target = reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
-    if (target.isEmpty())
-        return QUrl();
-    const QUrl resolved = reply.url().resolved(target);
-    const bool followed = resolved.scheme() == QLatin1String("http") || resolved.scheme() == QLatin1String("https");
-    return followed ? resolved : QUrl();
-}
-
-/// Whether fewer bytes came than the service announced. Now and then the toolkit takes a connection that closed too
-/// early for the end of the reply. It hides the announced length of what it decompressed.
-bool isShort(const QNetworkReply &reply, qint64 receivedBytes)
-{
-    const QVariant announced = reply.header(QNetworkRequest::ContentLengthHeader);
-    const bool hasBody = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 204;
-    return hasBody && announced.isValid() && receivedBytes < announced.toLongLong();
+    const QString reason = file.fileName() + QStringLiteral(" (") + file.errorString() + QLatin1Char(')');
+    return TavrinStrings::getString(TavrinStrings::kHttpFileWriteError) + KQtUtil::toKString(reason);
 }
 
 ReturnStatus interrupted()
@@ -136,27 +99,31 @@ ReturnStatus httpClient::post(QString path, QByteArray &data, HeaderMap headers,
 ReturnStatus httpClient::postFile(KString localDir, KString fileName, QString path, HeaderMap headers, bool https,
                                   QByteArray &body)
 {
-    auto file = std::make_unique<UploadBody>(KQtUtil::toQString(localDir) + KQtUtil::toQString(fileName));
-    if (!file->load(largestUploadBytes)) {
-        return file->isTooLarge() ? ReturnStatus(0, TavrinStrings::getString(TavrinStrings::kHttpUploadTooLarge))
-                                  : ReturnStatus(0);
-    }
+    auto opened = std::make_unique<UploadFile>(KQtUtil::toQString(localDir) + KQtUtil::toQString(fileName));
+    if (!opened->openForUpload())
+        return ReturnStatus(0);
     KString length;
-    length += static_cast<double>(file->size());
+    length += static_cast<double>(opened->size());
     replaceHeader(headers, L"Content-Length", length);
     replaceHeader(headers, L"Content-Type", "application/octet-stream");
-    QNetworkReply *reply = m_manager->post(makeRequest(path, headers, https), file.get());
-    file.release()->setParent(reply);
+    QNetworkReply *reply = m_manager->post(makeRequest(path, headers, https), opened.get());
+    UploadFile *const file = opened.release();
+    file->setParent(reply); // Qt may read it until the reply is deleted
     const Transfer transfer(Transfer::Kind::Upload, KQtUtil::toQString(fileName));
     connect(reply, &QNetworkReply::uploadProgress, &transfer, &Transfer::report);
-    return exchange(reply, m_transferTimeoutMs, body);
+    return exchange(reply, m_transferTimeoutMs, body, file);
+}
+
+void httpClient::expectDownloadBytes(qint64 bytes)
+{
+    m_expectedBytes = bytes;
 }
 
 ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString path, HeaderMap headers, bool https)
 {
     if (m_downloadFile)
         return interrupted();
-    if (!openDownload(localDir, fileName))
+    if (!openDownload(localDir + fileName))
         return closeDownload(ReturnStatus(0));
 
     const QPointer<httpClient> self(this);
@@ -170,7 +137,8 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
     const QUrl target = redirected ? redirectTarget(*m_downloadReply) : QUrl();
     if (!target.isEmpty()) {
         releaseDownloadReply();
-        m_writeFailed = !m_downloadFile->resize(0) || !m_downloadFile->seek(0);
+        if (!openDownload(localDir + fileName)) // takes away the redirect's own body
+            return closeDownload(ReturnStatus(0));
         status = download(plainRequest(target), Certificates::Checked, fileName);
         if (!self)
             return status;
@@ -180,23 +148,26 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
 
 void httpClient::readyReadCB()
 {
-    if (!m_downloadFile || !m_downloadReply || m_writeFailed)
+    if (!m_downloadFile || !m_downloadReply || !m_downloadError.isEmpty())
         return;
     const bool last = m_downloadReply->isFinished();
     if (!last && m_nextSlice.isActive())
         return;
-    do {
-        const QByteArray slice = m_downloadReply->read(sliceBytes);
-        if (slice.isEmpty())
-            return;
-        if (m_downloadFile->write(slice) != slice.size() || !m_downloadFile->flush()) {
-            m_writeFailed = true;
-            if (m_downloadWait)
-                m_downloadWait->stop();
-            return;
-        }
-    } while (last);
-    m_nextSlice.start(0);
+    try {
+        do {
+            const QByteArray slice = m_downloadReply->read(sliceBytes);
+            if (slice.isEmpty())
+                return;
+            if (!writeAll(*m_downloadFile, slice))
+                m_downloadError = writeError(*m_downloadFile);
+        } while (last && m_downloadError.isEmpty());
+    } catch (const std::bad_alloc &) {
+        m_downloadError = TavrinStrings::getString(TavrinStrings::kHttpOutOfMemory);
+    }
+    if (m_downloadError.isEmpty())
+        m_nextSlice.start(0);
+    else if (m_downloadWait)
+        m_downloadWait->stop();
 }
 
 KString httpClient::slotError(QNetworkReply::NetworkError error)
@@ -224,45 +195,81 @@ QNetworkRequest httpClient::makeRequest(const QString &path, const HeaderMap &he
     if (m_port != 0)
         url += QLatin1Char(':') + QString::number(m_port);
     QNetworkRequest request = plainRequest(QUrl(url + path, QUrl::TolerantMode));
-    for (const auto &[name, value] : headers) {
-        const QByteArray key = headerText(name);
-        if (!key.isEmpty())
-            request.setRawHeader(key, headerText(value));
-    }
+    addHeaders(request, headers);
     return request;
 }
 
-/// Waits for \p reply, which is released then, and says how it ended.
-ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArray &body)
+/// Blocks until \p reply has finished, schedules its deletion, and returns its status. \p file is the uploaded file or
+/// null, and belongs to the reply.
+ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArray &body, const UploadFile *file)
 {
     const QPointer<httpClient> self(this);
     ReplyWait wait(reply);
+    QByteArray received;
+    bool isOutOfMemory = false;
+    const auto receive = [&] {
+        try {
+            received += reply->readAll();
+        } catch (const std::bad_alloc &) {
+            isOutOfMemory = true;
+        }
+        if (isOutOfMemory || received.size() > largestReplyBytes)
+            wait.stop();
+    };
+    // Close to the limit, Qt fills the read buffer only after a read; so the bytes are read as they arrive.
+    reply->setReadBufferSize(readBufferBytes);
+    const QObject duringWait;
+    connect(reply, &QNetworkReply::readyRead, &duringWait, receive);
     const ReplyWait::End end = wait.run(timeoutMs);
     if (!self)
         return interrupted();
-    if (end != ReplyWait::End::Finished) {
+    reply->deleteLater();
+    if (end == ReplyWait::End::Finished)
+        receive();
+    else
         reply->abort();
-        reply->deleteLater();
+    if (isOutOfMemory)
+        return failure(TavrinStrings::getString(TavrinStrings::kHttpOutOfMemory));
+    if (received.size() > largestReplyBytes)
+        return failure(TavrinStrings::getString(TavrinStrings::kHttpReplyTooLarge));
+    if (file && file->hasChanged())
+        return failure(TavrinStrings::getString(TavrinStrings::kHttpFileChanged) +
+                       KQtUtil::toKString(file->fileName()));
+    if (end != ReplyWait::End::Finished)
         return unfinished(end == ReplyWait::End::TimedOut);
-    }
-    const std::unique_ptr<QNetworkReply> finishedReply(reply);
-    body = reply->readAll();
+    body = received;
     return outcome(*reply, body.size());
 }
 
-/// A finished reply's status. One that broke off has none worth showing, although its first line may have said 200.
-ReturnStatus httpClient::outcome(const QNetworkReply &reply, qint64 receivedBytes)
+/// The status of a finished reply. A reply that broke off or cannot be read has status 0, also if its first line said
+/// 200. A reply without a length of its own must have \p expectedBytes unless that is negative.
+ReturnStatus httpClient::outcome(const QNetworkReply &reply, qint64 receivedBytes, qint64 expectedBytes)
 {
     ReturnStatus status(reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
+    const qint64 announced = announcedBytes(reply);
     QNetworkReply::NetworkError error = reply.error();
-    if (error == QNetworkReply::NoError && status.IsSuccess() && isShort(reply, receivedBytes))
-        error = QNetworkReply::RemoteHostClosedError;
-    if (error == QNetworkReply::NoError)
+    if (error == QNetworkReply::NoError && status.IsSuccess() && receivedBytes < announced)
+        error = QNetworkReply::RemoteHostClosedError; // Qt sometimes reports success for a cut reply
+    if (error != QNetworkReply::NoError) {
+        if (status.IsSuccess())
+            status.SetStatusCode(0);
+        status.SetErrorMessage(slotError(error));
         return status;
-    if (status.IsSuccess())
-        status.SetStatusCode(0);
-    status.SetErrorMessage(slotError(error));
+    }
+    const QByteArray encoding = unwantedEncoding(reply);
+    if (status.IsSuccess() && !encoding.isEmpty())
+        return failure(TavrinStrings::getString(TavrinStrings::kHttpReplyEncoded) + encoding.constData());
+    if (status.IsSuccess() && announced < 0 && expectedBytes >= 0 && receivedBytes != expectedBytes)
+        return failure(TavrinStrings::getString(TavrinStrings::kHttpWrongSize));
     return status;
+}
+
+/// A failure that the client itself detected.
+ReturnStatus httpClient::failure(const KString &message)
+{
+    if (!m_quiet)
+        KGlobal::displayError(message);
+    return ReturnStatus(0, message);
 }
 
 ReturnStatus httpClient::unfinished(bool timedOut)
@@ -289,8 +296,7 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
     Transfer transfer(Transfer::Kind::Download, fileName);
     // The reply's own signal for this is a rare one, and says nothing about what came before a silence.
     connect(m_downloadReply, &QNetworkReply::readyRead, &transfer, [this, &transfer] {
-        const qint64 total = m_downloadReply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
-        transfer.report(m_downloadFile->pos() + m_downloadReply->bytesAvailable(), total);
+        transfer.report(m_downloadFile->pos() + m_downloadReply->bytesAvailable(), announcedBytes(*m_downloadReply));
     });
     ReplyWait wait(m_downloadReply);
     m_downloadWait = &wait;
@@ -299,24 +305,28 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
         return interrupted();
     m_downloadWait = nullptr;
     m_nextSlice.stop();
-    if (m_writeFailed)
+    if (!m_downloadError.isEmpty())
         return ReturnStatus(0);
     if (end != ReplyWait::End::Finished)
         return unfinished(end == ReplyWait::End::TimedOut);
-    return outcome(*m_downloadReply, m_downloadFile->size() + m_downloadReply->bytesAvailable());
+    return outcome(*m_downloadReply, m_downloadFile->size() + m_downloadReply->bytesAvailable(), m_expectedBytes);
 }
 
-bool httpClient::openDownload(const QString &localDir, const QString &fileName)
+/// Creates the empty file \p path in place of an older file or link. An older one that cannot be removed is refused,
+/// since writing would follow a link.
+bool httpClient::openDownload(const QString &path)
 {
-    QDir().mkpath(localDir);
-    m_downloadFile = std::make_unique<QFile>(localDir + fileName);
-    // Also takes away a link, which writing would follow.
-    m_downloadFile->remove();
-    m_writeFailed = !m_downloadFile->open(QIODevice::WriteOnly);
-    return !m_writeFailed;
+    const QFileInfo older(path);
+    older.dir().mkpath(QStringLiteral("."));
+    m_downloadFile = std::make_unique<QFile>(path);
+    const bool isFree = (!older.exists() && !older.isSymLink()) || m_downloadFile->remove();
+    const QIODevice::OpenMode mode = QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered;
+    m_downloadError = isFree && m_downloadFile->open(mode) ? KString() : writeError(*m_downloadFile);
+    return m_downloadError.isEmpty();
 }
 
-/// Takes the last bytes of a good download, ends it, and tells a file that could not be written from one that was.
+/// Writes the remaining bytes of a successful download, closes the file, and reports a failure to write it, which
+/// removes the file.
 ReturnStatus httpClient::closeDownload(const ReturnStatus &status)
 {
     if (status.IsSuccess())
@@ -324,18 +334,14 @@ ReturnStatus httpClient::closeDownload(const ReturnStatus &status)
     releaseDownloadReply();
     const std::unique_ptr<QFile> file = std::move(m_downloadFile);
     const bool wasOpen = file->isOpen();
-    m_writeFailed = m_writeFailed || !file->flush();
-    const KString reason = KQtUtil::toKString(file->fileName() + QStringLiteral(" (") + file->errorString() + ')');
     file->close();
-    if (!m_writeFailed)
+    if (m_downloadError.isEmpty() && file->error() != QFileDevice::NoError)
+        m_downloadError = writeError(*file); // network file systems report here
+    if (m_downloadError.isEmpty())
         return status;
-
     if (wasOpen)
         file->remove();
-    const KString message = TavrinStrings::getString(TavrinStrings::kHttpFileWriteError) + reason;
-    if (!m_quiet)
-        KGlobal::displayError(message);
-    return ReturnStatus(0, message);
+    return failure(m_downloadError);
 }
 
 /// Aborts the download reply if it still runs.

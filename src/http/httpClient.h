@@ -1,7 +1,7 @@
 // http/httpClient.h
 //
-// Blocking HTTP requests on the host's user-interface thread. A call returns when its own reply has finished or its
-// time-out has passed; until then timers, paints and sockets are served and user input waits.
+// Blocking HTTP requests on the host's user-interface thread. Each call runs a nested event loop without user input
+// until its own reply has finished or its time-out has passed.
 
 #pragma once
 
@@ -24,7 +24,7 @@
 
 class QNetworkAccessManager;
 class ReplyWait;
-class Transfer;
+class UploadFile;
 
 /// Calls on one client follow one another. Different clients may wait at the same time, one inside the other, and a
 /// client may be destroyed while one of its calls waits: that call then returns status 0. Each call is a Transfer.
@@ -42,19 +42,27 @@ public:
     /// nothing, the port included.
     void setHost(const char *host, unsigned int port);
 
-    /// GET of \p path (absolute, with its query, escaped as it goes on the wire). \p body receives the reply's bytes,
-    /// an error page included, and is left alone on time-out. Returns the HTTP status: 0 when the service sent none or
-    /// its reply broke off, 408 on time-out. Failures carry a message, which the host's error output shows as well.
+    /// Sends a GET for \p path (absolute, with its query, escaped as on the wire) and stores the reply's bytes in
+    /// \p body, error pages included. Returns the HTTP status; 408 on time-out; 0 if the service sent none, the reply
+    /// broke off, is larger than 16 MiB, or came in a content encoding that \p headers did not ask for. Failures carry
+    /// a message, which the host's error output shows as well. \p body is unchanged after a time-out and a reply that
+    /// is too large.
     ReturnStatus get(QString path, HeaderMap headers, bool https, QByteArray &body);
-    /// POST of \p data; the caller's \p headers name its type. Otherwise as get.
+    /// Sends a POST of \p data; the caller's \p headers name its type. Otherwise as get.
     ReturnStatus post(QString path, QByteArray &data, HeaderMap headers, bool https, QByteArray &body);
 
-    /// Streams the reply into the file \p localDir + \p fileName (no separator is added), replacing an old one and
-    /// making missing directories. Accepts any certificate; follows one 302, without \p headers and with certificates
-    /// checked. A file that cannot be written ends the call with status 0 and is removed.
+    /// Sets the size that the service gives for the files of the following downloads, or -1 (the default) if it gives
+    /// none. It decides whether a reply without a Content-Length is complete.
+    void expectDownloadBytes(qint64 bytes);
+    /// Streams the reply into the new file \p localDir + \p fileName (no separator is added) in place of an older one,
+    /// and makes missing directories. Accepts any certificate. Follows one 302, without \p headers and with
+    /// certificates checked. If an older file cannot be removed, or the file cannot be written, the call returns status
+    /// 0 with the system's reason, and a file that it began is removed. After other failures the bytes that arrived
+    /// stay there.
     ReturnStatus getFile(QString localDir, QString fileName, QString path, HeaderMap headers, bool https);
-    /// POST of the file \p localDir + \p fileName, which is held in memory once. Status 0, nothing sent and no message
-    /// when it cannot be read; with a message when it is larger than 2 GiB - 64 bytes. Otherwise as post.
+    /// Sends a POST of the file \p localDir + \p fileName, which is read while it is sent. Returns status 0 without a
+    /// message, and sends nothing, if it is not a regular file that can be read. Returns status 0 with a message if
+    /// another program changes it meanwhile; the service gets an incomplete body then. Otherwise as post.
     ReturnStatus postFile(KString localDir, KString fileName, QString path, HeaderMap headers, bool https,
                           QByteArray &body);
 
@@ -75,11 +83,12 @@ private:
     enum class Certificates { Checked, Ignored };
 
     QNetworkRequest makeRequest(const QString &path, const HeaderMap &headers, bool https) const;
-    ReturnStatus outcome(const QNetworkReply &reply, qint64 receivedBytes);
+    ReturnStatus exchange(QNetworkReply *reply, int timeoutMs, QByteArray &body, const UploadFile *file = nullptr);
+    ReturnStatus outcome(const QNetworkReply &reply, qint64 receivedBytes, qint64 expectedBytes = -1);
+    ReturnStatus failure(const KString &message);
     ReturnStatus unfinished(bool timedOut);
-    ReturnStatus exchange(QNetworkReply *reply, int timeoutMs, QByteArray &body);
     ReturnStatus download(const QNetworkRequest &request, Certificates certificates, const QString &fileName);
-    bool openDownload(const QString &localDir, const QString &fileName);
+    bool openDownload(const QString &path);
     ReturnStatus closeDownload(const ReturnStatus &status);
     void releaseDownloadReply();
 
@@ -94,6 +103,7 @@ private:
     QNetworkReply *m_downloadReply = nullptr;
     std::unique_ptr<QFile> m_downloadFile;
     ReplyWait *m_downloadWait = nullptr;
-    bool m_writeFailed = false;
+    KString m_downloadError; ///< why the file could not be written; empty otherwise
+    qint64 m_expectedBytes = -1;
     QTimer m_nextSlice;
 };

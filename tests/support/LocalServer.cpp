@@ -66,6 +66,8 @@ QList<QByteArray> Request::headerValues(const QByteArray &name) const
 
 QByteArray Reply::wire() const
 {
+    if (!m_raw.isEmpty())
+        return m_raw.left(m_limit);
     const QByteArray length = QByteArray::number(m_body.size());
     const QByteArray head = "HTTP/1.1 " + QByteArray::number(m_status) + " Status\r\n" + m_headers;
     return (head + "Content-Length: " + length + "\r\n\r\n" + m_body).mid(0, m_limit);

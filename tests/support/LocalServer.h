@@ -36,11 +36,18 @@ struct Request
     QByteArray header(const QByteArray &name) const { return headerValues(name).value(0); }
 };
 
-/// What the server sends, with a Content-Length.
+/// What the server sends; with a Content-Length unless it is raw.
 class Reply
 {
 public:
     explicit Reply(int status = 200) : m_status(status) {}
+    /// A reply that is sent as it is, head included; the server then closes the connection.
+    static Reply raw(const QByteArray &wire)
+    {
+        Reply reply;
+        reply.m_raw = wire;
+        return reply.cutAfter(wire.size());
+    }
 
     Reply &header(const QByteArray &name, const QByteArray &value)
     {
@@ -69,6 +76,7 @@ private:
     QByteArray wire() const;
 
     int m_status;
+    QByteArray m_raw;
     QByteArray m_headers;
     QByteArray m_body;
     int m_delayMs = 0;
