@@ -213,7 +213,7 @@ void HttpConnection::respond()
     m_toSend = m_response.source ? std::numeric_limits<qint64>::max() : m_response.length();
     if (bodyless)
         m_toSend = 0;
-    else if (m_response.source && !m_chunked)
+    else if (m_response.noLength || (m_response.source && !m_chunked))
         m_head.keepAlive = false; // the end of the connection is the end of the body
     if (m_response.cutAfter >= 0) {
         m_toSend = std::min(m_toSend, m_response.cutAfter);
@@ -232,7 +232,7 @@ void HttpConnection::writeHead()
         text += singleLine(entry.first) + ": " + singleLine(entry.second) + "\r\n";
     if (m_chunked)
         text += "Transfer-Encoding: chunked\r\n";
-    else if (!m_response.source && m_response.status != 304 && m_response.status != 204)
+    else if (!m_response.source && !m_response.noLength && m_response.status != 304 && m_response.status != 204)
         text += "Content-Length: " + QByteArray::number(m_response.length()) + "\r\n";
     text += "Date: " + httpDate(QDateTime::currentSecsSinceEpoch()) + "\r\nServer: localcloud\r\n";
     text += m_head.keepAlive ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";

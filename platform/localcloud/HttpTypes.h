@@ -63,10 +63,11 @@ struct HttpResponse
     /// Gives the body piece by piece as the client takes it, an empty one at its end.
     std::function<QByteArray()> source;
 
-    int delayMs = 0;      ///< waits before the first byte
-    qint64 cutAfter = -1; ///< closes the connection after so many bytes of the body; -1 never
-    bool hang = false;    ///< never answers
-    bool garbage = false; ///< answers with bytes that are no HTTP
+    int delayMs = 0;       ///< waits before the first byte
+    bool noLength = false; ///< sends no Content-Length; the end of the connection ends the body
+    qint64 cutAfter = -1;  ///< closes the connection after so many bytes of the body; -1 never
+    bool hang = false;     ///< never answers
+    bool garbage = false;  ///< answers with bytes that are no HTTP
 
     /// Replaces status, body and Content-Type.
     void set(int code, const QByteArray &type, const QByteArray &text);

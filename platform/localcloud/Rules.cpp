@@ -55,6 +55,7 @@ void answer(const RuleAction &action, HttpResponse &response)
     case Kind::Delay:
     case Kind::Cut:
     case Kind::SignedRedirect:
+    case Kind::NoLength:
         break;
     }
 }
@@ -62,8 +63,10 @@ void answer(const RuleAction &action, HttpResponse &response)
 /// Nothing for what is no action.
 std::optional<RuleAction> parseAction(const QString &text)
 {
-    static const QHash<QString, Kind> words{
-        {"hang", Kind::Hang}, {"garbage", Kind::Garbage}, {"signed-redirect", Kind::SignedRedirect}};
+    static const QHash<QString, Kind> words{{"hang", Kind::Hang},
+                                            {"garbage", Kind::Garbage},
+                                            {"signed-redirect", Kind::SignedRedirect},
+                                            {"no-length", Kind::NoLength}};
     static const QHash<QString, Kind> numbers{{"status", Kind::Status}, {"delay", Kind::Delay}, {"cut", Kind::Cut}};
     static const QHash<QString, Kind> texts{{"redirect", Kind::Redirect}, {"body", Kind::Body}};
 
@@ -131,6 +134,8 @@ bool Rules::apply(HttpRequest &request, HttpResponse &response)
             response.cutAfter = rule.action.number;
         } else if (rule.action.kind == Kind::SignedRedirect) {
             request.signedRedirect = true;
+        } else if (rule.action.kind == Kind::NoLength) {
+            response.noLength = true;
         } else if (!answered) {
             answer(rule.action, response);
             answered = true;

@@ -14,7 +14,7 @@ namespace localcloud {
 /// What a rule does. \a number is a status, milliseconds or bytes; \a text an address or a file.
 struct RuleAction
 {
-    enum class Kind { Status, Delay, Hang, Cut, Redirect, Body, Garbage, SignedRedirect };
+    enum class Kind { Status, Delay, Hang, Cut, Redirect, Body, Garbage, SignedRedirect, NoLength };
     Kind kind = Kind::Status;
     qint64 number = 0;
     QString text;
@@ -25,7 +25,7 @@ class Rules
 public:
     /// Host and path are globs ("*" also matches "/"); the path is compared without its query, as it came and decoded.
     /// Actions are `status=N`, `delay=MS`, `hang`, `cut=BYTES`, `redirect=URL`, `body=FILE`, `garbage` and
-    /// `signed-redirect`; false for any other. The rule ends after \p times requests, 0 means never.
+    /// `signed-redirect`, `no-length`; false for any other. The rule ends after \p times requests, 0 means never.
     bool add(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
 
     /// Adds "HOST PATH-GLOB ACTION"; false when a word is missing or the action is unknown.
@@ -35,8 +35,8 @@ public:
     /// Whether any rule names \p host.
     bool mentions(const QString &host) const;
 
-    /// Applies every matching delay, cut and signed-redirect, and the first matching other action. True when the
-    /// response is complete and no service is to be asked.
+    /// Applies every matching delay, cut, signed-redirect and no-length, and the first matching other action. True when
+    /// the response is complete and no service is to be asked.
     bool apply(HttpRequest &request, HttpResponse &response);
 
 private:

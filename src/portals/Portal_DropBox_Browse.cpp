@@ -9,6 +9,7 @@
 
 #include <openkelda/KGlobal.h>
 
+#include <limits>
 #include <optional>
 
 using namespace ICloudPortalApi;
@@ -36,11 +37,23 @@ std::optional<Place> placeOf(ICloudItem *item, ILogin *login)
     return Place{KQtUtil::toQString(root), KQtUtil::toQString(path)};
 }
 
-/// The client sends nothing and gives no reason when the local file is missing or cannot be read.
-void tellUnreadable(ReturnStatus &status, const KString &localPath)
+/// Adds the message that the client leaves out if the local file is missing or cannot be read.
+void reportUnreadable(ReturnStatus &status, const KString &localPath)
 {
     status.SetErrorMessage(TavrinStrings::getString(TavrinStrings::kHttpFileReadError) + localPath);
     KGlobal::displayError(status.GetErrorMessage());
+}
+
+/// The size of \p item in the listing; -1 if the listing names none or \p item is null. The listing's size is a 32-bit
+/// number whose largest value also stands for every larger one.
+qint64 listedBytes(ICloudItem *item)
+{
+    KString text;
+    if (!item || !item->GetProperty("bytes", text))
+        return -1;
+    bool isNumber = false;
+    const int bytes = KQtUtil::toQString(text).toInt(&isNumber);
+    return isNumber && bytes < std::numeric_limits<int>::max() ? bytes : -1;
 }
 
 } // namespace
@@ -64,12 +77,14 @@ bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap 
 
 bool Portal_DropBox_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName)
 {
+    const qint64 bytes = listedBytes(item);
     const std::optional<Place> place = placeOf(item, login);
     if (!place)
         return false;
     auto &session = static_cast<Portal_DropBox_Login &>(*login);
     httpClient client;
     client.setHost(session.GetContentHost().utf8(), 0);
+    client.expectDownloadBytes(bytes);
     const QString path = DropBoxRequests::download(place->root, place->path);
     return SucceededOrShown(client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName), path,
                                            session.GetRequestHeaders(), true));
@@ -87,8 +102,8 @@ bool Portal_DropBox_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder
     QByteArray body;
     const QString path = DropBoxRequests::upload(place->root, place->path, KQtUtil::toQString(fileName));
     ReturnStatus status = client.postFile(localFolder, fileName, path, session.GetRequestHeaders(), true, body);
-    if (!status.IsSuccess() && status.GetErrorMessage().isEmpty())
-        tellUnreadable(status, localFolder + fileName);
+    if (status.GetStatusCode() == 0 && status.GetErrorMessage().isEmpty())
+        reportUnreadable(status, localFolder + fileName);
     if (!SucceededOrShown(status))
         return false;
     const bool isStored = DropBoxReplies::isStored(body);

@@ -137,6 +137,7 @@ private slots:
         const std::tuple<QString, QString, int, QString, int> faults[] = {
             {"", "status=500", 500, "Sorry", 1},
             {"up.fbx", "status=507", 507, "Sorry", 1},
+            {"up.fbx", "redirect=/elsewhere", 302, "", 1},
             {"gone.fbx", "delay=0", 0, "The file cannot be read: " + local("gone.fbx"), 0},
             {".", "delay=0", 0, "The file cannot be read: " + local("."), 0},
             {"up.fbx", "body=" + local("zero"), -1, "The service did not confirm that the file was stored.", 1},
@@ -156,10 +157,49 @@ private slots:
             const bool done = name.isEmpty() ? listed(root()) != "failed" : upload(root(), name);
             QVERIFY(!done && m_fixture->requests().size() == requests);
             const QString error = m_fixture->host.errors().join('|');
-            QVERIFY2(error.startsWith(text), qPrintable(error));
-            QCOMPARE(m_fixture->boxes.join('|'), code < 0 ? "" : QString("Http code: %1 \n%2").arg(code).arg(error));
+            QCOMPARE(error.left(text.size()), text);
+            const QString reason = error.isEmpty() ? QString() : " \n" + error;
+            QCOMPARE(m_fixture->boxes.join('|'), code < 0 ? "" : "Http code: " + QString::number(code) + reason);
         }
         QCOMPARE(readFile(local("up.fbx")) + readFile(m_remote + "up.fbx"), QByteArray("an uploadbefore"));
+    }
+
+    void downloadWithoutLengthHasTheSizeOfTheListing_data()
+    {
+        QTest::addColumn<QString>("listed");
+        QTest::addColumn<QString>("rule");
+        QTest::addColumn<bool>("isWhole");
+        QTest::newRow("whole") << "9"
+                               << "no-length" << true;
+        QTest::newRow("cut") << "9"
+                             << "cut=5" << false;
+        QTest::newRow("changed since the listing, with a length") << "5"
+                                                                  << "delay=0" << true;
+        QTest::newRow("changed since the listing") << "5"
+                                                   << "no-length" << false;
+        QTest::newRow("size not listed") << ""
+                                         << "no-length" << true;
+        QTest::newRow("size too large for the listing") << "2147483647"
+                                                        << "no-length" << true;
+    }
+
+    void downloadWithoutLengthHasTheSizeOfTheListing()
+    {
+        QFETCH(QString, listed);
+        QFETCH(QString, rule);
+        QFETCH(bool, isWhole);
+        signIn();
+        writeFile(m_remote + "cup.obj", "the model");
+        m_fixture->cloud.addRule("*", "/1/files/*", rule);
+        if (rule.startsWith("cut"))
+            m_fixture->cloud.addRule("*", "/1/files/*", "no-length");
+        Item item = makeItem("/cup.obj");
+        if (!listed.isEmpty())
+            item->SetProperty("bytes", KQtUtil::toKString(listed));
+        QCOMPARE(download(std::move(item), "cup.obj"), isWhole);
+        const QString message = "The downloaded file does not have the size that the list shows. Refresh the list and "
+                                "try again.";
+        QCOMPARE(m_fixture->boxes, isWhole ? QStringList() : QStringList("Http code: 0 \n" + message));
     }
 
 private:
