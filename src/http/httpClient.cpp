@@ -211,6 +211,7 @@ ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArra
         try {
             received += reply->readAll();
         } catch (const std::bad_alloc &) {
+            received = QByteArray();
             isOutOfMemory = true;
         }
         if (isOutOfMemory || received.size() > largestReplyBytes)
