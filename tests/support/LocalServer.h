@@ -41,12 +41,14 @@ class Reply
 {
 public:
     explicit Reply(int status = 200) : m_status(status) {}
-    /// A reply that is sent as it is, head included; the server then closes the connection.
+    /// A reply that is sent as it is, head included, with "Connection: close" added; the server then closes the
+    /// connection.
     static Reply raw(const QByteArray &wire)
     {
         Reply reply;
         reply.m_raw = wire;
-        return reply.cutAfter(wire.size());
+        reply.m_raw.insert(wire.indexOf("\r\n") + 2, "Connection: close\r\n");
+        return reply.cutAfter(reply.m_raw.size());
     }
 
     Reply &header(const QByteArray &name, const QByteArray &value)
