@@ -6,10 +6,12 @@
 #include "TavrinHelper.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QMenu>
 #include <QProxyStyle>
 #include <QStyleOptionMenuItem>
 #include <QStylePainter>
+#include <QTextDocument>
 #include <QToolBar>
 #include <QToolButton>
 
