@@ -5,12 +5,22 @@
 #include <QTextDocument>
 #include <QToolTip>
 
+QSize FileListDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+}
+
 bool FileListDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
                                  const QModelIndex &index)
 {
     if (!event || !view || event->type() != QEvent::ToolTip)
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    const QString text = index.data(Qt::ToolTipRole).toString();
+    QStringList lines;
+    if (QStyledItemDelegate::sizeHint(option, index).width() > option.rect.width())
+        lines << index.data(Qt::DisplayRole).toString();
+    lines << index.data(Qt::ToolTipRole).toString();
+    lines.removeAll(QString());
+    const QString text = lines.join(QLatin1Char('\n'));
     QToolTip::showText(event->globalPos(), text.isEmpty() ? QString() : Qt::convertFromPlainText(text), view);
     return !text.isEmpty();
 }

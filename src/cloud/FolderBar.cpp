@@ -110,7 +110,7 @@ void FolderBar::fillMenu()
     const QList<QAction *> steps = path();
     for (QAction *step : steps) {
         if (!step->isVisible() && !isSeparator(step))
-            connect(menu->addAction(step->text()), &QAction::triggered, step, &QAction::trigger);
+            connect(menu->addAction(step->text()), &QAction::triggered, step, &QAction::trigger, Qt::QueuedConnection);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QHelpEvent>
 #include <QMenu>
 #include <QProxyStyle>
 #include <QStyleOptionMenuItem>
@@ -14,6 +15,7 @@
 #include <QTextDocument>
 #include <QToolBar>
 #include <QToolButton>
+#include <QToolTip>
 
 using ICloudPortalApi::ICloudItem;
 
@@ -52,12 +54,36 @@ public:
     }
 };
 
+/// Ignores typed characters: Qt would choose the entry with that mnemonic, whether the style shows it or not.
+class LiteralTextMenu : public QMenu
+{
+public:
+    explicit LiteralTextMenu(QWidget *parent) : QMenu(parent)
+    {
+        auto *style = new LiteralTextStyle;
+        style->setParent(this);
+        setStyle(style);
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        const QString typed = event->text();
+        const bool isCharacter = !typed.isEmpty() && typed.at(0).isPrint();
+        const bool activates =
+            event->key() == Qt::Key_Space && style()->styleHint(QStyle::SH_Menu_SpaceActivatesItem, nullptr, this);
+        if (!isCharacter || activates)
+            QMenu::keyPressEvent(event);
+    }
+};
+
 QMenu *createFolderMenu(QToolBar *bar, const ICloudPortalApi::ItemVector &folders)
 {
     QMenu *menu = CreateLiteralTextMenu(bar);
     for (ICloudItem *folder : folders) {
         QAction *action = menu->addAction(KQtUtil::toQString(folder->GetDisplayName()));
-        QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick);
+        // From the event loop: the menu uses itself after the signal, and the host may delete it during the click.
+        QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick, Qt::QueuedConnection);
         folder->SetFolderActionArrow(action);
     }
     return menu;
@@ -84,18 +110,43 @@ QString LiteralText(const QString &text)
 
 QMenu *CreateLiteralTextMenu(QWidget *parent)
 {
-    auto *menu = new QMenu(parent);
-    auto *style = new LiteralTextStyle;
-    style->setParent(menu);
-    menu->setStyle(style);
-    return menu;
+    return new LiteralTextMenu(parent);
+}
+
+LiteralTextButton::LiteralTextButton(const QString &text, QWidget *parent) : QPushButton(parent)
+{
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    setText(text);
+}
+
+void LiteralTextButton::setText(const QString &text)
+{
+    QPushButton::setText(text);
+    setShortcut(QKeySequence());
 }
 
 QSize LiteralTextButton::sizeHint() const
 {
-    QSize size = QPushButton::sizeHint();
-    size.rwidth() += text().count(QLatin1Char('&')) * fontMetrics().horizontalAdvance(QLatin1Char('&'));
-    return size;
+    ensurePolished();
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    const QString line = text().simplified();
+    const QSize size(fontMetrics().horizontalAdvance(line), fontMetrics().height());
+    return style()->sizeFromContents(QStyle::CT_PushButton, &option, size, this);
+}
+
+bool LiteralTextButton::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QPushButton::event(event);
+    const QString tip = isElided() ? Qt::convertFromPlainText(text()) : QString();
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), tip, this);
+    return true;
+}
+
+bool LiteralTextButton::isElided() const
+{
+    return width() < sizeHint().width();
 }
 
 void LiteralTextButton::paintEvent(QPaintEvent *)
@@ -103,7 +154,12 @@ void LiteralTextButton::paintEvent(QPaintEvent *)
     QStylePainter painter(this);
     QStyleOptionButton option;
     initStyleOption(&option);
-    option.text = LiteralText(option.text);
+    QString line = text().simplified();
+    if (isElided()) {
+        const int room = style()->subElementRect(QStyle::SE_PushButtonContents, &option, this).width();
+        line = fontMetrics().elidedText(line, Qt::ElideMiddle, room);
+    }
+    option.text = LiteralText(line);
     painter.drawControl(QStyle::CE_PushButton, option);
 }
 

@@ -21,19 +21,29 @@ class ICloudItem;
 /// \p text as a style must get it to draw every "&" of it.
 QString LiteralText(const QString &text);
 
-/// An empty menu that shows the "&" of its entries instead of taking it for a mnemonic; \p parent owns it.
+/// An empty menu whose entries may have names from a service: it shows every "&", and typed characters choose nothing.
+/// \p parent owns it.
 QMenu *CreateLiteralTextMenu(QWidget *parent);
 
-/// A button whose text may hold a service's words: an "&" is shown as it stands and is no mnemonic.
+/// A button whose text may come from a service. The text is shown on one line, with every "&", and defines neither a
+/// shortcut nor the width of the layout: where it does not fit, the button leaves out the middle and shows the whole
+/// text as its tool tip.
 class LiteralTextButton : public QPushButton
 {
     Q_OBJECT
 public:
-    using QPushButton::QPushButton;
+    LiteralTextButton(const QString &text, QWidget *parent);
+
+    /// Hides the function of the base class, which would make the letter after an "&" a shortcut.
+    void setText(const QString &text);
     QSize sizeHint() const override;
 
 protected:
+    bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    bool isElided() const;
 };
 
 /// A page button of the pager; \p parent owns it.

@@ -1,5 +1,6 @@
 #include "cloud/Portal_CloudBrowserDockWidget.h"
 
+#include "cloud/AfterInput.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "cloud/UiText.h"
 
@@ -8,6 +9,7 @@
 #include <QMainWindow>
 #include <QScopedValueRollback>
 #include <QScreen>
+#include <QTabBar>
 #include <QTabWidget>
 
 #include <vector>
@@ -43,7 +45,9 @@ Portal_CloudBrowserDockWidget::Portal_CloudBrowserDockWidget(QWidget *parent)
     setWidget(m_tabWidget);
     setFeatures(DockWidgetClosable | DockWidgetMovable | DockWidgetFloatable);
     setWindowTitle(UiText(TavrinStrings::kCloudPortalWindowLabel));
-    connect(m_tabWidget, &QTabWidget::currentChanged, this, &Portal_CloudBrowserDockWidget::currentTabPageChanged);
+    auto *input = new AfterInput(m_tabWidget->tabBar());
+    connect(m_tabWidget, &QTabWidget::currentChanged, this,
+            [this, input](int index) { input->run(this, [this, index] { currentTabPageChanged(index); }); });
 
     m_mainWindow = qobject_cast<QMainWindow *>(KQtUtil::mainWindow());
     Settings(kSettingsName).getWindowSize(m_windowWidth, m_windowHeight);
@@ -62,13 +66,15 @@ Portal_CloudBrowserDockWidget::~Portal_CloudBrowserDockWidget()
 void Portal_CloudBrowserDockWidget::AddPortalTab(Portal_CloudBrowser *browser, Portal_CloudBrowserWindows *window,
                                                  ICloudPortalApi::IPortal *portal)
 {
+    const QPointer<Portal_CloudBrowserDockWidget> self(this);
     const QIcon icon = TavrinHelper::portalIcon(portal->GetPortalDisplayIconFilename());
+    if (!self)
+        return;
     const int index = m_tabWidget->addTab(window, icon, KQtUtil::toQString(portal->GetPortalDisplayName()));
     m_tabWidget->setStyleSheet(QString::fromLatin1(kTabStyle));
     m_tabIndex[browser] = index;
     window->SetOwners(this, browser, m_mainWindow);
 
-    const QPointer<Portal_CloudBrowserDockWidget> self(this);
     if (browser->isUserLoggedIn() && self)
         browser->LoginDoneCB(true);
     if (self && m_tabIndex.size() == 1)
@@ -83,6 +89,7 @@ void Portal_CloudBrowserDockWidget::ShowPortal(Portal_CloudBrowser *browser)
 void Portal_CloudBrowserDockWidget::IgnoreTabChanges()
 {
     m_tabWidget->disconnect(this);
+    m_tabIndex.clear(); // for a tab change that still waits in the event loop
 }
 
 void Portal_CloudBrowserDockWidget::currentTabPageChanged(int newIndex)

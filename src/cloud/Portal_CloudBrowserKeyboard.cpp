@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QShortcut>
 #include <QToolBar>
 
@@ -39,14 +40,16 @@ void Portal_CloudBrowserWindows::CreateShortcuts()
         });
     }
 
-    auto *refresh = new QAction(UiText(TavrinStrings::kCloudPortalRefresh), this);
-    refresh->setShortcut(Qt::Key_F5);
-    refresh->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    refresh->setAutoRepeat(false);
-    connect(refresh, &QAction::triggered, this, [this] { reloadFolder(); });
-    addAction(refresh);
-    m_fileList->addAction(refresh);
-    m_fileList->setContextMenuPolicy(Qt::ActionsContextMenu);
+    m_refreshAction = new QAction(UiText(TavrinStrings::kCloudPortalRefresh), this);
+    m_refreshAction->setShortcut(Qt::Key_F5);
+    m_refreshAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    m_refreshAction->setAutoRepeat(false);
+    // From the event loop, since a menu that the action is chosen from uses itself after the signal.
+    connect(
+        m_refreshAction, &QAction::triggered, this, [this] { reloadFolder(); }, Qt::QueuedConnection);
+    addAction(m_refreshAction);
+    m_fileList->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_fileList, &QWidget::customContextMenuRequested, this, &Portal_CloudBrowserWindows::showListMenu);
 
     OrderFolderButtons(m_loginButton, m_folderBar);
 }
@@ -57,6 +60,15 @@ void Portal_CloudBrowserWindows::KeepFocus()
     const QWidget *focus = QApplication::focusWidget();
     if (m_folderBar->isAncestorOf(focus) || m_parentBar->isAncestorOf(focus))
         m_fileList->setFocus();
+}
+
+/// Qt::ActionsContextMenu would put the menu on the stack, where deleting the page must not delete it.
+void Portal_CloudBrowserWindows::showListMenu(const QPoint &at)
+{
+    auto *menu = new QMenu(m_fileList);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(m_refreshAction);
+    menu->popup(m_fileList->viewport()->mapToGlobal(at));
 }
 
 void Portal_CloudBrowserWindows::reloadFolder()

@@ -1,5 +1,6 @@
 // The widgets of a portal's page, from top to bottom.
 
+#include "cloud/AfterInput.h"
 #include "cloud/FileListDelegate.h"
 #include "cloud/FolderBar.h"
 #include "cloud/NavigationWidgets.h"
@@ -14,6 +15,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
 #include <QToolButton>
@@ -152,7 +154,9 @@ void Portal_CloudBrowserWindows::CreateSearchBar()
     m_searchText = new QLineEdit(m_searchBar);
     m_searchText->setMaximumHeight(kBarHeight);
     m_searchText->setAccessibleName(QStringLiteral("SearchTextInput"));
-    connect(m_searchText, &QLineEdit::returnPressed, this, &Portal_CloudBrowserWindows::searchTextReturnPressEvent);
+    // From the event loop: the field uses itself after the signal, and the host may delete it during the search.
+    connect(m_searchText, &QLineEdit::returnPressed, this, &Portal_CloudBrowserWindows::searchTextReturnPressEvent,
+            Qt::QueuedConnection);
     m_searchBar->addWidget(m_searchText);
 
     m_searchAction = new QAction(GetIconSearch(), UiText(TavrinStrings::kCloudPortalSearch), m_searchBar);
@@ -169,9 +173,12 @@ void Portal_CloudBrowserWindows::CreateFileList()
     m_fileList->setAccessibleName(QStringLiteral("ListOfFileFromCloud"));
     m_fileList->setUniformItemSizes(true);
     m_fileList->setItemDelegate(new FileListDelegate(m_fileList));
-    connect(m_fileList, &QListWidget::itemDoubleClicked, this, &Portal_CloudBrowserWindows::ListViewItemDoubleClick);
+    m_fileList->setTextElideMode(Qt::ElideMiddle);
+    connect(m_fileList, &QListWidget::itemDoubleClicked, this, &Portal_CloudBrowserWindows::openLater);
+    auto *input = new AfterInput(m_fileList);
+    input->watch(m_fileList->viewport());
     connect(m_fileList, &QListWidget::itemSelectionChanged, this,
-            &Portal_CloudBrowserWindows::ListViewItemSelectChange);
+            [this, input] { input->run(this, [this] { ListViewItemSelectChange(); }); });
 }
 
 bool Portal_CloudBrowserWindows::CreatePageSearchBrowserUI()
@@ -231,8 +238,9 @@ void Portal_CloudBrowserWindows::CreateItemsPerPageBox(QHBoxLayout *row)
                                    UiText(TavrinStrings::kCloudPortalItems));
     }
     m_itemsPerPageBox->setCurrentIndex(2);
+    // From the event loop: the box uses itself after the signal, and the host may delete it during the fetch.
     connect(m_itemsPerPageBox, qOverload<int>(&QComboBox::currentIndexChanged), this,
-            &Portal_CloudBrowserWindows::ItemPerPageClick);
+            &Portal_CloudBrowserWindows::ItemPerPageClick, Qt::QueuedConnection);
     row->addWidget(m_itemsPerPageBox, 0, Qt::AlignRight);
 }
 
@@ -246,7 +254,9 @@ QTabWidget *Portal_CloudBrowserWindows::CreateImportExportTabs()
         RefreshExporterFilterList();
     }
     tabs->setMaximumHeight(105);
-    connect(tabs, &QTabWidget::currentChanged, this, &Portal_CloudBrowserWindows::exportImportTabPageChanged);
+    auto *input = new AfterInput(tabs->tabBar());
+    connect(tabs, &QTabWidget::currentChanged, this,
+            [this, input](int index) { input->run(this, [this, index] { exportImportTabPageChanged(index); }); });
     return tabs;
 }
 

@@ -7,7 +7,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QSignalBlocker>
 #include <QTabWidget>
 
 #include <algorithm>
@@ -22,22 +21,29 @@ std::vector<QPointer<ICloudItem>> guarded(const ICloudPortalApi::ItemVector &ite
     return {items.begin(), items.end()};
 }
 
-/// Keeps the list from painting and signalling while it is emptied and filled.
+/// Keeps the list from painting and signalling while it is emptied and filled. The list may be deleted meanwhile.
 class ListUpdate
 {
 public:
-    explicit ListUpdate(QListWidget *list) : m_list(list), m_updated(list->updatesEnabled()), m_blocker(list)
+    explicit ListUpdate(QListWidget *list)
+        : m_list(list), m_updated(list->updatesEnabled()), m_blocked(list->blockSignals(true))
     {
         m_list->setUpdatesEnabled(false);
     }
-    ~ListUpdate() { m_list->setUpdatesEnabled(m_updated); }
+    ~ListUpdate()
+    {
+        if (!m_list)
+            return;
+        m_list->setUpdatesEnabled(m_updated);
+        m_list->blockSignals(m_blocked);
+    }
     ListUpdate(const ListUpdate &) = delete;
     ListUpdate &operator=(const ListUpdate &) = delete;
 
 private:
-    QListWidget *m_list;
+    QPointer<QListWidget> m_list;
     bool m_updated;
-    QSignalBlocker m_blocker;
+    bool m_blocked;
 };
 
 QString lowerCaseExtension(const QString &name)
@@ -53,36 +59,37 @@ void Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
     ItemVector files;
     m_portal->GetBrowser()->BuildFoldersAndFileList(folders, files, m_currentFolder, m_root, fetched, {});
 
+    const Operation operation(this);
     const ListUpdate update(m_fileList);
     clearFileList();
     m_folders = guarded(folders);
     m_files = guarded(files);
-    const KString current = m_currentFolder->GetUniqueID();
-    const auto belongsHere = [&](ICloudItem *item) {
-        return item->GetParent() == m_currentFolder ||
-               (item->GetParent() && item->GetParent()->GetUniqueID() == current);
-    };
-    for (ICloudItem *folder : folders) {
-        m_items.keep(folder);
-        if (belongsHere(folder))
-            addListEntry(folder, QString());
-    }
-    for (ICloudItem *file : files) {
-        m_items.keep(file);
-        if (belongsHere(file))
-            addListEntry(file, KQtUtil::toQString(file->GetTooltip()));
+    ItemVector entries(folders);
+    entries.insert(entries.end(), files.begin(), files.end());
+    for (ICloudItem *item : entries)
+        m_items.keep(item);
+    const QPointer<ICloudItem> current(m_currentFolder);
+    const KString identity = current->GetUniqueID();
+    for (ICloudItem *item : entries) {
+        ICloudItem *parent = item->GetParent();
+        if (!parent || (parent != current && !(parent->GetUniqueID() == identity)))
+            continue;
+        const QIcon icon = item->GetItemIcon(); // may ask the host where it is installed
+        if (operation.pageIsGone())
+            return;
+        addListEntry(item, icon);
+        current->AddChild(item);
     }
 }
 
-void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QString &toolTip)
+void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &icon)
 {
     // Filled before it joins the list: an entry in a list looks for its own row whenever it is changed.
-    auto *entry =
-        new Portal_CloudBrowserListItem(item, item->GetItemIcon(), KQtUtil::toQString(item->GetDisplayName()), nullptr);
-    entry->setToolTip(toolTip);
+    auto *entry = new Portal_CloudBrowserListItem(item, icon, KQtUtil::toQString(item->GetDisplayName()), nullptr);
+    if (!item->IsFolder())
+        entry->setToolTip(KQtUtil::toQString(item->GetTooltip()));
     m_fileList->addItem(entry);
     item->SetListItem(entry);
-    m_currentFolder->AddChild(item);
 }
 
 void Portal_CloudBrowserWindows::clearFileList()
@@ -180,6 +187,18 @@ void Portal_CloudBrowserWindows::exportUnderName(const KString &extension)
 void Portal_CloudBrowserWindows::ListViewItemDoubleClick(QListWidgetItem *itemClick)
 {
     ListViewItemClicked(static_cast<Portal_CloudBrowserListItem *>(itemClick)->GetItem(), true);
+}
+
+/// Opens \p entry from the event loop: the list uses itself after the signal of a double click, and the host may delete
+/// it during the call. Ignored if the entry has been removed from the list by then.
+void Portal_CloudBrowserWindows::openLater(QListWidgetItem *entry)
+{
+    const QPointer<ICloudItem> item(static_cast<Portal_CloudBrowserListItem *>(entry)->GetItem());
+    const auto open = [this, item] {
+        if (item && item->GetListItem())
+            ListViewItemDoubleClick(item->GetListItem());
+    };
+    QMetaObject::invokeMethod(this, open, Qt::QueuedConnection);
 }
 
 void Portal_CloudBrowserWindows::ListViewItemSelectChange()

@@ -15,6 +15,8 @@
 #include <functional>
 #include <map>
 
+class AfterInput;
+class LiteralTextButton;
 class Portal_CloudBrowser;
 class Portal_CloudBrowserDockWidget;
 class QAction;
@@ -35,7 +37,8 @@ class Portal_CloudBrowserWindows : public QWidget
 {
     Q_OBJECT
 public:
-    /// \p parent is the dock panel; \p portal is not owned and outlives every call on the page, but not the page.
+    /// \p parent is the dock panel; \p portal is not owned and outlives every call on the page, but not the page. Sends
+    /// host commands, and has no parent if one of them deleted \p parent.
     Portal_CloudBrowserWindows(QWidget *parent, ICloudPortalApi::IPortal *portal);
     ~Portal_CloudBrowserWindows() override;
 
@@ -148,7 +151,9 @@ private:
     void CreateShortcuts();
     void KeepFocus();
     void reloadFolder();
+    void showListMenu(const QPoint &at);
     void openCurrentEntry();
+    void openLater(QListWidgetItem *entry);
     bool IsPaged() const;
     bool HasExportFormats() const;
 
@@ -164,7 +169,7 @@ private:
     bool fetch(ItemVector &items);
     void showItems(const ItemVector &fetched);
     void clearFileList();
-    void addListEntry(ICloudItem *item, const QString &toolTip);
+    void addListEntry(ICloudItem *item, const QIcon &icon);
     void chooseImportable(ICloudItem *item, bool doubleClick);
     void exportUnderName(const KString &extension);
     void rebuildFolderPath();
@@ -187,7 +192,7 @@ private:
     QPointer<QMainWindow> m_mainWindow;
     ICloudPortalApi::IPortal *m_portal;
 
-    QPushButton *m_loginButton = nullptr;
+    LiteralTextButton *m_loginButton = nullptr;
     QAction *m_searchAction = nullptr;
     QLineEdit *m_searchText = nullptr;
     QToolBar *m_searchBar = nullptr;
@@ -197,6 +202,7 @@ private:
     std::vector<QPointer<ICloudItem>> m_folderPath;
     QListWidget *m_fileList = nullptr;
     QVBoxLayout *m_pageLayout = nullptr;
+    QAction *m_refreshAction = nullptr;
 
     ItemKeeper m_items;
     QPointer<ICloudItem> m_root;

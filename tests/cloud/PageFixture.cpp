@@ -31,6 +31,33 @@ QStringList PageFixture::names() const
     return names;
 }
 
+void PageFixture::click(QWidget *widget, QPoint at)
+{
+    const QPointer<QWidget> guard(widget);
+    QTest::mousePress(widget, Qt::LeftButton, Qt::NoModifier, at);
+    if (guard)
+        QTest::mouseRelease(widget, Qt::LeftButton, Qt::NoModifier, at);
+}
+
+void PageFixture::clickRow(const QString &name) const
+{
+    list()->scrollToItem(row(name));
+    click(list()->viewport(), list()->visualItemRect(row(name)).center());
+}
+
+void PageFixture::doubleClick(const QString &name) const
+{
+    const QPointer<QWidget> target(list()->viewport());
+    clickRow(name);
+    if (!target)
+        return;
+    const QPoint at = list()->visualItemRect(row(name)).center();
+    QTest::mouseDClick(target, Qt::LeftButton, Qt::NoModifier, at);
+    if (target)
+        QTest::mouseRelease(target, Qt::LeftButton, Qt::NoModifier, at);
+    settle();
+}
+
 QString PageFixture::path() const
 {
     QString text;

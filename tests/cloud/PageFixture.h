@@ -48,7 +48,11 @@ protected:
     QStringList names() const;
     /// The row that shows \p name; null when there is none.
     QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
-    void doubleClick(const QString &name) const { page()->ListViewItemDoubleClick(row(name)); }
+    /// Sends the events of a double click on the row that shows \p name, and runs the event loop.
+    void doubleClick(const QString &name) const;
+    void clickRow(const QString &name) const;
+    /// Sends a press and a release to \p widget, which may be deleted by the first; by default to its centre.
+    static void click(QWidget *widget, QPoint at = QPoint());
     /// The labels and buttons of the folder bar that are shown, as in "Top/Sub-folder".
     QString path() const;
 

@@ -31,6 +31,13 @@ public:
     KString GetDisplayName() override { return propertyText("name"); }
     KString GetUniqueID() override { return propertyText("id"); }
     bool IsFolder() override { return m_isFolder; }
+    /// Asks the host, as the icons of some portals do.
+    QIcon GetItemIcon() override
+    {
+        const QIcon icon = CloudItemBase::GetItemIcon();
+        TavrinHelper::portalIcon("none.png"); // may delete the item
+        return icon;
+    }
     KString GetImportPathFolder() override { return propertyText("folder"); }
 
 private:
@@ -57,6 +64,7 @@ public:
     std::map<QString, QList<Entry>> folders{{"root", {{"d", "Deep/"}, {"f", "cup.obj"}}},
                                             {"d", {{"dd", "Deeper/"}, {"g", "b.obj"}}}};
     bool loggedIn = true;
+    QString userName = "Ada & Co";
     bool succeeds = true;
     /// What a search answers; page 0 is the one that was asked for.
     int page = 0;
@@ -130,7 +138,7 @@ public:
     }
     bool GetUserInformation(HeaderMap &info) override
     {
-        info[L"username"] = L"Ada & Co";
+        info[L"username"] = userName.toStdWString();
         return true;
     }
     long CreateLoginRequest(char *buffer, unsigned long size) override

@@ -103,6 +103,7 @@ private slots:
             m_portal.log.clear();
             QTest::keyClick(QApplication::focusWidget(), Qt::Key(key & 0x1ffffff),
                             Qt::KeyboardModifiers(key & 0x4000000));
+            settle();
             return path() + ' ' + m_portal.log.join(' ');
         };
         QCOMPARE(press(Qt::Key_Return, 0), QString("Top/Deep search 1 64"));

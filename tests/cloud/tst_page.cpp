@@ -187,6 +187,7 @@ private slots:
             m_portal.page = number;
             m_portal.itemCount = count;
             find<QComboBox>("ItemsPerPage")->setCurrentIndex(size);
+            settle();
             page()->RefreshFolderData();
             QCOMPARE(shownButtons(), expected);
         }
@@ -200,6 +201,7 @@ private slots:
         auto *box = find<QComboBox>("ItemsPerPage");
         QCOMPARE(box->currentText(), QString("show 64 items"));
         box->setCurrentIndex(0);
+        settle();
         page()->ItemPerPageClick(-1);
         QCOMPARE(m_portal.log.join(';'), QString("search 15 64;search 0 64;search 7 64;search 7 16;search 7 16"));
         QString pages;
@@ -217,6 +219,7 @@ private slots:
         page()->SwitchPage(2);
         searchField()->setText("R&B #1 100% <b>");
         QTest::keyClick(searchField(), Qt::Key_Return);
+        settle();
         QCOMPARE(m_portal.log.last(), QString("search 1 64"));
         QCOMPARE(m_portal.lastCriteria[L"SearchString"], std::wstring(L"R&B #1 100% <b>"));
         searchField()->clear();

@@ -24,6 +24,8 @@ KStatus RecordingHost::execute(const KString &command, KCommandResult &result, b
 {
     const QString text = KQtUtil::toQString(command);
     m_commands << text;
+    if (const std::function<void()> watcher = m_watcher)
+        watcher();
     // In descending order the first prefix that fits is the longest one.
     for (auto entry = m_handlers.rbegin(); entry != m_handlers.rend(); ++entry) {
         if (text.startsWith(entry->first))

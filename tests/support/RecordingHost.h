@@ -42,6 +42,9 @@ public:
     /// \p handler runs inside the command; it may spin the event loop.
     void handle(const QString &prefix, const Handler &handler) { m_handlers[prefix] = handler; }
 
+    /// \p watcher runs before the handler of every command.
+    void watch(const std::function<void()> &watcher) { m_watcher = watcher; }
+
     void setState(KGlobal::KeldaState state) { m_state = state; }
     /// \p window stays the caller's.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
@@ -70,6 +73,7 @@ private:
     QStringList m_commands;
     QMap<MessageKind, QStringList> m_messages;
     std::map<QString, Handler> m_handlers;
+    std::function<void()> m_watcher;
     std::map<std::string, KString> m_texts;
     QMap<QString, void *(*)()> m_creators;
 };

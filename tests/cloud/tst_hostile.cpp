@@ -1,0 +1,279 @@
+// What a service and the host may do to a page: names of any length and spelling, a dock that closes, and a window that
+// is deleted while a command or a call runs. The user's part is played with mouse and key events.
+
+#include "PageFixture.h"
+
+class TestHostile : public PageFixture
+{
+    Q_OBJECT
+private slots:
+    void theUsersNameDefinesNoShortcut()
+    {
+        setUserName("R&D Team");
+        QCOMPARE(button("CloudPortalLoginButton")->text(), QString("Logout (R&D Team)"));
+        press(list(), Qt::Key_D, Qt::AltModifier);
+        QVERIFY(!button("CloudPortalLoginButton")->isDown());
+        for (const QAbstractButton *one : page()->findChildren<QAbstractButton *>())
+            QVERIFY2(one->shortcut().isEmpty(), qPrintable(one->text()));
+    }
+
+    void aFoldersNameDefinesNoShortcutInAMenu_data()
+    {
+        addRows({{"sub-folders", "Top"}, {"hidden part of the path", "\u00ab"}});
+    }
+    void aFoldersNameDefinesNoShortcutInAMenu()
+    {
+        const auto [title, holder] = currentRow<2>();
+        m_portal.fixedFolders = QStringList{"R&D"};
+        m_portal.folders["R&D"] = {{"x", QString("Another folder with a name that leaves no room").repeated(3) + '/'}};
+        m_controller->LoginDoneCB(true);
+        if (holder != "Top") {
+            doubleClick("R&D");
+            doubleClick(names().first());
+        }
+        const QString before = path();
+        QMenu *menu = nullptr;
+        for (QAction *action : folderBar()->actions()) {
+            if (action->text() == holder)
+                menu = action->menu();
+        }
+        for (const Qt::KeyboardModifiers modifiers : {Qt::NoModifier, Qt::AltModifier}) {
+            menu->popup(QPoint());
+            press(menu, Qt::Key_D, modifiers);
+            QCOMPARE(path(), before);
+        }
+        menu->popup(QPoint());
+        press(menu, Qt::Key_Down);
+        press(menu, Qt::Key_Return);
+        QVERIFY(path() != before);
+    }
+
+    void aUsersNameTakesNoRoom_data()
+    {
+        addRows({{"long", QString(250, 'W')}, {"of several lines", QString("Ada\n").repeated(9)}, {"short", "Li"}});
+    }
+    void aUsersNameTakesNoRoom()
+    {
+        const auto [title, name] = currentRow<2>();
+        const QSize window = m_window->size();
+        const QSize smallest = page()->minimumSizeHint();
+        const QSize wanted = page()->sizeHint();
+        const QWidget *log = button("CloudPortalLoginButton");
+        const int height = log->height();
+        setUserName(name);
+        QCOMPARE(button("CloudPortalLoginButton")->text(), "Logout (" + name + ')');
+        QCOMPARE(page()->minimumSizeHint(), smallest);
+        QCOMPARE(page()->sizeHint(), wanted);
+        QCOMPARE(m_window->size(), window);
+        QCOMPARE(log->height(), height);
+        QVERIFY(page()->rect().contains(log->geometry()));
+        QCOMPARE(log->width(), std::min(page()->width(), log->sizeHint().width()));
+        QCOMPARE(toolTip(log, log->rect().center()).contains(name), title == "long");
+    }
+
+    void theEndOfALongNameIsShown_data() { addRows({{"first row", "0"}, {"below a short one", "1"}}); }
+    void theEndOfALongNameIsShown()
+    {
+        const int place = currentRow<2>()[1].toInt();
+        QList<QImage> pictures;
+        for (const QString extension : {".obj", ".fbx"}) {
+            m_portal.root() = {{"s", "cup.obj"}};
+            m_portal.root().insert(place, {"f", QString(80, 'n') + extension});
+            page()->RefreshFolderData();
+            settle();
+            QCOMPARE(list()->horizontalScrollBar()->maximum(), 0);
+            const QRect area = list()->visualItemRect(list()->item(place));
+            QCOMPARE(area.width(), list()->viewport()->width());
+            pictures << list()->viewport()->grab(area).toImage();
+            const QString tip = toolTip(list()->viewport(), area.center());
+            QVERIFY(tip.contains(QString(80, 'n') + extension));
+        }
+        QVERIFY(pictures[0] != pictures[1]);
+    }
+
+    void theWindowMayGoWhileAMenuIsOpen_data() { addRows({{"list"}, {"folder"}}); }
+    void theWindowMayGoWhileAMenuIsOpen()
+    {
+        bool wasOpen = false;
+        QTimer::singleShot(0, this, [&] {
+            wasOpen = qobject_cast<QMenu *>(QApplication::activePopupWidget()) != nullptr;
+            m_window.reset();
+        });
+        if (currentRow<1>()[0] == "list")
+            askForMenu();
+        else
+            click(folderBar()->widgetForAction(folderBar()->actions().at(1)));
+        settle();
+        QVERIFY(wasOpen);
+        QVERIFY(!m_window);
+    }
+
+    void theListsMenuRefreshes()
+    {
+        m_portal.log.clear();
+        askForMenu();
+        QPointer<QWidget> menu(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        press(menu, Qt::Key_Down);
+        press(menu, Qt::Key_Return);
+        QCOMPARE(m_portal.log, QStringList("search 1 64"));
+        QVERIFY(!menu);
+    }
+
+    void theWindowMayGoAfterTheUsers_data()
+    {
+        // What the user does, and the call or the host's command that deletes the window.
+        addRows({{"double click on a folder", "fetch"},
+                 {"double click on a file", "download"},
+                 {"choice of a page size", "fetch"},
+                 {"Return in the search field", "fetch"},
+                 {"click on the search sign", "fetch"},
+                 {"click on a page", "fetch"},
+                 {"choice in a folder's menu", "fetch"},
+                 {"click on the upper folder", "fetch"},
+                 {"click on Logout", "login check"},
+                 {"click on a portal's tab", "login check"},
+                 {"click on the export tab", "Tavrin_GetExportTranslatorList"},
+                 {"click on a file", "Tavrin_GetImportTranslatorFromFileExtension"},
+                 {"arrow key in the list", "Tavrin_GetImportTranslatorFromFileExtension"},
+                 {"Return in the list", "fetch"},
+                 {"F5", "fetch"}});
+    }
+    void theWindowMayGoAfterTheUsers()
+    {
+        const auto [action, call] = currentRow<2>();
+        const bool isCommand = call.startsWith("Tavrin_");
+        TestPortal other("Other");
+        QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
+        const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Other"));
+        second->AddPortalTabPage();
+        if (isCommand) {
+            m_portal.type = ICloudPortalApi::kPlainListing;
+            m_host.handle(call, [this](const QString &, KCommandResult &) {
+                m_window.reset();
+                return KStatus();
+            });
+        }
+        doubleClick("Deep");
+        const auto goes = [this] { m_window.reset(); };
+        m_portal.during[call] = goes;
+        other.during[call] = goes;
+        perform(action);
+        settle();
+        QVERIFY(!m_window);
+        other.during.clear();
+        Portal_CloudBrowser::UnRegisterPortal(&other);
+    }
+
+private:
+    void prepare() override
+    {
+        m_host.setState(KGlobal::kInteractive);
+        m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
+        m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
+        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("known")));
+        m_host.answer("Tavrin_GetExportTranslatorList", result({"OBJ"}));
+        m_host.answer("Tavrin_GetExportTranslatorExtensionList", result({"obj"}));
+        m_portal.type = ICloudPortalApi::kPagedSearch;
+        prepareWindow(true);
+    }
+    void prepareWindow(bool withPage)
+    {
+        stop();
+        Tavrin::Settings(Portal_CloudBrowserDockWidget::kSettingsName).setWindowFloating(false);
+        openWindow(600, 500);
+        m_window->setCentralWidget(new QWidget);
+        if (withPage)
+            showPage();
+    }
+    void showPage()
+    {
+        start();
+        if (!m_window)
+            return;
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+        m_window->show();
+        QApplication::setActiveWindow(m_window.get());
+        list()->setFocus();
+        settle();
+    }
+    void setUserName(const QString &name)
+    {
+        m_portal.userName = name;
+        m_controller->LoginDoneCB(true);
+        settle();
+    }
+
+    static void press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::keyClick(widget, key, modifiers);
+        settle();
+    }
+    void askForMenu()
+    {
+        QContextMenuEvent asked(QContextMenuEvent::Mouse, QPoint(5, 5), list()->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(list()->viewport(), &asked);
+    }
+    static QString toolTip(const QWidget *widget, const QPoint &place)
+    {
+        QHelpEvent asked(QEvent::ToolTip, place, widget->mapToGlobal(place));
+        QApplication::sendEvent(const_cast<QWidget *>(widget), &asked);
+        const QString text = QToolTip::text();
+        QToolTip::hideText();
+        settle();
+        return text;
+    }
+    /// One action of the user in the folder Deep of a page that shows it.
+    void perform(const QString &action)
+    {
+        if (action == "double click on a folder")
+            doubleClick("Deeper");
+        else if (action == "double click on a file")
+            doubleClick("b.obj");
+        else if (action == "choice of a page size")
+            QTest::keyClick(find<QComboBox>("ItemsPerPage"), Qt::Key_Up);
+        else if (action == "Return in the search field") {
+            find<QLineEdit>("SearchTextInput")->setFocus();
+            QTest::keyClick(find<QLineEdit>("SearchTextInput"), Qt::Key_Return);
+        } else if (action == "click on the search sign")
+            click(find<QToolBar>("SearchBar")->widgetForAction(find<QToolBar>("SearchBar")->actions().last()));
+        else if (action == "click on a page")
+            click(button("Next1"));
+        else if (action == "choice in a folder's menu")
+            chooseInMenu(folderBar()->widgetForAction(folderBar()->actions().last()));
+        else if (action == "click on the upper folder")
+            click(find<QToolBar>("ParentFolderBar")->widgetForAction(find<QToolBar>("ParentFolderBar")->actions()[0]));
+        else if (action == "click on Logout")
+            click(button("CloudPortalLoginButton"));
+        else if (action == "click on a portal's tab")
+            clickTab(dock()->findChild<QTabWidget *>());
+        else if (action == "click on the export tab")
+            clickTab(find<QTabWidget>("ImportExportTabs"));
+        else if (action == "click on a file")
+            clickRow("b.obj");
+        else if (action == "arrow key in the list")
+            QTest::keyClick(list(), Qt::Key_Down), QTest::keyClick(list(), Qt::Key_Down);
+        else if (action == "Return in the list")
+            list()->setCurrentRow(0), QTest::keyClick(list(), Qt::Key_Return);
+        else if (action == "F5")
+            QTest::keyClick(list(), Qt::Key_F5);
+        else
+            qFatal("unknown action %s", qPrintable(action));
+    }
+    /// Opens the menu of \p button, which blocks until the menu closes, and chooses its first entry.
+    void chooseInMenu(QWidget *button)
+    {
+        QTimer::singleShot(0, this, [] {
+            QPointer<QWidget> menu(QApplication::activePopupWidget());
+            QTest::keyClick(menu, Qt::Key_Down);
+            QTest::keyClick(menu, Qt::Key_Return);
+        });
+        click(button);
+    }
+    static void clickTab(QTabWidget *tabs) { click(tabs->tabBar(), tabs->tabBar()->tabRect(1).center()); }
+
+    QTemporaryDir m_dir;
+};
+
+QTEST_MAIN(TestHostile)
+#include "tst_hostile.moc"
