@@ -4,6 +4,8 @@
 
 #include <QMainWindow>
 
+#include <memory>
+
 using ICloudPortalApi::ICloudItem;
 using ICloudPortalApi::IPortal;
 
@@ -74,7 +76,11 @@ void Portal_CloudBrowser::AddPortalTabPage()
 {
     if (!_dockWidget || m_window)
         return;
-    m_window = new Portal_CloudBrowserWindows(_dockWidget, m_portal);
+    const PortalCall call;
+    auto page = std::make_unique<Portal_CloudBrowserWindows>(_dockWidget, m_portal);
+    if (!_dockWidget)
+        return;
+    m_window = page.release();
     _dockWidget->AddPortalTab(this, m_window, m_portal);
 }
 

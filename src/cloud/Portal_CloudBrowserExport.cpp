@@ -165,6 +165,8 @@ bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
     if (!checkFolderIsOpen(job))
         return false;
     const KString folder = TavrinHelper::tempCloudDirectory() + "/" + job.subFolder + "/";
+    if (operation.pageIsGone())
+        return false;
     QDir().mkpath(KQtUtil::toQString(folder));
     KStatus exported;
     const KString written = KGlobal::executeCommandStringResult(job.command(folder), false, false, &exported);

@@ -74,7 +74,11 @@ void Portal_CloudBrowserWindows::RefreshFolderData()
     if (!m_currentFolder)
         return;
     const Operation operation(this);
+    const SpinningCall call(this);
     const Tavrin::WaitCursor cursor;
+    // The command for the cursor may have deleted the page, or closed the dock, which leaves no current folder.
+    if (operation.pageIsGone() || !m_currentFolder)
+        return;
     graftFixedFolders(m_currentFolder);
 
     const QPointer<ICloudItem> folder(m_currentFolder);

@@ -65,20 +65,30 @@ void Portal_CloudBrowserWindows::ImportClick()
 
 bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
 {
+    const Operation operation(this);
+    const SpinningCall call(this);
     const Tavrin::WaitCursor cursor;
-    const KString folder = DownloadFolder(m_selectedItem);
+    // A host command may delete the page, or close the dock, which clears the selection.
+    const auto isStillSelected = [&] { return !operation.pageIsGone() && m_selectedItem; };
+    if (!isStillSelected())
+        return false;
     const QString name = KQtUtil::toQString(m_selectedItem->GetImportFilename());
     const KString fileName = KQtUtil::toKString(TavrinHelper::safeLocalName(name));
+    const KString folder = DownloadFolder(m_selectedItem);
+    if (!isStillSelected())
+        return false;
     localPath = folder + fileName;
-    const SpinningCall call(this);
     const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
     return m_portal->GetBrowser()->DownloadCloudItem(m_portal->GetLogin(), m_selectedItem, folder, fileName);
 }
 
 void Portal_CloudBrowserWindows::importFile(const KString &localPath)
 {
-    const Tavrin::WaitCursor cursor;
+    const Operation operation(this);
     const SpinningCall call(this);
+    const Tavrin::WaitCursor cursor;
+    if (operation.pageIsGone())
+        return;
     const KString command = KString("file -force -pr -i \"") + TavrinHelper::quoted(localPath) + "\"";
     if (KGlobal::executeCommand(command))
         DisplaySuccess(true, localPath);
@@ -88,8 +98,9 @@ void Portal_CloudBrowserWindows::ShowImportOptions(KString localPath)
 {
     if (m_importOptions->checkState() == Qt::Unchecked)
         return;
-    const KString translator = GetImportTranslatorName(localPath);
-    if (translator.isEmpty())
+    const Operation operation(this);
+    const KString translator = spinning([&] { return GetImportTranslatorName(localPath); });
+    if (operation.pageIsGone() || translator.isEmpty())
         return;
     ShowOptionsDialog("Import", TavrinStrings::getString(TavrinStrings::kCloudPortalImportOptionsTitle), translator,
                       localPath);
@@ -124,7 +135,11 @@ void Portal_CloudBrowserWindows::ShowOptionsDialog(KString action, KString title
 
 void Portal_CloudBrowserWindows::CloseDialogOptions()
 {
-    const auto *dialog = qobject_cast<QDialog *>(sender());
-    if (dialog && dialog->result() == QDialog::Accepted)
-        KGlobal::executeCommand(KQtUtil::toKString(dialog->whatsThis()));
+    auto *dialog = qobject_cast<QDialog *>(sender());
+    if (!dialog || dialog->result() != QDialog::Accepted)
+        return;
+    const KString command = KQtUtil::toKString(dialog->whatsThis());
+    // The command may delete the dock; the dialog, which uses itself after the signal, is deleted by its exec().
+    dialog->setParent(nullptr);
+    KGlobal::executeCommand(command);
 }

@@ -23,9 +23,9 @@
 using ICloudPortalApi::ICloudItem;
 using ICloudPortalApi::IPortal;
 
-Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal *portal)
-    : QWidget(parent), m_portal(portal)
+Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal *portal) : m_portal(portal)
 {
+    const QPointer<QWidget> owner(parent);
     const QString name = KQtUtil::toQString(portal->GetPortalDisplayName());
     setObjectName(QStringLiteral("Portal_CloudBrowserWindows_") + name);
     setAttribute(Qt::WA_NativeWindow);
@@ -48,7 +48,9 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     new FocusRing(this);
     new TransferBar(this);
 
-    if (auto *dock = qobject_cast<Portal_CloudBrowserDockWidget *>(parent))
+    // Last, since a host command above may have deleted the parent, which would delete the unfinished page.
+    setParent(owner);
+    if (auto *dock = qobject_cast<Portal_CloudBrowserDockWidget *>(owner.data()))
         connect(dock, &Portal_CloudBrowserDockWidget::aboutToClose, this, &Portal_CloudBrowserWindows::ClearSelection);
 }
 

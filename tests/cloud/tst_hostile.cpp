@@ -165,9 +165,55 @@ private slots:
         Portal_CloudBrowser::UnRegisterPortal(&other);
     }
 
+    void duringEveryCommandOf_data()
+    {
+        const QStringList actions{"the start", "a refresh", "entering a folder", "an import",  "an export",
+                                  "options",   "a log-out", "a log-in",          "a new list", "a choice"};
+        QTest::addColumn<QStringList>("texts");
+        for (const QString &action : actions) {
+            for (const QString event : {"the dock may close", "the window may go"})
+                QTest::newRow(qPrintable(action + ", " + event)) << QStringList{action, event};
+        }
+    }
+    void duringEveryCommandOf()
+    {
+        const auto [action, event] = currentRow<2>();
+        const bool closes = event == "the dock may close";
+        m_portal.type = ICloudPortalApi::kPlainListing;
+        int count = 0;
+        for (int number = -1; number < count; ++number) { // the first run only counts the commands
+            prepareWindow(action != "the start");
+            int sent = 0;
+            m_host.watch([&] {
+                auto *panel = m_window ? m_window->findChild<Portal_CloudBrowserDockWidget *>() : nullptr;
+                if (sent++ != number || !panel)
+                    return;
+                if (closes)
+                    panel->close();
+                else
+                    m_window.reset();
+            });
+            carryOut(action);
+            settle();
+            m_host.watch({});
+            if (number < 0)
+                count = sent;
+            QVERIFY(count > 0);
+            QCOMPARE(m_window == nullptr, !closes && number >= 0);
+            if (closes) {
+                m_portal.loggedIn = true;
+                m_controller->LoginDoneCB(true);
+                QCOMPARE(names(), QStringList({"Deep", "cup.obj"}));
+            }
+            stop();
+        }
+        start();
+    }
+
 private:
     void prepare() override
     {
+        m_answering.start(5, this);
         m_host.setState(KGlobal::kInteractive);
         m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
         m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
@@ -272,7 +318,43 @@ private:
     }
     static void clickTab(QTabWidget *tabs) { click(tabs->tabBar(), tabs->tabBar()->tabRect(1).center()); }
 
+    /// One thing that makes the page send commands to the host.
+    void carryOut(const QString &action)
+    {
+        if (action == "the start")
+            showPage();
+        else if (action == "a refresh")
+            m_controller->LoginDoneCB(true);
+        else if (action == "entering a folder")
+            doubleClick("Deep");
+        else if (action == "a choice")
+            clickRow("cup.obj");
+        else if (action == "an import") {
+            find<QCheckBox>("CloudImportOptions")->setChecked(true);
+            doubleClick("cup.obj");
+        } else if (action == "an export") {
+            find<QLineEdit>("CloudExportFileName")->setText("cup");
+            button("CloudExportAllButton")->click();
+        } else if (action == "options")
+            button("CloudExportOptionsButton")->click();
+        else if (action == "a new list")
+            clickTab(find<QTabWidget>("ImportExportTabs"));
+        else {
+            m_portal.loggedIn = action == "a log-out";
+            click(button("CloudPortalLoginButton"));
+        }
+    }
+    void timerEvent(QTimerEvent *) override
+    {
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (auto *box = qobject_cast<QMessageBox *>(dialog))
+            box->button(QMessageBox::Yes)->click();
+        else if (dialog)
+            dialog->accept();
+    }
+
     QTemporaryDir m_dir;
+    QBasicTimer m_answering;
 };
 
 QTEST_MAIN(TestHostile)
