@@ -2,12 +2,12 @@
 
 #include "cloud/AfterInput.h"
 #include "cloud/Portal_CloudBrowser.h"
+#include "cloud/PortalCall.h"
 #include "cloud/UiText.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QMainWindow>
-#include <QScopedValueRollback>
 #include <QScreen>
 #include <QTabBar>
 #include <QTabWidget>
@@ -20,6 +20,7 @@ const char *const Portal_CloudBrowserDockWidget::kSettingsName = "CloudBrowser_D
 
 namespace {
 
+constexpr int kRetryMs = 100;
 const char *const kTabStyle = "QTabWidget { background-color: #444444; }";
 
 /// At least a corner of a window at \p position can be seen and dragged.
@@ -48,6 +49,12 @@ Portal_CloudBrowserDockWidget::Portal_CloudBrowserDockWidget(QWidget *parent)
     auto *input = new AfterInput(m_tabWidget->tabBar());
     connect(m_tabWidget, &QTabWidget::currentChanged, this,
             [this, input](int index) { input->run(this, [this, index] { currentTabPageChanged(index); }); });
+
+    // From the event loop, when the main window has arranged its panels.
+    connect(this, &QDockWidget::visibilityChanged, this, &Portal_CloudBrowserDockWidget::storeVisibility,
+            Qt::QueuedConnection);
+    m_restoreTimer.setSingleShot(true);
+    connect(&m_restoreTimer, &QTimer::timeout, this, &Portal_CloudBrowserDockWidget::finishRestoring);
 
     m_mainWindow = qobject_cast<QMainWindow *>(KQtUtil::mainWindow());
     Settings(kSettingsName).getWindowSize(m_windowWidth, m_windowHeight);
@@ -109,9 +116,11 @@ void Portal_CloudBrowserDockWidget::currentTabPageChanged(int newIndex)
 void Portal_CloudBrowserDockWidget::restoreWindowLayout()
 {
     // Floating and docking move and resize the panel, which must not overwrite what is being restored.
-    const QScopedValueRollback<bool> restoring(m_restoring, true);
+    m_restoring = true;
+    m_restoreTimer.start(0);
     Settings settings(kSettingsName);
     settings.setWindowActive(true);
+    settings.getWindowSize(m_windowWidth, m_windowHeight);
     const Qt::DockWidgetArea storedArea = settings.getWindowDock();
     setFloating(settings.getWindowFloating());
 
@@ -119,8 +128,10 @@ void Portal_CloudBrowserDockWidget::restoreWindowLayout()
     int y = 0;
     if (isWindow() && settings.getWindowPosition(x, y))
         restorePosition(QPoint(x, y));
-    if (!m_mainWindow)
+    if (!m_mainWindow) {
+        m_restoring = false;
         return;
+    }
 
     Qt::DockWidgetArea area = m_mainWindow->dockWidgetArea(this);
     if (area == Qt::NoDockWidgetArea)
@@ -128,6 +139,32 @@ void Portal_CloudBrowserDockWidget::restoreWindowLayout()
     else
         m_mainWindow->removeDockWidget(this);
     placeInMainWindow(area);
+    m_restoring = !isFloating();
+}
+
+void Portal_CloudBrowserDockWidget::finishRestoring()
+{
+    if (m_mainWindow && !isFloating() && !isHidden()) {
+        if (!isVisible())
+            return; // showEvent() comes back to it
+        if (PortalCall::isRunning()) {
+            m_restoreTimer.start(kRetryMs);
+            return;
+        }
+        const Qt::DockWidgetArea area = m_mainWindow->dockWidgetArea(this);
+        if (area == Qt::TopDockWidgetArea || area == Qt::BottomDockWidgetArea)
+            m_mainWindow->resizeDocks({this}, {m_windowHeight}, Qt::Vertical);
+        else
+            m_mainWindow->resizeDocks({this}, {m_windowWidth}, Qt::Horizontal);
+    }
+    m_restoring = false;
+}
+
+void Portal_CloudBrowserDockWidget::storeVisibility()
+{
+    // The panel is not hidden by its user if the main window is, for example when the host quits.
+    if (!m_restoring && (!m_mainWindow || m_mainWindow->isVisible()))
+        persistWindowLayout();
 }
 
 void Portal_CloudBrowserDockWidget::restorePosition(const QPoint &position)
@@ -176,6 +213,13 @@ void Portal_CloudBrowserDockWidget::raise()
 {
     Settings(kSettingsName).setWindowRaised(true);
     QWidget::raise();
+}
+
+void Portal_CloudBrowserDockWidget::showEvent(QShowEvent *event)
+{
+    QDockWidget::showEvent(event);
+    if (m_restoring)
+        m_restoreTimer.start(0);
 }
 
 void Portal_CloudBrowserDockWidget::resizeEvent(QResizeEvent *event)

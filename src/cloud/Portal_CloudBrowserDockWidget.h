@@ -6,6 +6,7 @@
 
 #include <QDockWidget>
 #include <QPointer>
+#include <QTimer>
 
 #include <map>
 
@@ -38,7 +39,9 @@ public:
     /// Tab changes call no portal any more.
     void IgnoreTabChanges();
 
-    /// Floats or docks the panel as stored; in an area that shows another dock it becomes a tab of that.
+    /// Floats or docks the panel as stored; in an area that shows another dock it becomes a tab of that. A docked panel
+    /// gets its stored width, or its height in the top and bottom area, from the event loop: once it is visible and no
+    /// portal is waiting. Until then the panel's size, place and visibility are not stored.
     void restoreWindowLayout();
     /// Stores size and position in pixels, floating state, dock area and whether the panel can be seen.
     void persistWindowLayout();
@@ -52,6 +55,7 @@ public slots:
     void currentTabPageChanged(int newIndex);
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void moveEvent(QMoveEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
@@ -59,6 +63,8 @@ protected:
 private:
     void restorePosition(const QPoint &position);
     void placeInMainWindow(Qt::DockWidgetArea area);
+    void finishRestoring();
+    void storeVisibility();
     QDockWidget *visibleNeighbour(Qt::DockWidgetArea area) const;
 
     QTabWidget *m_tabWidget;
@@ -67,4 +73,5 @@ private:
     int m_windowWidth = 0;
     int m_windowHeight = 0;
     bool m_restoring = false;
+    QTimer m_restoreTimer;
 };

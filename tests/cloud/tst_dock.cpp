@@ -87,7 +87,80 @@ private slots:
         QVERIFY(QGuiApplication::primaryScreen()->geometry().contains(dock()->pos()));
     }
 
+    void whatTheUserLeftComesBack_data()
+    {
+        // The neighbour's area (the panel is docked on the right, which is 2), which of them the user raised last, and
+        // whether the host shows its window before it loads the plug-in.
+        addRows({{"alone", "1", "panel", "shown first"},
+                 {"alone, window shown later", "1", "panel", "shown later"},
+                 {"beside another, in front", "2", "panel", "shown first"},
+                 {"beside another, behind", "2", "other", "shown first"}});
+    }
+    void whatTheUserLeftComesBack()
+    {
+        const auto [title, area, raised, shown] = currentRow<4>();
+        Settings(kSettings).setWindowFloating(false);
+        m_portal.during["login check"] = [] { settle(); };
+        QDockWidget *other = restart(area.toInt(), shown == "shown first");
+        raiseTab(dock());
+        m_window->resizeDocks({dock()}, {553}, Qt::Horizontal);
+        settle();
+        raiseTab(raised == "panel" ? dock() : other);
+        for (int run = 0; run < 3; ++run) {
+            other = restart(area.toInt(), shown == "shown first");
+            QCOMPARE(dock()->width(), 553);
+            QCOMPARE(dock()->visibleRegion().isEmpty(), raised == "other");
+            QCOMPARE(other->visibleRegion().isEmpty(), area == "2" && raised == "panel");
+        }
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+        settle();
+        QCOMPARE(dock()->width(), 553);
+        QVERIFY(!dock()->visibleRegion().isEmpty());
+    }
+
+    void aWindowThatGoesWhilePortalsAreAddedTakesThePanelForGood()
+    {
+        m_portal.during["login check"] = [this] { m_window.reset(); };
+        start();
+        TestPortal other("Second");
+        QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
+        const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Second"));
+        second->AddPortalTabPage();
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+        settle();
+        for (QWidget *window : QApplication::topLevelWidgets())
+            QVERIFY(!qobject_cast<QDockWidget *>(window));
+        Portal_CloudBrowser::UnRegisterPortal(&other);
+    }
+
 private:
+    /// Ends the host and starts it again with another panel in \p area, as it reopens the panel that was open. The
+    /// host's window is shown before or after the plug-in is loaded.
+    QDockWidget *restart(int area, bool isShownFirst)
+    {
+        m_window->hide();
+        settle();
+        stop();
+        openWindow(1200, 700);
+        m_window->setCentralWidget(new QWidget);
+        auto *other = new QDockWidget(m_window.get());
+        other->setWidget(new QWidget);
+        m_window->addDockWidget(static_cast<Qt::DockWidgetArea>(area), other);
+        m_window->resizeDocks({other}, {190}, Qt::Horizontal);
+        m_window->setVisible(isShownFirst);
+        const bool wasRaised = Settings(kSettings).getWindowRaised();
+        start();
+        Portal_CloudBrowser::RaiseDockingWindow(wasRaised);
+        m_window->show();
+        settle();
+        return other;
+    }
+    /// Raises \p panel as a click on its tab does, without the panel's own raise().
+    static void raiseTab(QWidget *panel)
+    {
+        panel->raise();
+        settle();
+    }
     void prepare() override
     {
         QFile::remove(Settings(kSettings).fileName());
