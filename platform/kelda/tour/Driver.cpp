@@ -34,6 +34,12 @@ QString nameOf(const QWidget *widget)
     return QString::fromLatin1(widget->metaObject()->className());
 }
 
+/// Runs what the last mouse or key event has left to the event loop, without waiting for anything else.
+void deliverQueuedCalls()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
+}
+
 } // namespace
 
 Driver::Driver()
@@ -148,17 +154,20 @@ bool Driver::click(QWidget *target, const QPoint &at)
         target->activateWindow();
     m_error.clear();
     QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, point);
+    deliverQueuedCalls();
     return true;
 }
 
 bool Driver::doubleClick(QWidget *target, const QPoint &at)
 {
+    const QPointer<QWidget> guard(target);
     if (!click(target, at))
         return false;
-    const QPointer<QWidget> guard(target);
-    QTest::mouseDClick(target, Qt::LeftButton, Qt::NoModifier, at);
+    if (guard)
+        QTest::mouseDClick(target, Qt::LeftButton, Qt::NoModifier, at);
     if (guard)
         QTest::mouseRelease(target, Qt::LeftButton, Qt::NoModifier, at);
+    deliverQueuedCalls();
     return true;
 }
 
@@ -191,6 +200,7 @@ bool Driver::replace(QWidget *field, const QString &text, Qt::Key last)
     for (const QChar letter : text) // keyClicks() knows Latin letters only
         QTest::sendKeyEvent(QTest::Click, editor, Qt::Key_unknown, QString(letter), Qt::NoModifier);
     QTest::keyClick(editor, last);
+    deliverQueuedCalls();
     return true;
 }
 
@@ -218,6 +228,7 @@ bool Driver::choose(QComboBox *box, const QString &entry)
     for (int i = 0; i < row; ++i)
         QTest::keyClick(box->view(), Qt::Key_Down);
     QTest::keyClick(box->view(), Qt::Key_Return);
+    deliverQueuedCalls();
     return box->currentText() == entry || fail(QStringLiteral("the choice stayed at ") + box->currentText());
 }
 
