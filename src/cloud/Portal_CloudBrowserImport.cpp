@@ -135,11 +135,7 @@ void Portal_CloudBrowserWindows::ShowOptionsDialog(KString action, KString title
 
 void Portal_CloudBrowserWindows::CloseDialogOptions()
 {
-    auto *dialog = qobject_cast<QDialog *>(sender());
-    if (!dialog || dialog->result() != QDialog::Accepted)
-        return;
-    const KString command = KQtUtil::toKString(dialog->whatsThis());
-    // The command may delete the dock; the dialog, which uses itself after the signal, is deleted by its exec().
-    dialog->setParent(nullptr);
-    KGlobal::executeCommand(command);
+    const auto *dialog = qobject_cast<QDialog *>(sender());
+    if (dialog && dialog->result() == QDialog::Accepted)
+        KGlobal::executeCommand(KQtUtil::toKString(dialog->whatsThis()));
 }

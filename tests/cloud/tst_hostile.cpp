@@ -350,7 +350,7 @@ private:
         if (auto *box = qobject_cast<QMessageBox *>(dialog))
             box->button(QMessageBox::Yes)->click();
         else if (dialog)
-            dialog->accept();
+            dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
     }
 
     QTemporaryDir m_dir;
