@@ -87,7 +87,7 @@ bool SimpleHttpServer::tryListen(unsigned short port)
 {
     if (!internalListen(port))
         return false;
-    stopListening();
+    stop();
     return true;
 }
 
@@ -127,7 +127,7 @@ void SimpleHttpServer::incomingConnection(qintptr socketDescriptor)
 
 void SimpleHttpServer::serverTimeout()
 {
-    stopListening();
+    stop();
     if (m_codeReceived || !m_callback)
         return;
     KString code(timeoutCode);
@@ -157,37 +157,52 @@ void SimpleHttpServer::discardClient()
         client->deleteLater();
 }
 
-void SimpleHttpServer::stopListening()
+void SimpleHttpServer::stop()
+{
+    if (!m_code.isEmpty()) {
+        m_code = KString();
+        m_answered.clear();
+    }
+    pause();
+    endWait();
+}
+
+/// Closes the port and every connection but the one whose code the call-back receives.
+void SimpleHttpServer::endWait()
 {
     m_watchdog.stop();
-    pause();
     disconnect();
     close();
+    for (auto *client : findChildren<QTcpSocket *>()) {
+        if (client != m_answered)
+            client->abort();
+    }
 }
 
-/// The call-back may take its time and delete this server, and with it the socket, so it is called from outside the
-/// socket's own signal.
+/// Calls back from the event loop: the call-back may delete this server, and with it the socket whose signal brought
+/// the code.
 void SimpleHttpServer::acceptCode(Browser *client, const KString &code)
 {
-    m_watchdog.stop();
     m_codeReceived = true;
+    m_code = code;
+    m_answered = client;
     client->limit.stop();
-    const QPointer<Browser> browser(client);
-    QTimer::singleShot(0, this, [this, browser, code] { handOver(browser, code); });
+    endWait();
+    QTimer::singleShot(0, this, &SimpleHttpServer::handOver);
 }
 
-void SimpleHttpServer::handOver(QPointer<Browser> browser, KString code)
+void SimpleHttpServer::handOver()
 {
-    const QPointer<SimpleHttpServer> self(this);
+    if (m_code.isEmpty())
+        return;
+    KString code = m_code;
+    m_code = KString();
+    const QPointer<Browser> browser = m_answered;
     if (m_callback)
         m_callback(m_userData, code);
     if (browser && browser->state() == QAbstractSocket::ConnectedState) {
         writeAnswer(*browser);
         endAnswer(*browser);
         browser->limit.start();
-    }
-    if (self) {
-        disconnect();
-        close();
     }
 }

@@ -1,7 +1,7 @@
 // http/simpleHttpServer.h
 //
 // Receives the browser's redirect at the end of an OAuth sign-in: a minimal HTTP/1.0 server on 127.0.0.1 that hands the
-// authorisation code to a call-back, tells the browser so, and stops listening.
+// authorisation code to a call-back, answers the browser with a page, and stops listening.
 
 #pragma once
 
@@ -11,8 +11,8 @@
 #include <QTcpServer>
 #include <QTimer>
 
-/// Only "GET /crvn/kelda/oauth/dropbox/redirect?code=..." is answered. Anything else that connects is left unanswered,
-/// dropped after 30 s or 64 KiB, and never disturbs the wait.
+/// Only "GET /crvn/kelda/oauth/dropbox/redirect?code=..." is answered. Every other connection is left unanswered and is
+/// closed after 30 s or 64 KiB, or when the wait ends (first code, time-out, stop() or destruction); the wait goes on.
 class SimpleHttpServer : public QTcpServer
 {
     Q_OBJECT
@@ -29,6 +29,9 @@ public:
     /// Starts the wait, then listens on 127.0.0.1. False, and shown on the host's error output, when the port cannot be
     /// listened on; the wait goes on even then and ends with "timeout".
     bool StartListenPort(unsigned short port);
+    /// Ends the wait without a callback. Closes the port and every connection, except the one whose code the callback
+    /// is receiving at that moment: it still gets its page.
+    void stop();
     /// Whether \p port can be listened on. Leaves the server closed and, when it can, paused.
     bool tryListen(unsigned short port);
     /// A paused server drops new connections while it goes on listening.
@@ -49,14 +52,16 @@ private slots:
 private:
     struct Browser;
 
-    void stopListening();
+    void endWait();
     void acceptCode(Browser *client, const KString &code);
-    void handOver(QPointer<Browser> browser, KString code);
+    void handOver();
 
     bool m_paused = false;
     void (*m_callback)(void *, KString &) = nullptr;
     void *m_userData = nullptr;
     bool m_codeReceived = false;
+    KString m_code;               ///< accepted, but not yet passed to the callback
+    QPointer<Browser> m_answered; ///< the connection that sent it
     int m_connectionMs;
     QTimer m_watchdog;
 };

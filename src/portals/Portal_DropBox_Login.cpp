@@ -63,11 +63,11 @@ bool Portal_DropBox_Login::Login(IPortalOwnerCB *owner)
 {
     const unsigned attempt = ++m_attempt;
     m_owner = owner;
+    ResetServer(); // first, so that a redirect of an earlier sign-in cannot end this one
     loadSession();
     const bool valid = IsSessionValid();
     if (attempt != m_attempt)
         return false;
-    ResetServer();
     if (valid) {
         finish(true);
         return true;
@@ -185,9 +185,7 @@ void Portal_DropBox_Login::ResetServer()
 {
     if (!m_server)
         return;
-    m_server->setCallback(nullptr, nullptr);
-    m_server->disconnect();
-    m_server->close();
+    m_server->stop();
     m_server->deleteLater();
     m_server = nullptr;
 }
@@ -198,9 +196,7 @@ void Portal_DropBox_Login::retireServer()
     if (!server)
         return;
     m_server = nullptr;
-    server->setCallback(nullptr, nullptr);
-    server->disconnect();
-    server->close();
+    server->stop();
 
     // Its slot may be on the stack, and the browser still reading the answer.
     auto *release = new QTimer(server);

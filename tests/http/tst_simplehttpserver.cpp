@@ -107,6 +107,45 @@ private slots:
         QCOMPARE(m_codes, (QStringList{"abc", "def"}));
     }
 
+    void openConnectionsEndWithTheWait_data()
+    {
+        QTest::addColumn<QString>("end");
+        QTest::addColumn<QStringList>("codes");
+        QTest::newRow("code") << "code" << QStringList("first");
+        QTest::newRow("time-out") << "time-out" << QStringList("timeout");
+        QTest::newRow("stop") << "stop" << QStringList();
+        QTest::newRow("stop before the code is passed on") << "stop on code" << QStringList();
+    }
+
+    void openConnectionsEndWithTheWait()
+    {
+        QFETCH(QString, end);
+        QFETCH(QStringList, codes);
+        const QByteArray request = redirect("code=late");
+        Browser silent(*m_server);
+        Browser halfway(*m_server, request.left(50));
+        Browser first(*m_server);
+        QTRY_COMPARE(m_server->findChildren<QTcpSocket *>().size(), 3);
+        if (end == "stop on code") {
+            for (auto *client : m_server->findChildren<QTcpSocket *>())
+                connect(client, &QTcpSocket::readyRead, m_server.get(), &SimpleHttpServer::stop);
+        }
+        if (end == "stop")
+            m_server->stop();
+        else if (end == "time-out")
+            QVERIFY(QMetaObject::invokeMethod(m_server.get(), "serverTimeout"));
+        else
+            first.send(redirect("code=first"));
+        QTRY_VERIFY(!m_server->isListening());
+        silent.send(request);
+        halfway.send(request.mid(50));
+        QCOMPARE(silent.answer(), QByteArray());
+        QCOMPARE(halfway.answer(), QByteArray());
+        QCOMPARE(first.answer().contains("</h1>"), end == "code");
+        QTest::qWait(20);
+        QCOMPARE(m_codes, codes);
+    }
+
     void unansweredConnectionsEnd()
     {
         const Browser flood(*m_server, QByteArray(200000, 'x'));

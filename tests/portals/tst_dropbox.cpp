@@ -91,6 +91,35 @@ private slots:
         QVERIFY(m_owner.heard.isEmpty() && token().isEmpty());
     }
 
+    void connectionsEndWithTheirSignIn_data()
+    {
+        QTest::addColumn<bool>("isLogout");
+        QTest::newRow("logout") << true;
+        QTest::newRow("newer sign-in, while the service is asked for the stored token") << false;
+    }
+
+    void connectionsEndWithTheirSignIn()
+    {
+        QFETCH(bool, isLogout);
+        RecordingOwner replaced;
+        m_login->Login(&replaced);
+        QTcpSocket browser;
+        browser.connectToHost(QHostAddress::LocalHost, 8080);
+        QVERIFY(browser.waitForConnected(1000));
+        QTest::qWait(20); // accepted
+        browser.write("GET /crvn/kelda/oauth/dropbox/redirect?code=late HTTP/1.1\r\n\r\n");
+        QVERIFY(browser.flush());
+        store({"stale", {}});
+        if (isLogout)
+            m_login->Logout();
+        else
+            m_login->Login(&m_owner);
+        QTRY_COMPARE(browser.state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(browser.readAll(), QByteArray());
+        QCOMPARE(m_fixture->requests(), isLogout ? QStringList() : QStringList(account));
+        QVERIFY(replaced.heard.isEmpty() && m_owner.heard.isEmpty());
+    }
+
     void timeoutIsToldAndMayBeTriedAgain()
     {
         SimpleHttpServer::setDefaultTimeouts(30);
