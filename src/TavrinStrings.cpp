@@ -63,6 +63,8 @@ const KStringResourceId *const furtherTexts[] = {
     &kCloudPortalUserName,
     &kCloudPortalPassword,
     &kCloudPortalLoginRefused,
+    &kCloudPortalLoginCancel,
+    &kCloudPortalLoginQuestion,
     &kCloudPortalMore,
     &kProgressName,
     &kProgressWaiting,

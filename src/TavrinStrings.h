@@ -98,6 +98,10 @@ inline const KStringResourceId kCloudPortalUserName("Tavrin", "kCloudPortalUserN
 inline const KStringResourceId kCloudPortalPassword("Tavrin", "kCloudPortalPassword", "Password:");
 inline const KStringResourceId kCloudPortalLoginRefused("Tavrin", "kCloudPortalLoginRefused",
                                                         "The service does not know this name with this password.");
+inline const KStringResourceId kCloudPortalLoginCancel("Tavrin", "kCloudPortalLoginCancel", "Cancel the sign-in");
+inline const KStringResourceId
+    kCloudPortalLoginQuestion("Tavrin", "kCloudPortalLoginQuestion",
+                              "The page asked a question. It cannot be answered here: the page received \"Cancel\".");
 inline const KStringResourceId kCloudPortalMore("Tavrin", "kCloudPortalMore", "More");
 inline const KStringResourceId kProgressName("Tavrin", "kProgressName", "Progress");
 inline const KStringResourceId kProgressWaiting("Tavrin", "kProgressWaiting", "Waiting for the service");

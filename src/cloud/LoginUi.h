@@ -24,7 +24,7 @@ public:
 
     /// \p login builds the sign-in address and judges page addresses; not owned, must be set before login().
     void SetILogin(ILogin *login);
-    /// \p callback hears once how the next dialog ended, with \p context as its first argument; null for none.
+    /// Calls \p callback (null for none) once, with \p context and the result, when the next dialog ends.
     void setCallback(Callback callback, void *context);
 
     /// Shows the dialog over \p parent (which may be null) and returns at once; the page loads in the event loop, and
@@ -32,9 +32,9 @@ public:
     /// False when nothing was opened: the user is signed in already, or no address could be built. The login object's
     /// IsLogin() may spin the event loop first; another login() or a CleanResources() that comes then prevails.
     bool login(QWidget *parent);
-    /// Ends the dialog as a success: callback, then CleanResources().
+    /// Ends the dialog as a success: CleanResources(), then the callback, which may delete this object.
     void loginDone();
-    /// Forgets the callback and hides the dialog; the dialog itself goes with the next login() or with this object.
+    /// Forgets the callback and hides the dialog. The next login() or the destructor deletes the dialog.
     void CleanResources();
 
 signals:
@@ -43,9 +43,9 @@ signals:
 public slots:
     void urlChanged(const QUrl &url);
     void loadFinished(bool ok);
-    /// Fits the dialog to the page, at most to the screen, and keeps its centre where it was.
+    /// Fits the dialog to the page, as WebPageDialog::fitTo() does.
     void contentsSizeChanged(const QSize &size);
-    /// Ends the dialog as a failure: callback, signal, CleanResources().
+    /// Ends the dialog as a failure: CleanResources(), the callback, then the signal.
     void loginCancelled();
 
 private:

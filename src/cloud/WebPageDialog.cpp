@@ -4,7 +4,12 @@
 #include "http/httpErrors.h"
 #include "ReturnStatus.h"
 
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <QWebFrame>
 #include <QWebPage>
@@ -17,13 +22,41 @@ namespace {
 constexpr int kAddressStep = 1000;
 constexpr long kLongestAddress = 1024 * 1024;
 const QSize kFirstSize(343, 368);
+const QSize kSmallestSize(200, 150);
+const QSize kLargestPage(32767, 32767);
+constexpr int kLongestMessage = 500;
 
-/// Says why a page could not be loaded, where the toolkit's own would stay blank. A service's error page is shown as
-/// it is.
+/// Replaces the script dialogs of a window before the page's own scripts run. A script that opens them in an endless
+/// loop ends with the error. The native prompt shows the question of a confirm, too.
+const char kDialogLimit[] = R"((function () {
+    var alert = window.alert, prompt = window.prompt, left = 100;
+    function limited(dialog, answer) {
+        return function () {
+            if (left-- <= 0)
+                throw new Error('Too many dialogs');
+            dialog.apply(window, arguments);
+            return answer;
+        };
+    }
+    window.alert = limited(alert);
+    window.confirm = limited(prompt, false);
+    window.prompt = limited(prompt, null);
+})())";
+
+/// Shows why a page could not be loaded, where the toolkit's own class shows a blank page. A service's error page is
+/// shown as it is. Script dialogs are passed on and do not wait: a dialog inside the script would run the event loop,
+/// in which the page may be deleted.
 class SignInPage : public QWebPage
 {
 public:
-    SignInPage(QObject *parent, const std::function<void()> &onFailure) : QWebPage(parent), m_onFailure(onFailure) {}
+    using OnMessage = std::function<void(const QString &text, bool isQuestion)>;
+
+    SignInPage(QObject *parent, const std::function<void()> &onFailure, const OnMessage &onMessage)
+        : QWebPage(parent), m_onFailure(onFailure), m_onMessage(onMessage)
+    {
+        connect(this, &QWebPage::frameCreated, this, &SignInPage::limitDialogs);
+        limitDialogs(mainFrame());
+    }
 
     bool supportsExtension(Extension extension) const override { return extension == ErrorPageExtension; }
     bool extension(Extension extension, const ExtensionOption *option, ExtensionReturn *output) override
@@ -44,7 +77,22 @@ public:
         return true;
     }
 
+protected:
+    void javaScriptAlert(QWebFrame *, const QString &text) override { m_onMessage(text, false); }
+    bool javaScriptPrompt(QWebFrame *, const QString &text, const QString &, QString *) override
+    {
+        m_onMessage(text, true);
+        return false;
+    }
+    /// Asks whether a page may be left; the page's own confirm was replaced.
+    bool javaScriptConfirm(QWebFrame *, const QString &) override { return true; }
+
 private:
+    void limitDialogs(QWebFrame *frame)
+    {
+        connect(frame, &QWebFrame::javaScriptWindowObjectCleared, this,
+                [frame] { frame->evaluateJavaScript(QString::fromLatin1(kDialogLimit)); });
+    }
     static bool isCancelled(const ErrorPageExtensionOption &failure)
     {
         return failure.domain == QtNetwork && failure.error == QNetworkReply::OperationCanceledError;
@@ -60,6 +108,7 @@ private:
     }
 
     std::function<void()> m_onFailure;
+    OnMessage m_onMessage;
 };
 
 } // namespace
@@ -82,19 +131,23 @@ long RequestAddress(const AddressWriter &write, QByteArray &address)
 WebPageDialog::WebPageDialog(QWidget *parent)
     // A page of the dock is no window; the base turns the flags of such a parent into those of a dialog.
     : QDialog(parent, (parent ? parent->windowFlags() : Qt::WindowFlags()) & ~Qt::WindowContextHelpButtonHint),
-      m_view(new QWebView(this))
+      m_scrollArea(new QScrollArea(this)), m_view(new QWebView(this))
 {
     setObjectName(QStringLiteral("CloudPortalLoginDialog"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setWindowTitle(UiText(TavrinStrings::kCloudPortalLogIn));
     setModal(true);
 
-    // Queued, because what follows spins the event loop and may even delete the view: neither may happen with the
-    // page's loader on the stack.
+    // Queued, because the slots may spin the event loop and delete the view, which must not happen while the page's
+    // loader or a script of the page is on the stack.
     const auto onFailure = [this] {
         QMetaObject::invokeMethod(this, &WebPageDialog::loadFailed, Qt::QueuedConnection);
     };
-    m_view->setPage(new SignInPage(m_view, onFailure));
+    const auto onMessage = [this](const QString &text, bool isQuestion) {
+        QMetaObject::invokeMethod(
+            this, [=] { showMessage(text, isQuestion); }, Qt::QueuedConnection);
+    };
+    m_view->setPage(new SignInPage(m_view, onFailure, onMessage));
     connect(
         m_view, &QWebView::urlChanged, this,
         [this](const QUrl &url) {
@@ -103,11 +156,22 @@ WebPageDialog::WebPageDialog(QWidget *parent)
         },
         Qt::QueuedConnection);
     m_view->setContextMenuPolicy(Qt::NoContextMenu);
+    m_view->installEventFilter(this);
     hideScrollBars();
+    // The field with the focus, also when the Tab key has moved it.
+    connect(m_view->page(), &QWebPage::microFocusChanged, this, [this] {
+        const QRect cursor = m_view->inputMethodQuery(Qt::ImCursorRectangle).toRect();
+        m_scrollArea->ensureVisible(cursor.center().x(), cursor.center().y());
+    });
 
+    m_scrollArea->setFrameShape(QFrame::NoFrame);
+    m_scrollArea->setWidgetResizable(true);
+    m_scrollArea->setFocusProxy(m_view);
+    m_scrollArea->setWidget(m_view);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_view);
+    layout->addWidget(m_scrollArea);
+    setMinimumSize(kSmallestSize);
     resize(kFirstSize);
 }
 
@@ -123,6 +187,32 @@ void WebPageDialog::load(const QByteArray &address)
     m_view->load(QUrl::fromEncoded(address));
 }
 
+bool WebPageDialog::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Wheel) {
+        // The view always accepts the event; the page only if it has scrolled a part of itself.
+        event->ignore();
+        m_view->page()->event(event);
+        if (!event->isAccepted())
+            QCoreApplication::sendEvent(m_scrollArea->viewport(), event);
+        return true;
+    }
+    // The page takes the key when one of its fields has the focus.
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel)) {
+        QMetaObject::invokeMethod(this, &QDialog::reject, Qt::QueuedConnection);
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void WebPageDialog::hideEvent(QHideEvent *event)
+{
+    if (m_message)
+        m_message->close();
+    QDialog::hideEvent(event);
+}
+
+/// Those of the page itself. Once they are off, the toolkit cannot switch them on again for the same page.
 void WebPageDialog::hideScrollBars()
 {
     QWebFrame *frame = m_view->page()->mainFrame();
@@ -142,17 +232,52 @@ void WebPageDialog::pageLoaded(bool ok)
 
 void WebPageDialog::fitTo(const QSize &size)
 {
-    if (m_view->page()->mainFrame()->toPlainText().isEmpty())
+    if (size.isEmpty() || m_view->page()->mainFrame()->toPlainText().isEmpty())
         return;
     hideScrollBars();
 
     const QRect available = screen()->availableGeometry();
-    const QSize wanted = size.boundedTo(available.size());
-    const QPoint position = pos();
-    const int dx = width() - wanted.width();
-    const int dy = height() - wanted.height();
-    resize(wanted);
-    move(position.x() + dx / 2, position.y() + dy / 2);
+    const QSize borders = frameGeometry().size() - this->size();
+    const QSize room = available.size() - borders;
+    const int bar = m_scrollArea->verticalScrollBar()->sizeHint().width();
+    const bool isTall = size.height() > room.height();
+    const bool isWide = size.width() + (isTall ? bar : 0) > room.width();
+    const bool isClamped = isTall || isWide;
+    m_view->setMinimumSize(isClamped ? size.boundedTo(kLargestPage) : QSize(0, 0));
+
+    const QSize wanted = size + QSize(isTall ? bar : 0, isWide ? bar : 0);
+    const QSize fitting = wanted.expandedTo(minimumSize()).boundedTo(room);
+    QPoint position = pos() + QPoint((width() - fitting.width()) / 2, (height() - fitting.height()) / 2);
+    if (isClamped) {
+        const QPoint last = available.bottomRight() -
+                            QPoint(fitting.width() + borders.width() - 1, fitting.height() + borders.height() - 1);
+        position.setX(qBound(available.left(), position.x(), last.x()));
+        position.setY(qBound(available.top(), position.y(), last.y()));
+    }
+    resize(fitting);
+    move(position);
+}
+
+void WebPageDialog::showMessage(const QString &text, bool isQuestion)
+{
+    if (isHidden())
+        return;
+    if (!m_message || m_message->isHidden()) {
+        m_message = new QMessageBox(this);
+        m_message->setObjectName(QStringLiteral("CloudPortalLoginMessage"));
+        m_message->setAttribute(Qt::WA_DeleteOnClose);
+        m_message->setTextFormat(Qt::PlainText);
+        m_message->setWindowTitle(windowTitle());
+        m_message->setEscapeButton(m_message->addButton(UiText(TavrinStrings::kOk), QMessageBox::AcceptRole));
+        if (++m_messageCount > 1) {
+            const auto *cancel =
+                m_message->addButton(UiText(TavrinStrings::kCloudPortalLoginCancel), QMessageBox::DestructiveRole);
+            connect(cancel, &QPushButton::clicked, this, &QDialog::reject, Qt::QueuedConnection);
+        }
+    }
+    m_message->setText(text.simplified().left(kLongestMessage));
+    m_message->setInformativeText(isQuestion ? UiText(TavrinStrings::kCloudPortalLoginQuestion) : QString());
+    m_message->open();
 }
 
 } // namespace ICloudPortalApi

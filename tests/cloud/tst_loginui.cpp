@@ -79,11 +79,165 @@ private slots:
             QVERIFY(QSignalSpy(view, &QWebView::loadFinished).wait());
             QTRY_VERIFY2(view->page()->mainFrame()->toPlainText().contains(text), qPrintable(text));
             QCOMPARE(dialog()->windowTitle(), title);
-            QCOMPARE(dialog()->size(), size);
+            QCOMPARE(size == screen ? dialog()->frameSize() : dialog()->size(), size);
             QVERIFY(size == screen || (dialog()->geometry().center() - centre).manhattanLength() <= 2);
         }
         m_ui.reset();
         QVERIFY(m_told.isEmpty() && !dialog());
+    }
+
+    void tallOrWidePageStaysOnTheScreenAndScrolls_data()
+    {
+        QTest::addColumn<QByteArray>("size");
+        QTest::addColumn<bool>("isWide");
+        QTest::addColumn<bool>("isTall");
+        QTest::newRow("tall") << QByteArray("width:480px;height:5000px") << false << true;
+        QTest::newRow("wide") << QByteArray("width:5000px;height:420px") << true << false;
+        QTest::newRow("wide only with the other scroll bar") << QByteArray("width:790px;height:5000px") << true << true;
+    }
+
+    void tallOrWidePageStaysOnTheScreenAndScrolls()
+    {
+        QFETCH(QByteArray, size);
+        QFETCH(bool, isWide);
+        QFETCH(bool, isTall);
+        m_server->answer("/form", html("<input id='first'><div style='" + size + "'>text</div>" +
+                                       "<div style='text-align:right;" + size.split(';')[0] + "'><input></div>" +
+                                       "<script>onload=function(){first.focus()}</script>"));
+        QVERIFY(m_ui->login(nullptr));
+        const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+        dialog()->move(screen.bottomRight() - QPoint(100, 100));
+        loadPage();
+        const QRect shown = dialog()->frameGeometry();
+        QVERIFY2(screen.contains(shown), QTest::toString(shown));
+        QCOMPARE(shown.width() == screen.width(), isWide);
+        QCOMPARE(shown.height() == screen.height(), isTall);
+
+        const auto *area = dialog()->findChild<QScrollArea *>();
+        settle();
+        QCOMPARE(area->horizontalScrollBar()->isVisible(), isWide);
+        QCOMPARE(area->verticalScrollBar()->isVisible(), isTall);
+        const auto scrolled = [area] {
+            return QPoint(area->horizontalScrollBar()->value(), area->verticalScrollBar()->value());
+        };
+        const QPoint centre = area->viewport()->rect().center();
+        const QPoint turned = isTall ? QPoint(0, -120) : QPoint(-120, 0);
+        QWheelEvent wheel(centre, area->viewport()->mapToGlobal(centre), {}, turned, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view(), &wheel);
+        QVERIFY(!scrolled().isNull());
+        const QPoint before = scrolled();
+        QTest::keyClick(view(), Qt::Key_Tab);
+        QTRY_VERIFY(scrolled().manhattanLength() > before.manhattanLength() + 200);
+    }
+
+    void reloadingPageLeavesTheSize()
+    {
+        m_server->answer("/form", html("text<script>location.reload()</script>"));
+        QVERIFY(m_ui->login(nullptr));
+        const QRect before = dialog()->geometry();
+        QSignalSpy loaded(view(), &QWebView::loadFinished);
+        QTRY_VERIFY(loaded.size() > 3);
+        QCOMPARE(dialog()->geometry(), before);
+    }
+
+    void escapeCancelsFromEveryFocus_data()
+    {
+        QTest::addColumn<QByteArray>("field");
+        QTest::addColumn<bool>("windowGoes");
+        QTest::newRow("text field") << QByteArray("<input id='it'>") << false;
+        QTest::newRow("password") << QByteArray("<input type='password' id='it'>") << false;
+        QTest::newRow("page") << QByteArray("<p>text</p>") << false;
+        QTest::newRow("text field, and the callback deletes the window") << QByteArray("<input id='it'>") << true;
+    }
+
+    void escapeCancelsFromEveryFocus()
+    {
+        QFETCH(QByteArray, field);
+        QFETCH(bool, windowGoes);
+        m_server->answer("/form", html(field + "<script>onload=function(){it.focus()}</script>"));
+        openWindow(100, 100);
+        QVERIFY(m_ui->login(m_window.get()));
+        if (windowGoes)
+            m_onTold = [this] { m_window.reset(); };
+        loadPage();
+        QVERIFY(QTest::qWaitForWindowActive(dialog()));
+        QCOMPARE(QApplication::focusWidget(), view());
+        const QString focused = frame()->evaluateJavaScript("document.activeElement.id").toString();
+        QCOMPARE(focused, field.contains("id=") ? QString("it") : QString());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QTRY_COMPARE(m_told, QStringList({"callback 0", "signal 0"}));
+        QVERIFY(!dialog());
+        QCOMPARE(!m_window, windowGoes);
+    }
+
+    void scriptDialogsNeitherBlockNorWait_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("alert") << QByteArray("alert('<b>Wrong\\npassword</b>')") << "<b>Wrong password</b>";
+        QTest::newRow("long alert") << QByteArray("alert(Array(9999).join('x\\n'))") << QString("x ").repeated(250);
+        QTest::newRow("endless alert") << QByteArray("for(;;)alert(1)") << "1";
+        QTest::newRow("endless confirm") << QByteArray("while(!confirm('Sure?'));") << "Sure?";
+        QTest::newRow("endless prompt") << QByteArray("while(prompt('Name')!='x');") << "Name";
+        QTest::newRow("frame") << QByteArray("var f=document.createElement('iframe');document.body.appendChild(f);"
+                                             "for(;;)f.contentWindow.alert('inside')")
+                               << "inside";
+        QTest::newRow("question on leaving") << QByteArray("onbeforeunload=function(){return 'Leave?'}") << "";
+    }
+
+    void scriptDialogsNeitherBlockNorWait()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(QString, text);
+        m_server->answer("/form", html("text<script>" + script + "</script>"));
+        m_server->answer("/done", html("done"));
+        QVERIFY(m_ui->login(nullptr));
+        QWidget *signIn = dialog();
+        loadPage();
+        QApplication::processEvents();
+        const QPointer<QMessageBox> box = signIn->findChild<QMessageBox *>();
+        QCOMPARE(box ? box->text() : QString(), text);
+        QVERIFY(!box || (box == dialog() && box->buttons().size() == 1));
+        QCOMPARE(box && !box->informativeText().isEmpty(), script.startsWith("while"));
+        QVERIFY(!box || QGuiApplication::primaryScreen()->availableSize().boundedTo(box->size()) == box->size());
+
+        signIn->findChild<QWebView *>()->page()->mainFrame()->evaluateJavaScript("location='/done'");
+        QTRY_COMPARE(m_told, QStringList({"signal 1", "callback 1"}));
+        QVERIFY(!dialog());
+        settle();
+        QVERIFY(!box);
+    }
+
+    void secondAlertOffersToCancel()
+    {
+        m_server->answer("/form", html("text<script>setInterval(function(){alert('again')},1)</script>"));
+        QVERIFY(m_ui->login(nullptr));
+        const auto box = [] { return qobject_cast<QMessageBox *>(QApplication::activeModalWidget()); };
+        QTRY_VERIFY(box());
+        QCOMPARE(box()->buttons().size(), 1);
+        QTest::keyClick(box(), Qt::Key_Escape);
+        QTRY_VERIFY(box() && box()->buttons().size() == 2);
+        QTest::keyClick(box(), Qt::Key_Escape);
+        QVERIFY(m_told.isEmpty());
+        QTRY_VERIFY(box());
+        for (QAbstractButton *button : box()->buttons()) {
+            if (button->text() == "Cancel the sign-in")
+                QTest::mouseClick(button, Qt::LeftButton);
+        }
+        QTRY_COMPARE(m_told, QStringList({"callback 0", "signal 0"}));
+        QVERIFY(!dialog());
+    }
+
+    void windowMayGoWhileAnAlertIsShown()
+    {
+        m_server->answer("/form", html("text<script>alert('hello')</script>"));
+        openWindow(100, 100);
+        QVERIFY(m_ui->login(m_window.get()));
+        QTRY_VERIFY(qobject_cast<QMessageBox *>(dialog()));
+        m_window.reset();
+        settle();
+        QVERIFY(!dialog() && m_told.isEmpty());
     }
 
     void closingIsCancelling()
@@ -102,6 +256,7 @@ private:
         m_portal.address = "http://" + m_server->authority() + "/form";
         m_portal.loggedIn = false;
         m_told.clear();
+        m_onTold = [] {};
         m_ui = std::make_unique<LoginUi>();
         m_ui->SetILogin(&m_portal);
         m_ui->setCallback(tell, this);
@@ -110,14 +265,20 @@ private:
     }
     static void tell(void *context, bool success)
     {
-        static_cast<TestLoginUi *>(context)->m_told << "callback " + QString::number(success);
+        auto &test = *static_cast<TestLoginUi *>(context);
+        test.m_told << "callback " + QString::number(success);
+        test.m_onTold();
     }
     /// The one that is open.
     QWidget *dialog() const { return QApplication::activeModalWidget(); }
+    QWebView *view() const { return dialog()->findChild<QWebView *>(); }
+    QWebFrame *frame() const { return view()->page()->mainFrame(); }
+    void loadPage() const { QVERIFY(QSignalSpy(view(), &QWebView::loadFinished).wait()); }
 
     std::unique_ptr<LocalServer> m_server;
     std::unique_ptr<LoginUi> m_ui;
     QStringList m_told;
+    std::function<void()> m_onTold; ///< what the callback does besides
 };
 
 QTEST_MAIN(TestLoginUi)
