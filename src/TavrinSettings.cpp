@@ -3,8 +3,13 @@
 #include <openkelda/KQtUtil.h>
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
+
+const QString organisation = QStringLiteral("Corvane");
+/// Appended to a settings name, it gives a file that cannot exist beside a pipe or a device at the settings path.
+const QString belowFile = QStringLiteral(".ini/unusable");
 
 const char versionKey[] = "version";
 const char activeKey[] = "preview_window_Active";
@@ -18,6 +23,16 @@ const char dockKey[] = "preview_window_Dock";
 const char sessionKey[] = "plyx_session_id";
 const char secureSessionKey[] = "plyx_secure_session_id";
 
+/// \p name, or a name whose file cannot exist if the settings path leads to a pipe, a socket or a device: QSettings
+/// would wait for a pipe without end.
+QString usableName(const QString &name)
+{
+    const QSettings below(QSettings::IniFormat, QSettings::UserScope, organisation, name + belowFile);
+    const QFileInfo file(QFileInfo(below.fileName()).path());
+    const bool isUsable = !file.exists() || file.isFile() || file.isDir();
+    return isUsable ? name : name + belowFile;
+}
+
 } // namespace
 
 namespace Tavrin {
@@ -25,7 +40,7 @@ namespace Tavrin {
 QMap<QString, QVariant> Settings::mDefaultSettings;
 
 Settings::Settings(const char *settingsName)
-    : QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Corvane"), QString::fromUtf8(settingsName))
+    : QSettings(QSettings::IniFormat, QSettings::UserScope, organisation, usableName(QString::fromUtf8(settingsName)))
 {
     init();
     addDefaults();
@@ -71,8 +86,20 @@ void Settings::restrictToUser()
     QFile file(fileName());
     if (!file.exists())
         sync();
-    if (file.permissions() & others)
+    if (QFileInfo(file).isFile() && file.permissions() & others)
         file.setPermissions(userOnly);
+}
+
+bool Settings::store()
+{
+    sync();
+    return status() != AccessError;
+}
+
+QString Settings::path() const
+{
+    const QFileInfo file(fileName());
+    return file.path().endsWith(QLatin1String(".ini")) ? file.path() : file.filePath();
 }
 
 QVariant Settings::getValue(const QString &key) const

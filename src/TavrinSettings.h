@@ -13,9 +13,10 @@
 
 namespace Tavrin {
 
-/// A short-lived local: made where a value is needed, written to the file when it goes. Keys that the file lacks are
+/// A short-lived local, created where a value is needed. The destructor writes the file. Keys that the file lacks are
 /// added with their defaults; a file of version 0 or less is reset to the defaults. A file that holds a session is
-/// readable and writable by its user only. Failures are not reported: what cannot be read reads as its default.
+/// readable and writable by its user only. A value that cannot be read reads as its default; store() reports a file
+/// that cannot be written.
 class Settings : public QSettings
 {
 public:
@@ -27,6 +28,11 @@ public:
 
     /// An invalid value when the file has no \p key and neither has the table.
     QVariant getValue(const QString &key) const;
+
+    /// Writes the file now. False if it cannot be read or written.
+    bool store();
+    /// The absolute path of the file, whether it exists or not.
+    QString path() const;
 
     /// Both close the file to other users before the identifier is written.
     void setSessionID(const KString &id);

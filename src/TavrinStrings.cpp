@@ -65,6 +65,7 @@ const KStringResourceId *const furtherTexts[] = {
     &kCloudPortalLoginRefused,
     &kCloudPortalLoginCancel,
     &kCloudPortalLoginQuestion,
+    &kCloudPortalLoginNotStored,
     &kCloudPortalMore,
     &kProgressName,
     &kProgressWaiting,

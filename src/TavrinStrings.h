@@ -102,6 +102,10 @@ inline const KStringResourceId kCloudPortalLoginCancel("Tavrin", "kCloudPortalLo
 inline const KStringResourceId
     kCloudPortalLoginQuestion("Tavrin", "kCloudPortalLoginQuestion",
                               "The page asked a question. It cannot be answered here: the page received \"Cancel\".");
+inline const KStringResourceId
+    kCloudPortalLoginNotStored("Tavrin", "kCloudPortalLoginNotStored",
+                               "Signing in or out cannot be stored, so it lasts only until the host is closed. "
+                               "Check this file and its folder: ");
 inline const KStringResourceId kCloudPortalMore("Tavrin", "kCloudPortalMore", "More");
 inline const KStringResourceId kProgressName("Tavrin", "kProgressName", "Progress");
 inline const KStringResourceId kProgressWaiting("Tavrin", "kProgressWaiting", "Waiting for the service");

@@ -1,5 +1,10 @@
 #include "cloud/SessionLogin.h"
 
+#include "TavrinStrings.h"
+
+#include <openkelda/KGlobal.h>
+#include <openkelda/KQtUtil.h>
+
 namespace ICloudPortalApi {
 
 SessionLogin::SessionLogin(const char *settingsName) : m_settingsName(settingsName) {}
@@ -35,15 +40,26 @@ void SessionLogin::SetSessionID(const KString &id, const KString &secureId)
     m_secureSessionId = secureId;
 }
 
-void SessionLogin::SaveSessionSettings() const
+void SessionLogin::SaveSessionSettings()
 {
     Tavrin::Settings settings(m_settingsName);
+    const bool isStored = settings.getSessionID() == m_sessionId && settings.getSecureSessionID() == m_secureSessionId;
+    if (isStored && !m_isInMemoryOnly)
+        return;
     settings.setSessionID(m_sessionId);
     settings.setSecureSessionID(m_secureSessionId);
+    m_isInMemoryOnly = !settings.store();
+    if (!m_isInMemoryOnly || m_isFailureShown)
+        return;
+    m_isFailureShown = true;
+    KGlobal::displayWarning(TavrinStrings::getString(TavrinStrings::kCloudPortalLoginNotStored) +
+                            KQtUtil::toKString(settings.path()));
 }
 
 void SessionLogin::loadSession()
 {
+    if (m_isInMemoryOnly)
+        return;
     const Tavrin::Settings settings(m_settingsName);
     SetSessionID(settings.getSessionID(), settings.getSecureSessionID());
 }

@@ -23,7 +23,9 @@ public:
     void SetSessionID(const KString &id, const KString &secureId);
     KString GetSessionID() const { return m_sessionId; }
     KString GetSecureSessionID() const { return m_secureSessionId; }
-    void SaveSessionSettings() const;
+    /// Writes both identifiers to the settings file. If the file cannot be written, they are kept in memory as long as
+    /// this object lives, and the first time a warning in the host's output names the file.
+    void SaveSessionSettings();
 
 protected:
     /// What confirmSession() found. A session that was replaced while the service was asked is neither: the answer says
@@ -37,6 +39,7 @@ protected:
     Standing confirmSession();
     /// True when the last confirmSession() found somebody signed in.
     bool isConfirmed() const { return m_isConfirmed; }
+    /// Reads the session from the settings file, unless the last one could not be written there.
     void loadSession();
     /// Holds no session any more; the settings file keeps it.
     void dropSession();
@@ -48,6 +51,8 @@ private:
     KString m_sessionId;
     KString m_secureSessionId;
     bool m_isConfirmed = false;
+    bool m_isInMemoryOnly = false; ///< the file could not be written and is not read any more
+    bool m_isFailureShown = false;
 };
 
 } // namespace ICloudPortalApi

@@ -59,6 +59,28 @@ private slots:
         QCOMPARE(m_fixture->cloud.requests().at(1).header("Authorization"), "Bearer " + token());
     }
 
+    void unwritableSettingsKeepTheSessionInMemory()
+    {
+        const QString file = Tavrin::Settings(Portal_DropBox_Login::settingsName).path();
+        const QString folder = QFileInfo(file).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        writeFile(folder, "a file, not a folder");
+        QVERIFY(!m_login->IsLogin());
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(!m_login->Login(&m_owner) && m_fixture->allow());
+            QVERIFY(m_login->IsLogin());
+            QCOMPARE(listed(root()), QString());
+            QVERIFY(m_login->Login(&m_owner));
+            QVERIFY(m_login->Logout() && !m_login->IsLogin());
+        }
+        const QStringList warnings = m_fixture->host.messages(KHost::MessageKind::kWarning);
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY2(warnings[0].startsWith("Signing in") && warnings[0].endsWith(": " + file), qPrintable(warnings[0]));
+        QVERIFY(QFile::remove(folder));
+        QVERIFY(!m_login->Login(&m_owner) && m_fixture->allow());
+        QVERIFY(!token().isEmpty());
+    }
+
     void storedTokenNeedsNoBrowserUnlessStale()
     {
         signIn();

@@ -12,6 +12,7 @@
 #include <QtTest>
 #include <QtWidgets>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -88,6 +89,62 @@ private slots:
             settings.setSessionID("new");
             QVERIFY(!othersMayRead());
         }
+    }
+
+    void unusableFileIsReportedAndLeftAlone_data()
+    {
+        QTest::addColumn<QString>("obstacle");
+        for (const char *obstacle : {"folder is a file", "folder is read-only", "file is read-only", "directory",
+                                     "pipe", "link to a pipe", "dangling link"})
+            QTest::newRow(obstacle) << obstacle;
+    }
+
+    void unusableFileIsReportedAndLeftAlone()
+    {
+        QFETCH(QString, obstacle);
+        const QString path = settingsPath();
+        const QString folder = QFileInfo(path).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        const bool isReadOnly = obstacle.endsWith("read-only");
+        if (obstacle == "folder is a file")
+            writeFile(folder, "x");
+        else
+            QVERIFY(QDir().mkpath(folder));
+        const QString pipe = m_dir->filePath("pipe");
+        const QString target = obstacle == "pipe" ? path : pipe;
+        if (obstacle == "directory")
+            QVERIFY(QDir().mkpath(path));
+        if (obstacle.endsWith("pipe"))
+            QCOMPARE(mkfifo(QFile::encodeName(target).constData(), 0644), 0);
+        if (obstacle == "link to a pipe")
+            QVERIFY(QFile::link(pipe, path));
+        if (obstacle == "dangling link")
+            QVERIFY(QFile::link(m_dir->filePath("no folder/no file"), path));
+        if (isReadOnly) {
+            writeFile(path, "[General]\nversion=1\n");
+            const bool isFolder = obstacle == "folder is read-only";
+            for (const QString &above : {QDir::homePath(), QFileInfo(folder).path()})
+                chmod(QFile::encodeName(above).constData(), 0755);
+            chmod(QFile::encodeName(folder).constData(), isFolder ? 0555 : 0777);
+            chmod(QFile::encodeName(path).constData(), isFolder ? 0666 : 0444);
+        }
+        const QFile::Permissions before = QFile::permissions(path);
+
+        setUser(isReadOnly ? nobody : getuid());
+        const bool isStored = [] {
+            Tavrin::Settings settings(fileName);
+            settings.setSessionID("secret");
+            return settings.store();
+        }();
+        QCOMPARE(Tavrin::Settings(fileName).path(), path);
+        setUser(0);
+        QVERIFY(!isStored);
+        QCOMPARE(QFile::permissions(path), before);
+        chmod(QFile::encodeName(folder).constData(), 0755);
+        QVERIFY(QFile::remove(folder) || QDir(folder).removeRecursively());
+        Tavrin::Settings settings(fileName);
+        settings.setSessionID("stored");
+        QVERIFY(settings.store());
     }
 
     void sessionComesBackAndPairNeedsTwoNumbers()
