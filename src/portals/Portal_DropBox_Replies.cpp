@@ -5,6 +5,7 @@
 
 #include <openkelda/KQtUtil.h>
 
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <memory>
@@ -16,6 +17,15 @@ void copyText(const QScriptValue &entry, const char *name, Portal_DropBox_ICloud
     KString text;
     if (JsonReply::text(entry, name, text))
         item.SetProperty(name, text);
+}
+
+/// Copies "root", which becomes a part of request paths, if it is a plain name.
+void copyRoot(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
+{
+    static const QRegularExpression plainName(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
+    KString root;
+    if (JsonReply::text(entry, "root", root) && plainName.match(KQtUtil::toQString(root)).hasMatch())
+        item.SetProperty("root", root);
 }
 
 /// Fills \p item from one element of "contents"; false when the element must not become an item.
@@ -35,7 +45,7 @@ bool readEntry(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
     int bytes = 0;
     if (JsonReply::integer(entry, "bytes", bytes))
         item.SetProperty("bytes", KString() + bytes);
-    copyText(entry, "root", item);
+    copyRoot(entry, item);
     copyText(entry, "mime_type", item);
     bool isDirectory = false;
     if (JsonReply::boolean(entry, "is_dir", isDirectory) && isDirectory)
@@ -51,7 +61,7 @@ Token token(const QByteArray &body)
 {
     Token token;
     const JsonReply reply(body);
-    if (JsonReply::member(reply.value(), "error").isValid())
+    if (JsonReply::member(reply.value(), "error").toBool()) // null and false report that there is no error
         return token;
     JsonReply::text(reply.value(), "access_token", token.accessToken);
     JsonReply::text(reply.value(), "token_type", token.tokenType);

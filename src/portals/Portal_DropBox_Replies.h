@@ -25,12 +25,13 @@ struct Token
     KString userId;
 };
 
-/// All texts are empty when the reply reports an error.
+/// All texts are empty if the reply reports an error: "error" is neither null, false, 0 nor an empty text.
 Token token(const QByteArray &body);
 /// False, and \p name left alone, when the reply names no user. A name may be empty.
 bool displayName(const QByteArray &body, KString &name);
 /// Appends one new item per usable entry to \p items, which the caller owns; \p owner (may be null) hears their clicks.
 /// An entry without a revision text, or with a ".." segment in its path, is left out.
+/// A root that is not a plain name (letters, digits, "_", "-") is left out of its item.
 void listing(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owner, ICloudPortalApi::ItemVector &items);
 /// True when the reply confirms that at least one byte was stored.
 bool isStored(const QByteArray &body);

@@ -123,6 +123,24 @@ private slots:
             QCOMPARE(listed(body), QString());
     }
 
+    void rootIsAPlainNameOrLeftOut_data()
+    {
+        QTest::addColumn<QByteArray>("root");
+        QTest::addColumn<bool>("isPlain");
+        for (const char *root : {"dropbox", "app_folder", "sandbox-2"})
+            QTest::newRow(root) << QByteArray(root) << true;
+        for (const char *root : {"../../etc", "..", ".", "", "a/b", "/etc", "a\\\\b", "%2e%2e", "a?b", "a b", "a\\n"})
+            QTest::newRow(root) << QByteArray(root) << false;
+    }
+
+    void rootIsAPlainNameOrLeftOut()
+    {
+        QFETCH(QByteArray, root);
+        QFETCH(bool, isPlain);
+        QCOMPARE(listed("{'contents':[{'rev':'1','root':'" + root + "'}]}"),
+                 "rev: 1" + (isPlain ? ", root: " + QString(root) : QString()));
+    }
+
     void searchReplies()
     {
         QCOMPARE(
@@ -156,7 +174,10 @@ private slots:
     {
         QCOMPARE(tokenIn("{'access_token':'t','token_type':'bearer','uid':'42'}"), QString("t/bearer/42"));
         QCOMPARE(tokenIn("{'access_token':{'a':1},'uid':'4','__proto__':{'error':1}}"), QString("//4"));
-        for (const char *body : {"{'error':'invalid_grant','access_token':'t'}", "['access_token']", ""})
+        for (const char *error : {"null", "false", "''"})
+            QCOMPARE(tokenIn(QByteArray("{'access_token':'t','error':") + error + '}'), QString("t//"));
+        for (const char *body : {"{'error':'invalid_grant','access_token':'t'}", "{'error':{},'access_token':'t'}",
+                                 "{'error':true,'access_token':'t'}", "['access_token']", ""})
             QCOMPARE(tokenIn(body), QString("//"));
         QVERIFY(DropBoxReplies::isStored(json("{'bytes':1}")));
         for (const char *body : {"{'bytes':0}", "{'bytes':0.5}", "{'bytes':-7}", "{'bytes':'12'}", ""})
