@@ -142,8 +142,8 @@ KStatus initializePlugin(KObject plugin)
 {
     KStatus status;
     KFnPlugin functions(plugin, vendor, pluginVersion, requiredApi, &status);
-    if (!status)
-        return reported(status, TavrinStrings::getString(TavrinStrings::kPluginInitializeError));
+    if (!status) // before the texts are registered
+        return reported(status, TavrinStrings::kPluginInitializeError.defaultText());
 
     functions.registerUIStrings(TavrinStrings::registerKStringResources, "TavrinInitStrings");
     status = functions.registerCommand(TavrinCmd::commandName, TavrinCmd::creator, TavrinCmd::createSyntax);

@@ -42,6 +42,7 @@ private slots:
     void failuresNameTheirStep()
     {
         RecordingHost &host = m_fixture->host;
+        host.setText("kPluginInitializeError", "a text that is not registered yet: ");
         QVERIFY(!initializePlugin(KObject()) && !uninitializePlugin(KObject()) && host.commands().isEmpty());
         host.registerCommand(m_plugin, "Tavrin", TavrinCmd::creator, TavrinCmd::createSyntax);
         QVERIFY(!initializePlugin(m_plugin));
