@@ -138,6 +138,33 @@ private slots:
         QVERIFY(labels.contains("Anmelden"));
     }
 
+    void languageTableIsReadFromTheInstallationOnly_data()
+    {
+        QTest::addColumn<QString>("location");
+        QTest::addColumn<QStringList>("tables");
+        const QString start = "/opt/kelda/scripts/strings/Tavrin_";
+        QTest::newRow("known") << "/opt/kelda" << QStringList({start + "de_CH.ksc", start + "de.ksc"});
+        QTest::newRow("unknown") << "" << QStringList();
+    }
+
+    void languageTableIsReadFromTheInstallationOnly()
+    {
+        QFETCH(QString, location);
+        QFETCH(QStringList, tables);
+        KeldaHost::Setup setup;
+        setup.uiLanguage = "de_CH";
+        setup.location = location;
+        KeldaHost host(setup);
+        QStringList asked;
+        QVERIFY(host.interpreter().removeCommand("sysFile"));
+        host.interpreter().addCommand("sysFile", [&asked](const CommandCall &call) {
+            asked << call.arguments.back().toString();
+            return Value(0);
+        });
+        QVERIFY(run("source \"" SOURCE_FOLDER "/scripts/TavrinCreateUI.ksc\"; TavrinInitStrings;"));
+        QCOMPARE(asked, tables);
+    }
+
 private:
     void startHost(KGlobal::KeldaState state, const QString &language = QString())
     {
