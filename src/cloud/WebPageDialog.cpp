@@ -4,6 +4,7 @@
 #include "http/httpErrors.h"
 #include "ReturnStatus.h"
 
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
