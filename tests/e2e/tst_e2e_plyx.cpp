@@ -76,7 +76,8 @@ void TestE2EPlyx::signsInAfterAWrongPassword()
 void TestE2EPlyx::closedSignInCanBeStartedAgain()
 {
     QVERIFY2(m_page->open() && m_guide->askToSignIn(*m_page), qPrintable(error()));
-    QTest::keyClick(m_page->signInPage()->window(), Qt::Key_Escape);
+    QVERIFY2(m_driver->clickInPage(m_page->signInPage(), "#user"), qPrintable(error()));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QTRY_VERIFY(!m_page->signInPage());
     QCOMPARE(m_page->loginText(), QStringLiteral("Login"));
     QVERIFY(!m_page->isListEnabled());

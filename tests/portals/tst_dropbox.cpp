@@ -65,6 +65,7 @@ private slots:
         const QString folder = QFileInfo(file).path();
         QVERIFY(QDir(folder).removeRecursively());
         writeFile(folder, "a file, not a folder");
+        const auto restore = qScopeGuard([&folder] { QFile::remove(folder); });
         QVERIFY(!m_login->IsLogin());
         for (int round = 0; round < 2; ++round) {
             QVERIFY(!m_login->Login(&m_owner) && m_fixture->allow());

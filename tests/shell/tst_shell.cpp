@@ -130,6 +130,10 @@ private slots:
         }
         const QFile::Permissions before = QFile::permissions(path);
 
+        const auto restore = qScopeGuard([&folder] {
+            chmod(QFile::encodeName(folder).constData(), 0755);
+            return QFile::remove(folder) || QDir(folder).removeRecursively();
+        });
         setUser(isReadOnly ? nobody : getuid());
         const bool isStored = [] {
             Tavrin::Settings settings(fileName);
@@ -140,11 +144,6 @@ private slots:
         setUser(0);
         QVERIFY(!isStored);
         QCOMPARE(QFile::permissions(path), before);
-        chmod(QFile::encodeName(folder).constData(), 0755);
-        QVERIFY(QFile::remove(folder) || QDir(folder).removeRecursively());
-        Tavrin::Settings settings(fileName);
-        settings.setSessionID("stored");
-        QVERIFY(settings.store());
     }
 
     void sessionComesBackAndPairNeedsTwoNumbers()
