@@ -12,6 +12,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWebElement>
 #include <QWebFrame>
 #include <QWebPage>
 #include <QWebView>
@@ -159,10 +160,11 @@ WebPageDialog::WebPageDialog(QWidget *parent)
     m_view->setContextMenuPolicy(Qt::NoContextMenu);
     m_view->installEventFilter(this);
     hideScrollBars();
-    // The field with the focus, also when the Tab key has moved it.
+    // For the Tab key: the web view does not scroll itself.
     connect(m_view->page(), &QWebPage::microFocusChanged, this, [this] {
-        const QRect cursor = m_view->inputMethodQuery(Qt::ImCursorRectangle).toRect();
-        m_scrollArea->ensureVisible(cursor.center().x(), cursor.center().y());
+        const QRect field = m_view->page()->mainFrame()->findFirstElement(QStringLiteral(":focus")).geometry();
+        if (!field.isEmpty())
+            m_scrollArea->ensureVisible(field.center().x(), field.center().y());
     });
 
     m_scrollArea->setFrameShape(QFrame::NoFrame);

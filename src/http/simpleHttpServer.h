@@ -11,8 +11,9 @@
 #include <QTcpServer>
 #include <QTimer>
 
-/// Only "GET /crvn/kelda/oauth/dropbox/redirect?code=..." is answered. Every other connection is left unanswered and is
-/// closed after 30 s or 64 KiB, or when the wait ends (first code, time-out, stop() or destruction); the wait goes on.
+/// Answers only "GET /crvn/kelda/oauth/dropbox/redirect?code=...". Every other connection gets no answer and does not
+/// end the wait. It is closed after 30 s or 64 KiB, and when the wait ends: by the first code, the time-out, stop() or
+/// the destructor.
 class SimpleHttpServer : public QTcpServer
 {
     Q_OBJECT

@@ -129,6 +129,10 @@ private slots:
         const QPoint before = scrolled();
         QTest::keyClick(view(), Qt::Key_Tab);
         QTRY_VERIFY(scrolled().manhattanLength() > before.manhattanLength() + 200);
+        const QPoint atField = scrolled();
+        QTest::mouseClick(view(), Qt::LeftButton, Qt::NoModifier, atField + QPoint(30, 30)); // beside the field
+        QTest::qWait(20);
+        QCOMPARE(scrolled(), atField);
     }
 
     void reloadingPageLeavesTheSize()
