@@ -8,6 +8,7 @@
 
 #include <assimp/Importer.hpp>
 
+#include <clocale>
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -280,5 +281,20 @@ first bytes decide|| => 12 12 8 0 0 0 1 2 3
 )");
 }
 
-QTEST_GUILESS_MAIN(TestScene)
+/// Everything runs where numbers have a decimal comma, in a locale that is made for this.
+int main(int argc, char **argv)
+{
+    const QTemporaryDir locales;
+    QProcess::execute("localedef", {"-i", "de_DE", "-f", "UTF-8", locales.filePath("de_DE.UTF-8")});
+    qputenv("LOCPATH", QFile::encodeName(locales.path()));
+    qunsetenv("LC_ALL");
+    qputenv("LANG", "C.UTF-8");
+    qputenv("LC_NUMERIC", "de_DE.UTF-8");
+    QCoreApplication application(argc, argv);
+    if (*std::localeconv()->decimal_point != ',')
+        qFatal("localedef made no locale with a decimal comma");
+    TestScene test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_scene.moc"

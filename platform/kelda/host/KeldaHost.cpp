@@ -9,6 +9,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <clocale>
 #include <limits>
 #include <utility>
 
@@ -49,6 +50,9 @@ KeldaHost::KeldaHost(const Setup &setup)
     : m_setup(setup), m_menus(std::make_unique<MenuModel>()), m_plugins(std::make_unique<PluginManager>(*this)),
       m_callbacks(std::make_unique<CallbackRegistry>())
 {
+    // Libraries that write model files print numbers with the C library, and QCoreApplication sets its locale from the
+    // environment. A decimal comma makes such files unreadable.
+    std::setlocale(LC_NUMERIC, "C");
     qRegisterMetaType<KHost::MessageKind>();
     addScriptCommands(*this);
     addInterfaceCommands(*this);

@@ -34,7 +34,8 @@ public:
         QString uiLanguage; ///< answered by about -uiLanguage; empty: KELDA_UI_LANGUAGE, else the locale's
     };
 
-    /// Installs itself as the process's host.
+    /// Installs itself as the process's host and sets the process's LC_NUMERIC to "C". Construct it after the
+    /// QCoreApplication, which sets the locale of the environment.
     explicit KeldaHost(const Setup &setup);
     /// Unloads every plug-in that is still loaded, last loaded first.
     ~KeldaHost() override;
