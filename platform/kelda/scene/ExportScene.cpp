@@ -34,6 +34,7 @@ private:
     QString uniqueMaterialName(const QString &wanted);
     aiMesh *mesh(const SceneObject &object, unsigned materialIndex) const;
     aiMaterial *material(const Material &source);
+    QByteArray imageFile(const QImage &image) const;
     aiString textureReference(const Material &source);
 
     const Translator &m_translator;
@@ -151,6 +152,19 @@ aiMaterial *Builder::material(const Material &source)
     return material;
 }
 
+/// \p image as the content of a PNG file. The FBX exporter pads base64 wrongly when the number of bytes is a multiple
+/// of three, so one zero byte, which image readers ignore, follows such a file.
+QByteArray Builder::imageFile(const QImage &image) const
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    QByteArray bytes = buffer.data();
+    if (m_translator.exportId == "fbxa" && bytes.size() % 3 == 0)
+        bytes.append('\0');
+    return bytes;
+}
+
 /// The image inside the file, else its name where the kind has no room for it.
 aiString Builder::textureReference(const Material &source)
 {
@@ -160,15 +174,13 @@ aiString Builder::textureReference(const Material &source)
         return aiString();
     auto number = m_textureNumbers.find(source.texture.cacheKey());
     if (number == m_textureNumbers.end()) {
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        source.texture.save(&buffer, "PNG");
+        const QByteArray bytes = imageFile(source.texture);
         auto *texture = new aiTexture();
         texture->mFilename = name(source.textureName);
         std::strcpy(texture->achFormatHint, "png");
-        texture->mWidth = static_cast<unsigned>(buffer.data().size());
+        texture->mWidth = static_cast<unsigned>(bytes.size());
         texture->pcData = new aiTexel[texture->mWidth / sizeof(aiTexel) + 1];
-        std::memcpy(texture->pcData, buffer.data().constData(), texture->mWidth);
+        std::memcpy(texture->pcData, bytes.constData(), texture->mWidth);
         number = m_textureNumbers.insert(source.texture.cacheKey(), static_cast<int>(m_textures.size()));
         m_textures.push_back(texture);
     }

@@ -4,7 +4,9 @@
 
 #include <QBuffer>
 #include <QCryptographicHash>
+#include <QFile>
 #include <QImageReader>
+#include <QtEndian>
 
 #include <algorithm>
 
@@ -20,11 +22,20 @@ bool isSensible(const QSize &size)
            qint64(size.width()) * size.height() <= mostPixels;
 }
 
-/// Null for what is no image of a sensible size.
-QImage readBounded(QImageReader &reader)
+/// Reads the image file in \p device, which is closed. Null for what is no image of a sensible size.
+QImage readBounded(QIODevice &device)
 {
+    if (!device.open(QIODevice::ReadOnly))
+        return QImage();
+    const QByteArray header = device.peek(16);
+    QImageReader reader(&device);
     reader.setDecideFormatFromContent(true);
-    return isSensible(reader.size()) ? reader.read().convertToFormat(QImage::Format_ARGB32) : QImage();
+    QSize size = reader.size();
+    // The plug-in for TGA files does not give the size in advance: two little-endian numbers of 16 bits.
+    if (reader.format() == "tga" && header.size() == 16)
+        size = QSize(qFromLittleEndian<quint16>(header.constData() + 12),
+                     qFromLittleEndian<quint16>(header.constData() + 14));
+    return isSensible(size) ? reader.read().convertToFormat(QImage::Format_ARGB32) : QImage();
 }
 
 QString shortName(const QString &reference)
@@ -61,8 +72,8 @@ QImage MaterialBuilder::textureBeside(const QString &reference)
         return QImage();
     }
     if (!m_textures.contains(path)) {
-        QImageReader reader(path);
-        m_textures.insert(path, readBounded(reader));
+        QFile file(path);
+        m_textures.insert(path, readBounded(file));
         if (m_textures.value(path).isNull())
             warnOnce(QStringLiteral("texture \"%1\" cannot be read as an image").arg(shortName(reference)));
     }
@@ -79,8 +90,7 @@ QImage MaterialBuilder::textureInside(const MaterialData &data)
     if (!data.texelSize.isValid()) {
         QByteArray bytes = data.textureBytes;
         QBuffer buffer(&bytes);
-        QImageReader reader(&buffer);
-        image = readBounded(reader);
+        image = readBounded(buffer);
     } else if (isSensible(data.texelSize)) {
         // Blue, green, red, alpha: the memory order of ARGB32 on little-endian machines.
         image = QImage(reinterpret_cast<const uchar *>(data.textureBytes.constData()), data.texelSize.width(),
