@@ -34,6 +34,52 @@ QByteArray trianglesOf(const QStringList &materials)
     return text;
 }
 
+template <typename... Numbers>
+QByteArray packed(Numbers... numbers)
+{
+    QByteArray bytes;
+    (bytes.append(reinterpret_cast<const char *>(&numbers), sizeof numbers), ...);
+    return bytes;
+}
+
+QByteArray chunk(const char *name, const QByteArray &content)
+{
+    return name + packed(content.size()) + content;
+}
+
+/// A Blitz3D file of one triangle whose animation has three frames and a key at the fourth.
+QByteArray animatedTriangle()
+{
+    const QByteArray mesh = packed(-1) +
+                            chunk("VRTS", packed(0, 0, 0) + packed(0.F, 0.F, 0.F, 1.F, 0.F, 0.F, 0.F, 1.F, 0.F)) +
+                            chunk("TRIS", packed(-1, 0, 1, 2));
+    return chunk("BB3D", packed(1) + chunk("NODE", QByteArray("n\0", 2) +
+                                                       packed(0.F, 0.F, 0.F, 1.F, 1.F, 1.F, 1.F, 0.F, 0.F, 0.F) +
+                                                       chunk("MESH", mesh) +
+                                                       chunk("KEYS", packed(1, 0, 0.F, 0.F, 0.F, 4, 0.F, 0.F, 0.F)) +
+                                                       chunk("ANIM", packed(0, 3, 25.F))));
+}
+
+const char litTriangle[] = R"(GeometryNode $node1 { Name {string {"n"}} ObjectRef {ref {$geometry1}} }
+LightNode $node2 { Name {string {"lamp"}} ObjectRef {ref {$light1}} }
+GeometryObject $geometry1 { Mesh (primitive = "triangles") {
+    VertexArray (attrib = "position") { float[3] {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}} }
+    IndexArray { unsigned_int32[3] {{0, 1, 2}} } } }
+LightObject $light1 (type = "point") { Color (attrib = "light") {float[3] {{1, 1, 1}}} }
+)";
+
+const char emptyAndFullSolid[] = "solid a\nendsolid a\nsolid b\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\n"
+                                 "vertex 1 0 0\nvertex 0 1 0\nendloop\nendfacet\nendsolid b\n";
+
+/// A text PLY file of three points and \p faces.
+QByteArray plyFile(const QByteArrayList &faces)
+{
+    return "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\nelement "
+           "face " +
+           QByteArray::number(faces.size()) +
+           "\nproperty list uchar int vertex_indices\nend_header\n0 0 0\n1 0 0\n0 1 0\n" + faces.join('\n') + '\n';
+}
+
 } // namespace
 
 class TestModels : public QObject
@@ -99,6 +145,43 @@ picture.tif => 2x1 #0000ff #0000ff
 picture.webp => 2x1 #0000ff #0000ff
 huge.tga => warning: one.obj: texture "huge.tga" cannot be read as an image
 cut.tga => warning: one.obj: texture "cut.tga" cannot be read as an image
+)");
+    }
+
+    void faultsBesideTheGeometryDoNotCount()
+    {
+        m_host->write("key after the end.b3d", animatedTriangle());
+        m_host->write("light without a node.ogex", litTriangle);
+        m_host->write("empty solid.stl", emptyAndFullSolid);
+        const auto triangles = [this](const QString &file) {
+            return run("file -new; file -i \"FOLDER/" + file + "\"; sceneInfo -q -triangles");
+        };
+        playSteps(triangles, "key after the end.b3d => 1\nlight without a node.ogex => 1\nempty solid.stl => 1\n");
+    }
+
+    void refusalsSayWhatTheFileIs()
+    {
+        m_host->write("points.ply", plyFile({}));
+        m_host->write("index.ply", plyFile({"3 0 1 2", "4 0 1 2 99999999"}));
+        m_host->write("world.wrl", "#VRML V2.0 utf8\nShape { geometry Box {} }\n");
+        m_host->write("packed.wrl",
+                      QByteArray::fromHex("1f8b080000000000000353560ef3f551084fcd49ceb704001bb85b3c0d000000"));
+        m_host->write("page.glb", "<!DOCTYPE html><html><body>Not found</body></html>");
+        m_host->write("picture.obj", asPng(QImage(2, 2, QImage::Format_RGB32)));
+        m_host->write("text.txt", "not a model\n");
+        m_host->write("text.glb", "not a model\n");
+        m_host->write("cut without a name", "glTF\x02");
+        const auto reason = [this](const QString &file) { return m_host->import(file).section("\": ", 1); };
+        playSteps(reason, R"(
+points.ply => it holds only points or lines, no surfaces
+index.ply => a polygon refers to a point that does not exist
+world.wrl => its content is of the kind "VRML document", which cannot be read
+packed.wrl => its content is of the kind "Gzip archive", which cannot be read
+page.glb => it is no glTF binary file; its content is of the kind "HTML document"
+picture.obj => it holds no surfaces; its content is of the kind "PNG image"
+text.glb => it is no glTF binary file
+text.txt => its kind can be told neither from its name nor from its content; rename it with the extension of its kind
+cut without a name => it is damaged
 )");
     }
 

@@ -5,6 +5,8 @@
 #include "scene/Translators.h"
 
 #include <QFileInfo>
+#include <QMimeDatabase>
+#include <QRegularExpression>
 
 #include <assimp/config.h>
 #include <assimp/Importer.hpp>
@@ -15,6 +17,11 @@
 #include <cmath>
 
 namespace {
+
+/// What the host has no use for. A fault in it, such as the weight of a point that does not exist, must not reach the
+/// library's later steps.
+constexpr int unusedComponents = aiComponent_ANIMATIONS | aiComponent_BONEWEIGHTS | aiComponent_CAMERAS |
+                                 aiComponent_LIGHTS | aiComponent_TANGENTS_AND_BITANGENTS;
 
 /// One node still to be visited, with the transformation of everything above it.
 struct Visit
@@ -79,11 +86,17 @@ ModelData Collector::collect()
         open.pop_back();
         const aiMatrix4x4 transform = visit.above * visit.node->mTransformation;
         addNode(*visit.node, transform);
-        for (unsigned child = visit.node->mNumChildren; child-- > 0;)
-            open.push_back({visit.node->mChildren[child], transform});
+        for (unsigned child = visit.node->mNumChildren; child-- > 0;) {
+            if (visit.node->mChildren[child]) // some readers of the library leave holes
+                open.push_back({visit.node->mChildren[child], transform});
+        }
     }
-    if (m_result.parts.empty())
-        throw FileError(QStringLiteral("it holds no surfaces"));
+    if (m_result.parts.empty()) {
+        const bool empty = std::all_of(m_scene.mMeshes, m_scene.mMeshes + m_scene.mNumMeshes,
+                                       [](const aiMesh *mesh) { return mesh->mNumVertices == 0; });
+        throw FileError(empty ? QStringLiteral("it holds no surfaces")
+                              : QStringLiteral("it holds only points or lines, no surfaces"));
+    }
     for (unsigned at = 0; at < m_scene.mNumMaterials; ++at)
         m_result.materials.push_back(material(*m_scene.mMaterials[at]));
     return std::move(m_result);
@@ -139,10 +152,6 @@ Mesh Collector::converted(const aiMesh &source, const aiMatrix4x4 &transform)
         if (m_corners > ModelReader::mostCorners)
             throw FileError(QStringLiteral("it holds too many polygons"));
         corners.assign(face.mIndices, face.mIndices + face.mNumIndices);
-        for (const quint32 corner : corners) {
-            if (corner >= source.mNumVertices)
-                throw FileError(QStringLiteral("a polygon refers to a point that does not exist"));
-        }
         mesh.addFace(corners);
     }
     mesh.updateBounds();
@@ -186,9 +195,31 @@ QString aliasFor(const QString &path, const Translator *translator)
     return info.absoluteFilePath() + QLatin1Char('.') + translator->extension();
 }
 
-} // namespace
+/// Throws FileError for what would make the library's steps, or Collector, read beyond an array.
+void checkMeshes(const aiScene &scene)
+{
+    for (unsigned at = 0; at < scene.mNumMeshes; ++at) {
+        const aiMesh &mesh = *scene.mMeshes[at];
+        for (unsigned face = 0; face < mesh.mNumFaces; ++face) {
+            const unsigned *corners = mesh.mFaces[face].mIndices;
+            if (std::any_of(corners, corners + mesh.mFaces[face].mNumIndices,
+                            [&mesh](unsigned corner) { return corner >= mesh.mNumVertices; }))
+                throw FileError(QStringLiteral("a polygon refers to a point that does not exist"));
+        }
+    }
+}
 
-ModelData ModelReader::read(const QString &path, const Translator *translator, const OptionValues &options)
+/// Throws FileError unless there is a \p scene with a root.
+void requireScene(const aiScene *scene, const Assimp::Importer &importer)
+{
+    const QString reason = QString::fromUtf8(importer.GetErrorString()).simplified().left(300);
+    if (!scene)
+        throw FileError(reason.isEmpty() ? QStringLiteral("it cannot be read") : reason);
+    if (!scene->mRootNode)
+        throw FileError(QStringLiteral("it holds no surfaces"));
+}
+
+ModelData readFile(const QString &path, const Translator *translator, const OptionValues &options)
 {
     const QString alias = aliasFor(path, translator);
     auto *folder = new ModelFolder(QFileInfo(path).absoluteFilePath(), alias);
@@ -196,18 +227,56 @@ ModelData ModelReader::read(const QString &path, const Translator *translator, c
     importer.SetIOHandler(folder); // deletes it in the end
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
+    importer.SetPropertyInteger(AI_CONFIG_PP_RVC_FLAGS, unusedComponents);
 
-    unsigned steps = aiProcess_ValidateDataStructure;
+    // The library's own validation would refuse a model for a fault in an animation or a light.
+    const aiScene *scene = importer.ReadFile(alias.toStdString(), 0);
+    requireScene(scene, importer);
+    checkMeshes(*scene);
+    unsigned steps = aiProcess_RemoveComponent;
     if (options.value(QStringLiteral("triangulate"), true).toBool())
         steps |= aiProcess_Triangulate;
     if (options.value(QStringLiteral("joinVertices"), true).toBool())
         steps |= aiProcess_JoinIdenticalVertices;
-    const aiScene *scene = importer.ReadFile(alias.toStdString(), steps);
-    if (!scene || !scene->mRootNode) {
-        const QString reason = QString::fromUtf8(importer.GetErrorString()).simplified().left(300);
-        throw FileError(reason.isEmpty() ? QStringLiteral("it cannot be read") : reason);
-    }
+    scene = importer.ApplyPostProcessing(steps);
+    requireScene(scene, importer);
     ModelData model = Collector(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble()).collect();
     model.missingMaterials = folder->missingMaterials();
     return model;
+}
+
+/// \p reason, or what the file's first bytes say about its kind where that helps more.
+QString explained(const QString &reason, const QString &path, const Translator *translator)
+{
+    // Kinds that are certain, and that no translator reads as they are.
+    static const QRegularExpression foreign(
+        QStringLiteral("^(image|audio|video)/|/(html|pdf|gzip|x-xz|x-bzip|x-7z-compressed|vnd.rar)$"));
+    const QMimeType kind = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
+    const QString content = QStringLiteral("its content is of the kind \"%1\"").arg(kind.comment());
+    const QStringList suffixes = kind.suffixes();
+    QString failure = reason;
+    if (reason.startsWith(QLatin1String("No suitable reader")))
+        failure =
+            translator ? QStringLiteral("it is no %1 file").arg(translator->name) : QStringLiteral("it is damaged");
+    if (translator) {
+        const bool other = foreign.match(kind.name()).hasMatch() && !suffixes.contains(translator->extension());
+        return other ? failure + QStringLiteral("; ") + content : failure;
+    }
+    if (std::any_of(suffixes.begin(), suffixes.end(), Translators::forExtension))
+        return failure;
+    if (QStringList{"application/octet-stream", "application/xml", "text/plain"}.contains(kind.name()))
+        return QStringLiteral("its kind can be told neither from its name nor from its content; rename it with the "
+                              "extension of its kind");
+    return content + QStringLiteral(", which cannot be read");
+}
+
+} // namespace
+
+ModelData ModelReader::read(const QString &path, const Translator *translator, const OptionValues &options)
+{
+    try {
+        return readFile(path, translator, options);
+    } catch (const FileError &problem) {
+        throw FileError(explained(problem.reason(), path, translator));
+    }
 }

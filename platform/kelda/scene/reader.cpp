@@ -5,6 +5,7 @@
 #include "scene/Translators.h"
 
 #include <QFile>
+#include <QLocale>
 
 #include <cstdlib>
 
@@ -29,6 +30,7 @@ QString readInto(ModelData &model, const ReadRequest &request)
 
 int main(int argc, char **argv)
 {
+    QLocale::setDefault(QLocale::c()); // messages name kinds of files in English, as all of the host's
     QFile file;
     if (argc != 2 || !file.open(QByteArray(argv[1]).toInt(), QIODevice::ReadWrite))
         return EXIT_FAILURE;
