@@ -68,6 +68,12 @@ source "first.ksc"; $where => location ü
 source current.ksc => 5
 source "broken.ksc"; f => failed: FOLDER/scripts/broken.ksc:3: unknown command 'frob'
 )");
+        // A failure inside eval names the call, its line, and the line of the text.
+        test.write("scripts/evals.ksc", "print before;\neval \"1;\\nfrob\";");
+        test.play(R"(
+source "evals.ksc" => info: before / failed: FOLDER/scripts/evals.ksc:2: eval: line 2: unknown command 'frob'
+eval "source broken.ksc; f" => failed: line 1: eval: FOLDER/scripts/broken.ksc:3: unknown command 'frob'
+)");
         qunsetenv("KELDA_SCRIPT_PATH");
         QDir::setCurrent("/");
 
@@ -79,6 +85,19 @@ source "broken.ksc"; f => failed: FOLDER/scripts/broken.ksc:3: unknown command '
         // The third does not fit into an int.
         playSteps(kindOf, "7 => int\n7.0 => double\n2147483648 => double\n\"7\" => string\n"
                           "callbacks -listCallbacks -hook h => array\nerror x => none");
+    }
+
+    void caughtErrorsArePostedOnce()
+    {
+        PlugInHost test;
+        test.loadSample();
+        test.play(R"(
+$done = ""; for ($f in {"none.obj", "box.obj", "none.stl"}) { if (!catch(`file -i ("FOLDER/" + $f)`)) $done += $f; } $done => error: line 1: cannot import "FOLDER/none.obj": there is no such file / error: line 1: cannot import "FOLDER/none.stl": there is no such file / box.obj
+catch(`frob`); catch(`frob`); => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob' / 1
+catch(`frob`); frob => error: line 1: unknown command 'frob' / failed: line 1: unknown command 'frob'
+catch(`Sample execute "frob"`) => error: line 1: unknown command 'frob' / 1
+catch(`eval "frob"`) => error: line 1: eval: line 1: unknown command 'frob' / 1
+)");
     }
 
     void waitCursorCountsAndEchoFollowsItsState()

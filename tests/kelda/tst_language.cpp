@@ -71,6 +71,36 @@ stringArrayToString({substring("abc", -5, 99), substring("abc", 3, 2), startsWit
 
     void mistakesNameFileAndLine();
 
+    void catchGoesOnAfterAnError()
+    {
+        const auto outcome = [](const QString &source) {
+            Language language;
+            QStringList caught;
+            language.setCaughtHandler([&caught](const QString &message) { caught.append(message); });
+            const QString result = language.outcome(source);
+            return (QStringList(result) + caught).join(" | ");
+        };
+        playSteps(outcome, R"(
+$n = 1; if (catch(`nope`)) $n = 2; $n => 2 | line 1: unknown command 'nope'
+catch ( `take x` ) + catch(1 + 1) => 0
+catch `nope`;↵catch`nope`; => 1 | line 1: unknown command 'nope' | line 2: unknown command 'nope'
+catch($x = 1 / 0); catch($x = 5); $x => 5 | line 1: division by zero
+proc int f() { $a = {"p"}; catch($a[1]); return size($a); } f() => 1 | line 1: $a has 1 elements, there is none at 1
+proc f() { f; } catch(`f`); 7 => 7 | line 1: calls are nested more than 200 deep
+catch(catch(1 / 0)) => 0 | line 1: division by zero
+catch(`run "1 +"`) => 1 | line 1: unexpected end of the text
+take `catch(1 / 0)` => 1 | line 1: division by zero
+$s = ""; for ($v in {"2", "0", "4"}) { if (catch($q = 8 / $v)) continue; $s += $q; } $s => 42 | line 1: division by zero
+catch 1 => line 1: unexpected '1'
+catch(1; 2) => line 1: unexpected ';'
+catch => line 1: '(' is missing at the end of the text
+)");
+        Language limited;
+        limited.setLimits({1000, 100, 100});
+        QVERIFY(limited.outcome("for (;;) catch(`nope`);").contains("more than 1000 steps"));
+        QVERIFY(limited.outcome("proc f() { catch(`f`); catch(`f`); } f").contains("more than 1000 steps"));
+    }
+
     void commandsReceiveTheirArguments();
 
     void deepNestingFails()

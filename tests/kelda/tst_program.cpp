@@ -89,6 +89,7 @@ void TestProgram::argumentsInLinesOut()
 --command|print "one\ntwo"; warning "größer 茶" => info: one\ntwo|warning: größer 茶|0
 --command|confirmDialog -m "Sure?" -button "Yes" => info: Sure?|result: dismiss|0
 --command|quit|--command|print "never" => 0
+--command|catch(`file -i "bad.ksc"`) => error: line 1: cannot import "bad.ksc": ...|result: 1|0
 --script|place/scripts/there.ksc|--command|1|--script|bad.ksc|--command|2 => info: from the location|result: 1|error: ...bad.ksc:3: unknown command 'frobnicate'|result: 2|1
 --location|place|--command|source "there.ksc"; `getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` => info: from the location|result: DIR/place DIR/user/|0
 --mode|library|--command|getenv "KELDA_LOCATION" => result: .../lib/kelda|0

@@ -57,6 +57,10 @@ KeldaHost::KeldaHost(const Setup &setup)
     addScriptCommands(*this);
     addInterfaceCommands(*this);
     addSystemCommands(*this);
+    m_interpreter.setCaughtHandler([this](const QString &failure) {
+        if (!isPosted(failure))
+            message(MessageKind::kError, KQtUtil::toKString(failure));
+    });
     KHost::install(this);
 }
 
@@ -94,13 +98,18 @@ KStatus KeldaHost::run(const QString &command, Value &result, bool display)
     if (echo)
         emit commandEchoed(command, result.toString());
 
-    // The failure of what the command ran is posted already, and is part of the command's own.
-    const auto isPosted = [&failure](const QString &posted) { return failure.contains(posted); };
-    if (failed && std::none_of(m_reported.cbegin(), m_reported.cend(), isPosted))
+    if (failed && !isPosted(failure))
         reportFailure(failure);
     --m_executing;
     m_reported = isOutermost ? QStringList() : reportedBefore + m_reported;
     return failed ? KStatus::failure(KQtUtil::toKString(failure)) : KStatus();
+}
+
+bool KeldaHost::isPosted(const QString &failure) const
+{
+    // The failure of what a command ran is part of the command's own.
+    return std::any_of(m_reported.cbegin(), m_reported.cend(),
+                       [&failure](const QString &posted) { return failure.contains(posted); });
 }
 
 void KeldaHost::reportFailure(const QString &reason)

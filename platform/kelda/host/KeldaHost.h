@@ -90,6 +90,9 @@ signals:
     void quitRequested(int exitStatus);
 
 private:
+    /// Whether \p failure is, or contains, an error that the running command has posted.
+    bool isPosted(const QString &failure) const;
+
     Setup m_setup;
     Interpreter m_interpreter;
     std::unique_ptr<MenuModel> m_menus;

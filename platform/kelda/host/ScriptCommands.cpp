@@ -40,6 +40,16 @@ QString joinedArguments(const CommandCall &call)
     return call.texts().join(QLatin1Char(' '));
 }
 
+/// Runs the joined arguments as a program of its own. A failure names the call of eval, and the line inside the text.
+Value evaluated(Interpreter &language, const CommandCall &call)
+{
+    try {
+        return language.evaluate(joinedArguments(call));
+    } catch (const ScriptError &error) {
+        throw CommandError(QStringLiteral("eval: ") + error.message());
+    }
+}
+
 Value post(KeldaHost &host, KHost::MessageKind kind, const CommandCall &call)
 {
     QString text = joinedArguments(call);
@@ -65,7 +75,7 @@ void addScriptCommands(KeldaHost &host)
 {
     Interpreter &language = host.interpreter();
     language.addCommand(QStringLiteral("eval"),
-                        [&language](const CommandCall &call) { return language.evaluate(joinedArguments(call)); });
+                        [&language](const CommandCall &call) { return evaluated(language, call); });
     language.addCommand(QStringLiteral("source"), [&host](const CommandCall &call) { return source(host, call); });
     language.addCommand(QStringLiteral("exists"), [&language](const CommandCall &call) {
         const QString name = joinedArguments(call);

@@ -46,6 +46,7 @@ struct Expression
         Or,
         Conditional, ///< operands[0] ? operands[1] : operands[2]
         Assign,      ///< operands[0] (op)= operands[1]; the target is a Variable or an Element
+        Catch,       ///< 1 if evaluating operands[0] fails, else 0
         PostStep,    ///< adds operands[1] to operands[0]; the value is the one before
         Call         ///< name with operands as arguments
     };

@@ -34,6 +34,8 @@ Value Evaluator::evaluate(const Expression &expression)
         case Expression::Kind::Assign:
         case Expression::Kind::PostStep:
             return evaluateAssignment(expression);
+        case Expression::Kind::Catch:
+            return evaluateCatch(expression);
         case Expression::Kind::Call:
             return evaluateCall(expression);
         }
@@ -64,6 +66,18 @@ Value Evaluator::evaluateCall(const Expression &expression)
     for (const ExpressionPtr &operand : expression.operands)
         arguments.push_back(evaluate(*operand));
     return m_state.call(expression.name, arguments, at(expression.line));
+}
+
+Value Evaluator::evaluateCatch(const Expression &expression)
+{
+    try {
+        evaluate(*expression.operands[0]);
+        return false;
+    } catch (const ScriptError &error) {
+        if (m_state.caughtHandler)
+            m_state.caughtHandler(error.message());
+        return true;
+    }
 }
 
 Value Evaluator::evaluateAssignment(const Expression &expression)

@@ -149,6 +149,11 @@ void Interpreter::setLimits(const Limits &limits)
     d->limits = limits;
 }
 
+void Interpreter::setCaughtHandler(std::function<void(const QString &)> handler)
+{
+    d->caughtHandler = std::move(handler);
+}
+
 Value Interpreter::evaluate(const QString &source, const QString &file)
 {
     const CallDepth depthGuard(*d);

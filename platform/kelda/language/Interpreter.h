@@ -76,6 +76,8 @@ public:
     /// Re-entrant: commands may evaluate. Nesting deeper than 200 calls fails instead of overflowing the stack.
     Value evaluate(const QString &source, const QString &file = QString());
     void setLimits(const Limits &limits);
+    /// \p handler is called with the message of each error that "catch" ends, before the program goes on.
+    void setCaughtHandler(std::function<void(const QString &message)> handler);
     /// Calls a procedure or command by name. Throws ScriptError.
     Value call(const QString &name, const std::vector<Value> &arguments);
 

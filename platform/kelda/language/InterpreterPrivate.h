@@ -40,6 +40,7 @@ public:
     QHash<QString, std::shared_ptr<const Procedure>> procedures;
     Variables globals;
     Limits limits;
+    std::function<void(const QString &)> caughtHandler;
     qint64 steps = 0; ///< since the outermost call
     int depth = 0;
     const char *stackBase = nullptr;
@@ -89,6 +90,7 @@ private:
     Value evaluateArray(const Expression &expression);
     Value evaluateAssignment(const Expression &expression);
     Value evaluateCall(const Expression &expression);
+    Value evaluateCatch(const Expression &expression);
     Value applied(Operator op, const Value &left, const Value &right) const;
     bool condition(const ExpressionPtr &expression);
 
