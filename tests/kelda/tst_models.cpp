@@ -71,13 +71,12 @@ LightObject $light1 (type = "point") { Color (attrib = "light") {float[3] {{1, 1
 const char emptyAndFullSolid[] = "solid a\nendsolid a\nsolid b\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\n"
                                  "vertex 1 0 0\nvertex 0 1 0\nendloop\nendfacet\nendsolid b\n";
 
-/// A text PLY file of three points and \p faces.
-QByteArray plyFile(const QByteArrayList &faces)
+/// A text PLY file.
+QByteArray plyFile(const QByteArrayList &points, const QByteArrayList &faces)
 {
-    return "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\nelement "
-           "face " +
-           QByteArray::number(faces.size()) +
-           "\nproperty list uchar int vertex_indices\nend_header\n0 0 0\n1 0 0\n0 1 0\n" + faces.join('\n') + '\n';
+    return "ply\nformat ascii 1.0\nelement vertex " + QByteArray::number(points.size()) +
+           "\nproperty float x\nproperty float y\nproperty float z\nelement face " + QByteArray::number(faces.size()) +
+           "\nproperty list uchar int vertex_indices\nend_header\n" + (points + faces).join('\n') + '\n';
 }
 
 } // namespace
@@ -159,10 +158,30 @@ cut.tga => warning: one.obj: texture "cut.tga" cannot be read as an image
         playSteps(triangles, "key after the end.b3d => 1\nlight without a node.ogex => 1\nempty solid.stl => 1\n");
     }
 
+    /// "file|joinVertices => triangles, faces, vertices, bounding box"
+    void equalPointsAreJoined()
+    {
+        // Two triangles with two common points, of which one has two texture coordinates, and a zero has two forms.
+        m_host->write("seam.obj", "vt 0 0\nvt 1 1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1/1 2/1 3/1\n"
+                                  "v 0 1 -0\nv 1 -0 0\nv 1 1 0\nf 4/2 5/1 6/1\n");
+        m_host->write("unused.ply", plyFile({"0 0 0", "1 0 0", "9 9 9", "0 1 0"}, {"3 0 1 3"}));
+        const auto measured = [this](const QString &step) {
+            run("file -new; file -options \"joinVertices=" + step.section('|', 1) + "\" -i \"FOLDER/" +
+                step.section('|', 0, 0) + '"');
+            return m_host->measured();
+        };
+        playSteps(measured, R"(
+seam.obj|0 => 2 2 6 0 0 0 1 1 0
+seam.obj|1 => 2 2 5 0 0 0 1 1 0
+unused.ply|0 => 1 1 4 0 0 0 9 9 9
+unused.ply|1 => 1 1 3 0 0 0 1 1 0
+)");
+    }
+
     void refusalsSayWhatTheFileIs()
     {
-        m_host->write("points.ply", plyFile({}));
-        m_host->write("index.ply", plyFile({"3 0 1 2", "4 0 1 2 99999999"}));
+        m_host->write("points.ply", plyFile({"0 0 0"}, {}));
+        m_host->write("index.ply", plyFile({"0 0 0", "1 0 0", "0 1 0"}, {"3 0 1 2", "4 0 1 2 99999999"}));
         m_host->write("world.wrl", "#VRML V2.0 utf8\nShape { geometry Box {} }\n");
         m_host->write("packed.wrl",
                       QByteArray::fromHex("1f8b080000000000000353560ef3f551084fcd49ceb704001bb85b3c0d000000"));
