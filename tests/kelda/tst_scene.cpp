@@ -85,7 +85,7 @@ OBJ||-ea => obj, 16, -1 -1 0 3 2 5, 4, not red, colours and textures are left ou
 FBX||-ea => fbx, 16, -1 -1 0 3 2 5, 4, #ff0000#0000ff
 glTF||-ea => gltf, 16, -1 -1 0 3 2 5, all names, #ff0000#0000ff
 glTF binary||-ea => glb, 16, -1 -1 0 3 2 5, all names, #ff0000#0000ff
-COLLADA||-ea => dae, 16, -1 -1 0 3 2 5, all names, textures are left out, only their names are written: paint.png
+COLLADA||-ea => dae, 16, -1 -1 0 3 2 5, all names, textures are left out, their names are written in place of the materials' colours: paint.png
 STL||-ea => stl, 16, -1 -1 0 3 2 5, 1, not red, colours and textures are left out, STL files hold shapes only
 PLY||-ea => ply, 16, -1 -1 0 3 2 5, 1, not red, colours and textures are left out, PLY files hold shapes only
 OBJ|scale=2;upAxis=Z|-es => obj, 14, -2 -6 -2 2 0 4, 2, not red, colours and textures are left out, they would need files beside it

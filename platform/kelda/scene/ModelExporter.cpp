@@ -167,15 +167,17 @@ bool isPainted(const Material &material)
     return !grey || !(material.name.isEmpty() || material.name == QLatin1String(AI_DEFAULT_MATERIAL_NAME));
 }
 
-/// The names of the objects' images, each once, or as many as fit into a line.
+/// The names of the objects' images, also of those that were not found, each once, or as many as fit into a line.
 QString imageNames(const std::vector<SceneObject> &objects)
 {
     constexpr int most = 5;
     QStringList names;
     for (const SceneObject &object : objects) {
         const Material &material = *object.material;
-        if (!material.texture.isNull() && !names.contains(material.textureName))
-            names.append(material.textureName);
+        const QString name = material.textureName.isEmpty() ? QStringLiteral("(unnamed)") : material.textureName;
+        const bool hasImage = !material.texture.isNull() || !material.textureName.isEmpty();
+        if (hasImage && !names.contains(name))
+            names.append(name);
     }
     if (names.size() <= most)
         return names.join(QStringLiteral(", "));
@@ -193,15 +195,20 @@ QStringList losses(const std::vector<SceneObject> &objects, const QString &targe
                                      [](const SceneObject &object) { return isPainted(*object.material); });
     const bool textured = std::any_of(objects.begin(), objects.end(),
                                       [](const SceneObject &object) { return !object.material->texture.isNull(); });
-    const QString onlyNames = QStringLiteral("textures are left out, only their names are written: ");
-    if (translator.exportId == "collada")
-        return textured ? QStringList(onlyNames + imageNames(objects)) : QStringList();
+    if (translator.exportId == "collada") {
+        const QString names = imageNames(objects);
+        return names.isEmpty()
+                   ? QStringList()
+                   : QStringList(QStringLiteral("textures are left out, their names are written in place of "
+                                                "the materials' colours: ") +
+                                 names);
+    }
     if (wantsMaterialFile(translator, options)) {
         QStringList lines{
             QStringLiteral("materials are in \"%1\" beside it, which an upload of the one file leaves behind")
                 .arg(materialFileName(target))};
         if (textured)
-            lines.append(onlyNames + imageNames(objects));
+            lines.append(QStringLiteral("textures are left out, only their names are written: ") + imageNames(objects));
         return lines;
     }
     if (!painted && !textured)
