@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <localcloud/ModelWriters.h>
 #include <QBuffer>
 #include <QJsonArray>
@@ -14,9 +13,7 @@ namespace {
 template <typename... Values>
 void appendFormatted(QByteArray &bytes, const char *format, Values... values)
 {
-    char line[160];
-    const int length = std::snprintf(line, sizeof line, format, values...);
-    bytes.append(line, length);
+    bytes.append(QString::asprintf(format, values...).toLatin1()); // the same in every locale, unlike printf()
 }
 
 /// Appends a number of 32 bits in the byte order that all these formats share.

@@ -285,13 +285,9 @@ first bytes decide|| => 12 12 8 0 0 0 1 2 3
 int main(int argc, char **argv)
 {
     const QTemporaryDir locales;
-    QProcess::execute("localedef", {"-i", "de_DE", "-f", "UTF-8", locales.filePath("de_DE.UTF-8")});
-    qputenv("LOCPATH", QFile::encodeName(locales.path()));
-    qunsetenv("LC_ALL");
-    qputenv("LANG", "C.UTF-8");
-    qputenv("LC_NUMERIC", "de_DE.UTF-8");
+    const bool made = useDecimalComma(locales.path());
     QCoreApplication application(argc, argv);
-    if (*std::localeconv()->decimal_point != ',')
+    if (!made || *std::localeconv()->decimal_point != ',')
         qFatal("localedef made no locale with a decimal comma");
     TestScene test;
     return QTest::qExec(&test, argc, argv);

@@ -3,6 +3,7 @@
 // The program, and what it keeps on the disk: logs, secrets and seeded models.
 
 #include "CloudClient.h"
+#include <clocale>
 #include <csignal>
 #include <localcloud/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
@@ -138,6 +139,17 @@ private slots:
             QCOMPARE(readFile(documents.filePath("Projects/Landscape/Hills.obj")).count("\nf "), 200000);
             QVERIFY(QFileInfo(documents.filePath("Work")).isDir());
         }
+    }
+
+    void modelsHaveDecimalPointsInEveryLocale()
+    {
+        const QTemporaryDir locales;
+        QVERIFY(useDecimalComma(locales.path()) && std::setlocale(LC_NUMERIC, ""));
+        const bool comma = *std::localeconv()->decimal_point == ',';
+        const QByteArray obj = objBytes(boxMesh({1, 2, 3}), "Crate");
+        std::setlocale(LC_NUMERIC, "C");
+        QVERIFY(comma);
+        QVERIFY2(obj.contains(".5") && !obj.contains(','), obj);
     }
 
     void binaryModelCarriesItsTexture()
