@@ -181,6 +181,7 @@ unused.ply|1 => 1 1 3 0 0 0 1 1 0
     void refusalsSayWhatTheFileIs()
     {
         m_host->write("points.ply", plyFile({"0 0 0"}, {}));
+        m_host->write("points without a name", plyFile({"0 0 0"}, {}));
         m_host->write("index.ply", plyFile({"0 0 0", "1 0 0", "0 1 0"}, {"3 0 1 2", "4 0 1 2 99999999"}));
         m_host->write("world.wrl", "#VRML V2.0 utf8\nShape { geometry Box {} }\n");
         m_host->write("packed.wrl",
@@ -193,13 +194,14 @@ unused.ply|1 => 1 1 3 0 0 0 1 1 0
         const auto reason = [this](const QString &file) { return m_host->import(file).section("\": ", 1); };
         playSteps(reason, R"(
 points.ply => it holds only points or lines, no surfaces
+points without a name => it holds only points or lines, no surfaces
 index.ply => a polygon refers to a point that does not exist
 world.wrl => its content is of the kind "VRML document", which cannot be read
 packed.wrl => its content is of the kind "Gzip archive", which cannot be read
 page.glb => it is no glTF binary file; its content is of the kind "HTML document"
 picture.obj => it holds no surfaces; its content is of the kind "PNG image"
 text.glb => it is no glTF binary file
-text.txt => its kind can be told neither from its name nor from its content; rename it with the extension of its kind
+text.txt => its kind is recognised neither by its name nor by its content; give it the extension of its kind
 cut without a name => it is damaged
 )");
     }

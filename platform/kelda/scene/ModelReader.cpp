@@ -41,37 +41,25 @@ void checkMeshes(const aiScene &scene)
     }
 }
 
-/// Throws FileError unless there is a \p scene with a root.
-void requireScene(const aiScene *scene, const Assimp::Importer &importer)
+QString errorOf(const Assimp::Importer &importer)
 {
     const QString reason = QString::fromUtf8(importer.GetErrorString()).simplified().left(300);
-    if (!scene)
-        throw FileError(reason.isEmpty() ? QStringLiteral("it cannot be read") : reason);
-    if (!scene->mRootNode)
-        throw FileError(QStringLiteral("it holds no surfaces"));
+    return reason.isEmpty() ? QStringLiteral("it cannot be read") : reason;
 }
 
-ModelData readFile(const QString &path, const Translator *translator, const OptionValues &options)
+/// What \p importer has read. Throws FileError.
+ModelData collected(Assimp::Importer &importer, const OptionValues &options)
 {
-    const QString alias = aliasFor(path, translator);
-    auto *folder = new ModelFolder(QFileInfo(path).absoluteFilePath(), alias);
-    Assimp::Importer importer;
-    importer.SetIOHandler(folder); // deletes it in the end
-    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
-    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
-
-    // The library's own validation would refuse a model for a fault in an animation or a light.
-    const aiScene *scene = importer.ReadFile(alias.toStdString(), 0);
-    requireScene(scene, importer);
+    const aiScene *scene = importer.GetScene();
+    if (!scene->mRootNode)
+        throw FileError(QStringLiteral("it holds no surfaces"));
     checkMeshes(*scene);
-    if (options.value(QStringLiteral("triangulate"), true).toBool()) {
+    if (options.value(QStringLiteral("triangulate"), true).toBool())
         scene = importer.ApplyPostProcessing(aiProcess_Triangulate);
-        requireScene(scene, importer);
-    }
+    if (!scene)
+        throw FileError(errorOf(importer));
     const bool join = options.value(QStringLiteral("joinVertices"), true).toBool();
-    ModelData model = ModelCollector::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble(), join);
-    model.missingMaterials = folder->missingMaterials();
-    return model;
+    return ModelCollector::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble(), join);
 }
 
 /// \p reason, or what the file's first bytes say about its kind where that helps more.
@@ -94,8 +82,8 @@ QString explained(const QString &reason, const QString &path, const Translator *
     if (std::any_of(suffixes.begin(), suffixes.end(), Translators::forExtension))
         return failure;
     if (QStringList{"application/octet-stream", "application/xml", "text/plain"}.contains(kind.name()))
-        return QStringLiteral("its kind can be told neither from its name nor from its content; rename it with the "
-                              "extension of its kind");
+        return QStringLiteral("its kind is recognised neither by its name nor by its content; give it the extension of "
+                              "its kind");
     return content + QStringLiteral(", which cannot be read");
 }
 
@@ -103,9 +91,21 @@ QString explained(const QString &reason, const QString &path, const Translator *
 
 ModelData ModelReader::read(const QString &path, const Translator *translator, const OptionValues &options)
 {
+    const QString alias = aliasFor(path, translator);
+    auto *folder = new ModelFolder(QFileInfo(path).absoluteFilePath(), alias);
+    Assimp::Importer importer;
+    importer.SetIOHandler(folder); // deletes it in the end
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
+    // The library's own validation would refuse a model for a fault in an animation or a light.
+    if (!importer.ReadFile(alias.toStdString(), 0))
+        throw FileError(explained(errorOf(importer), path, translator));
     try {
-        return readFile(path, translator, options);
+        ModelData model = collected(importer, options);
+        model.missingMaterials = folder->missingMaterials();
+        return model;
     } catch (const FileError &problem) {
-        throw FileError(explained(problem.reason(), path, translator));
+        // Without a translator the library has found the kind by the content.
+        throw FileError(translator ? explained(problem.reason(), path, translator) : problem.reason());
     }
 }
