@@ -6,11 +6,12 @@
 
 #include <pelago/pelago.h>
 
-#include <memory>
+#include <QAuthenticator>
 #include <QElapsedTimer>
 #include <QIODevice>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QSslError>
 
 #include <algorithm>
 #include <limits>
@@ -57,6 +58,11 @@ bool isExpected(const DavCall &call, int status)
     return call.expected != 0 ? status == call.expected : status == 200 || status == 201 || status == 204;
 }
 
+QByteArray basicValue(const Credentials &credentials)
+{
+    return "Basic " + (credentials.user + QLatin1Char(':') + credentials.secret).toUtf8().toBase64();
+}
+
 int statusOf(const QNetworkReply &reply)
 {
     return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
@@ -67,19 +73,35 @@ void readHead(const QNetworkReply &reply, DavResult *result)
 {
     result->status = statusOf(reply);
     result->allow = reply.rawHeader("Allow");
+    result->dav = reply.rawHeader("DAV");
+    result->challenges = reply.rawHeader("WWW-Authenticate");
+    result->hasFileId = reply.hasRawHeader("OC-ETag") || reply.hasRawHeader("OC-FileId");
     const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
     result->announced = length.isValid() ? length.toLongLong() : -1;
 }
 
-/// The address that \p reply redirects to if it differs by a slash at the end of the path only, otherwise an empty one.
+/// The address that \p reply redirects to, without what may be secret; empty without one.
+QUrl redirectTarget(const QNetworkReply &reply)
+{
+    const QByteArray location = reply.rawHeader("Location");
+    const QUrl target = reply.request().url().resolved(QUrl::fromEncoded(location));
+    return location.isEmpty() ? QUrl()
+                              : target.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
+}
+
+/// The address of the request with a slash at the end of its path if that is where \p reply redirects to, otherwise an
+/// empty one. The scheme and the port do not count: behind a proxy many servers name their own.
 QUrl slashFormOf(const QNetworkReply &reply, int status)
 {
-    const QUrl asked = reply.request().url();
+    QUrl asked = reply.request().url();
+    const QString path = asked.path(QUrl::FullyEncoded) + QLatin1Char('/');
     const bool redirects = status == 301 || status == 302 || status == 307 || status == 308;
-    const QUrl target = redirects ? asked.resolved(QUrl::fromEncoded(reply.rawHeader("Location"))) : QUrl();
-    const bool slash = target.path(QUrl::FullyEncoded) == asked.path(QUrl::FullyEncoded) + QLatin1Char('/');
+    const QUrl target = asked.resolved(QUrl::fromEncoded(reply.rawHeader("Location")));
     const bool plain = !target.hasQuery() && !target.hasFragment() && target.userInfo().isEmpty();
-    return slash && plain && sameOrigin(target, asked) ? target : QUrl();
+    if (!redirects || !plain || target.path(QUrl::FullyEncoded) != path || target.host() != asked.host())
+        return QUrl();
+    asked.setPath(path, QUrl::TolerantMode);
+    return asked;
 }
 
 /// How long a server may be silent once it has been given all of a change. Behind a proxy that moment comes when the
@@ -116,16 +138,86 @@ private:
     DavResult *m_result;
 };
 
-/// How a reply that has ended by itself has ended.
+/// The host names of \p certificate, as a user would write them.
+QString hostNames(const QSslCertificate &certificate)
+{
+    const QStringList names =
+        certificate.subjectAlternativeNames().values() + certificate.subjectInfo(QSslCertificate::CommonName);
+    return names.isEmpty() ? QString() : names.first();
+}
+
+/// Why a reply without a status failed.
+void explainBreak(const QNetworkReply &reply, const QList<QSslError> &tlsErrors, DavResult *result)
+{
+    const QUrl url = reply.request().url();
+    const auto untrusted = std::find_if(tlsErrors.begin(), tlsErrors.end(), [](const QSslError &each) {
+        return each.error() != QSslError::HostNameMismatch;
+    });
+    if (untrusted != tlsErrors.end()) {
+        result->cause = "certificate";
+        result->detail = untrusted->errorString();
+    } else if (!tlsErrors.isEmpty()) {
+        result->cause = "host-name";
+        result->detail = hostNames(tlsErrors.first().certificate());
+    } else if (reply.error() == QNetworkReply::SslHandshakeFailedError) {
+        result->cause = "tls";
+    } else if (reply.error() == QNetworkReply::HostNotFoundError) {
+        result->cause = "unknown-host";
+        result->detail = url.host();
+    } else if (reply.error() == QNetworkReply::ConnectionRefusedError || reply.error() == QNetworkReply::TimeoutError ||
+               reply.error() == QNetworkReply::UnknownNetworkError) {
+        result->cause = "unreachable";
+        result->detail = url.adjusted(QUrl::RemovePath).toString();
+    } else if (reply.error() >= QNetworkReply::ProxyConnectionRefusedError &&
+               reply.error() <= QNetworkReply::UnknownProxyError) {
+        result->cause = "proxy";
+        result->detail = reply.errorString();
+    }
+}
+
+/// The result of a reply that has ended by itself.
 int finishedResult(const DavCall &call, const QNetworkReply &reply, const DavResult &so)
 {
     if (so.status == 0)
         return Skein_Result_Network;
     if (!isExpected(call, so.status))
         return resultOf(so.status);
-    // Now and then the toolkit takes a connection that closed too early for the end of the reply.
+    // Qt sometimes reports success when the connection closes early.
     const bool isShort = so.status != 204 && so.announced > so.received;
     return reply.error() != QNetworkReply::NoError || isShort ? Skein_Result_Network : 1;
+}
+
+/// The best scheme that \p challenges offer for \p url, Unknown without one. The toolkit computes Digest with MD5 only.
+AuthScheme offeredScheme(const QByteArray &challenges, const QUrl &url)
+{
+    bool basic = false;
+    bool digest = false;
+    QByteArray scheme;
+    for (const QByteArray &part : challenges.toLower().split(',')) {
+        const QByteArray word = part.trimmed().split(' ').value(0);
+        if (!word.contains('='))
+            scheme = word;
+        basic = basic || scheme == "basic";
+        digest = digest || scheme == "digest";
+        const int algorithm = part.indexOf("algorithm=");
+        if (algorithm >= 0 && scheme == "digest")
+            digest = part.mid(algorithm + 10).trimmed().replace('"', "").startsWith("md5");
+    }
+    if (digest && !(basic && isProtected(url)))
+        return AuthScheme::Digest;
+    return basic ? AuthScheme::Basic : AuthScheme::Unknown;
+}
+
+/// The names of the schemes in \p challenges, for the user.
+QString schemeNames(const QByteArray &challenges)
+{
+    QStringList names;
+    for (const QByteArray &part : challenges.split(',')) {
+        const QString word = QString::fromLatin1(part.trimmed().split(' ').value(0));
+        if (!word.isEmpty() && !word.contains(QLatin1Char('=')))
+            names << word;
+    }
+    return names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -139,6 +231,28 @@ void DavClient::close()
 }
 
 DavResult DavClient::send(const DavCall &call)
+{
+    if (!call.credentials)
+        return follow(call);
+    const bool asks = call.credentials->scheme == AuthScheme::Unknown;
+    DavResult result = follow(call);
+    if (result.status != 401 || !asks)
+        return result;
+    if (call.credentials->scheme == AuthScheme::Unknown)
+        call.credentials->scheme = offeredScheme(result.challenges, call.url);
+    if (call.credentials->scheme == AuthScheme::Unknown) {
+        result.cause = "sign-in-method";
+        result.detail = schemeNames(result.challenges);
+        return result;
+    }
+    if (!call.file || call.file->seek(0))
+        return follow(call);
+    result.result = Skein_Result_LocalFile;
+    return result;
+}
+
+/// Sends \p call, and once more if the server wants a slash at the end of the path.
+DavResult DavClient::follow(const DavCall &call)
 {
     QUrl slashForm;
     // A file has no slash form: what GET finds there is a page about a folder.
@@ -166,16 +280,29 @@ DavResult DavClient::sendOnce(const DavCall &call, QUrl *slashForm)
     QElapsedTimer clock;
     clock.start();
     const std::unique_ptr<QNetworkReply> reply(start(call));
+    QList<QSslError> tlsErrors;
+    connect(reply.get(), &QNetworkReply::sslErrors,
+            [&tlsErrors](const QList<QSslError> &errors) { tlsErrors = errors; });
+    bool answered = false;
+    connect(&m_manager, &QNetworkAccessManager::authenticationRequired, reply.get(),
+            [&](QNetworkReply *asking, QAuthenticator *authenticator) {
+                const bool usesDigest = call.credentials && call.credentials->scheme == AuthScheme::Digest;
+                if (asking != reply.get() || !usesDigest || std::exchange(answered, true))
+                    return;
+                authenticator->setUser(call.credentials->user);
+                authenticator->setPassword(call.credentials->secret);
+            });
     exchange(call, *reply, &result);
+    if (result.result == Skein_Result_Network && result.status == 0)
+        explainBreak(*reply, tlsErrors, &result);
+    if (result.result == Skein_Result_Redirected)
+        result.detail = redirectTarget(*reply).toString();
     if (slashForm && result.result == Skein_Result_Redirected)
         *slashForm = slashFormOf(*reply, result.status);
-    const bool failed = !result.isSuccess();
-    trace(failed ? TraceLevel::Failures : TraceLevel::Requests,
-          QStringLiteral("%1 %2: status %3, result %4, %5 ms")
-              .arg(QString::fromLatin1(call.verb), call.url.path(QUrl::FullyEncoded))
-              .arg(result.status)
-              .arg(result.result)
-              .arg(clock.elapsed()));
+    const QString numbers =
+        QStringLiteral(": status %1, result %2, %3 ms").arg(result.status).arg(result.result).arg(clock.elapsed());
+    trace(TraceLevel::Requests,
+          QString::fromLatin1(call.verb) + QLatin1Char(' ') + call.url.path(QUrl::FullyEncoded) + numbers);
     return result;
 }
 
@@ -216,7 +343,14 @@ QNetworkReply *DavClient::start(const DavCall &call)
     QNetworkRequest request(call.url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    const AuthScheme scheme = call.credentials ? call.credentials->scheme : AuthScheme::Unknown;
+    // What the manager remembers serves Digest only, for the present credentials.
+    if (scheme == AuthScheme::Digest && std::exchange(m_cached, call.credentials) != call.credentials)
+        m_manager.clearAccessCache();
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute,
+                         scheme == AuthScheme::Digest ? QNetworkRequest::Automatic : QNetworkRequest::Manual);
+    if (scheme == AuthScheme::Basic)
+        request.setRawHeader("Authorization", basicValue(*call.credentials));
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);

@@ -6,7 +6,11 @@
 
 #pragma once
 
+#include "Outcome.h"
+#include "SessionFile.h"
+
 #include <functional>
+#include <memory>
 #include <QByteArray>
 #include <QList>
 #include <QNetworkAccessManager>
@@ -27,6 +31,7 @@ struct DavCall
 
     QByteArray verb;
     QUrl url;
+    std::shared_ptr<Credentials> credentials; ///< null sends none; the client sets their scheme
     Kind kind = Kind::Question;
     QList<QPair<QByteArray, QByteArray>> headers;
     QByteArray body;
@@ -39,15 +44,14 @@ struct DavCall
     std::function<void(qint64 bytes)> sent;
 };
 
-struct DavResult
+struct DavResult : Outcome
 {
-    int result = 0;        ///< 1, or a negative Skein_Result
-    int status = 0;        ///< of HTTP; 0 when the server sent none
-    qint64 announced = -1; ///< bytes of the reply's body, -1 when unknown
-    qint64 received = 0;   ///< bytes of it that were read
-    QByteArray allow;      ///< the header of that name
-
-    bool isSuccess() const { return result > 0; }
+    qint64 announced = -1;  ///< bytes of the reply's body, -1 when unknown
+    qint64 received = 0;    ///< bytes of it that were read
+    QByteArray allow;       ///< the header of that name
+    QByteArray dav;         ///< likewise
+    QByteArray challenges;  ///< the header WWW-Authenticate
+    bool hasFileId = false; ///< whether the reply names the file's identity, as groupware servers do
 };
 
 class DavClient : public QObject
@@ -58,7 +62,7 @@ public:
     explicit DavClient(int idleTimeoutMs);
 
     /// Spins the event loop. The caller keeps the client alive. A redirect that only adds a slash is repeated once, any
-    /// other one fails.
+    /// other one fails. Credentials of an unknown scheme are sent after the server has asked for them.
     DavResult send(const DavCall &call);
     /// Ends what runs and whatever is sent later, but for CleanUp calls, which then wait for a short time only.
     void close();
@@ -68,11 +72,13 @@ signals:
     void closed();
 
 private:
+    DavResult follow(const DavCall &call);
     DavResult sendOnce(const DavCall &call, QUrl *slashForm);
     void exchange(const DavCall &call, QNetworkReply &reply, DavResult *result);
     QNetworkReply *start(const DavCall &call);
 
     QNetworkAccessManager m_manager;
+    std::shared_ptr<Credentials> m_cached; ///< which the manager may remember
     int m_idleTimeoutMs;
     bool m_closed = false;
 };

@@ -81,7 +81,7 @@ QString parent(const QString &id)
 
 QString unusedName()
 {
-    return QStringLiteral(".pelago-") + QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".tmp");
+    return QStringLiteral("pelago-") + QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".tmp");
 }
 
 QUrl address(const QUrl &root, const QString &id, Form form)

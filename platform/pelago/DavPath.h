@@ -19,7 +19,7 @@ bool isIdentifier(const QString &id);
 QString child(const QString &folder, const QString &name);
 /// The identifier of the folder that holds \p id.
 QString parent(const QString &id);
-/// A new name, which nothing else has, for a file that is still on its way.
+/// A new name for a file that is still on its way. Without a leading dot, because many servers deny such names.
 QString unusedName();
 
 enum class Form { File, Folder };

@@ -1,13 +1,14 @@
 #include "Deployments.h"
 
-#include "Trace.h"
-
+#include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QHostAddress>
-#include <QSettings>
 #include <QStandardPaths>
+#include <QVariant>
 
 #include <algorithm>
+#include <optional>
 
 namespace pelago {
 
@@ -25,11 +26,6 @@ bool isThisMachine(const QString &host)
     return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
 }
 
-bool isProtected(const QUrl &address)
-{
-    return address.scheme() == QLatin1String("https") || isThisMachine(address.host());
-}
-
 Deployment builtIn(const QString &name)
 {
     Deployment made;
@@ -39,40 +35,70 @@ Deployment builtIn(const QString &name)
     return made;
 }
 
-/// The value of \p key as it was written; the settings class takes a comma for the end of a list's element.
-QString textOf(const QSettings &file, const char *key)
+using Section = QHash<QString, QString>;
+
+/// The value of a line: all that follows the sign "=", with or without double quotes around it.
+QString unquoted(const QString &text)
 {
-    return file.value(QLatin1String(key)).toStringList().join(QLatin1Char(',')).trimmed();
+    const bool quoted = text.size() > 1 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"'));
+    return quoted ? text.mid(1, text.size() - 2) : text;
 }
 
-/// \p address if \p deployment may use it, otherwise an invalid one.
-QUrl checked(const QUrl &address, const Deployment &deployment, const char *key)
+/// The sections of \p file by name. Values are read to the end of the line; "#" and ";" begin a comment only at the
+/// start of a line. Empty, with a \p problem, if a line is none of a section, a comment and a value.
+std::optional<QHash<QString, Section>> readSections(QFile &file, QString *problem)
 {
-    if (address.isValid() && (deployment.plainHttp || isProtected(address)))
+    QHash<QString, Section> sections;
+    QString section;
+    for (int number = 1; !file.atEnd(); ++number) {
+        const QString line = QString::fromUtf8(file.readLine()).remove(QChar(QChar::ByteOrderMark)).trimmed();
+        const int equals = line.indexOf(QLatin1Char('='));
+        if (line.isEmpty() || line.startsWith(QLatin1Char('#')) || line.startsWith(QLatin1Char(';')))
+            continue;
+        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
+            section = line.mid(1, line.size() - 2).trimmed();
+        } else if (equals > 0) {
+            sections[section][line.left(equals).trimmed()] = unquoted(line.mid(equals + 1).trimmed());
+        } else {
+            *problem = QStringLiteral("line %1 of pelago.ini is neither a section nor a value").arg(number);
+            return std::nullopt;
+        }
+    }
+    return sections;
+}
+
+/// \p address if \p deployment may use it; otherwise an invalid one, with the deployment's problem.
+QUrl checked(const QUrl &address, const QString &key, Deployment *deployment)
+{
+    if (address.isValid() && (deployment->plainHttp || isProtected(address)))
         return address;
-    trace(
-        TraceLevel::Failures,
-        QStringLiteral("pelago.ini: [%1] has no %2 address that can be used").arg(deployment.name, QLatin1String(key)));
+    const QString reason = address.isValid()
+                               ? QStringLiteral("needs https, or allowPlainHttp=true")
+                               : QStringLiteral("must be an https address without user name, query and fragment");
+    deployment->problem = QStringLiteral("%1 in section %2 of pelago.ini %3").arg(key, deployment->name, reason);
     return QUrl();
 }
 
-/// Reads the group that \p file is in.
-Deployment readGroup(const QSettings &file, const QString &name)
+Deployment readSection(const Section &section, const QString &name)
 {
+    const auto value = [&section](const char *key) { return section.value(QLatin1String(key)); };
     Deployment read;
     read.name = name;
-    read.kind = textOf(file, "kind").compare(QLatin1String("password"), Qt::CaseInsensitive) == 0 ? SignInKind::Password
-                                                                                                  : SignInKind::Web;
-    read.plainHttp = file.value(QStringLiteral("allowPlainHttp"), false).toBool();
-    const int timeoutMs = file.value(QStringLiteral("idleTimeoutMs")).toInt();
+    if (value("kind").compare(QLatin1String("password"), Qt::CaseInsensitive) == 0)
+        read.kind = SignInKind::Password;
+    if (value("replace") == QLatin1String("move"))
+        read.replacing = Replacing::Move;
+    else if (value("replace") == QLatin1String("put"))
+        read.replacing = Replacing::Put;
+    read.plainHttp = QVariant(value("allowPlainHttp")).toBool();
+    const int timeoutMs = value("idleTimeoutMs").toInt();
     if (timeoutMs > 0)
         read.idleTimeoutMs = std::min(timeoutMs, longestTimeoutMs);
-    read.storage = checked(folderAddress(textOf(file, "storage")), read, "storage");
-    const QString signIn = textOf(file, "signIn");
-    if (signIn.isEmpty() && read.kind == SignInKind::Password)
+    read.storage = checked(folderAddress(value("storage")), QStringLiteral("storage"), &read);
+    if (value("signIn").isEmpty() && read.kind == SignInKind::Password)
         read.signIn = read.storage;
     else
-        read.signIn = checked(serverAddress(signIn), read, "signIn");
+        read.signIn = checked(serverAddress(value("signIn")), QStringLiteral("signIn"), &read);
     return read;
 }
 
@@ -94,6 +120,11 @@ QUrl folderAddress(const QString &text)
     return address;
 }
 
+bool isProtected(const QUrl &address)
+{
+    return address.scheme() == QLatin1String("https") || isThisMachine(address.host());
+}
+
 bool sameOrigin(const QUrl &one, const QUrl &other)
 {
     return one.isValid() && one.scheme() == other.scheme() && one.host() == other.host() &&
@@ -109,24 +140,23 @@ Deployments Deployments::load()
     return Deployments(folder + QStringLiteral("/pelago.ini"));
 }
 
-Deployments::Deployments(const QString &file)
+Deployments::Deployments(const QString &path)
 {
-    const QStringList names = {QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("development")};
-    QSettings settings(file, QSettings::IniFormat);
-    settings.setIniCodec("UTF-8");
-    const QFileInfo info(file);
-    const bool readable = info.isFile() && info.isReadable() && settings.status() == QSettings::NoError;
-    if (info.exists() && !readable)
-        trace(TraceLevel::Failures, QStringLiteral("%1 cannot be read").arg(file));
-    for (const QString &name : names) {
-        settings.beginGroup(name);
-        if (info.exists() && !readable)
-            m_all.append(Deployment());
-        else if (settings.childKeys().isEmpty())
-            m_all.append(builtIn(name));
+    QFile file(path);
+    Deployment unreadable;
+    std::optional<QHash<QString, Section>> sections;
+    if (!file.exists())
+        sections.emplace();
+    else if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly))
+        sections = readSections(file, &unreadable.problem);
+    else
+        unreadable.problem = QStringLiteral("%1 cannot be read").arg(path);
+    for (const QString &name :
+         {QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("development")}) {
+        if (!sections)
+            m_all.append(unreadable);
         else
-            m_all.append(readGroup(settings, name));
-        settings.endGroup();
+            m_all.append(sections->contains(name) ? readSection(sections->value(name), name) : builtIn(name));
     }
 }
 

@@ -12,6 +12,9 @@ namespace pelago {
 
 enum class SignInKind { Web, Password };
 
+/// How an upload replaces a file. Auto puts in place where the server says that it replaces files in one step.
+enum class Replacing { Auto, Move, Put };
+
 struct Deployment
 {
     QString name;
@@ -20,6 +23,8 @@ struct Deployment
     SignInKind kind = SignInKind::Web;
     bool plainHttp = false; ///< whether hosts other than this machine may be asked without TLS
     int idleTimeoutMs = 60000;
+    Replacing replacing = Replacing::Auto;
+    QString problem; ///< why an address is invalid
 };
 
 class Deployments
@@ -28,7 +33,7 @@ public:
     /// Reads the file that PELAGO_CONFIG names, otherwise pelago.ini in the user's configuration folder.
     static Deployments load();
     /// A file that does not exist gives the built-in addresses, one that cannot be read none at all.
-    explicit Deployments(const QString &file);
+    explicit Deployments(const QString &path);
 
     /// \p number as in Skein_Service_Deployment; one without addresses for any other.
     Deployment at(int number) const { return m_all.value(number); }
@@ -45,6 +50,8 @@ private:
 QUrl serverAddress(const QString &text);
 /// The same, with a path that ends in "/".
 QUrl folderAddress(const QString &text);
+/// Whether what is sent to \p address stays secret: TLS, or this machine.
+bool isProtected(const QUrl &address);
 bool sameOrigin(const QUrl &one, const QUrl &other);
 
 } // namespace pelago

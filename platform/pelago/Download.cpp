@@ -1,4 +1,5 @@
 #include "EndPoint.h"
+#include "Listing.h"
 #include "Transfer.h"
 
 #include <pelago/pelago.h>
@@ -41,13 +42,22 @@ private:
     QFile m_file;
 };
 
+/// A reply without a length ends when the connection does, whole or not.
+Outcome compareWithListing(EndPoint &endPoint, const QString &id, qint64 received)
+{
+    DavEntry entry;
+    const Outcome found = findEntry(endPoint, id, &entry);
+    const bool differs = found.isSuccess() && entry.size >= 0 && entry.size != received;
+    return differs ? failure(Skein_Result_Network) : found;
+}
+
 } // namespace
 
-int downloadFile(EndPoint &endPoint, const QString &id, const QString &target, const Progress &progress)
+Outcome downloadFile(EndPoint &endPoint, const QString &id, const QString &target, const Progress &progress)
 {
     PartFile file(target);
     if (!file.open())
-        return Skein_Result_LocalFile;
+        return failure(Skein_Result_LocalFile);
 
     bool written = true;
     qint64 done = 0;
@@ -62,12 +72,13 @@ int downloadFile(EndPoint &endPoint, const QString &id, const QString &target, c
             progress(done, announced);
         return written;
     };
-    const DavResult result = endPoint.send(call);
-    if (!written)
-        return Skein_Result_LocalFile;
-    if (!result.isSuccess())
-        return result.result;
-    return file.keep() ? 1 : Skein_Result_LocalFile;
+    const DavResult got = endPoint.send(call);
+    Outcome result = got;
+    if (got.isSuccess() && got.announced < 0)
+        result = compareWithListing(endPoint, id, done);
+    if (!written || (result.isSuccess() && !file.keep()))
+        return failure(Skein_Result_LocalFile);
+    return result;
 }
 
 } // namespace pelago

@@ -2,7 +2,38 @@
 
 #include <pelago/pelago.h>
 
+#include <algorithm>
+
 namespace pelago {
+
+namespace {
+
+QList<QByteArray> tokens(const QByteArray &header)
+{
+    QList<QByteArray> words;
+    for (const QByteArray &word : header.split(','))
+        words.append(word.trimmed());
+    return words;
+}
+
+/// Whether the tokens of a DAV header name a server that replaces a file in one step.
+bool namesGroupware(const QByteArray &header)
+{
+    const QList<QByteArray> words = tokens(header.toLower());
+    return std::any_of(words.begin(), words.end(), [](const QByteArray &word) {
+        return word.startsWith("nextcloud-") || word.startsWith("nc-") || word.startsWith("oc-");
+    });
+}
+
+/// Whether a server refuses to say what it can do, though it takes other requests.
+bool refusesQuestion(const DavResult &result)
+{
+    const bool isRequestError = result.status >= 400 && result.status < 500;
+    const bool isTemporary = result.status == 408 || result.status == 429;
+    return (isRequestError && !isTemporary && result.result != Skein_Result_NotSignedIn) || result.status == 501;
+}
+
+} // namespace
 
 EndPoint::EndPoint(std::shared_ptr<Session> session, const QUrl &root)
     : m_session(std::move(session)), m_root(root), m_client(m_session->deployment().idleTimeoutMs)
@@ -10,18 +41,47 @@ EndPoint::EndPoint(std::shared_ptr<Session> session, const QUrl &root)
     QObject::connect(m_session.get(), &Session::closed, &m_client, &DavClient::close);
 }
 
+QByteArray EndPoint::destination(const QString &id, Destination form) const
+{
+    QUrl url = address(id, DavPath::Form::File);
+    if (form == Destination::PathOnly)
+        return url.path(QUrl::FullyEncoded).toLatin1();
+    if (form == Destination::PlainHttp)
+        url.setScheme(QStringLiteral("http"));
+    return url.toEncoded();
+}
+
 DavResult EndPoint::send(DavCall call)
 {
-    const QByteArray authorization = m_session->authorization();
+    call.credentials = m_session->credentials();
     DavResult result;
     result.result = Skein_Result_NotSignedIn;
-    if (authorization.isEmpty())
+    if (!call.credentials)
         return result;
-    call.headers.append({"Authorization", authorization});
     result = m_client.send(call);
+    m_isGroupware = m_isGroupware || result.hasFileId || namesGroupware(result.dav);
     if (result.status == 401)
-        m_session->refused(authorization);
+        settleRefusal(call, &result);
     return result;
+}
+
+/// Some servers answer 401, not 403, to a user who lacks the right to one folder.
+void EndPoint::settleRefusal(const DavCall &call, DavResult *result)
+{
+    int status = 401;
+    if (call.url != m_root || call.verb != "PROPFIND") {
+        MultiStatus reply([](const DavEntry &) {});
+        DavCall question = reply.question(m_root, "0");
+        question.credentials = call.credentials;
+        const DavResult root = m_client.send(question);
+        status = root.status;
+        if (status == 0 || status >= 500)
+            static_cast<Outcome &>(*result) = root;
+    }
+    if (status == 401)
+        m_session->signOut(call.credentials);
+    else if (status > 0 && status < 500)
+        result->result = Skein_Result_Forbidden;
 }
 
 DavResult EndPoint::ask(const QUrl &url, const char *depth, const MultiStatus::Sink &sink)
@@ -33,24 +93,38 @@ DavResult EndPoint::ask(const QUrl &url, const char *depth, const MultiStatus::S
     return result;
 }
 
-bool EndPoint::canMove(const QString &folderId, int *failure)
+Outcome EndPoint::learn()
 {
-    *failure = 0;
-    if (m_moves == Answer::Unknown) {
-        DavCall call;
-        call.verb = "OPTIONS";
-        call.url = address(folderId, DavPath::Form::Folder);
-        const DavResult result = send(call);
-        if (!result.isSuccess()) {
-            *failure = result.result;
-            return false;
-        }
-        bool moves = false;
-        for (const QByteArray &verb : result.allow.split(','))
-            moves = moves || verb.trimmed() == "MOVE";
-        m_moves = moves ? Answer::Yes : Answer::No;
+    DavResult result;
+    result.result = 1;
+    if (m_isKnown)
+        return result;
+    DavCall call;
+    call.verb = "OPTIONS";
+    call.url = m_root; // some servers give no answer for folders that do not exist
+    result = send(call);
+    if (!result.isSuccess() && !refusesQuestion(result))
+        return result;
+    m_isKnown = true;
+    if (result.isSuccess() && tokens(result.allow).contains("MOVE")) {
+        m_destinations = {Destination::Full, Destination::PathOnly};
+        if (m_root.scheme() == QLatin1String("https"))
+            m_destinations.insert(1, Destination::PlainHttp);
     }
-    return m_moves == Answer::Yes;
+    result.result = 1;
+    return result;
+}
+
+void EndPoint::renamedWith(Destination form)
+{
+    if (m_destinations.removeOne(form))
+        m_destinations.prepend(form);
+}
+
+bool EndPoint::replacesInPlace() const
+{
+    const Replacing replacing = m_session->deployment().replacing;
+    return replacing == Replacing::Put || (replacing == Replacing::Auto && m_isGroupware);
 }
 
 } // namespace pelago

@@ -11,8 +11,13 @@
 
 #include <memory>
 #include <QUrl>
+#include <QVector>
 
 namespace pelago {
+
+/// The forms of a Destination header. Behind a reverse proxy a server often knows itself under another scheme or host
+/// name, and then refuses the full address.
+enum class Destination { Full, PlainHttp, PathOnly };
 
 class EndPoint
 {
@@ -21,7 +26,10 @@ public:
     EndPoint(std::shared_ptr<Session> session, const QUrl &root);
 
     QUrl address(const QString &id, DavPath::Form form) const { return DavPath::address(m_root, id, form); }
-    /// Sends \p call with the session's credentials; a 401 signs the session out. Spins the event loop.
+    /// The address of the file \p id as a header names it.
+    QByteArray destination(const QString &id, Destination form) const;
+    /// Sends \p call with the session's credentials. Spins the event loop. A 401 signs the session out only if the
+    /// storage's root refuses the credentials too; otherwise the result is Skein_Result_Forbidden.
     DavResult send(DavCall call);
     /// A PROPFIND: \p sink gets the entries while they arrive. Spins the event loop.
     DavResult ask(const QUrl &url, const char *depth, const MultiStatus::Sink &sink);
@@ -29,19 +37,27 @@ public:
     void close() { m_client.close(); }
     bool isClosed() const { return m_client.isClosed(); }
 
-    /// Whether the server renames files. Asks it once, about \p folderId; spins the event loop. False with a negative
-    /// result in \p failure when it cannot be asked.
-    bool canMove(const QString &folderId, int *failure);
-    /// To be called when a server that promised to rename files did not.
-    void cannotMove() { m_moves = Answer::No; }
+    /// Asks the server once what it can do; later calls return 1 at once. Spins the event loop. A server that refuses
+    /// the question does not rename.
+    Outcome learn();
+    /// The forms to try when a file is renamed, the one that worked last first; empty if the server does not rename.
+    QVector<Destination> destinations() const { return m_destinations; }
+    /// Puts the form that worked in front.
+    void renamedWith(Destination form);
+    /// Stores files in place from now on: the server has refused every form of renaming.
+    void cannotRename() { m_destinations.clear(); }
+    /// Whether files are replaced in place, by the configuration or because the server replaces files in one step.
+    bool replacesInPlace() const;
 
 private:
-    enum class Answer { Unknown, Yes, No };
+    void settleRefusal(const DavCall &call, DavResult *result);
 
     std::shared_ptr<Session> m_session;
     QUrl m_root;
     DavClient m_client;
-    Answer m_moves = Answer::Unknown;
+    bool m_isKnown = false; ///< whether learn() has asked
+    bool m_isGroupware = false;
+    QVector<Destination> m_destinations;
 };
 
 } // namespace pelago

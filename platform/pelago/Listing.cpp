@@ -28,14 +28,14 @@ Item itemOf(const QString &name, const DavEntry &entry)
 
 } // namespace
 
-int listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb contentCb, void *context)
+Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb contentCb, void *context)
 {
     const QUrl url = endPoint.address(folderId, DavPath::Form::Folder);
     const DavPath::Folder folder(url);
     bool isFile = false;
     bool found = false;
     std::vector<Item> items;
-    const DavResult result = endPoint.ask(url, "1", [&](const DavEntry &entry) {
+    DavResult result = endPoint.ask(url, "1", [&](const DavEntry &entry) {
         QString name;
         const DavPath::Folder::Member member = folder.find(entry.href, &name);
         if (member == DavPath::Folder::Member::Other)
@@ -47,37 +47,38 @@ int listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb cont
             isFile = !entry.folder;
     });
     if (!result.isSuccess())
-        return result.result;
+        return result;
     if (isFile || !found)
-        return isFile ? Skein_Result_NotFound : Skein_Result_BadReply;
+        return failure(isFile ? Skein_Result_NotFound : Skein_Result_BadReply);
 
     const QByteArray before = folderId.isEmpty() ? QByteArray() : folderId.toUtf8() + '/';
     for (const Item &item : items) {
         if (endPoint.isClosed())
-            return Skein_Result_Closed;
+            return failure(Skein_Result_Closed);
         if (contentCb) {
             contentCb(context, (before + item.name).constData(), item.name.constData(), item.modified.constData(),
                       item.mediaType.constData(), item.size);
         }
     }
-    return static_cast<int>(items.size());
+    result.result = static_cast<int>(items.size());
+    return result;
 }
 
-int findEntry(EndPoint &endPoint, const QString &id, DavEntry *entry)
+Outcome findEntry(EndPoint &endPoint, const QString &id, DavEntry *entry)
 {
     const QUrl url = endPoint.address(id, DavPath::Form::File);
     const DavPath::Folder place(url);
     bool found = false;
-    const DavResult result = endPoint.ask(url, "0", [&](const DavEntry &each) {
+    DavResult result = endPoint.ask(url, "0", [&](const DavEntry &each) {
         QString name;
         if (place.find(each.href, &name) != DavPath::Folder::Member::Itself)
             return;
         *entry = each;
         found = true;
     });
-    if (!result.isSuccess())
-        return result.result;
-    return found ? 1 : Skein_Result_BadReply;
+    if (result.isSuccess() && !found)
+        result.result = Skein_Result_BadReply;
+    return result;
 }
 
 } // namespace pelago

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "MultiStatus.h"
+#include "Outcome.h"
 
 #include <pelago/pelago.h>
 
@@ -14,11 +15,11 @@ namespace pelago {
 
 class EndPoint;
 
-/// Calls \p contentCb for each entry of \p folderId once all have arrived. Spins the event loop. Returns their number
-/// or a negative Skein_Result.
-int listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb contentCb, void *context);
+/// Calls \p contentCb for each entry of \p folderId once all have arrived, folders first, then by name as the user's
+/// locale orders them, with numbers by value. Spins the event loop. The result is their number if it is not negative.
+Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb contentCb, void *context);
 
-/// Asks about one file or folder. Spins the event loop. 1 with the entry, or a negative Skein_Result.
-int findEntry(EndPoint &endPoint, const QString &id, DavEntry *entry);
+/// Asks about one file or folder. Spins the event loop.
+Outcome findEntry(EndPoint &endPoint, const QString &id, DavEntry *entry);
 
 } // namespace pelago

@@ -2,20 +2,15 @@
 
 #include "DavClient.h"
 #include "MultiStatus.h"
-#include "Trace.h"
 
 #include <pelago/pelago.h>
 
+#include <optional>
 #include <QUrlQuery>
 
 namespace pelago {
 
 namespace {
-
-QByteArray basic(const QString &user, const QString &secret)
-{
-    return "Basic " + (user + QLatin1Char(':') + secret).toUtf8().toBase64();
-}
 
 /// The path that the sign-in page ends on.
 QString donePath(const QUrl &server)
@@ -28,13 +23,18 @@ QString donePath(const QUrl &server)
 
 } // namespace
 
-Session::Session(const QString &file, const QUrl &server)
-    : m_file(file), m_server(server), m_credentials(m_file.read(server))
-{}
-
-QByteArray Session::authorization() const
+Session::Session(const QString &file, const QUrl &server) : m_file(file), m_server(server)
 {
-    return m_credentials ? basic(m_credentials->user, m_credentials->secret) : QByteArray();
+    if (const std::optional<Credentials> kept = m_file.read(server))
+        setCredentials(*kept);
+}
+
+void Session::setCredentials(const Credentials &credentials)
+{
+    m_credentials = std::make_shared<Credentials>(credentials);
+    // What a sign-in page issues is a password for Basic. Other servers are asked.
+    if (deployment().kind == SignInKind::Web && m_credentials->scheme == AuthScheme::Unknown)
+        m_credentials->scheme = AuthScheme::Basic;
 }
 
 bool Session::mayUse(const QUrl &storage) const
@@ -59,29 +59,36 @@ int Session::completeLogin(const QUrl &finalAddress)
     return 1;
 }
 
-int Session::login(const QString &user, const QString &password)
+QUrl Session::storage() const
 {
-    const Deployments all = Deployments::load();
-    const Deployment served = all.forSignIn(m_server);
-    const QUrl storage = served.storage.isValid() ? served.storage : folderAddress(m_server.toString());
-    if (user.isEmpty() || user.contains(QLatin1Char(':')) || !all.isAllowed(storage))
-        return Skein_Result_BadArgument;
+    const QUrl storage = deployment().storage;
+    return storage.isValid() ? storage : folderAddress(m_server.toString());
+}
 
-    DavClient client(served.idleTimeoutMs);
+Outcome Session::login(const QString &user, const QString &password)
+{
+    if (user.contains(QLatin1Char(':')))
+        return failure(Skein_Result_BadArgument, "user-name");
+    if (user.isEmpty() || !Deployments::load().isAllowed(storage()))
+        return failure(Skein_Result_BadArgument);
+
+    DavClient client(deployment().idleTimeoutMs);
     connect(this, &Session::closed, &client, &DavClient::close);
     bool folder = false;
     MultiStatus reply([&folder](const DavEntry &entry) { folder = folder || entry.folder; });
-    DavCall call = reply.question(storage, "0");
-    call.headers.append({"Authorization", basic(user, password)});
-    const DavResult result = client.send(call);
-    if (!result.isSuccess())
-        return result.result;
+    DavCall call = reply.question(storage(), "0");
+    call.credentials = std::make_shared<Credentials>(Credentials{user, password, QString(), user});
+    DavResult result = client.send(call);
     if (m_closed)
-        return Skein_Result_Closed;
+        return failure(Skein_Result_Closed);
+    if (result.status == 400 || result.status == 405 || result.status == 501)
+        result.cause = "not-webdav";
+    if (!result.isSuccess())
+        return result;
     if (!folder || !reply.isComplete())
-        return Skein_Result_BadReply;
-    signIn({user, password, QString(), user});
-    return 1;
+        return failure(Skein_Result_BadReply);
+    signIn(*call.credentials);
+    return result;
 }
 
 bool Session::logout()
@@ -92,13 +99,14 @@ bool Session::logout()
     return true;
 }
 
-void Session::refused(const QByteArray &authorization)
+void Session::signOut(const std::shared_ptr<Credentials> &refused)
 {
-    if (authorization.isEmpty() || authorization != this->authorization())
+    if (!refused || refused != m_credentials)
         return;
-    trace(TraceLevel::Failures, QStringLiteral("the server takes the sign-in no more"));
     m_credentials.reset();
-    m_file.remove();
+    const std::optional<Credentials> kept = m_file.read(m_server);
+    if (kept && kept->user == refused->user && kept->secret == refused->secret)
+        m_file.remove();
 }
 
 void Session::close()
@@ -109,10 +117,10 @@ void Session::close()
 
 void Session::signIn(const Credentials &credentials)
 {
-    m_credentials = credentials;
+    setCredentials(credentials);
     if (m_file.write(m_server, credentials))
         return;
-    trace(TraceLevel::Failures, QStringLiteral("the session file cannot be written; the sign-in lasts until the end"));
+    traceFailure(QStringLiteral("Keeping the sign-in for the next start"), failure(Skein_Result_LocalFile));
     // What it holds belongs to somebody else's sign-in.
     m_file.remove();
 }

@@ -7,7 +7,7 @@
 #include "Deployments.h"
 #include "SessionFile.h"
 
-#include <optional>
+#include <memory>
 #include <QByteArray>
 #include <QObject>
 #include <QString>
@@ -15,7 +15,7 @@
 
 namespace pelago {
 
-struct DavResult;
+struct Outcome;
 
 class Session : public QObject
 {
@@ -24,11 +24,9 @@ public:
     /// Picks up what \p file remembers for \p server.
     Session(const QString &file, const QUrl &server);
 
-    bool isSignedIn() const { return m_credentials.has_value(); }
-    /// Nobody's when not signed in.
-    Credentials credentials() const { return m_credentials.value_or(Credentials()); }
-    /// The value of an Authorization header; empty when not signed in.
-    QByteArray authorization() const;
+    bool isSignedIn() const { return m_credentials != nullptr; }
+    /// Null when not signed in; a new object for each sign-in.
+    std::shared_ptr<Credentials> credentials() const { return m_credentials; }
     /// The deployment that this session belongs to, as the file of deployments has it now.
     Deployment deployment() const { return Deployments::load().forSignIn(m_server); }
     const QUrl &server() const { return m_server; }
@@ -37,12 +35,15 @@ public:
 
     /// 1 when \p finalAddress is the one that ends the page's work and signs in, 0 when it is another one.
     int completeLogin(const QUrl &finalAddress);
-    /// Asks the storage; spins the event loop. 1 or a negative Skein_Result.
-    int login(const QString &user, const QString &password);
+    /// Asks the storage; spins the event loop.
+    Outcome login(const QString &user, const QString &password);
+    /// Where login() signs in.
+    QUrl storage() const;
     /// False when the session file cannot be removed; the user stays signed in then.
     bool logout();
-    /// To be called when a server refused \p authorization: signs out if it is still the present one.
-    void refused(const QByteArray &authorization);
+    /// Signs out if \p refused, which a server refused, are still the present credentials. The session file is
+    /// removed only if it holds them: programs that share it may have signed in anew.
+    void signOut(const std::shared_ptr<Credentials> &refused);
     /// Ends what runs with these credentials.
     void close();
 
@@ -53,11 +54,12 @@ signals:
     void closed();
 
 private:
+    void setCredentials(const Credentials &credentials);
     void signIn(const Credentials &credentials);
 
     SessionFile m_file;
     QUrl m_server;
-    std::optional<Credentials> m_credentials;
+    std::shared_ptr<Credentials> m_credentials;
     bool m_closed = false;
 };
 

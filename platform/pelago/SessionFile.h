@@ -10,6 +10,9 @@
 
 namespace pelago {
 
+/// How a name and a secret go to the server. Unknown until a server has said what it accepts.
+enum class AuthScheme { Unknown, Basic, Digest };
+
 /// Who is signed in, and what proves it to the storage.
 struct Credentials
 {
@@ -17,6 +20,7 @@ struct Credentials
     QString secret; ///< a password or an issued token
     QString firstName;
     QString lastName;
+    AuthScheme scheme = AuthScheme::Unknown; ///< not written to the file
 };
 
 class SessionFile

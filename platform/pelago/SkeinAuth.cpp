@@ -24,7 +24,8 @@ const char *nameText(int64_t handle, QString Credentials::*name, QByteArray Sess
 {
     const char *result = "";
     withObject(sessions, handle, [&](Session &session) {
-        session.*text = (session.credentials().*name).toUtf8();
+        const std::shared_ptr<Credentials> credentials = session.credentials();
+        session.*text = credentials ? (credentials.get()->*name).toUtf8() : QByteArray();
         result = (session.*text).constData();
         return 1;
     });
@@ -41,7 +42,11 @@ const char *pelago::addressText(Skein_Service_Deployment deployment, QUrl Deploy
         const int number = static_cast<int>(deployment);
         if (number < 0 || number > 2)
             return 0;
-        texts[number] = (Deployments::load().at(number).*address).toEncoded();
+        const Deployment found = Deployments::load().at(number);
+        if (!(found.*address).isValid())
+            traceFailure(QStringLiteral("Use of pelago.ini"),
+                         failure(Skein_Result_BadArgument, "configuration", found.problem));
+        texts[number] = (found.*address).toEncoded();
         result = texts[number].constData();
         return 1;
     });
@@ -92,14 +97,19 @@ long Skein_Auth_createLoginRequest(int64_t session, char *buffer, unsigned long 
 int Skein_Auth_completeLogin(int64_t session, const char *finalAddress)
 {
     return withObject(sessions, session, [finalAddress](Session &found) {
-        return found.completeLogin(QUrl(QString::fromUtf8(finalAddress), QUrl::TolerantMode));
+        const int result = found.completeLogin(QUrl(QString::fromUtf8(finalAddress), QUrl::TolerantMode));
+        if (result < 0)
+            traceFailure(QStringLiteral("Sign-in"), failure(result));
+        return result;
     });
 }
 
 int Skein_Auth_login(int64_t session, const char *user, const char *password)
 {
     return withObject(sessions, session, [=](Session &found) {
-        return found.login(QString::fromUtf8(user), QString::fromUtf8(password));
+        const Outcome outcome = found.login(QString::fromUtf8(user), QString::fromUtf8(password));
+        traceFailure(QStringLiteral("Sign-in to ") + found.storage().toString(), outcome);
+        return outcome.result;
     });
 }
 

@@ -21,7 +21,21 @@ HandleTable<EndPoint> &endPoints()
     return *table;
 }
 
-/// Runs \p call on the end point behind \p handle, and tells \p transferCb how it ended.
+/// \p what and the name \p id, for a line about a failure.
+QString nameOf(const char *what, const QString &id)
+{
+    return QLatin1String(what) +
+           (id.isEmpty() ? QStringLiteral("the top folder") : QLatin1Char('"') + id + QLatin1Char('"'));
+}
+
+/// The result of \p outcome, whose failure is reported.
+int reported(const QString &what, const Outcome &outcome)
+{
+    traceFailure(what, outcome);
+    return outcome.result;
+}
+
+/// Runs \p call on the end point behind \p handle, and passes its result to \p transferCb.
 template <class Call>
 int transfer(int64_t handle, Skein_TransferCb transferCb, void *context, const Call &call) noexcept
 {
@@ -70,9 +84,11 @@ int storeAll(EndPoint &endPoint, const QString &folder, const QStringList &paths
         total += QFileInfo(path).size();
     qint64 before = 0;
     for (int at = 0; at < paths.size(); ++at) {
-        const int result = uploadNew(endPoint, DavPath::child(folder, names[at]), paths[at], meter.from(before, total));
-        if (result < 0)
-            return at > 0 ? at : result;
+        const QString id = DavPath::child(folder, names[at]);
+        const Outcome stored = uploadNew(endPoint, id, paths[at], meter.from(before, total));
+        traceFailure(nameOf("Upload of ", id), stored);
+        if (!stored.isSuccess())
+            return at > 0 ? at : stored.result;
         before += QFileInfo(paths[at]).size();
     }
     return paths.size();
@@ -96,7 +112,7 @@ int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress
         const QUrl storage = folderAddress(text(storageAddress));
         const bool usual = options == 0 && firstReserved == 0 && secondReserved == 0;
         if (!usual || !space || std::strcmp(space, "my") != 0 || !found->mayUse(storage))
-            return Skein_Result_BadArgument;
+            return reported(nameOf("Use of the storage ", text(storageAddress)), failure(Skein_Result_BadArgument));
         return endPoints().add(std::make_shared<EndPoint>(found, storage));
     });
 }
@@ -110,8 +126,9 @@ int Skein_Storage_listContents(int64_t handle, const char *folderId, Skein_Conte
 {
     return withObject(endPoints, handle, [&](EndPoint &endPoint) -> int {
         const QString folder = text(folderId);
-        return DavPath::isIdentifier(folder) ? listFolder(endPoint, folder, contentCb, context)
-                                             : Skein_Result_BadArgument;
+        return reported(nameOf("List of ", folder), DavPath::isIdentifier(folder)
+                                                        ? listFolder(endPoint, folder, contentCb, context)
+                                                        : failure(Skein_Result_BadArgument));
     });
 }
 
@@ -123,12 +140,13 @@ int Skein_Storage_downloadFile(int64_t handle, const char *folderId, const char 
         const QString folder = text(folderId);
         const QString name = text(fileName);
         const QString target = text(localName);
+        const QString id = DavPath::child(folder, name);
+        const QString what = nameOf("Download of ", id);
         const bool named = DavPath::isIdentifier(folder) && DavPath::isName(name) && DavPath::isName(target);
         if (!named || text(localFolder).isEmpty())
-            return Skein_Result_BadArgument;
+            return reported(what, failure(Skein_Result_BadArgument));
         Meter meter(progressCb, progressContext);
-        return downloadFile(endPoint, DavPath::child(folder, name), QDir(text(localFolder)).filePath(target),
-                            meter.from(0, -1));
+        return reported(what, downloadFile(endPoint, id, QDir(text(localFolder)).filePath(target), meter.from(0, -1)));
     });
 }
 
@@ -138,8 +156,9 @@ int Skein_Storage_uploadFiles(int64_t handle, const char *folderId, const char *
 {
     return transfer(handle, uploadCb, uploadContext, [&](EndPoint &endPoint) -> int {
         const QString folder = text(folderId);
+        const QString what = nameOf("Upload into ", folder);
         if (!DavPath::isIdentifier(folder) || !localPaths || !fileNames || count < 1)
-            return Skein_Result_BadArgument;
+            return reported(what, failure(Skein_Result_BadArgument));
         QStringList paths;
         QStringList names;
         for (int at = 0; at < count; ++at) {
@@ -147,7 +166,7 @@ int Skein_Storage_uploadFiles(int64_t handle, const char *folderId, const char *
             names.append(text(fileNames[at]));
         }
         if (!std::all_of(names.begin(), names.end(), DavPath::isName))
-            return Skein_Result_BadArgument;
+            return reported(what, failure(Skein_Result_BadArgument));
         Meter meter(progressCb, progressContext);
         return storeAll(endPoint, folder, paths, names, meter);
     });
@@ -159,10 +178,11 @@ int Skein_Storage_updateFile(int64_t handle, const char *folderId, const char *i
 {
     return transfer(handle, uploadCb, uploadContext, [&](EndPoint &endPoint) -> int {
         const QString item = text(itemId);
+        const QString what = nameOf("Replacement of ", item);
         const bool known = !item.isEmpty() && DavPath::isIdentifier(item);
         if (!known || DavPath::parent(item) != text(folderId) || mode != replaceMode)
-            return Skein_Result_BadArgument;
+            return reported(what, failure(Skein_Result_BadArgument));
         Meter meter(progressCb, progressContext);
-        return uploadReplacing(endPoint, item, text(localPath), meter.from(0, -1));
+        return reported(what, uploadReplacing(endPoint, item, text(localPath), meter.from(0, -1)));
     });
 }

@@ -4,9 +4,10 @@
 
 #pragma once
 
+#include "Outcome.h"
+
 #include <functional>
 #include <QString>
-#include <QStringList>
 
 namespace pelago {
 
@@ -15,13 +16,14 @@ class EndPoint;
 /// Gets bytes moved and their total, -1 when unknown.
 using Progress = std::function<void(qint64 done, qint64 total)>;
 
-/// Spins the event loop. 1 or a negative Skein_Result. \p target is the local file, whose folder exists.
-int downloadFile(EndPoint &endPoint, const QString &id, const QString &target, const Progress &progress);
+/// Loads the file \p id into the local file \p target, whose folder exists. Spins the event loop. A reply without a
+/// length is compared with the size that the server lists.
+Outcome downloadFile(EndPoint &endPoint, const QString &id, const QString &target, const Progress &progress);
 
-/// Stores \p localPath as \p id, which must not exist yet. Spins the event loop. 1 or a negative Skein_Result.
-int uploadNew(EndPoint &endPoint, const QString &id, const QString &localPath, const Progress &progress);
+/// Stores \p localPath as \p id, which must not exist yet. Spins the event loop.
+Outcome uploadNew(EndPoint &endPoint, const QString &id, const QString &localPath, const Progress &progress);
 
-/// Replaces the file \p id, or stores it when it is gone. Otherwise as uploadNew.
-int uploadReplacing(EndPoint &endPoint, const QString &id, const QString &localPath, const Progress &progress);
+/// Replaces the file \p id, or stores it if it is gone. Otherwise as uploadNew.
+Outcome uploadReplacing(EndPoint &endPoint, const QString &id, const QString &localPath, const Progress &progress);
 
 } // namespace pelago

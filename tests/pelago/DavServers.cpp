@@ -15,6 +15,8 @@
 
 #include <unistd.h>
 
+#include <vector>
+
 namespace {
 
 void giveAway(const QString &path)
@@ -23,7 +25,7 @@ void giveAway(const QString &path)
         qFatal("cannot give away %s", qPrintable(path));
 }
 
-/// A server from the system's packages, run by nobody in particular.
+/// A server from the system's packages, run by a user without rights.
 class ProcessServer : public DavServer
 {
 public:
@@ -35,25 +37,44 @@ public:
         for (const char *part : {"", "tmp", "root", "root/dav"})
             makeFolder(part);
         folder += "/root/dav";
+        writeFile(m_home.filePath("users"),
+                  "demo:{SHA}" + QCryptographicHash::hash("demo", QCryptographicHash::Sha1).toBase64() + '\n');
+        writeFile(m_home.filePath("digests"),
+                  "demo:x:" + QCryptographicHash::hash("demo:x:demo", QCryptographicHash::Md5).toHex() + '\n');
+        const bool isProxied = name.startsWith("proxied");
+        quint16 port = start(isProxied ? QString("apache") : name, QByteArray());
+        if (isProxied) {
+            makeCertificate();
+            port = start(name, QByteArray::number(port));
+        }
+        storage = QStringLiteral("%1://127.0.0.1:%2/dav/").arg(isProxied ? "https" : "http").arg(port);
+    }
+    ~ProcessServer() override
+    {
+        for (const auto &process : m_processes) {
+            process->terminate();
+            process->waitForFinished(5000);
+        }
+    }
+
+private:
+    /// Runs the program for \p name, in front of the server at the port \p behind if that is not empty. Returns its
+    /// port.
+    quint16 start(const QString &name, const QByteArray &behind)
+    {
         // Another program may take the port before the server does.
         for (int attempt = 0; attempt < 3; ++attempt) {
             QTcpServer probe;
             probe.listen(QHostAddress::LocalHost);
             const quint16 port = probe.serverPort();
             probe.close();
-            if (run(command(name, QByteArray::number(port)), port))
-                return;
+            if (run(command(name, QByteArray::number(port), behind), port))
+                return port;
         }
-        qFatal("no WebDAV server: %s", m_process.readAll().constData());
-    }
-    ~ProcessServer() override
-    {
-        m_process.terminate();
-        m_process.waitForFinished(5000);
+        qFatal("no WebDAV server: %s", m_processes.back()->readAll().constData());
     }
 
-private:
-    QStringList command(const QString &name, const QByteArray &port)
+    QStringList command(const QString &name, const QByteArray &port, const QByteArray &behind)
     {
         if (name == "rclone") {
             forgetsCutUploads = false;
@@ -61,39 +82,72 @@ private:
                                  "--pass demo --dir-cache-time 1ms --poll-interval 0";
             return line.arg(folder, QString(port)).split(' ');
         }
-        const QString settings = m_home.filePath("conf");
-        const QByteArray password = QCryptographicHash::hash("demo", QCryptographicHash::Sha1).toBase64();
-        writeFile(m_home.filePath("users"), "demo:{SHA}" + password + '\n');
-        writeFile(settings, readFile(SERVER_SETTINGS "/" + name + ".conf").replace("PORT", port));
-        if (name == "apache")
-            return {"apache2", "-d", m_home.path(), "-f", settings, "-DFOREGROUND"};
-        listsDotFiles = false;
+        const bool isApache = name == "apache" || name == "digest";
+        forbidsAFolder = forbidsAFolder || isApache;
+        const QString source = behind.isEmpty() ? (isApache ? QString("apache") : name) : QString("proxy");
+        const QString settings = m_home.filePath(source + ".conf");
+        const QByteArray host = name == "proxied-host" ? "proxy_set_header Host $http_host;" : "";
+        writeFile(settings, readFile(SERVER_SETTINGS "/" + source + ".conf")
+                                .replace("PORT", port)
+                                .replace("BEHIND", behind)
+                                .replace("PASS_HOST", host));
+        if (isApache)
+            return QStringList{"apache2", "-d", m_home.path(), "-f", settings, "-DFOREGROUND"} +
+                   (name == "digest" ? QStringList{"-D", "Digest"} : QStringList());
+        listsDotFiles = listsDotFiles && !behind.isEmpty();
         return {"nginx", "-e", "stderr", "-p", m_home.path(), "-c", settings};
+    }
+
+    /// A self-signed certificate for nginx, trusted by this process from now on.
+    void makeCertificate()
+    {
+        const QStringList line{"req",
+                               "-x509",
+                               "-newkey",
+                               "ec",
+                               "-pkeyopt",
+                               "ec_paramgen_curve:prime256v1",
+                               "-nodes",
+                               "-keyout",
+                               m_home.filePath("key"),
+                               "-out",
+                               m_home.filePath("certificate"),
+                               "-subj",
+                               "/CN=localhost",
+                               "-addext",
+                               "subjectAltName=IP:127.0.0.1"};
+        if (QProcess::execute("openssl", line) != 0)
+            qFatal("no certificate");
+        giveAway(m_home.filePath("key"));
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.addCaCertificate(QSslCertificate(readFile(m_home.filePath("certificate"))));
+        QSslConfiguration::setDefaultConfiguration(tls);
     }
 
     bool run(const QStringList &command, quint16 port)
     {
-        storage = QStringLiteral("http://127.0.0.1:%1/dav/").arg(port);
+        m_processes.push_back(std::make_unique<QProcess>());
+        QProcess &process = *m_processes.back();
         QStringList line{"--pdeathsig", "TERM"};
         if (geteuid() == 0)
             line += {"--reuid=65534", "--regid=65534", "--clear-groups"};
         line += {"env", "-i", "PATH=/usr/bin:/bin:/usr/sbin:/sbin", "HOME=" + m_home.path(),
                  "TMPDIR=" + m_home.filePath("tmp")};
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        m_process.setWorkingDirectory(m_home.path());
-        m_process.start("setpriv", line + command);
-        for (QDeadlineTimer patience(20000); m_process.state() != QProcess::NotRunning && !patience.hasExpired();) {
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.setWorkingDirectory(m_home.path());
+        process.start("setpriv", line + command);
+        for (QDeadlineTimer patience(20000); process.state() != QProcess::NotRunning && !patience.hasExpired();) {
             QTcpSocket socket;
             socket.connectToHost(QHostAddress::LocalHost, port);
             if (socket.waitForConnected(1000))
                 return true;
-            m_process.waitForFinished(20);
+            process.waitForFinished(20);
         }
         return false;
     }
 
     QTemporaryDir m_home{"/tmp/tavrin-dav-XXXXXX"};
-    QProcess m_process;
+    std::vector<std::unique_ptr<QProcess>> m_processes;
 };
 
 /// The demo's own service, behind its proxy and under its real name.

@@ -13,9 +13,10 @@ class DavServer
 public:
     virtual ~DavServer() = default;
 
-    /// Starts "apache", "nginx", "rclone" or "localcloud", which goes with the object. A server that cannot start ends
-    /// the test program. All serve the user "demo" with the password "demo". As long as "localcloud" runs, all requests
-    /// of this process go through its proxy.
+    /// Starts a server, which ends with the object: "apache", "digest" (the same with Digest sign-in only), "nginx",
+    /// "rclone", "localcloud", and "proxied" or "proxied-host": nginx with TLS in front of Apache, where the second one
+    /// passes the host name on. A server that cannot start ends the test program. All serve the user "demo" with the
+    /// password "demo". As long as "localcloud" runs, all requests of this process go through its proxy.
     static std::unique_ptr<DavServer> start(const QString &name);
 
     QString path(const QString &id) const { return folder + '/' + id; }
@@ -29,5 +30,6 @@ public:
     QString storage; ///< where it serves, ending in "/"
     QString folder;  ///< what it serves
     bool listsDotFiles = true;
+    bool forbidsAFolder = false;   ///< that of the name "forbidden", with 401 like a wrong password
     bool forgetsCutUploads = true; ///< so that nothing is left of them after a while
 };

@@ -155,14 +155,17 @@ private slots:
             {"signIn=https://a/?x\nstorage=https://b/#y\n", "web  "},
             {"signIn=ftp://a/\nstorage=b/c\n", "web  "},
             {"signIn=https://a/\nno line\n[", "web  "},
+            {"# a comment\n; another\nkind = password\nstorage = https://b/a;b,c\\d#e\n", "password  "},
+            {"kind=password\nstorage=https://b/a;b,c\\d\n", "password https://b/a;b,c%5Cd/ https://b/a;b,c%5Cd/"},
+            {"kind=password\nstorage=\"https://b/x;\"\n", "password https://b/x;/ https://b/x;/"},
         };
         for (const auto &[lines, expected] : rows) {
-            const QString file =
-                m_home.filePath("ini" + lines.toHex()); // a new one each time, since Qt keeps what it has read
+            const QString file = m_home.filePath("pelago.ini");
             writeFile(file, "[production]\n" + lines);
             const Deployments all(file);
             const Deployment found = all.at(0);
             const QString kind = found.kind == SignInKind::Web ? "web" : "password";
+            QCOMPARE(found.problem.isEmpty(), found.storage.isValid() && found.signIn.isValid());
             QCOMPARE(kind + ' ' + found.signIn.toEncoded() + ' ' + found.storage.toEncoded(), expected);
             QVERIFY(!all.isAllowed(QUrl("http://elsewhere/")));
             QCOMPARE(all.isAllowed(QUrl("http://a/other")), lines.contains("allowPlainHttp"));

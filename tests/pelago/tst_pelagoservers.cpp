@@ -1,4 +1,4 @@
-// The library unchanged against four servers.
+// The library unchanged against real servers.
 
 #include "pelago/Cloud.h"
 #include "pelago/DavServers.h"
@@ -28,7 +28,7 @@ private slots:
     void initTestCase_data()
     {
         QTest::addColumn<QString>("name");
-        for (const char *name : {"apache", "nginx", "rclone", "localcloud"})
+        for (const char *name : {"apache", "digest", "nginx", "rclone", "localcloud", "proxied", "proxied-host"})
             QTest::newRow(name) << name;
     }
 
@@ -106,6 +106,17 @@ private slots:
         QVERIFY(!QFile::exists(m_cloud->local("got")));
         QCOMPARE(m_server->entries("taken"), QStringList({"cup.obj", "folder"}));
         QCOMPARE(m_server->content("taken/cup.obj"), QByteArray("old"));
+    }
+
+    void forbiddenFolderKeepsTheSignIn()
+    {
+        m_server->makeFolder("forbidden");
+        const bool forbids = m_server->forbidsAFolder;
+        QCOMPARE(m_cloud->list("forbidden"), forbids ? int{Skein_Result_Forbidden} : 0);
+        QCOMPARE(m_cloud->upload("forbidden", "cup.obj", "new"), forbids ? int{Skein_Result_Forbidden} : 1);
+        QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), 1);
+        QVERIFY(QFile::exists(m_cloud->local("session.skein")));
+        QCOMPARE(m_cloud->upload("", "cup.obj", "new"), 1);
     }
 
     void cutUploadLeavesNothing()

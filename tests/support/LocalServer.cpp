@@ -68,9 +68,9 @@ QByteArray Reply::wire() const
 {
     if (!m_raw.isEmpty())
         return m_raw.left(m_limit);
-    const QByteArray length = QByteArray::number(m_body.size());
+    const QByteArray length = m_hasLength ? "Content-Length: " + QByteArray::number(m_body.size()) + "\r\n" : "";
     const QByteArray head = "HTTP/1.1 " + QByteArray::number(m_status) + " Status\r\n" + m_headers;
-    return (head + "Content-Length: " + length + "\r\n\r\n" + m_body).mid(0, m_limit);
+    return (head + length + "\r\n" + m_body).mid(0, m_limit);
 }
 
 LocalServer::LocalServer(Transport transport) : m_transport(transport)

@@ -36,7 +36,7 @@ struct Request
     QByteArray header(const QByteArray &name) const { return headerValues(name).value(0); }
 };
 
-/// What the server sends; with a Content-Length unless it is raw.
+/// What the server sends; with a Content-Length unless it is raw or without length.
 class Reply
 {
 public:
@@ -51,12 +51,15 @@ public:
         return reply.cutAfter(reply.m_raw.size());
     }
 
+    int status() const { return m_status; }
     Reply &header(const QByteArray &name, const QByteArray &value)
     {
         return set(m_headers, m_headers + name + ": " + value + "\r\n");
     }
     Reply &location(const QByteArray &target) { return header("Location", target); }
     Reply &body(const QByteArray &bytes) { return set(m_body, bytes); }
+    /// Sends no Content-Length: the body ends when the connection does.
+    Reply &withoutLength() { return set(m_hasLength, false).set(m_ending, Ending::Close); }
     /// Waits before the first byte, in milliseconds.
     Reply &delayed(int ms) { return set(m_delayMs, ms); }
     /// Sends that many bytes of the whole reply, then nothing more, and keeps the connection open.
@@ -83,6 +86,7 @@ private:
     QByteArray m_body;
     int m_delayMs = 0;
     int m_limit = -1;
+    bool m_hasLength = true;
     Ending m_ending = Ending::KeepOpen;
 };
 

@@ -148,8 +148,10 @@ int Skein_Storage_updateFile(int64_t endPoint, const char *folderId, const char 
 
 /* Tracing */
 
-/** 0: nothing, which is the default; 1: what went wrong; 2: also one line per request. No line holds a secret, a query
- * or file content. */
+/** 0: nothing, which is the default; 1: one line for each call that failed; 2: also one line per request. No line holds
+ * a secret, a query or file content. A line of level 1 says what failed, why and what to do, and ends in "[cause]" or
+ * "[cause: detail]", for programs that show a text of their own. The causes are those in the table of the library's
+ * README.md. */
 void SkeinTrace_setLevel(int level);
 
 /** Where lines go, with their level and context; null sends them to the standard error output. */
