@@ -60,7 +60,7 @@ std::optional<QHash<QString, Section>> readSections(QFile &file, QString *proble
         } else if (equals > 0) {
             sections[section][line.left(equals).trimmed()] = unquoted(line.mid(equals + 1).trimmed());
         } else {
-            *problem = QStringLiteral("line %1 of pelago.ini is neither a section nor a value").arg(number);
+            *problem = QStringLiteral("line %1").arg(number);
             return std::nullopt;
         }
     }
@@ -72,10 +72,7 @@ QUrl checked(const QUrl &address, const QString &key, Deployment *deployment)
 {
     if (address.isValid() && (deployment->plainHttp || isProtected(address)))
         return address;
-    const QString reason = address.isValid()
-                               ? QStringLiteral("needs https, or allowPlainHttp=true")
-                               : QStringLiteral("must be an https address without user name, query and fragment");
-    deployment->problem = QStringLiteral("%1 in section %2 of pelago.ini %3").arg(key, deployment->name, reason);
+    deployment->problem = deployment->name + QLatin1Char('/') + key;
     return QUrl();
 }
 
@@ -150,7 +147,7 @@ Deployments::Deployments(const QString &path)
     else if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly))
         sections = readSections(file, &unreadable.problem);
     else
-        unreadable.problem = QStringLiteral("%1 cannot be read").arg(path);
+        unreadable.problem = path;
     for (const QString &name :
          {QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("development")}) {
         if (!sections)

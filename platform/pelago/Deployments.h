@@ -24,7 +24,8 @@ struct Deployment
     bool plainHttp = false; ///< whether hosts other than this machine may be asked without TLS
     int idleTimeoutMs = 60000;
     Replacing replacing = Replacing::Auto;
-    QString problem; ///< why an address is invalid
+    QString
+        problem; ///< where the file is wrong, if an address is invalid: "line 3", "production/storage", or its path
 };
 
 class Deployments

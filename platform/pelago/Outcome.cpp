@@ -40,7 +40,8 @@ const Cause causes[] = {
     {0, "sign-in-method", "the server offers no sign-in that can be used (it offers %1)",
      "Switch on Basic or Digest (MD5) there"},
     {0, "user-name", "a user name cannot contain a colon", "Correct the user name"},
-    {0, "configuration", "%1", "Correct pelago.ini"},
+    {0, "configuration", "pelago.ini cannot be used (%1)",
+     "An address begins with https:// and holds no user name, query or #; http needs allowPlainHttp=true"},
     {0, "certificate", "the server's certificate is not trusted (%1)",
      "Start the host with --ca-file and the certificate of the authority"},
     {0, "host-name", "the server's certificate is for another host name (%1)",
@@ -77,7 +78,7 @@ void traceFailure(const QString &what, const Outcome &outcome)
     if (outcome.result >= 0 || outcome.result == Skein_Result_Closed)
         return;
     const Cause &cause = causeOf(outcome);
-    const QString detail = outcome.detail.simplified();
+    const QString detail = outcome.detail.simplified().replace(QLatin1String(" ["), QLatin1String(" ("));
     const QString reason = QString::fromLatin1(cause.text).replace(QLatin1String("%1"), detail);
     const QString status = outcome.status > 0 ? QStringLiteral(" (status %1)").arg(outcome.status) : QString();
     const QString name = QLatin1String(cause.name) + (detail.isEmpty() ? QString() : QStringLiteral(": ") + detail);

@@ -93,6 +93,9 @@ void Portal_CloudBrowserWindows::RefreshFolderData()
     // The dock may have been closed meanwhile, which leaves no current folder.
     if (fetched && folder && folder == m_currentFolder)
         showItems(items);
+    // The service may have refused the session during the fetch.
+    if (fetched && items.empty() && !spinning([this] { return m_portal->GetLogin()->IsLogin(); }))
+        RefreshLoginButtonState();
 }
 
 bool Portal_CloudBrowserWindows::fetch(ItemVector &items)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "cloud/PortalBrowserBase.h"
+#include "portals/SkeinTrace.h"
 
 #include <cstdint>
 #include <map>
@@ -32,8 +33,8 @@ void progressCb(void *context, int64_t done, int64_t total);
 void downloadCb(void *context, int result);
 void uploadCb(void *context, int result);
 
-/// Every operation takes the portal's own login object and items of this portal. It returns false without a message
-/// when nobody is signed in or the library fails.
+/// Every operation takes the portal's own login object and items of this portal. It returns false without a message box
+/// if the user is not signed in or the library fails; a failure of the library is a line in the host's output.
 class Portal_Zephal_IPortalBrowser : public ICloudPortalApi::PortalBrowserBase
 {
 public:
@@ -49,4 +50,7 @@ public:
     /// Without \p existing, a file of that name in the folder is not overwritten: false.
     bool UploadFile(ICloudPortalApi::ILogin *login, ICloudPortalApi::ICloudItem *folder,
                     ICloudPortalApi::ICloudItem *existing, KString localFolder, KString fileName) override;
+
+private:
+    Skein::HostTrace m_trace;
 };

@@ -47,11 +47,16 @@ Portal_Zephal_Login::Portal_Zephal_Login()
         m_sessionFile = folder + "session.skein";
     m_consumerKey = getTestConsumerKey(deployment);
     m_consumerSecret = getTestConsumerSecret(deployment);
-    m_session = Skein_Auth_openSession(m_consumerKey.utf8(), m_consumerSecret.utf8(), m_sessionFile.utf8(),
-                                       Skein_Auth_getServerAddress(deployment));
+    openSession();
     if (IsLogin())
         InitializeStorage();
     m_clientIdentifier = KQtUtil::toKString(QUuid::createUuid().toString());
+}
+
+void Portal_Zephal_Login::openSession()
+{
+    m_session = Skein_Auth_openSession(m_consumerKey.utf8(), m_consumerSecret.utf8(), m_sessionFile.utf8(),
+                                       Skein_Auth_getServerAddress(deployment));
 }
 
 Portal_Zephal_Login::~Portal_Zephal_Login()
@@ -64,6 +69,12 @@ bool Portal_Zephal_Login::Login(IPortalOwnerCB *owner)
 {
     m_owner = owner;
     m_loginUi.reset();
+    // The address may have been corrected since the session was opened.
+    if (!IsLogin()) {
+        dropEndPoint();
+        Skein_Auth_closeSession(m_session);
+        openSession();
+    }
     m_loginUi = std::make_unique<Skein::LoginUi>(m_session);
     m_loginUi->setCallback(signInEnded, this);
 

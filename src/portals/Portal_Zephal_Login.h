@@ -28,7 +28,8 @@ public:
     Portal_Zephal_Login(const Portal_Zephal_Login &) = delete;
     Portal_Zephal_Login &operator=(const Portal_Zephal_Login &) = delete;
 
-    /// Shows a new sign-in dialog in place of an earlier one. \p owner (may be null) hears its success while the host
+    /// Opens the session anew, so that corrected addresses count, and shows a new sign-in dialog in place of an earlier
+    /// one. \p owner (may be null) hears its success while the host
     /// goes on; it hears nothing when the user closes the dialog. False when nothing was shown. May spin the event
     /// loop.
     bool Login(ICloudPortalApi::IPortalOwnerCB *owner) override;
@@ -52,6 +53,7 @@ public:
 
 private:
     static void signInEnded(void *context, bool success);
+    void openSession();
     void dropEndPoint();
 
     int64_t m_session = -1;

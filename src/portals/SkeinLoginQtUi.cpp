@@ -30,6 +30,7 @@ public:
         m_password->setEchoMode(QLineEdit::Password);
         m_error->setObjectName(QStringLiteral("error"));
         m_error->setTextFormat(Qt::PlainText);
+        m_error->setTextInteractionFlags(Qt::TextSelectableByMouse);
         m_error->setWordWrap(true);
         m_error->hide();
         setMinimumWidth(minimumFormWidth);
@@ -53,9 +54,9 @@ public:
              {static_cast<QWidget *>(m_user), static_cast<QWidget *>(m_password), static_cast<QWidget *>(m_buttons)})
             widget->setEnabled(!asking);
     }
-    void showError(const KStringResourceId &text)
+    void showError(const QString &text)
     {
-        m_error->setText(UiText(text));
+        m_error->setText(text);
         m_error->show();
         adjustSize();
         m_password->clear();
@@ -102,6 +103,9 @@ bool LoginQtUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
         },
         Qt::QueuedConnection);
     show(form, mode);
+    // A session that could not be opened asks no server: the configuration is wrong.
+    if (m_session < 0)
+        form->showError(signInMessage(static_cast<int>(m_session), lastFailure()));
     return true;
 }
 
@@ -109,6 +113,8 @@ void LoginQtUi::submit(const QPointer<Form> &form)
 {
     const PortalCall running;
     const QPointer<LoginQtUi> self(this);
+    if (m_session >= 0)
+        forgetLastFailure();
     const int result = Skein_Auth_login(m_session, form->user().constData(), form->password().constData());
     if (!self)
         return;
@@ -116,8 +122,7 @@ void LoginQtUi::submit(const QPointer<Form> &form)
         end(true);
     } else if (form) {
         form->setAsking(false);
-        form->showError(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
-                                                           : TavrinStrings::KHttpServerErrorGeneric);
+        form->showError(signInMessage(result, lastFailure()));
     }
 }
 

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include "portals/SkeinTrace.h"
+
 #include <pelago/pelago.h>
 #include <QDialog>
 #include <QObject>
@@ -29,7 +31,7 @@ public:
     void setCallback(Callback callback, void *context);
 
     /// Shows the form over \p parent (may be null) in place of an open dialog and returns at once: true. A mode other
-    /// than a window makes it modal. A refused name leaves the form open, with a line that says so.
+    /// than a window makes it modal. A failure leaves the form open, with a line that gives its reason.
     virtual bool login(QWidget *parent, Skein_Auth_LoginViewMode mode);
 
 protected:
@@ -48,6 +50,7 @@ private:
     void submit(const QPointer<Form> &form);
 
     int64_t m_session;
+    HostTrace m_trace;
     Callback m_callback = nullptr;
     void *m_context = nullptr;
     QPointer<QDialog> m_dialog;

@@ -29,7 +29,7 @@ bool LoginUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
     const auto write = [this](char *buffer, unsigned long size) {
         return Skein_Auth_createLoginRequest(session(), buffer, size);
     };
-    if (ICloudPortalApi::RequestAddress(write, address) == Skein_Result_PasswordSignIn)
+    if (session() < 0 || ICloudPortalApi::RequestAddress(write, address) == Skein_Result_PasswordSignIn)
         return LoginQtUi::login(parent, mode);
     if (address.isEmpty()) {
         showMessage(TavrinStrings::kCloudPortalLoginErrorLoadingPage);

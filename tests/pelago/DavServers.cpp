@@ -113,7 +113,7 @@ private:
                                "-out",
                                m_home.filePath("certificate"),
                                "-subj",
-                               "/CN=localhost",
+                               "/CN=dav.example",
                                "-addext",
                                "subjectAltName=IP:127.0.0.1"};
         if (QProcess::execute("openssl", line) != 0)

@@ -1,6 +1,7 @@
 // The library against a server that does what each case needs.
 
 #include "pelago/Cloud.h"
+#include "pelago/DavServers.h"
 #include "support/LocalServer.h"
 
 #include <QtTest>
@@ -296,6 +297,14 @@ private slots:
         QCOMPARE(m_cloud->list("folder"), int{Skein_Result_ServerError});
         QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), 1);
         QVERIFY(QFile::exists(m_cloud->local("session.skein")));
+    }
+
+    void certificateOfAnotherNameIsRefused()
+    {
+        const std::unique_ptr<DavServer> server = DavServer::start("proxied");
+        Cloud cloud(QString(server->storage).replace("127.0.0.1", "localhost"));
+        QCOMPARE(cloud.signIn(), int{Skein_Result_Network});
+        QVERIFY2(traced.last().endsWith("[host-name: 127.0.0.1]"), qPrintable(traced.last()));
     }
 
     void changedTargetIsKept()

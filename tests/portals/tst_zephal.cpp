@@ -7,6 +7,7 @@
 #include "portals/Portal_Zephal.h"
 #include "portals/Portal_Zephal_CloudItem.h"
 #include "PortalTest.h"
+#include "support/LocalServer.h"
 
 #include <dlfcn.h>
 #include <QWebElement>
@@ -66,6 +67,8 @@ private slots:
         QVERIFY(m_login->GetUsername(name) && name == "Robin Example" && listed(root()) == everything);
         m_fixture->cloud.revokeZephalTokens();
         QVERIFY(listed(root()) == "failed" && !m_login->IsLogin() && m_fixture->boxes.isEmpty());
+        QCOMPARE(warnings(), QStringList("List of the top folder failed: the server refused the user name or the "
+                                         "password (status 401). Sign in again."));
     }
 
     void pageThatFails()
@@ -84,8 +87,83 @@ private slots:
         QVERIFY(m_login->Login(&m_owner));
         m_portal.reset(); // while the page loads
         QVERIFY(!dialog() && m_owner.heard.isEmpty());
-        configure("kind=web\nsignIn=http://not.protected.example/");
-        QVERIFY(!m_login->Login(&m_owner) && !dialog() && m_fixture->boxes.size() == 2);
+    }
+
+    void formNamesTheReason_data()
+    {
+        QTest::addColumn<QByteArray>("settings"); // SERVER is a server with a certificate that nobody knows
+        QTest::addColumn<QString>("rule");        // of the local cloud
+        QTest::addColumn<QString>("expected");
+        const QByteArray usual = "kind=password\nstorage=https://cloud.zephal.example/dav";
+        const auto row = [](const char *name, const QByteArray &settings, const QString &rule, const char *expected) {
+            QTest::newRow(name) << settings << rule << expected;
+        };
+        row("plain http", "kind=password\nstorage=http://files.example/", "",
+            "pelago.ini cannot be used: production/storage. An address begins with https:// and holds no user name, "
+            "query or #; http needs allowPlainHttp=true.");
+        row("plain http of a page", "kind=web\nstorage=https://x/\nsignIn=http://files.example/", "",
+            "pelago.ini cannot be used: production/signIn.");
+        row("no line of a file", "kind=password\nstorage", "", "pelago.ini cannot be used: line 3.");
+        row("certificate", "kind=password\nstorage=https://SERVER/", "",
+            "The server's certificate is not trusted: The certificate is self-signed, and untrusted.");
+        row("no TLS", "kind=password\nstorage=https://PLAIN/", "", "The server does not speak TLS at this address.");
+        row("redirect", usual, "redirect=https://new.example/dav/?secret",
+            "The server redirects to https://new.example/dav/. Write that address into pelago.ini.");
+        row("not found", usual, "status=404", "The server has no folder at the address in pelago.ini.");
+        row("no WebDAV", usual, "status=405", "The server at the address in pelago.ini is not a WebDAV server.");
+        row("no sign-in", usual, "status=401",
+            "The server offers no sign-in that can be used: none. It must offer Basic, or Digest with MD5.");
+        row("server down", "kind=password\nstorage=http://127.0.0.1:1/", "",
+            "No server answers at http://127.0.0.1:1.");
+        row("unknown name", "kind=password\nstorage=https://nowhere.invalid/", "",
+            "The host name nowhere.invalid is unknown.");
+        row("failing server", usual, "status=503", "Sorry but we were not able to connect");
+    }
+    void formNamesTheReason()
+    {
+        QFETCH(QByteArray, settings);
+        QFETCH(QString, rule);
+        QFETCH(QString, expected);
+        LocalServer foreign(LocalServer::Transport::Tls);
+        QTcpServer plain;
+        QVERIFY(plain.listen(QHostAddress::LocalHost));
+        connect(&plain, &QTcpServer::newConnection, &plain, [&plain] {
+            QTcpSocket *socket = plain.nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, socket, [socket] {
+                socket->write("HTTP/1.1 400 Bad Request\r\n\r\n");
+                socket->disconnectFromHost();
+            });
+        });
+        const bool direct = settings.contains("SERVER") || settings.contains("PLAIN") || settings.contains(".invalid");
+        if (direct || settings.contains(":1/"))
+            QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+        configure(settings.replace("SERVER", foreign.authority())
+                      .replace("PLAIN", "127.0.0.1:" + QByteArray::number(plain.serverPort())));
+        if (!rule.isEmpty())
+            m_fixture->cloud.addRule("*", "/dav/*", rule);
+        QVERIFY(m_login->Login(&m_owner));
+        enter("demo");
+        const auto *error = dialog()->findChild<QLabel *>("error");
+        QTRY_VERIFY(error->isVisible());
+        QVERIFY2(error->text().startsWith(expected), qPrintable(error->text()));
+        QVERIFY(m_fixture->boxes.isEmpty());
+        QVERIFY2(!warnings().isEmpty() && warnings().last().contains(" failed: "), qPrintable(warnings().join('\n')));
+    }
+
+    void correctedConfigurationCountsAtTheNextSignIn()
+    {
+        configure("kind=password\nstorage=http://files.example/");
+        QVERIFY(m_login->Login(&m_owner) && dialog());
+        write("kind=password\nstorage=https://cloud.zephal.example/dav");
+        QVERIFY(m_login->Login(&m_owner));
+        field("user")->setText("de:mo");
+        QTest::keyClick(dialog(), Qt::Key_Return);
+        const QPointer<QLabel> error = dialog()->findChild<QLabel *>("error");
+        QTRY_VERIFY(error->text() == "A user name cannot contain a colon.");
+        QVERIFY(m_fixture->requests().isEmpty());
+        enter("demo");
+        QTRY_VERIFY(!dialog());
+        QVERIFY(m_login->IsLogin() && listed(root()) == everything);
     }
 
     void formSignsIn()
@@ -184,17 +262,25 @@ private slots:
         QCOMPARE(stored("2", u8"ä #1/a\"b"), QByteArray("stored 2"));
         m_fixture->cloud.addRule("*", "/dav/*", "status=507");
         QCOMPARE(stored("3", u8"ä #1/a\"b"), QByteArray("kept 2"));
-        QVERIFY(!download(nullptr, "a") && !upload(nullptr, "a") && m_fixture->everythingShown().isEmpty());
+        QVERIFY(!download(nullptr, "a") && !upload(nullptr, "a") && m_fixture->boxes.isEmpty());
+        QCOMPARE(warnings().size(), 2);
+        QVERIFY(warnings()[0].startsWith(u8"Upload of \"ä #1/a\"b\" failed: the name is taken"));
+        QVERIFY(warnings()[1].startsWith(u8"Replacement of \"ä #1/a\"b\" failed: the server has no space left"));
     }
 
 private:
     const QString everything = u8"+ä #1 -cup.obj";
 
-    /// A new portal on a library that finds \p lines in its configuration.
-    void configure(const QByteArray &lines)
+    QStringList warnings() const { return m_fixture->host.messages(KHost::MessageKind::kWarning); }
+    void write(const QByteArray &lines)
     {
         writeFile(m_folder.filePath("pelago.ini"), "[production]\n" + lines + '\n');
         qputenv("PELAGO_CONFIG", QFile::encodeName(m_folder.filePath("pelago.ini")));
+    }
+    /// A new portal on a library that finds \p lines in its configuration.
+    void configure(const QByteArray &lines)
+    {
+        write(lines);
         m_login = makePortal<Portal_Zephal, Portal_Zephal_Login, Portal_Zephal_IPortalBrowser>();
     }
     bool signIn() const
