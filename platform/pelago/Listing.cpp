@@ -2,6 +2,9 @@
 
 #include "EndPoint.h"
 
+#include <QCollator>
+
+#include <algorithm>
 #include <vector>
 
 namespace pelago {
@@ -24,6 +27,35 @@ Item itemOf(const QString &name, const DavEntry &entry)
     const QByteArray mediaType =
         entry.mediaType.isEmpty() ? QByteArrayLiteral("application/octet-stream") : entry.mediaType.toUtf8();
     return {name.toUtf8(), entry.modified.toUtf8(), mediaType, entry.size};
+}
+
+/// The user's locale; the one named "C" knows no order of letters.
+QLocale sortingLocale()
+{
+    const QLocale user = QLocale::system();
+    return user.language() == QLocale::C ? QLocale(QLocale::English) : user;
+}
+
+/// Folders first, then by name with numbers by value.
+void sort(std::vector<Item> *items)
+{
+    QCollator collator(sortingLocale());
+    collator.setNumericMode(true);
+    std::vector<std::pair<QCollatorSortKey, std::size_t>> keys;
+    keys.reserve(items->size());
+    for (const Item &item : *items)
+        keys.emplace_back(collator.sortKey(QString::fromUtf8(item.name)), keys.size());
+    const auto isFile = [items](std::size_t at) { return !(*items)[at].mediaType.isEmpty(); };
+    std::sort(keys.begin(), keys.end(), [&isFile](const auto &one, const auto &other) {
+        if (isFile(one.second) != isFile(other.second))
+            return isFile(other.second);
+        return one.first < other.first;
+    });
+    std::vector<Item> sorted;
+    sorted.reserve(items->size());
+    for (const auto &key : keys)
+        sorted.push_back(std::move((*items)[key.second]));
+    items->swap(sorted);
 }
 
 } // namespace
@@ -51,6 +83,7 @@ Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb 
     if (isFile || !found)
         return failure(isFile ? Skein_Result_NotFound : Skein_Result_BadReply);
 
+    sort(&items);
     const QByteArray before = folderId.isEmpty() ? QByteArray() : folderId.toUtf8() + '/';
     for (const Item &item : items) {
         if (endPoint.isClosed())

@@ -90,6 +90,20 @@ private slots:
         QCOMPARE(m_cloud->got(), QByteArray("deep"));
     }
 
+    void listingIsSorted()
+    {
+        for (const char *id : {"sorted", "sorted/b", "sorted/Part 10", "sorted/part 9", "sorted/Äste"})
+            m_server->makeFolder(id);
+        const QStringList files = {"a.obj", "Ärmel.obj", "cup 2.obj", "Cup 10.obj", "cup 11.obj", "zebra.obj"};
+        for (int at = files.size(); at > 0; --at)
+            m_server->makeFile("sorted/" + files[at - 1], "x");
+        QCOMPARE(m_cloud->list("sorted"), 10);
+        QStringList names;
+        for (const Entry &entry : qAsConst(m_cloud->entries))
+            names << entry.name;
+        QCOMPARE(names, QStringList({"Äste", "b", "part 9", "Part 10"}) + files);
+    }
+
     void failuresChangeNothing()
     {
         m_server->makeFolder("taken");
