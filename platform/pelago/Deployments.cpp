@@ -128,13 +128,11 @@ bool sameOrigin(const QUrl &one, const QUrl &other)
            effectivePort(one) == effectivePort(other);
 }
 
-Deployments Deployments::load()
+QString Deployments::path()
 {
     const QString named = qEnvironmentVariable("PELAGO_CONFIG");
-    if (!named.isEmpty())
-        return Deployments(named);
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-    return Deployments(folder + QStringLiteral("/pelago.ini"));
+    return named.isEmpty() ? folder + QStringLiteral("/pelago.ini") : named;
 }
 
 Deployments::Deployments(const QString &path)

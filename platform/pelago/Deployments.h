@@ -24,15 +24,15 @@ struct Deployment
     bool plainHttp = false; ///< whether hosts other than this machine may be asked without TLS
     int idleTimeoutMs = 60000;
     Replacing replacing = Replacing::Auto;
-    QString
-        problem; ///< where the file is wrong, if an address is invalid: "line 3", "production/storage", or its path
+    QString problem; ///< where the file is wrong, if an address is invalid: "line 3", "production/storage", or its path
 };
 
 class Deployments
 {
 public:
-    /// Reads the file that PELAGO_CONFIG names, otherwise pelago.ini in the user's configuration folder.
-    static Deployments load();
+    /// The file that PELAGO_CONFIG names, otherwise pelago.ini in the user's configuration folder.
+    static QString path();
+    static Deployments load() { return Deployments(path()); }
     /// A file that does not exist gives the built-in addresses, one that cannot be read none at all.
     explicit Deployments(const QString &path);
 

@@ -119,8 +119,9 @@ private:
         if (QProcess::execute("openssl", line) != 0)
             qFatal("no certificate");
         giveAway(m_home.filePath("key"));
+        certificateFile = m_home.filePath("certificate");
         QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.addCaCertificate(QSslCertificate(readFile(m_home.filePath("certificate"))));
+        tls.addCaCertificate(QSslCertificate(readFile(certificateFile)));
         QSslConfiguration::setDefaultConfiguration(tls);
     }
 

@@ -27,8 +27,9 @@ public:
     /// The names on the disk, sorted.
     QStringList entries(const QString &folderId) const;
 
-    QString storage; ///< where it serves, ending in "/"
-    QString folder;  ///< what it serves
+    QString storage;         ///< where it serves, ending in "/"
+    QString folder;          ///< what it serves
+    QString certificateFile; ///< of its own, which this process trusts; empty if it has none
     bool listsDotFiles = true;
     bool forbidsAFolder = false;   ///< that of the name "forbidden", with 401 like a wrong password
     bool forgetsCutUploads = true; ///< so that nothing is left of them after a while
