@@ -44,7 +44,7 @@ typedef enum Skein_Result {
     Skein_Result_TimedOut = -6,     /* no byte went either way for the configured time */
     Skein_Result_Closed = -7,       /* the end point or session was given up while the call ran */
     Skein_Result_NotFound = -8,     /* 404, 410 */
-    Skein_Result_Forbidden = -9,    /* 403, 405, 423 */
+    Skein_Result_Forbidden = -9,    /* 403, 405, 423; 401 for one folder only */
     Skein_Result_Conflict = -10,    /* the name is taken, is a folder, or its content changed meanwhile (409, 412) */
     Skein_Result_NoSpace = -11,     /* 413, 507 */
     Skein_Result_Redirected = -12,  /* the server pointed to another address, which is never followed */
@@ -82,8 +82,8 @@ long Skein_Auth_createLoginRequest(int64_t session, char *buffer, unsigned long 
  *  now; 0: not finished yet; negative: the final address refuses or lacks something. Never asks a server. */
 int Skein_Auth_completeLogin(int64_t session, const char *finalAddress);
 
-/** Signs in with a name and a password after asking the storage server once whether it takes them. 1 when it did.
- *  Otherwise what the session held before stays. */
+/** Signs in with a name and a password after asking the storage server whether it takes them, first without them to
+ *  learn how it wants them: Basic or Digest. 1 when it did. Otherwise what the session held before stays. */
 int Skein_Auth_login(int64_t session, const char *user, const char *password);
 
 /** 1 once nobody is signed in any more and the session file holds nothing. When the file cannot be removed, the result
@@ -122,8 +122,9 @@ int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress
 /** Gives up the end point; calls that run on it end with Skein_Result_Closed. */
 void Skein_Storage_destroyEndPoint(int64_t endPoint);
 
-/** Calls contentCb once per entry of a folder, after the whole listing has arrived, and returns their number. On
- * failure contentCb was not called, but for Skein_Result_Closed. */
+/** Calls contentCb once per entry of a folder, after the whole listing has arrived, and returns their number. Folders
+ * come first; names are in the order of the user's locale. On failure contentCb was not called, but for
+ * Skein_Result_Closed. */
 int Skein_Storage_listContents(int64_t endPoint, const char *folderId, Skein_ContentCb contentCb, void *context);
 
 /** Loads the file fileName of a folder into localFolder, which must exist, under localName. An older file of that name
