@@ -176,7 +176,7 @@ void reportSmallUploads(Report &report, int rounds)
     for (int i = 0; i < uploads; ++i)
         writeFile(from.filePath(QStringLiteral("Part %1").arg(i)), QByteArray(2000, 'x'));
     for (const char *name : {"apache", "nginx", "rclone", "proxied"}) {
-        const std::unique_ptr<DavServer> server = start(QString::fromLatin1(name));
+        const std::unique_ptr<DavServer> server = DavServer::start(QString::fromLatin1(name));
         Cloud cloud(server->storage);
         cloud.signIn();
         report.addRatio(QStringLiteral("100 small uploads to %1, against rclone copy").arg(QLatin1String(name)),

@@ -109,16 +109,17 @@ inline const KStringResourceId
 inline const KStringResourceId kSignInUserName("Tavrin", "kSignInUserName", "A user name cannot contain a colon.");
 inline const KStringResourceId
     kSignInCertificate("Tavrin", "kSignInCertificate",
-                       "The server's certificate is not trusted: %1. For a server of your own, start the host with "
-                       "--ca-file and the certificate of its authority.");
+                       "The server's certificate is not trusted. For a server of your own, start the host with "
+                       "--ca-file and the certificate of its authority. The reason: ");
 inline const KStringResourceId
     kSignInHostName("Tavrin", "kSignInHostName",
-                    "The server's certificate is for another host name: %1. Write that name into pelago.ini.");
+                    "The server's certificate is for another host name. Write that name into pelago.ini: ");
 inline const KStringResourceId
     kSignInNoTls("Tavrin", "kSignInNoTls",
                  "The server does not speak TLS at this address. Check https and the port in pelago.ini.");
-inline const KStringResourceId kSignInRedirect("Tavrin", "kSignInRedirect",
-                                               "The server redirects to %1. Write that address into pelago.ini.");
+inline const KStringResourceId
+    kSignInRedirect("Tavrin", "kSignInRedirect",
+                    "The server redirects to another address. Write that one into pelago.ini: ");
 inline const KStringResourceId
     kSignInNotFound("Tavrin", "kSignInNotFound",
                     "The server has no folder at the address in pelago.ini. Check its path.");
@@ -127,19 +128,19 @@ inline const KStringResourceId
                      "The server at the address in pelago.ini is not a WebDAV server. Check the address.");
 inline const KStringResourceId
     kSignInUnknownHost("Tavrin", "kSignInUnknownHost",
-                       "The host name %1 is unknown. Check the address in pelago.ini and the network.");
+                       "The host name is unknown. Check the address in pelago.ini and the network: ");
 inline const KStringResourceId
     kSignInUnreachable("Tavrin", "kSignInUnreachable",
-                       "No server answers at %1. Check the address in pelago.ini, and that the server runs.");
+                       "No server answers. Check the address in pelago.ini, and that the server runs: ");
 inline const KStringResourceId kSignInTimedOut("Tavrin", "kSignInTimedOut",
                                                "The server did not answer in time. Try again later.");
 inline const KStringResourceId
     kSignInMethod("Tavrin", "kSignInMethod",
-                  "The server offers no sign-in that can be used: %1. It must offer Basic, or Digest with MD5.");
+                  "The server must offer Basic, or Digest with MD5, for the sign-in. It offers: ");
 inline const KStringResourceId
     kSignInConfiguration("Tavrin", "kSignInConfiguration",
-                         "pelago.ini cannot be used: %1. An address begins with https:// and holds no user name, query "
-                         "or #; http needs allowPlainHttp=true.");
+                         "pelago.ini cannot be used. An address begins with https:// and holds no user name, query or "
+                         "#; http needs allowPlainHttp=true. Correct this part: ");
 inline const KStringResourceId kCloudPortalMore("Tavrin", "kCloudPortalMore", "More");
 inline const KStringResourceId kProgressName("Tavrin", "kProgressName", "Progress");
 inline const KStringResourceId kProgressWaiting("Tavrin", "kProgressWaiting", "Waiting for the service");

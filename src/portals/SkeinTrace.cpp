@@ -88,7 +88,7 @@ QString signInMessage(int result, const Failure &failure)
         return failure.cause == QLatin1String(each.first);
     });
     if (found != std::end(sentences))
-        return UiText(*found->second).replace(QLatin1String("%1"), failure.detail);
+        return UiText(*found->second) + failure.detail; // empty but for the sentences that end in a colon
     return UiText(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
                                                      : TavrinStrings::KHttpServerErrorGeneric);
 }

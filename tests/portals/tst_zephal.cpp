@@ -93,31 +93,29 @@ private slots:
     {
         QTest::addColumn<QByteArray>("settings"); // SERVER is a server with a certificate that nobody knows
         QTest::addColumn<QString>("rule");        // of the local cloud
-        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("expected");    // its beginning, a star, its end
         const QByteArray usual = "kind=password\nstorage=https://cloud.zephal.example/dav";
         const auto row = [](const char *name, const QByteArray &settings, const QString &rule, const char *expected) {
             QTest::newRow(name) << settings << rule << expected;
         };
         row("plain http", "kind=password\nstorage=http://files.example/", "",
-            "pelago.ini cannot be used: production/storage. An address begins with https:// and holds no user name, "
-            "query or #; http needs allowPlainHttp=true.");
+            "pelago.ini cannot be used. An address begins with https:// and holds no user name, query or #; http needs "
+            "allowPlainHttp=true. Correct this part: production/storage");
         row("plain http of a page", "kind=web\nstorage=https://x/\nsignIn=http://files.example/", "",
-            "pelago.ini cannot be used: production/signIn.");
-        row("no line of a file", "kind=password\nstorage", "", "pelago.ini cannot be used: line 3.");
+            "pelago.ini *this part: production/signIn");
+        row("no line of a file", "kind=password\nstorage", "", "pelago.ini *this part: line 3");
         row("certificate", "kind=password\nstorage=https://SERVER/", "",
-            "The server's certificate is not trusted: The certificate is self-signed, and untrusted.");
-        row("no TLS", "kind=password\nstorage=https://PLAIN/", "", "The server does not speak TLS at this address.");
+            "The server's certificate is not trusted.* --ca-file *: The certificate is self-signed, and untrusted");
+        row("no TLS", "kind=password\nstorage=https://PLAIN/", "", "The server does not speak TLS at this address.*");
         row("redirect", usual, "redirect=https://new.example/dav/?secret",
-            "The server redirects to https://new.example/dav/. Write that address into pelago.ini.");
-        row("not found", usual, "status=404", "The server has no folder at the address in pelago.ini.");
-        row("no WebDAV", usual, "status=405", "The server at the address in pelago.ini is not a WebDAV server.");
-        row("no sign-in", usual, "status=401",
-            "The server offers no sign-in that can be used: none. It must offer Basic, or Digest with MD5.");
-        row("server down", "kind=password\nstorage=http://127.0.0.1:1/", "",
-            "No server answers at http://127.0.0.1:1.");
+            "The server redirects*into pelago.ini: https://new.example/dav/");
+        row("not found", usual, "status=404", "The server has no folder at the address in pelago.ini.*");
+        row("no WebDAV", usual, "status=405", "The server at the address in pelago.ini is not a WebDAV server.*");
+        row("no sign-in", usual, "status=401", "The server must offer Basic*. It offers: none");
+        row("server down", "kind=password\nstorage=http://127.0.0.1:1/", "", "No server answers.*: http://127.0.0.1:1");
         row("unknown name", "kind=password\nstorage=https://nowhere.invalid/", "",
-            "The host name nowhere.invalid is unknown.");
-        row("failing server", usual, "status=503", "Sorry but we were not able to connect");
+            "The host name is unknown.*: nowhere.invalid");
+        row("failing server", usual, "status=503", "Sorry but we were not able to connect*");
     }
     void formNamesTheReason()
     {
@@ -145,7 +143,8 @@ private slots:
         enter("demo");
         const auto *error = dialog()->findChild<QLabel *>("error");
         QTRY_VERIFY(error->isVisible());
-        QVERIFY2(error->text().startsWith(expected), qPrintable(error->text()));
+        QVERIFY2(error->text().startsWith(expected.section('*', 0, 0)), qPrintable(error->text()));
+        QVERIFY2(error->text().endsWith(expected.section('*', -1)), qPrintable(error->text()));
         QVERIFY(m_fixture->boxes.isEmpty());
         QVERIFY2(!warnings().isEmpty() && warnings().last().contains(" failed: "), qPrintable(warnings().join('\n')));
     }
