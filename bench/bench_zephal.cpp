@@ -1,10 +1,12 @@
-// The cloud library against rclone and curl on WebDAV servers of this machine: a folder of 10,000 files, 100 small
-// uploads, and 1 GiB down and up. Usage: bench_zephal [ROUNDS]
+// The cloud library against rclone and curl on WebDAV servers of this machine:
+// a folder of 10,000 files, 100 small uploads, and 1 GiB down and up. Usage:
+// bench_zephal [ROUNDS]
 
 #include "pelago/Cloud.h"
 #include "pelago/DavServers.h"
 #include "Programs.h"
 #include "Report.h"
+#include "Toolkit.h"
 #include "tour/CloudProcess.h"
 
 #include <QCoreApplication>
@@ -27,7 +29,8 @@ const QString question = QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\
                                         "<propfind xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/>"
                                         "<getlastmodified/><getetag/><getcontenttype/></prop></propfind>");
 
-/// rclone's server as it is by default. That of the tests looks at the disk for every single entry, minutes long here.
+/// rclone's server as it is by default. That of the tests looks at the disk for
+/// every single entry, minutes long here.
 class RcloneServer : public DavServer
 {
 public:
@@ -85,7 +88,8 @@ double library(Cloud &cloud)
     return count == files && cloud.entries.size() == files ? ms : failed;
 }
 
-/// The milliseconds that rclone takes for \p command on the server; \p output receives what it prints.
+/// The milliseconds that rclone takes for \p command on the server; \p output
+/// receives what it prints.
 double rclone(const DavServer &server, const QStringList &command, QByteArray *output)
 {
     static const QByteArray password =
@@ -225,6 +229,15 @@ void reportLargeFile(Report &report, int rounds, const QString &name)
                             return theirs({QStringLiteral(":webdav:large"), copy}, copy);
                         }),
                     QStringLiteral("MB/s"), {Target::Kind::AtLeast, 1});
+    QUrl direct(server->storage + QStringLiteral("large"));
+    direct.setUserInfo(QStringLiteral("demo:demo"));
+    report.addRatio(QStringLiteral("1 GiB down, %1: the toolkit alone").arg(name),
+                    alternate(
+                        rounds, [&] { return double(largeBytes) / 1e6 / toolkitDownloadSeconds(direct, copy); },
+                        [&] {
+                            return theirs({QStringLiteral(":webdav:large"), copy}, copy);
+                        }),
+                    QStringLiteral("MB/s"), {Target::Kind::None, 0});
     QFile::remove(cloud.local("local"));
     QFile::link(source, cloud.local("local"));
     report.addRatio(

@@ -126,7 +126,7 @@ public:
     bool take()
     {
         readHead(m_reply, m_result);
-        const QByteArray bytes = m_reply.read(sliceBytes);
+        const QByteArray bytes = m_reply.read(std::min(m_reply.bytesAvailable(), sliceBytes));
         m_result->received += bytes.size();
         if (!isExpected(m_call, m_result->status))
             return m_result->received <= largestErrorPage;
