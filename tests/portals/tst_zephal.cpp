@@ -196,6 +196,22 @@ private slots:
         QVERIFY(!dialog() && m_owner.heard.size() == 1);
     }
 
+    void requestsAreTracedOnDemand()
+    {
+        m_portal.reset();
+        qputenv("PELAGO_TRACE", "2");
+        configure("kind=password\nstorage=https://cloud.zephal.example/dav");
+        qunsetenv("PELAGO_TRACE");
+        QVERIFY(signIn());
+        const auto top = root();
+        const auto folder = makeItem(u8"ä #1", "..", top.get());
+        QVERIFY(download(makeItem("", "50% \"x\".obj", folder.get()), "x"));
+        const QStringList lines = m_fixture->host.messages(KHost::MessageKind::kInfo);
+        QVERIFY2(lines.last().startsWith("GET /dav/%C3%A4%20%231/50%25%20%22x%22.obj: status 200, result 1, "),
+                 qPrintable(lines.last()));
+        QVERIFY(warnings().isEmpty());
+    }
+
     void endPointKeepsInStep()
     {
         const QString file = m_folder.filePath("session.skein");
