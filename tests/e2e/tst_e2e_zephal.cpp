@@ -1,10 +1,13 @@
-// A whole journey on Zephal: the sign-in page in the dialog, files both ways, a folder that the service forbids, and a
-// session that it refuses in the end.
+// Whole journeys on Zephal: the sign-in page in the dialog, files both ways, a folder that the service forbids, and a
+// session that it refuses in the end; and a server of the user's own with the sign-in form.
 
 #include "Journey.h"
+#include "pelago/DavServers.h"
 #include "tour/Evidence.h"
 #include "tour/ZephalGuide.h"
 
+#include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QtTest>
@@ -18,6 +21,9 @@ public:
 private slots:
     void initTestCase();
     void filesGoBothWaysUntilTheSessionIsLost();
+    void ownServerTakesFilesBothWays_data();
+    void ownServerTakesFilesBothWays();
+    void cleanup();
 
 private:
     QString stored(const QString &name) const { return m_cloud.zephalFolder() + QStringLiteral("/e2e/") + name; }
@@ -91,6 +97,49 @@ void TestE2EZephal::filesGoBothWaysUntilTheSessionIsLost()
     QCOMPARE(warnings(), QStringList("warning: List of \"e2e/secret\" failed: the server refused the user name or the "
                                      "password (status 401). Sign in again."));
     QCOMPARE(m_driver->takeMessages(), QStringList());
+}
+
+void TestE2EZephal::ownServerTakesFilesBothWays_data()
+{
+    QTest::addColumn<QString>("server");
+    for (const char *name : {"proxied", "proxied-host", "digest"})
+        QTest::newRow(name) << name;
+}
+
+void TestE2EZephal::ownServerTakesFilesBothWays()
+{
+    QFETCH(QString, server);
+    const std::unique_ptr<DavServer> own = DavServer::start(server);
+    QVERIFY(writeQuads(own->path("plain.obj"), 3));
+    const QString settings = m_userDir->filePath("pelago.ini");
+    writeFile(settings, "[production]\nkind=password\nstorage=" + own->storage.toUtf8() + '\n');
+    qputenv("PELAGO_CONFIG", QFile::encodeName(settings));
+    QVERIFY2(m_page->open() && m_page->clickLogin(), qPrintable(error()));
+    const auto field = [this](const char *name) {
+        return m_driver->find(QStringLiteral("CloudPortalLoginDialog"))->findChild<QLineEdit *>(name);
+    };
+    QTRY_VERIFY(field("user") && field("user")->window()->isActiveWindow());
+    QVERIFY2(m_driver->replace(field("user"), "demo") && m_driver->replace(field("password"), "wrong", Qt::Key_Return),
+             qPrintable(error()));
+    const auto *reason = field("user")->window()->findChild<QLabel *>("error");
+    QTRY_COMPARE(reason->text(), QString("The service does not know this name with this password."));
+    QVERIFY2(m_driver->replace(field("password"), "demo", Qt::Key_Return), qPrintable(error()));
+    QTRY_COMPARE(m_page->loginText(), QString("Logout (demo)"));
+
+    QVERIFY2(m_page->select("plain.obj") && m_page->import(), qPrintable(error()));
+    QCOMPARE(triangles(), 6);
+    for (int round = 0; round < 2; ++round) // the second one replaces
+        QVERIFY2(exportAs("mine", own->path("mine.obj")), qPrintable(error()));
+    QCOMPARE(own->entries(""), QStringList({"mine.obj", "plain.obj"}));
+    QCOMPARE(m_driver->takeHostMessages().filter(QRegularExpression("^(warning|error): ")),
+             QStringList("warning: Sign-in to " + own->storage +
+                         " failed: the server refused the user name or the password (status 401). Sign in again."));
+}
+
+void TestE2EZephal::cleanup()
+{
+    qunsetenv("PELAGO_CONFIG");
+    Journey::cleanup();
 }
 
 QTEST_MAIN(TestE2EZephal)
