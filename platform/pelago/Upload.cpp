@@ -163,7 +163,7 @@ Outcome Upload::renamePart(const QString &part)
                 return left.isAbsent() ? moved : keepPart(moved, part);
             else if (moved.status == 412 && std::exchange(conditional, false) && !wasChanged(target))
                 continue; // some servers know the condition for locks only
-            else if (isUnknown(moved) && (moved.status != 502 || wasChanged(target)))
+            else if (isUnknown(moved) && (moved.status != 502 || (m_target.isPresent() && wasChanged(target))))
                 return keepPart(moved, part);
             else if (wasChanged(target) || !mayDependOnDestination(moved.status)) {
                 remove(part);
