@@ -94,7 +94,8 @@ void Portal_CloudBrowserWindows::RefreshFolderData()
     if (fetched && folder && folder == m_currentFolder)
         showItems(items);
     // The service may have refused the session during the fetch.
-    if (fetched && items.empty() && !spinning([this] { return m_portal->GetLogin()->IsLogin(); }))
+    const auto isSignedOut = [this] { return !m_portal->GetLogin()->IsLogin(); };
+    if (fetched && items.empty() && spinning(isSignedOut) && !operation.pageIsGone())
         RefreshLoginButtonState();
 }
 
