@@ -67,6 +67,7 @@ struct Uploads
 
     double toolkit() const
     {
+        const TimerGaps timer(intervalMs); // costs the plug-in time, too
         return megabytesPerSecond(toolkitUploadSeconds(folder + QStringLiteral("/upload.bin"), address()));
     }
 
