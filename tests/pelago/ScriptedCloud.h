@@ -1,15 +1,19 @@
 // pelago/ScriptedCloud.h
 //
-// A small WebDAV server that does what each case needs.
+// A small WebDAV server that does what each case needs, and the tests of a user who is signed in to it.
 
 #pragma once
 
+#include "pelago/Cloud.h"
 #include "support/LocalServer.h"
 
 #include <QHash>
 #include <QMap>
 #include <QStringList>
+#include <QtTest>
 #include <QVector>
+
+#include <memory>
 
 /// A multistatus of one entry.
 inline Reply entry(const QByteArray &href, const QByteArray &properties)
@@ -143,4 +147,27 @@ private:
     }
 
     int m_changes = 0;
+};
+
+/// Starts each test with a scripted server and a user who is signed in to it, and keeps the lines of the trace.
+class ScriptedCloudTest : public QObject
+{
+protected:
+    static void keepTrace()
+    {
+        SkeinTrace_setLevel(2);
+        SkeinTrace_setCallback([](void *, int, const char *line) { traced << line; }, nullptr);
+    }
+    /// The result of signing in. A row whose name contains "silent" has a short time-out.
+    int start()
+    {
+        m_server = std::make_unique<ScriptedCloud>();
+        const QByteArray idleMs = QByteArray(QTest::currentDataTag()).contains("silent") ? "400" : "20000";
+        m_cloud = std::make_unique<Cloud>(m_server->storage(), "kind=password\nidleTimeoutMs=" + idleMs + '\n');
+        return m_cloud->signIn();
+    }
+
+    inline static QStringList traced;
+    std::unique_ptr<ScriptedCloud> m_server;
+    std::unique_ptr<Cloud> m_cloud;
 };

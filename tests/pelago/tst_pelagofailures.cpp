@@ -1,34 +1,17 @@
 // The library against a server that fails: sign-in, lists, downloads and wrong arguments.
 
-#include "pelago/Cloud.h"
 #include "pelago/DavServers.h"
 #include "pelago/ScriptedCloud.h"
 
 #include <QtTest>
 
-namespace {
-
-QStringList traced;
-
-} // namespace
-
-class TestPelagoFailures : public QObject
+class TestPelagoFailures : public ScriptedCloudTest
 {
     Q_OBJECT
 private slots:
-    void initTestCase()
-    {
-        SkeinTrace_setLevel(2);
-        SkeinTrace_setCallback([](void *, int, const char *line) { traced << line; }, nullptr);
-    }
+    void initTestCase() { keepTrace(); }
 
-    void init()
-    {
-        m_server = std::make_unique<ScriptedCloud>();
-        const QByteArray idleMs = QByteArray(QTest::currentDataTag()).contains("silent") ? "400" : "20000";
-        m_cloud = std::make_unique<Cloud>(m_server->storage(), "kind=password\nidleTimeoutMs=" + idleMs + '\n');
-        QCOMPARE(m_cloud->signIn(), 1);
-    }
+    void init() { QCOMPARE(start(), 1); }
 
     void listingEndsAsTheServerAnswers_data()
     {
@@ -230,10 +213,6 @@ private slots:
         for (const char *secret : {"demo", "ZGVtb", "T%2B", "T+=", "content"})
             QVERIFY2(!traced.join('\n').contains(secret), secret);
     }
-
-private:
-    std::unique_ptr<ScriptedCloud> m_server;
-    std::unique_ptr<Cloud> m_cloud; ///< signed in to it
 };
 
 QTEST_GUILESS_MAIN(TestPelagoFailures)

@@ -1,33 +1,16 @@
 // Uploads to a server that refuses, loses answers, cuts and lies.
 
-#include "pelago/Cloud.h"
 #include "pelago/ScriptedCloud.h"
 
 #include <QtTest>
 
-namespace {
-
-QStringList traced;
-
-} // namespace
-
-class TestPelagoUploads : public QObject
+class TestPelagoUploads : public ScriptedCloudTest
 {
     Q_OBJECT
 private slots:
-    void initTestCase()
-    {
-        SkeinTrace_setLevel(2);
-        SkeinTrace_setCallback([](void *, int, const char *line) { traced << line; }, nullptr);
-    }
+    void initTestCase() { keepTrace(); }
 
-    void init()
-    {
-        m_server = std::make_unique<ScriptedCloud>();
-        const QByteArray idleMs = QByteArray(QTest::currentDataTag()).contains("silent") ? "400" : "20000";
-        m_cloud = std::make_unique<Cloud>(m_server->storage(), "kind=password\nidleTimeoutMs=" + idleMs + '\n');
-        QCOMPARE(m_cloud->signIn(), 1);
-    }
+    void init() { QCOMPARE(start(), 1); }
 
     void uploadEndsAsTheServerAnswers_data()
     {
@@ -243,10 +226,6 @@ private slots:
         for (const char *secret : {"demo", "ZGVtb", "content"})
             QVERIFY2(!traced.join('\n').contains(secret), secret);
     }
-
-private:
-    std::unique_ptr<ScriptedCloud> m_server;
-    std::unique_ptr<Cloud> m_cloud; ///< signed in to it
 };
 
 QTEST_GUILESS_MAIN(TestPelagoUploads)
