@@ -59,7 +59,8 @@ bool hasDriveLetter(const QString &name)
 
 bool isSafeLocalName(const QString &name)
 {
-    return !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..") &&
+    // QFile drops an unpaired surrogate at the end of a path, so that ".." could remain.
+    return !name.isEmpty() && name.isValidUtf16() && name != QLatin1String(".") && name != QLatin1String("..") &&
            !name.contains(QLatin1Char('/')) && !name.contains(QLatin1Char('\\')) &&
            !name.contains(QChar(QChar::Null)) && !hasDriveLetter(name);
 }

@@ -64,7 +64,7 @@ KString hostLocation();
 QIcon portalIcon(const KString &fileName);
 
 /// One component of a local path made of a service's text: "_" when it is empty, "." or "..", or holds a separator,
-/// NUL or a drive letter; else \p name itself.
+/// NUL, a drive letter or an unpaired surrogate; else \p name itself.
 QString safeLocalName(const QString &name);
 /// The same for every component of a relative path "a/b/c"; empty components vanish, a leading "/" is kept if present.
 QString safeLocalPath(const QString &path);

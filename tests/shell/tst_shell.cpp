@@ -201,7 +201,9 @@ private slots:
         };
         for (const auto &[path, safe] : paths)
             QCOMPARE(TavrinHelper::safeLocalPath(path), safe);
-        for (const char *name : {"", ".", "..", "a/b", "a\\b"})
+        const QString unpaired(1, QChar(0xd800));
+        for (const QString &name :
+             {QString(), QString("."), QString(".."), QString("a/b"), QString("a\\b"), ".." + unpaired, unpaired + "a"})
             QCOMPARE(TavrinHelper::safeLocalName(name), QString("_"));
     }
 
