@@ -1,5 +1,5 @@
 // How long the host takes to import large models, and how much memory, against "assimp info" on the same files, which
-// this program writes. Usage: bench_models [ROUNDS]; each import is a process of its own.
+// this program writes. Usage: bench_models [ROUNDS]; each import runs in a new process.
 
 #include "Memory.h"
 #include "Programs.h"
@@ -58,7 +58,7 @@ QString fileOf(const QString &folder, const QString &kind)
     return folder + QStringLiteral("/surface.") + Translators::named(kind).extension();
 }
 
-/// In a process of its own, so that the measuring one stays small.
+/// Runs in a new process, so that the measuring process stays small.
 int writeModels(const QString &folder)
 {
     const std::vector<SceneObject> objects = surface();

@@ -45,7 +45,7 @@ QString unquoted(const QString &text)
 }
 
 /// The sections of \p file by name. Values are read to the end of the line; "#" and ";" begin a comment only at the
-/// start of a line. Empty, with a \p problem, if a line is none of a section, a comment and a value.
+/// start of a line. Returns an empty optional and sets \p problem if a line cannot be read.
 std::optional<QHash<QString, Section>> readSections(QFile &file, QString *problem)
 {
     QHash<QString, Section> sections;

@@ -35,7 +35,7 @@ void sendWithoutDelay(quint16 port)
     for (const QString &name : descriptors) {
         const int descriptor = name.toInt();
         const int on = 1;
-        // Harmless for a socket of somebody else, and for one that was closed meanwhile.
+        // Sockets of other clients may match; they send earlier then, too. A socket closed meanwhile is ignored.
         if (port != 0 && peerPort(descriptor) == port)
             setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
     }

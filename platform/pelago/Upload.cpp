@@ -42,8 +42,8 @@ struct State
     }
 };
 
-/// Whether the server may have done what it was asked for: no answer, a gateway's answer, or one without a meaning
-/// here.
+/// Whether the server may have carried out the request: it did not answer, a gateway answered, or the status is not
+/// defined for the request.
 bool isUnknown(const Outcome &outcome)
 {
     if (outcome.status == 0)
@@ -115,7 +115,7 @@ Outcome Upload::replace()
     return inPlace ? storeInPlace(QString()) : storeBeside();
 }
 
-/// Puts the file under a name of its own and renames it then.
+/// Stores the file under a temporary name, then renames it.
 Outcome Upload::storeBeside()
 {
     const QString part = DavPath::child(DavPath::parent(m_id), DavPath::unusedName());

@@ -40,7 +40,7 @@ QString joinedArguments(const CommandCall &call)
     return call.texts().join(QLatin1Char(' '));
 }
 
-/// Runs the joined arguments as a program of its own. A failure names the call of eval, and the line inside the text.
+/// Runs the joined arguments as a separate program. A failure names the call of eval, and the line inside the text.
 Value evaluated(Interpreter &language, const CommandCall &call)
 {
     try {

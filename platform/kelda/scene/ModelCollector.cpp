@@ -57,7 +57,7 @@ public:
         m_slots.assign(size, free);
     }
 
-    /// The kept point that equals the one at \p point; \p point itself, which is kept from now on, if there is none.
+    /// Returns the kept point that equals \p point. If there is no such point, keeps \p point and returns it.
     quint32 find(quint32 point)
     {
         const std::size_t mask = m_slots.size() - 1;
