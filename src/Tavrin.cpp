@@ -1,7 +1,7 @@
 #include "Tavrin.h"
 
 #include "cloud/Portal_CloudBrowser.h"
-#include "cloud/PortalCall.h"
+#include "cloud/RunningCall.h"
 #include "portals/Portal_DropBox.h"
 #include "portals/Portal_Plyx.h"
 #include "portals/Portal_Zephal.h"
@@ -117,7 +117,7 @@ void TavrinCmd::cleanup()
 
 KStatus TavrinCmd::doIt(const KArgList &arguments)
 {
-    const PortalCall running;
+    const RunningCall running;
     KStatus status;
     const KArgParser parser(createSyntax(), arguments, &status);
     if (parser.isFlagSet("-spr") && IsKeldaCanRunUI()) {
@@ -132,7 +132,7 @@ void InitCloudPortal()
     if (isPortalsInit)
         return;
     isPortalsInit = true;
-    const PortalCall running;
+    const RunningCall running;
     for (const PortalMaker makeOne : portalMakers)
         addPortal(makeOne());
     qtHelper_removeDir(KQtUtil::toQString(TavrinHelper::tempCloudDirectory()));

@@ -1,5 +1,7 @@
 #include "TavrinStrings.h"
 
+#include <openkelda/KQtUtil.h>
+
 namespace TavrinStrings {
 
 namespace {
@@ -106,6 +108,11 @@ KString getString(const KStringResourceId &id)
 {
     KStatus status;
     return KStringResource::getString(id, status);
+}
+
+QString text(const KStringResourceId &id)
+{
+    return KQtUtil::toQString(getString(id));
 }
 
 } // namespace TavrinStrings

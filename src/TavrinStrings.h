@@ -10,6 +10,8 @@
 #include <openkelda/KString.h>
 #include <openkelda/KStringResource.h>
 
+#include <QString>
+
 /// Identifiers live from the loading of the library to its unloading, so a static object must not look one up.
 namespace TavrinStrings {
 
@@ -163,5 +165,7 @@ inline const KStringResourceId
 KStatus registerKStringResources();
 /// The current text of \p id; its default when the host does not know it.
 KString getString(const KStringResourceId &id);
+/// The same as a QString, for widgets.
+QString text(const KStringResourceId &id);
 
 } // namespace TavrinStrings

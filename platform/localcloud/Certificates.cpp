@@ -1,4 +1,3 @@
-#include <localcloud/Certificates.h>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -6,6 +5,8 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+
+#include <localcloud/Certificates.h>
 
 namespace localcloud {
 

@@ -5,12 +5,13 @@
 
 #pragma once
 
-#include <memory>
-#include <optional>
 #include <QHash>
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QString>
+
+#include <memory>
+#include <optional>
 
 namespace localcloud {
 

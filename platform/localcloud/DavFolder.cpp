@@ -1,13 +1,14 @@
-#include <algorithm>
-#include <cstdio>
-#include <fcntl.h>
-#include <localcloud/DavFolder.h>
-#include <localcloud/HttpTypes.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QUrl>
+
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
+#include <localcloud/DavFolder.h>
+#include <localcloud/HttpTypes.h>
 #include <sys/stat.h>
 #include <time.h>
 

@@ -6,11 +6,12 @@
 
 #pragma once
 
-#include <localcloud/RequestBody.h>
-#include <optional>
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+
+#include <localcloud/RequestBody.h>
+#include <optional>
 
 namespace localcloud {
 

@@ -1,6 +1,7 @@
+#include <QXmlStreamReader>
+
 #include <localcloud/DavXml.h>
 #include <localcloud/HttpTypes.h>
-#include <QXmlStreamReader>
 
 namespace localcloud {
 

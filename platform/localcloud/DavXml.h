@@ -4,11 +4,12 @@
 
 #pragma once
 
-#include <localcloud/DavFolder.h>
-#include <optional>
 #include <QByteArray>
 #include <QString>
 #include <QVector>
+
+#include <localcloud/DavFolder.h>
+#include <optional>
 
 namespace localcloud {
 

@@ -1,9 +1,10 @@
-#include <localcloud/DropboxFolder.h>
-#include <localcloud/HttpTypes.h>
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QJsonArray>
 #include <QLocale>
+
+#include <localcloud/DropboxFolder.h>
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

@@ -1,8 +1,9 @@
-#include <localcloud/DropboxService.h>
-#include <localcloud/Replies.h>
 #include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
+
+#include <localcloud/DropboxService.h>
+#include <localcloud/Replies.h>
 
 namespace localcloud {
 

@@ -1,6 +1,7 @@
+#include <QUrl>
+
 #include <localcloud/DropboxSignIn.h>
 #include <localcloud/Replies.h>
-#include <QUrl>
 
 namespace localcloud {
 

@@ -5,11 +5,12 @@
 
 #pragma once
 
-#include <localcloud/TokenStore.h>
 #include <QDateTime>
 #include <QHash>
 #include <QString>
 #include <QUrl>
+
+#include <localcloud/TokenStore.h>
 
 namespace localcloud {
 

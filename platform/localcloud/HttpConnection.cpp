@@ -1,7 +1,8 @@
+#include <QDateTime>
+
 #include <algorithm>
 #include <limits>
 #include <localcloud/HttpConnection.h>
-#include <QDateTime>
 #include <utility>
 
 namespace localcloud {

@@ -5,15 +5,16 @@
 
 #pragma once
 
+#include <QFile>
+#include <QObject>
+#include <QSslSocket>
+#include <QTimer>
+
 #include <localcloud/Certificates.h>
 #include <localcloud/HttpTypes.h>
 #include <localcloud/RequestParser.h>
 #include <memory>
 #include <optional>
-#include <QFile>
-#include <QObject>
-#include <QSslSocket>
-#include <QTimer>
 
 namespace localcloud {
 

@@ -1,10 +1,11 @@
-#include <algorithm>
-#include <localcloud/HttpTypes.h>
 #include <QDateTime>
 #include <QFileInfo>
 #include <QHash>
 #include <QLocale>
 #include <QTextCodec>
+
+#include <algorithm>
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

@@ -5,13 +5,14 @@
 
 #pragma once
 
-#include <functional>
-#include <localcloud/RequestBody.h>
-#include <optional>
 #include <QByteArray>
 #include <QPair>
 #include <QString>
 #include <QVector>
+
+#include <functional>
+#include <localcloud/RequestBody.h>
+#include <optional>
 
 namespace localcloud {
 

@@ -1,3 +1,8 @@
+#include <QDir>
+#include <QHostAddress>
+#include <QSslSocket>
+#include <QTcpServer>
+
 #include <algorithm>
 #include <functional>
 #include <localcloud/DropboxSeed.h>
@@ -5,10 +10,6 @@
 #include <localcloud/PlyxSeed.h>
 #include <localcloud/Replies.h>
 #include <localcloud/ZephalSeed.h>
-#include <QDir>
-#include <QHostAddress>
-#include <QSslSocket>
-#include <QTcpServer>
 #include <sys/socket.h>
 
 using namespace localcloud;

@@ -6,6 +6,11 @@
 
 #pragma once
 
+#include <QObject>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <QVector>
+
 #include <localcloud/CloudService.h>
 #include <localcloud/DropboxService.h>
 #include <localcloud/HttpConnection.h>
@@ -15,10 +20,6 @@
 #include <localcloud/Seeder.h>
 #include <localcloud/ZephalService.h>
 #include <memory>
-#include <QObject>
-#include <QTemporaryDir>
-#include <QUrl>
-#include <QVector>
 #include <vector>
 
 class QTcpServer;

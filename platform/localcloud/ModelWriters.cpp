@@ -1,10 +1,11 @@
-#include <algorithm>
-#include <localcloud/ModelWriters.h>
 #include <QBuffer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtEndian>
+
+#include <algorithm>
+#include <localcloud/ModelWriters.h>
 
 namespace localcloud {
 

@@ -4,11 +4,12 @@
 
 #pragma once
 
-#include <localcloud/SeedMesh.h>
 #include <QByteArray>
 #include <QColor>
 #include <QImage>
 #include <QString>
+
+#include <localcloud/SeedMesh.h>
 
 namespace localcloud {
 

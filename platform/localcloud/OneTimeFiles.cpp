@@ -1,8 +1,9 @@
+#include <QFileInfo>
+#include <QUrl>
+
 #include <localcloud/OneTimeFiles.h>
 #include <localcloud/Replies.h>
 #include <localcloud/Secrets.h>
-#include <QFileInfo>
-#include <QUrl>
 
 namespace localcloud {
 

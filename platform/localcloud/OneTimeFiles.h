@@ -4,8 +4,9 @@
 
 #pragma once
 
-#include <localcloud/HttpTypes.h>
 #include <QHash>
+
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

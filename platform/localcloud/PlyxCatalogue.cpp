@@ -1,9 +1,10 @@
-#include <algorithm>
-#include <localcloud/PlyxCatalogue.h>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+
+#include <algorithm>
+#include <localcloud/PlyxCatalogue.h>
 
 namespace localcloud {
 

@@ -5,12 +5,13 @@
 
 #pragma once
 
-#include <optional>
 #include <QHash>
 #include <QJsonObject>
 #include <QSet>
 #include <QString>
 #include <QVector>
+
+#include <optional>
 
 namespace localcloud {
 

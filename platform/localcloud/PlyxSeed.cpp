@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <localcloud/ModelWriters.h>
-#include <localcloud/PlyxSeed.h>
-#include <localcloud/SeedPicture.h>
 #include <QDateTime>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -9,6 +5,11 @@
 #include <QJsonObject>
 #include <QPair>
 #include <QSet>
+
+#include <algorithm>
+#include <localcloud/ModelWriters.h>
+#include <localcloud/PlyxSeed.h>
+#include <localcloud/SeedPicture.h>
 
 namespace localcloud {
 

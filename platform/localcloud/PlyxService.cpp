@@ -1,10 +1,11 @@
+#include <QFileInfo>
+#include <QJsonArray>
+
 #include <algorithm>
 #include <limits>
 #include <localcloud/PlyxSeed.h>
 #include <localcloud/PlyxService.h>
 #include <localcloud/Replies.h>
-#include <QFileInfo>
-#include <QJsonArray>
 
 namespace localcloud {
 

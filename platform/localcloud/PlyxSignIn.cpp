@@ -1,7 +1,8 @@
+#include <QUrl>
+
 #include <localcloud/PlyxSignIn.h>
 #include <localcloud/Replies.h>
 #include <localcloud/WebPage.h>
-#include <QUrl>
 
 namespace localcloud {
 

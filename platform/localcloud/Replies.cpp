@@ -1,6 +1,7 @@
+#include <QJsonDocument>
+
 #include <algorithm>
 #include <localcloud/Replies.h>
-#include <QJsonDocument>
 
 namespace localcloud {
 

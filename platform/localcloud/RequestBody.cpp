@@ -1,6 +1,7 @@
+#include <QFile>
+
 #include <cstdio>
 #include <localcloud/RequestBody.h>
-#include <QFile>
 
 namespace localcloud {
 

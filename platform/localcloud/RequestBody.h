@@ -5,10 +5,11 @@
 
 #pragma once
 
-#include <memory>
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryFile>
+
+#include <memory>
 
 namespace localcloud {
 

@@ -1,6 +1,7 @@
-#include <localcloud/RequestLog.h>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <localcloud/RequestLog.h>
 
 namespace localcloud {
 

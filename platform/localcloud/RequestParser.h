@@ -4,9 +4,10 @@
 
 #pragma once
 
-#include <localcloud/HttpTypes.h>
 #include <QByteArray>
 #include <QString>
+
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

@@ -4,10 +4,11 @@
 
 #pragma once
 
-#include <functional>
-#include <localcloud/HttpTypes.h>
 #include <QByteArrayList>
 #include <QStringList>
+
+#include <functional>
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

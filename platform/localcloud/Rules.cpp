@@ -1,8 +1,9 @@
+#include <QFileInfo>
+#include <QHash>
+
 #include <limits>
 #include <localcloud/Rules.h>
 #include <optional>
-#include <QFileInfo>
-#include <QHash>
 
 namespace localcloud {
 

@@ -4,10 +4,11 @@
 
 #pragma once
 
-#include <localcloud/HttpTypes.h>
 #include <QRegularExpression>
 #include <QString>
 #include <QVector>
+
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

@@ -1,8 +1,9 @@
-#include <localcloud/Secrets.h>
 #include <QFile>
 #include <QJsonDocument>
 #include <QRandomGenerator>
 #include <QSaveFile>
+
+#include <localcloud/Secrets.h>
 
 namespace localcloud {
 

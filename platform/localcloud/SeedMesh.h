@@ -4,9 +4,10 @@
 
 #pragma once
 
-#include <array>
 #include <QPointF>
 #include <QVector3D>
+
+#include <array>
 #include <utility>
 #include <vector>
 

@@ -1,9 +1,10 @@
+#include <QMatrix4x4>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <localcloud/ModelWriters.h>
 #include <localcloud/SeedPicture.h>
-#include <QMatrix4x4>
 
 namespace localcloud {
 

@@ -4,9 +4,10 @@
 
 #pragma once
 
-#include <localcloud/SeedMesh.h>
 #include <QByteArray>
 #include <QImage>
+
+#include <localcloud/SeedMesh.h>
 
 namespace localcloud {
 

@@ -1,7 +1,8 @@
-#include <localcloud/Seeder.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <localcloud/Seeder.h>
 #include <unistd.h>
 
 namespace localcloud {

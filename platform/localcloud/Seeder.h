@@ -5,9 +5,10 @@
 
 #pragma once
 
-#include <functional>
 #include <QByteArray>
 #include <QString>
+
+#include <functional>
 
 namespace localcloud {
 

@@ -1,6 +1,7 @@
+#include <QDateTime>
+
 #include <localcloud/Secrets.h>
 #include <localcloud/TokenStore.h>
-#include <QDateTime>
 
 namespace localcloud {
 

@@ -1,3 +1,5 @@
+#include <QHash>
+
 #include <algorithm>
 #include <localcloud/DavConditions.h>
 #include <localcloud/DavXml.h>
@@ -5,7 +7,6 @@
 #include <localcloud/RequestParser.h>
 #include <localcloud/WebDav.h>
 #include <memory>
-#include <QHash>
 
 namespace localcloud {
 

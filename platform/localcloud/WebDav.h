@@ -5,9 +5,10 @@
 
 #pragma once
 
+#include <QByteArrayList>
+
 #include <localcloud/DavFolder.h>
 #include <localcloud/HttpTypes.h>
-#include <QByteArrayList>
 
 namespace localcloud {
 

@@ -4,8 +4,9 @@
 
 #pragma once
 
-#include <localcloud/HttpTypes.h>
 #include <QString>
+
+#include <localcloud/HttpTypes.h>
 
 namespace localcloud {
 

@@ -1,8 +1,9 @@
+#include <QUrl>
+
 #include <localcloud/Replies.h>
 #include <localcloud/Secrets.h>
 #include <localcloud/WebPage.h>
 #include <localcloud/ZephalSignIn.h>
-#include <QUrl>
 
 namespace localcloud {
 

@@ -2,15 +2,16 @@
 //
 // The local cloud as a program: serves until it is told to end.
 
-#include <csignal>
-#include <cstdio>
-#include <localcloud/LocalCloud.h>
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
 #include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QTextCodec>
+
+#include <csignal>
+#include <cstdio>
+#include <localcloud/LocalCloud.h>
 #include <sys/socket.h>
 #include <unistd.h>
 

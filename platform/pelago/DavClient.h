@@ -9,14 +9,15 @@
 #include "Outcome.h"
 #include "SessionFile.h"
 
-#include <functional>
-#include <memory>
 #include <QByteArray>
 #include <QList>
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QPair>
 #include <QUrl>
+
+#include <functional>
+#include <memory>
 
 class QIODevice;
 class QNetworkReply;

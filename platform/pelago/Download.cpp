@@ -4,10 +4,11 @@
 
 #include <pelago/pelago.h>
 
-#include <cstdio>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <cstdio>
 
 namespace pelago {
 

@@ -9,9 +9,10 @@
 #include "MultiStatus.h"
 #include "Session.h"
 
-#include <memory>
 #include <QUrl>
 #include <QVector>
+
+#include <memory>
 
 namespace pelago {
 

@@ -5,11 +5,12 @@
 
 #pragma once
 
-#include <functional>
 #include <QByteArray>
 #include <QString>
 #include <QVector>
 #include <QXmlStreamReader>
+
+#include <functional>
 
 class QUrl;
 

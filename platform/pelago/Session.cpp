@@ -5,8 +5,9 @@
 
 #include <pelago/pelago.h>
 
-#include <optional>
 #include <QUrlQuery>
+
+#include <optional>
 
 namespace pelago {
 

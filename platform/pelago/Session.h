@@ -7,11 +7,12 @@
 #include "Deployments.h"
 #include "SessionFile.h"
 
-#include <memory>
 #include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QUrl>
+
+#include <memory>
 
 namespace pelago {
 

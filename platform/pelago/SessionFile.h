@@ -4,9 +4,10 @@
 
 #pragma once
 
-#include <optional>
 #include <QString>
 #include <QUrl>
+
+#include <optional>
 
 namespace pelago {
 

@@ -6,8 +6,9 @@
 
 #include "Outcome.h"
 
-#include <functional>
 #include <QString>
+
+#include <functional>
 
 namespace pelago {
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "cloud/CloudItem.h"
-#include "cloud/LoginUi.h"
+#include "cloud/signin/LoginUi.h"
 #include "TavrinHelper.h"
 
 #include <openkelda/openkelda.h>

@@ -1,6 +1,6 @@
 #include "cloud/Portal_CloudBrowser.h"
 
-#include "cloud/PortalCall.h"
+#include "cloud/RunningCall.h"
 
 #include <QMainWindow>
 
@@ -59,7 +59,7 @@ void Portal_CloudBrowser::RaiseDockingWindow(bool raise)
 
 bool Portal_CloudBrowser::IsBusy()
 {
-    return PortalCall::isRunning();
+    return RunningCall::isAny();
 }
 
 void Portal_CloudBrowser::PrepareUnload()
@@ -77,7 +77,7 @@ void Portal_CloudBrowser::AddPortalTabPage()
 {
     if (!_dockWidget || m_window)
         return;
-    const PortalCall call;
+    const RunningCall call;
     auto page = std::make_unique<Portal_CloudBrowserWindows>(_dockWidget, m_portal);
     if (!_dockWidget)
         return;
@@ -96,21 +96,21 @@ void Portal_CloudBrowser::ShowCloudBrowserWindow()
 
 bool Portal_CloudBrowser::isUserLoggedIn()
 {
-    const PortalCall call;
+    const RunningCall call;
     const Tavrin::WaitCursor cursor;
     return m_portal->GetLogin()->IsLogin();
 }
 
 bool Portal_CloudBrowser::login()
 {
-    const PortalCall call;
+    const RunningCall call;
     const Tavrin::WaitCursor cursor;
     return m_portal->GetLogin()->Login(this);
 }
 
 bool Portal_CloudBrowser::logout()
 {
-    const PortalCall call;
+    const RunningCall call;
     const bool done = m_portal->GetLogin()->Logout();
     if (m_window)
         m_window->Refresh();
@@ -119,7 +119,7 @@ bool Portal_CloudBrowser::logout()
 
 bool Portal_CloudBrowser::getUserName(KString &name)
 {
-    const PortalCall call;
+    const RunningCall call;
     return m_portal->GetLogin()->GetUsername(name);
 }
 

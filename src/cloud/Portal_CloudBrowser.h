@@ -5,9 +5,9 @@
 #pragma once
 
 #include "cloud/CloudPortalApi.h"
-#include "cloud/HostFiles.h"
+#include "cloud/page/HostFiles.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "cloud/Portal_CloudBrowserDockWidget.h"
-#include "cloud/Portal_CloudBrowserWindows.h"
 
 #include <QPointer>
 

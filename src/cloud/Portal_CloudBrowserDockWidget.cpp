@@ -1,9 +1,9 @@
 #include "cloud/Portal_CloudBrowserDockWidget.h"
 
-#include "cloud/AfterInput.h"
+#include "cloud/page/AfterInput.h"
 #include "cloud/Portal_CloudBrowser.h"
-#include "cloud/PortalCall.h"
-#include "cloud/UiText.h"
+#include "cloud/RunningCall.h"
+#include "TavrinStrings.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -45,7 +45,7 @@ Portal_CloudBrowserDockWidget::Portal_CloudBrowserDockWidget(QWidget *parent)
     setAccessibleName(QStringLiteral("CloudPortal_Docking_wdn"));
     setWidget(m_tabWidget);
     setFeatures(DockWidgetClosable | DockWidgetMovable | DockWidgetFloatable);
-    setWindowTitle(UiText(TavrinStrings::kCloudPortalWindowLabel));
+    setWindowTitle(TavrinStrings::text(TavrinStrings::kCloudPortalWindowLabel));
     auto *input = new AfterInput(m_tabWidget->tabBar());
     connect(m_tabWidget, &QTabWidget::currentChanged, this,
             [this, input](int index) { input->run(this, [this, index] { currentTabPageChanged(index); }); });
@@ -147,7 +147,7 @@ void Portal_CloudBrowserDockWidget::finishRestoring()
     if (m_mainWindow && !isFloating() && !isHidden()) {
         if (!isVisible())
             return; // showEvent() comes back to it
-        if (PortalCall::isRunning()) {
+        if (RunningCall::isAny()) {
             m_restoreTimer.start(kRetryMs);
             return;
         }

@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "cloud/PortalBase.h"
+#include "cloud/portal/PortalBase.h"
 #include "portals/Portal_DropBox_Browse.h"
 #include "portals/Portal_DropBox_Login.h"
 

@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "cloud/PortalBrowserBase.h"
+#include "cloud/portal/PortalBrowserBase.h"
 
 /// Every operation takes the portal's own login object and items of this portal; it shows a failure to the user before
 /// it returns false, and returns false without a request or a message when nobody is signed in.

@@ -1,6 +1,6 @@
 #include "portals/Portal_DropBox_Login.h"
 
-#include "cloud/PortalCall.h"
+#include "cloud/RunningCall.h"
 #include "DropBoxConfig.h"
 #include "http/httpClient.h"
 #include "http/simpleHttpServer.h"
@@ -91,7 +91,7 @@ void Portal_DropBox_Login::waitForRedirect()
 
 void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
 {
-    const PortalCall running;
+    const RunningCall running;
     retireServer();
     if (code == "timeout") {
         KGlobal::displayError(TavrinStrings::getString(TavrinStrings::KCloudPortalDropBoxOAuthTimeout));
@@ -201,7 +201,7 @@ void Portal_DropBox_Login::retireServer()
     // Its slot may be on the stack, and the browser still reading the answer.
     auto *release = new QTimer(server);
     QObject::connect(release, &QTimer::timeout, server, [server] {
-        if (!PortalCall::isRunning())
+        if (!RunningCall::isAny())
             server->deleteLater();
     });
     release->start(answerLingerMs);

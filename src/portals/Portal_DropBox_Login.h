@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/SessionLogin.h"
+#include "cloud/signin/SessionLogin.h"
 
 #include <QPointer>
 

@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "cloud/CloudItemBase.h"
+#include "cloud/portal/CloudItemBase.h"
 
 /// The unique ids of the portal's fixed folders. The galleries show the models made for one of the maker's apps each.
 namespace PlyxFolders {

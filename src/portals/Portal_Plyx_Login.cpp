@@ -1,6 +1,6 @@
 #include "portals/Portal_Plyx_Login.h"
 
-#include "cloud/PortalCall.h"
+#include "cloud/RunningCall.h"
 #include "http/httpClient.h"
 #include "PlyxConfig.h"
 #include "portals/Portal_Plyx_Replies.h"
@@ -75,7 +75,7 @@ bool Portal_Plyx_Login::LoginUIDoneCB(const QUrl &url)
     const QUrlQuery query(url);
     if (m_isTelling || !query.hasQueryItem(QStringLiteral("Session")))
         return false;
-    const PortalCall running;
+    const RunningCall running;
     ++m_attempt;
     SetSessionID(valueOf(query, QStringLiteral("Session")), valueOf(query, QStringLiteral("SecureSession")));
     SaveSessionSettings();

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/SessionLogin.h"
+#include "cloud/signin/SessionLogin.h"
 
 /// Hears how the sign-in dialog ended; stores the session of the Portal_Plyx_Login that \p context points to.
 void uiLoginCallback(void *context, bool succeeded);

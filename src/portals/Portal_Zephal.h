@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/PortalBase.h"
+#include "cloud/portal/PortalBase.h"
 #include "portals/Portal_Zephal_Browse.h"
 #include "portals/Portal_Zephal_Login.h"
 

@@ -5,6 +5,7 @@
 #include "portals/Portal_Zephal_Login.h"
 
 #include <pelago/pelago.h>
+
 #include <QDir>
 #include <QUuid>
 

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/PortalBrowserBase.h"
+#include "cloud/portal/PortalBrowserBase.h"
 #include "portals/SkeinTrace.h"
 
 #include <cstdint>

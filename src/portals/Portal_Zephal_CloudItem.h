@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "cloud/CloudItemBase.h"
+#include "cloud/portal/CloudItemBase.h"
 
 /// The unique id of the portal's root folder, which no listing contains. The storage's own id of it is empty.
 extern const char zephalRootFolderId[];

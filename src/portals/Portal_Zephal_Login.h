@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/LoginBase.h"
+#include "cloud/signin/LoginBase.h"
 
 #include <pelago/pelago.h>
 

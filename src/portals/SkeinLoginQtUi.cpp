@@ -1,7 +1,7 @@
 #include "portals/SkeinLoginQtUi.h"
 
-#include "cloud/PortalCall.h"
-#include "cloud/UiText.h"
+#include "cloud/RunningCall.h"
+#include "TavrinStrings.h"
 
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -24,7 +24,7 @@ public:
     {
         setObjectName(QStringLiteral("CloudPortalLoginDialog"));
         setWindowFlag(Qt::WindowContextHelpButtonHint, false);
-        setWindowTitle(UiText(TavrinStrings::kCloudPortalLogIn));
+        setWindowTitle(TavrinStrings::text(TavrinStrings::kCloudPortalLogIn));
         m_user->setObjectName(QStringLiteral("user"));
         m_password->setObjectName(QStringLiteral("password"));
         m_password->setEchoMode(QLineEdit::Password);
@@ -36,8 +36,8 @@ public:
         setMinimumWidth(minimumFormWidth);
 
         auto *layout = new QFormLayout(this);
-        layout->addRow(UiText(TavrinStrings::kCloudPortalUserName), m_user);
-        layout->addRow(UiText(TavrinStrings::kCloudPortalPassword), m_password);
+        layout->addRow(TavrinStrings::text(TavrinStrings::kCloudPortalUserName), m_user);
+        layout->addRow(TavrinStrings::text(TavrinStrings::kCloudPortalPassword), m_password);
         layout->addRow(m_error);
         layout->addRow(m_buttons);
         connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -111,7 +111,7 @@ bool LoginQtUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
 
 void LoginQtUi::submit(const QPointer<Form> &form)
 {
-    const PortalCall running;
+    const RunningCall running;
     const QPointer<LoginQtUi> self(this);
     if (m_session >= 0)
         forgetLastFailure();
@@ -149,7 +149,7 @@ void LoginQtUi::closeDialog()
 
 void LoginQtUi::tell(bool success)
 {
-    const PortalCall running;
+    const RunningCall running;
     if (m_callback)
         m_callback(m_context, success);
 }

@@ -7,6 +7,7 @@
 #include "portals/SkeinTrace.h"
 
 #include <pelago/pelago.h>
+
 #include <QDialog>
 #include <QObject>
 #include <QPointer>

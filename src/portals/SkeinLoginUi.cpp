@@ -1,7 +1,7 @@
 #include "portals/SkeinLoginUi.h"
 
-#include "cloud/PortalCall.h"
-#include "cloud/WebPageDialog.h"
+#include "cloud/RunningCall.h"
+#include "cloud/signin/WebPageDialog.h"
 #include "ReturnStatus.h"
 #include "TavrinStrings.h"
 
@@ -48,7 +48,7 @@ bool LoginUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
 
 void LoginUi::addressChanged(const QUrl &address)
 {
-    const PortalCall running;
+    const RunningCall running;
     const QPointer<LoginUi> self(this);
     const int result = Skein_Auth_completeLogin(session(), address.toEncoded().constData());
     if (!self)
@@ -61,7 +61,7 @@ void LoginUi::addressChanged(const QUrl &address)
 
 void LoginUi::fail(const KStringResourceId &reason)
 {
-    const PortalCall running;
+    const RunningCall running;
     const QPointer<LoginUi> self(this);
     closeDialog();
     showMessage(reason);

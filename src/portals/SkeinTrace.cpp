@@ -1,8 +1,9 @@
 #include "portals/SkeinTrace.h"
 
-#include "cloud/UiText.h"
+#include "TavrinStrings.h"
 
 #include <openkelda/KGlobal.h>
+#include <openkelda/KQtUtil.h>
 #include <pelago/pelago.h>
 
 #include <algorithm>
@@ -88,9 +89,9 @@ QString signInMessage(int result, const Failure &failure)
         return failure.cause == QLatin1String(each.first);
     });
     if (found != std::end(sentences))
-        return UiText(*found->second) + failure.detail; // empty but for the sentences that end in a colon
-    return UiText(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
-                                                     : TavrinStrings::KHttpServerErrorGeneric);
+        return TavrinStrings::text(*found->second) + failure.detail; // empty but for the sentences that end in a colon
+    return TavrinStrings::text(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
+                                                                  : TavrinStrings::KHttpServerErrorGeneric);
 }
 
 } // namespace Skein

@@ -5,10 +5,10 @@
 
 #pragma once
 
-#include "cloud/CloudItemBase.h"
-#include "cloud/LoginBase.h"
+#include "cloud/portal/CloudItemBase.h"
+#include "cloud/portal/PortalBrowserBase.h"
 #include "cloud/Portal_CloudBrowser.h"
-#include "cloud/PortalBrowserBase.h"
+#include "cloud/signin/LoginBase.h"
 
 #include <QtCore>
 

@@ -1,11 +1,10 @@
 // What the page does for its user's comfort: the end of a long path, the bar that shows a transfer, the keys, and names
 // for screen readers.
 
-#include "PageFixture.h"
-
-#include "cloud/TransferBar.h"
+#include "cloud/page/TransferBar.h"
 #include "http/httpClient.h"
 #include "http/Transfer.h"
+#include "PageFixture.h"
 #include "support/LocalServer.h"
 
 class TestComfort : public PageFixture

@@ -1,7 +1,6 @@
 // Dropbox replies, and where the files that they name would be written.
 
 #include "Fuzz.h"
-
 #include "portals/Portal_DropBox_CloudItem.h"
 #include "portals/Portal_DropBox_Replies.h"
 #include "TavrinHelper.h"

@@ -1,7 +1,6 @@
 // Programs of the host's command language, parsed and run for a limited number of steps.
 
 #include "Fuzz.h"
-
 #include "language/Interpreter.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

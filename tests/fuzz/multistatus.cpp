@@ -1,9 +1,9 @@
 // The listing of a WebDAV folder, whole and in pieces, and the names that it leads to.
 
-#include "Fuzz.h"
+#include "MultiStatus.h"
 
 #include "DavPath.h"
-#include "MultiStatus.h"
+#include "Fuzz.h"
 
 #include <algorithm>
 

@@ -1,8 +1,7 @@
 // File names and paths of a service or a user, on their way to the disk and into host commands.
 
+#include "cloud/page/HostFiles.h"
 #include "Fuzz.h"
-
-#include "cloud/HostFiles.h"
 #include "language/Interpreter.h"
 #include "portals/Portal_Zephal_CloudItem.h"
 #include "TavrinHelper.h"

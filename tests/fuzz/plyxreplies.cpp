@@ -1,7 +1,6 @@
 // Plyx replies: where the files that they name would be written, and which host a download goes to.
 
 #include "Fuzz.h"
-
 #include "portals/Portal_Plyx_CloudItem.h"
 #include "portals/Portal_Plyx_Replies.h"
 #include "TavrinHelper.h"

@@ -1,7 +1,6 @@
 // The redirect of a browser sign-in, whole and in pieces.
 
 #include "Fuzz.h"
-
 #include "http/RedirectRequest.h"
 
 namespace {

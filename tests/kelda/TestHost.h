@@ -4,10 +4,9 @@
 
 #pragma once
 
+#include "host/KeldaHost.h"
 #include "kelda/Models.h"
 #include "kelda/Steps.h"
-
-#include "host/KeldaHost.h"
 #include "scene/FileOptions.h"
 #include "scene/Scene.h"
 #include "scene/SceneCommands.h"

@@ -1,6 +1,5 @@
-#include "kelda/TestHost.h"
-
 #include "host/MenuModel.h"
+#include "kelda/TestHost.h"
 
 #include <QtWidgets>
 

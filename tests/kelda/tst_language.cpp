@@ -1,5 +1,4 @@
 #include "kelda/Steps.h"
-
 #include "language/Interpreter.h"
 
 namespace {

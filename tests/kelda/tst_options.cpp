@@ -1,7 +1,6 @@
 // The option box procedures, on a real dialog of the kind that a plug-in makes.
 
 #include "kelda/TestHost.h"
-
 #include "scene/Translators.h"
 #include "ui/OptionBox.h"
 

@@ -1,7 +1,6 @@
 // The kelda program itself: arguments in, lines on stdout and an exit status out.
 
 #include "kelda/Models.h"
-
 #include "ui/KeldaOptions.h"
 
 #include <csignal>

@@ -1,7 +1,6 @@
 // Import, export and the commands on the scene, through the host's own language and without a window.
 
 #include "kelda/TestHost.h"
-
 #include "scene/IsolatedReader.h"
 #include "scene/ModelFolder.h"
 #include "scene/Translators.h"

@@ -1,9 +1,8 @@
 // The host's window and its dialogs, driven by mouse and keyboard.
 
+#include "host/KeldaHost.h"
 #include "kelda/Models.h"
 #include "kelda/Steps.h"
-
-#include "host/KeldaHost.h"
 #include "ui/KeldaProgram.h"
 #include "ui/MainWindow.h"
 #include "ui/Viewport.h"

@@ -6,8 +6,9 @@
 
 #include "support/TestFiles.h"
 
-#include <localcloud/LocalCloud.h>
 #include <QtNetwork>
+
+#include <localcloud/LocalCloud.h>
 
 /// A cloud over \p dataDir that has started; ends the test program when it cannot.
 std::unique_ptr<LocalCloud> startCloud(const QString &dataDir, localcloud::SeedAmount seed = {});

@@ -3,7 +3,9 @@
 // The document cloud: its sign-in page, and WebDAV as clients meet it.
 
 #include "CloudClient.h"
+
 #include <QtTest>
+
 #include <unistd.h>
 
 namespace {

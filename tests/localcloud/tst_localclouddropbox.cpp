@@ -3,6 +3,7 @@
 // The Dropbox service: sign-in, listings, and files in both directions.
 
 #include "CloudClient.h"
+
 #include <QtTest>
 
 namespace {

@@ -3,8 +3,10 @@
 // Requests and answers between a client and the local cloud, whichever service is asked, and the rules of misbehaviour.
 
 #include "CloudClient.h"
-#include <localcloud/Replies.h>
+
 #include <QtTest>
+
+#include <localcloud/Replies.h>
 
 using namespace localcloud;
 

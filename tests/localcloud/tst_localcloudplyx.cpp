@@ -3,6 +3,7 @@
 // The Plyx service: its sign-in page, searches, and the models of the seeded catalogue.
 
 #include "CloudClient.h"
+
 #include <QtTest>
 #include <QtWebKitWidgets>
 

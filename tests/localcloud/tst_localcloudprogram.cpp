@@ -3,12 +3,14 @@
 // The program, and what it keeps on the disk: logs, secrets and seeded models.
 
 #include "CloudClient.h"
+
+#include <QtTest>
+
 #include <clocale>
 #include <csignal>
 #include <localcloud/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
 #include <localcloud/ZephalSeed.h>
-#include <QtTest>
 
 using namespace localcloud;
 

@@ -1,7 +1,5 @@
 #include "pelago/DavServers.h"
 
-#include <localcloud/LocalCloud.h>
-
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -13,8 +11,8 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
+#include <localcloud/LocalCloud.h>
 #include <unistd.h>
-
 #include <vector>
 
 namespace {

@@ -10,10 +10,11 @@
 #include "portals/Portal_Plyx_Login.h"
 #include "support/RecordingHost.h"
 
-#include <localcloud/LocalCloud.h>
 #include <QtNetwork>
 #include <QtTest>
 #include <QtWidgets>
+
+#include <localcloud/LocalCloud.h>
 
 /// Made anew for each test, before the portal, and gone after it.
 class CloudFixture : public QObject

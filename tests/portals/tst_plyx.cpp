@@ -2,7 +2,7 @@
 //
 // Signing in to Plyx on its page, then search and download: over real sockets, against the local cloud.
 
-#include "cloud/PortalCall.h"
+#include "cloud/RunningCall.h"
 #include "portals/Portal_Plyx.h"
 #include "portals/Portal_Plyx_CloudItem.h"
 #include "PortalTest.h"
@@ -47,7 +47,7 @@ private slots:
             QVERIFY2(!m_login->LoginUIDoneCB(QUrl::fromEncoded(address)) && stored() == "|", address);
         bool isGuarded = false;
         m_owner.onDone = [&] {
-            isGuarded = PortalCall::isRunning() && !m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=second"));
+            isGuarded = RunningCall::isAny() && !m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=second"));
         };
         QVERIFY(m_login->LoginUIDoneCB(QUrl::fromEncoded("https://a.b/?x=1&Session=%2B%2F%3D+&SecureSession=d%26")));
         QVERIFY(isGuarded && stored() == "+/=+|d&" && m_login->GetSecureSessionID() == "d&");

@@ -3,16 +3,17 @@
 // The Zephal portal through the cloud library to the document cloud: sign-in on the page and by form, listing and
 // transfers over real sockets.
 
-#include "cloud/PortalCall.h"
+#include "cloud/RunningCall.h"
 #include "portals/Portal_Zephal.h"
 #include "portals/Portal_Zephal_CloudItem.h"
 #include "PortalTest.h"
 #include "support/LocalServer.h"
 
-#include <dlfcn.h>
 #include <QWebElement>
 #include <QWebFrame>
 #include <QWebView>
+
+#include <dlfcn.h>
 
 namespace {
 
@@ -52,7 +53,7 @@ private slots:
     void pageSignsIn()
     {
         configure("");
-        m_owner.onDone = [&] { QVERIFY(PortalCall::isRunning() && !dialog() && listed(root()) == everything); };
+        m_owner.onDone = [&] { QVERIFY(RunningCall::isAny() && !dialog() && listed(root()) == everything); };
         QVERIFY(m_login->Login(&m_owner) && dialog()->isModal());
         QCOMPARE(opened.last(), QString("https://cloud.zephal.example/signin"));
         QTRY_VERIFY(!page()->findFirstElement("#sign-in").isNull());
@@ -174,7 +175,7 @@ private slots:
         const auto *error = dialog()->findChild<QLabel *>("error");
         m_onRequest = [&] {
             dialog()->close();
-            QVERIFY(PortalCall::isRunning() && dialog() && !password->isEnabled());
+            QVERIFY(RunningCall::isAny() && dialog() && !password->isEnabled());
         };
         enter("wrong");
         QTRY_VERIFY(error->isVisible() && error->text().contains("does not know"));

@@ -3,11 +3,12 @@
 #include "host/KeldaHost.h"
 #include "host/MenuModel.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include <algorithm>
 #include <dlfcn.h>
 #include <functional>
-#include <QDir>
-#include <QFileInfo>
 
 namespace {
 

@@ -2,11 +2,10 @@
 
 #include "scene/Translators.h"
 
-#include <QBuffer>
-#include <QSet>
-
 #include <assimp/material.h>
 #include <assimp/mesh.h>
+#include <QBuffer>
+#include <QSet>
 
 #include <algorithm>
 #include <cstring>

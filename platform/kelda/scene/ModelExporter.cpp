@@ -3,14 +3,13 @@
 #include "scene/ExportScene.h"
 #include "scene/Translators.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QSaveFile>
-
 #include <assimp/config.h>
 #include <assimp/Exporter.hpp>
 #include <assimp/material.h>
 #include <assimp/postprocess.h>
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
 
 #include <algorithm>
 #include <limits>

@@ -1,10 +1,9 @@
 #include "scene/ModelFolder.h"
 
+#include <assimp/IOStream.hpp>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <assimp/IOStream.hpp>
 
 #include <algorithm>
 #include <limits>

@@ -5,9 +5,8 @@
 
 #pragma once
 
-#include <QString>
-
 #include <assimp/IOSystem.hpp>
+#include <QString>
 
 class ModelFolder : public Assimp::IOSystem
 {

@@ -5,14 +5,13 @@
 #include "scene/ModelFolder.h"
 #include "scene/Translators.h"
 
-#include <QFileInfo>
-#include <QMimeDatabase>
-#include <QRegularExpression>
-
 #include <assimp/config.h>
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include <QFileInfo>
+#include <QMimeDatabase>
+#include <QRegularExpression>
 
 #include <algorithm>
 

@@ -1,9 +1,8 @@
 // The steps of a tour: each does with the widgets what a person would, then proves it by the cloud's log, by the bytes
 // on disk, or by what the host counts in its scene.
 
-#include "tour/Tour.h"
-
 #include "tour/Evidence.h"
+#include "tour/Tour.h"
 
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>

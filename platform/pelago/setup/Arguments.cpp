@@ -1,8 +1,8 @@
 #include "Arguments.h"
 
-#include <cstdio>
 #include <QTextStream>
 
+#include <cstdio>
 #include <termios.h>
 #include <unistd.h>
 

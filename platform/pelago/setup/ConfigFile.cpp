@@ -1,9 +1,10 @@
 #include "ConfigFile.h"
 
-#include <cstdio>
 #include <QDir>
 #include <QFileInfo>
 #include <QSaveFile>
+
+#include <cstdio>
 
 namespace {
 

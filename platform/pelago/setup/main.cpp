@@ -14,7 +14,6 @@
 
 #include <pelago/pelago.h>
 
-#include <cstdio>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
@@ -22,6 +21,8 @@
 #include <QSslConfiguration>
 #include <QSslSocket>
 #include <QTemporaryDir>
+
+#include <cstdio>
 
 using namespace pelago;
 

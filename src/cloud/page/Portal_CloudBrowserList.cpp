@@ -1,0 +1,216 @@
+// The file list: the entries that it shows, and what choosing one of them does.
+
+#include "cloud/page/Portal_CloudBrowserOperation.h"
+#include "cloud/Portal_CloudBrowser.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTabWidget>
+
+#include <algorithm>
+
+using ICloudPortalApi::ICloudItem;
+using ICloudPortalApi::Portal_CloudBrowserListItem;
+
+namespace {
+
+std::vector<QPointer<ICloudItem>> guarded(const ICloudPortalApi::ItemVector &items)
+{
+    return {items.begin(), items.end()};
+}
+
+/// Keeps the list from painting and signalling while it is emptied and filled. The list may be deleted meanwhile.
+class ListUpdate
+{
+public:
+    explicit ListUpdate(QListWidget *list)
+        : m_list(list), m_updated(list->updatesEnabled()), m_blocked(list->blockSignals(true))
+    {
+        m_list->setUpdatesEnabled(false);
+    }
+    ~ListUpdate()
+    {
+        if (!m_list)
+            return;
+        m_list->setUpdatesEnabled(m_updated);
+        m_list->blockSignals(m_blocked);
+    }
+    ListUpdate(const ListUpdate &) = delete;
+    ListUpdate &operator=(const ListUpdate &) = delete;
+
+private:
+    QPointer<QListWidget> m_list;
+    bool m_updated;
+    bool m_blocked;
+};
+
+QString lowerCaseExtension(const QString &name)
+{
+    return name.mid(name.lastIndexOf(QLatin1Char('.')) + 1).toLower();
+}
+
+} // namespace
+
+void Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
+{
+    ItemVector folders;
+    ItemVector files;
+    m_portal->GetBrowser()->BuildFoldersAndFileList(folders, files, m_currentFolder, m_root, fetched, {});
+
+    const Operation operation(this);
+    const ListUpdate update(m_fileList);
+    clearFileList();
+    m_folders = guarded(folders);
+    m_files = guarded(files);
+    ItemVector entries(folders);
+    entries.insert(entries.end(), files.begin(), files.end());
+    for (ICloudItem *item : entries)
+        m_items.keep(item);
+    const QPointer<ICloudItem> current(m_currentFolder);
+    const KString identity = current->GetUniqueID();
+    for (ICloudItem *item : entries) {
+        ICloudItem *parent = item->GetParent();
+        if (!parent || (parent != current && !(parent->GetUniqueID() == identity)))
+            continue;
+        const QIcon icon = item->GetItemIcon(); // may ask the host where it is installed
+        if (operation.pageIsGone())
+            return;
+        addListEntry(item, icon);
+        current->AddChild(item);
+    }
+}
+
+void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &icon)
+{
+    // Filled before it joins the list: an entry in a list looks for its own row whenever it is changed.
+    auto *entry = new Portal_CloudBrowserListItem(item, icon, KQtUtil::toQString(item->GetDisplayName()), nullptr);
+    if (!item->IsFolder())
+        entry->setToolTip(KQtUtil::toQString(item->GetTooltip()));
+    m_fileList->addItem(entry);
+    item->SetListItem(entry);
+}
+
+void Portal_CloudBrowserWindows::clearFileList()
+{
+    const ListUpdate update(m_fileList);
+    ICloudPortalApi::ItemSet files;
+    for (int row = 0; row < m_fileList->count(); ++row) {
+        ICloudItem *item = static_cast<Portal_CloudBrowserListItem *>(m_fileList->item(row))->GetItem();
+        if (item && !item->IsFolder())
+            files.insert(item);
+    }
+    m_fileList->clear();
+    for (ICloudItem *file : files) {
+        if (file == m_selectedItem)
+            clearImportChoice();
+        if (file->GetParent())
+            file->GetParent()->RemoveChild(file, false);
+        delete file;
+    }
+}
+
+void Portal_CloudBrowserWindows::clearImportChoice()
+{
+    m_importButton->setEnabled(false);
+    m_importName->clear();
+    m_selectedItem = nullptr;
+}
+
+void Portal_CloudBrowserWindows::ListViewItemClicked(ICloudItem *item, bool doubleClick)
+{
+    clearImportChoice();
+    if (m_exportName)
+        m_exportName->clear();
+    if (!item)
+        return;
+    if (item->IsFolder()) {
+        if (doubleClick)
+            FolderClicked(item);
+        return;
+    }
+    if (m_portal->GetBrowser()->GetPortalType() == ICloudPortalApi::kPlainListing) {
+        chooseImportable(item, doubleClick);
+        return;
+    }
+    m_selectedItem = item;
+    m_importButton->setEnabled(true);
+    m_importName->setText(KQtUtil::toQString(item->GetDisplayName()));
+    if (doubleClick)
+        ImportClick();
+}
+
+void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleClick)
+{
+    const Operation operation(this);
+    const QPointer<ICloudItem> guard(item);
+    const QString name = KQtUtil::toQString(item->GetDisplayName());
+    m_importName->setText(name);
+    if (m_exportName)
+        m_exportName->setText(name);
+    if (!name.contains(QLatin1Char('.'))) {
+        clearImportChoice();
+        return;
+    }
+    const KString extension = KQtUtil::toKString(lowerCaseExtension(name));
+    const KString translator = spinning([&] { return GetImportTranslatorNameFromExtension(extension); });
+    if (operation.pageIsGone())
+        return;
+    if (!guard || translator.isEmpty()) {
+        clearImportChoice();
+        return;
+    }
+    m_selectedItem = item;
+    m_importButton->setEnabled(true);
+    if (!doubleClick)
+        return;
+    if (m_importExportTabs->currentIndex() == 0)
+        ImportClick();
+    else
+        exportUnderName(extension);
+}
+
+void Portal_CloudBrowserWindows::exportUnderName(const KString &extension)
+{
+    if (extension != m_exportExtension) {
+        const auto found = std::find_if(m_extensions.begin(), m_extensions.end(), [&](const auto &entry) {
+            return entry.second == extension && !m_translators[entry.first].isEmpty();
+        });
+        if (found == m_extensions.end())
+            return;
+        m_exportFilter->setCurrentIndex(found->first);
+    }
+    ExportClick(false);
+}
+
+void Portal_CloudBrowserWindows::ListViewItemDoubleClick(QListWidgetItem *itemClick)
+{
+    ListViewItemClicked(static_cast<Portal_CloudBrowserListItem *>(itemClick)->GetItem(), true);
+}
+
+/// Opens \p entry from the event loop: the list uses itself after the signal of a double click, and the host may delete
+/// it during the call. Ignored if the entry has been removed from the list by then.
+void Portal_CloudBrowserWindows::openLater(QListWidgetItem *entry)
+{
+    const QPointer<ICloudItem> item(static_cast<Portal_CloudBrowserListItem *>(entry)->GetItem());
+    const auto open = [this, item] {
+        if (item && item->GetListItem())
+            ListViewItemDoubleClick(item->GetListItem());
+    };
+    QMetaObject::invokeMethod(this, open, Qt::QueuedConnection);
+}
+
+void Portal_CloudBrowserWindows::ListViewItemSelectChange()
+{
+    const QList<QListWidgetItem *> selected = m_fileList->selectedItems();
+    if (!selected.isEmpty())
+        ListViewItemClicked(static_cast<Portal_CloudBrowserListItem *>(selected.first())->GetItem(), false);
+}
+
+void Portal_CloudBrowserWindows::ClearSelection()
+{
+    m_selectedItem = nullptr;
+    m_currentFolder = nullptr;
+    m_fileList->clearSelection();
+}
