@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include <localcloud/HttpTypes.h>
+#include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 

@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <functional>
-#include <localcloud/DropboxSeed.h>
+#include <localcloud/dropbox/DropboxSeed.h>
+#include <localcloud/http/Replies.h>
 #include <localcloud/LocalCloud.h>
-#include <localcloud/PlyxSeed.h>
-#include <localcloud/Replies.h>
-#include <localcloud/ZephalSeed.h>
+#include <localcloud/plyx/PlyxSeed.h>
+#include <localcloud/zephal/ZephalSeed.h>
 #include <sys/socket.h>
 
 using namespace localcloud;

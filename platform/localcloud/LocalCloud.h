@@ -12,13 +12,13 @@
 #include <QVector>
 
 #include <localcloud/CloudService.h>
-#include <localcloud/DropboxService.h>
-#include <localcloud/HttpConnection.h>
-#include <localcloud/PlyxService.h>
-#include <localcloud/RequestLog.h>
-#include <localcloud/Rules.h>
+#include <localcloud/dropbox/DropboxService.h>
+#include <localcloud/http/HttpConnection.h>
+#include <localcloud/http/RequestLog.h>
+#include <localcloud/http/Rules.h>
+#include <localcloud/plyx/PlyxService.h>
 #include <localcloud/Seeder.h>
-#include <localcloud/ZephalService.h>
+#include <localcloud/zephal/ZephalService.h>
 #include <memory>
 #include <vector>
 

@@ -6,7 +6,7 @@
 
 #include <QString>
 
-#include <localcloud/HttpTypes.h>
+#include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 

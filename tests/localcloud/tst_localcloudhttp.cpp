@@ -6,7 +6,7 @@
 
 #include <QtTest>
 
-#include <localcloud/Replies.h>
+#include <localcloud/http/Replies.h>
 
 using namespace localcloud;
 

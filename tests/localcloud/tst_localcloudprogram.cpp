@@ -8,9 +8,9 @@
 
 #include <clocale>
 #include <csignal>
-#include <localcloud/DropboxSeed.h>
+#include <localcloud/dropbox/DropboxSeed.h>
 #include <localcloud/ModelWriters.h>
-#include <localcloud/ZephalSeed.h>
+#include <localcloud/zephal/ZephalSeed.h>
 
 using namespace localcloud;
 
