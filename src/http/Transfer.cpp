@@ -12,14 +12,11 @@ constexpr qint64 shortestMs = 100; // less tells no rate
 
 } // namespace
 
-Transfer::Transfer(Kind kind, const QString &name, QObject *page) : m_kind(kind), m_name(name), m_page(page)
+Transfer::Transfer(Kind kind, const QString &name) : m_kind(kind), m_name(name)
 {
-    TransferProgress &progress = TransferProgress::instance();
-    if (!page && !progress.running().empty())
-        m_page = progress.running().back()->m_page;
     m_clock.start();
     m_samples.push_back({0, 0});
-    progress.begin(this);
+    TransferProgress::instance().begin(this);
 }
 
 Transfer::~Transfer()

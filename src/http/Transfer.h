@@ -7,7 +7,6 @@
 
 #include <QElapsedTimer>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 
 #include <deque>
@@ -23,14 +22,12 @@ public:
         Upload
     };
 
-    /// Begins. \p name is the file's, for the user. \p page is the widget that shows it, which need not outlive it;
-    /// null for the page of the transfer that this one is part of, and for any page when there is none.
-    explicit Transfer(Kind kind, const QString &name = QString(), QObject *page = nullptr);
+    /// Starts. \p name is the name of the file that the user sees.
+    explicit Transfer(Kind kind, const QString &name = QString());
     ~Transfer() override; // ends
 
     Kind kind() const { return m_kind; }
     const QString &name() const { return m_name; }
-    QObject *page() const { return m_page; }
     qint64 ageMs() const { return m_clock.elapsed(); }
     qint64 bytes() const { return m_bytes; }
     /// -1 when nobody has said.
@@ -52,7 +49,6 @@ private:
 
     const Kind m_kind;
     const QString m_name;
-    QPointer<QObject> m_page;
     QElapsedTimer m_clock;
     qint64 m_bytes = 0;
     qint64 m_totalBytes = -1;

@@ -95,11 +95,13 @@ private slots:
         QCOMPARE(log->text() + ' ' + shownButtons(), QString("Logout (Ada & Co) [<] [1] 2 3 4 5 (Next >)"));
         row("a & b.OBJ")->setSelected(true);
         log->click();
+        settle();
         QCOMPARE(log->text() + ' ' + shownButtons(), QString("Login [<] [>]"));
         QVERIFY(names().isEmpty() && chosen().isEmpty() && !list()->isEnabled() && !searchField()->isEnabled());
         page()->RefreshFolderData();
         QCOMPARE(m_portal.log, QStringList());
         log->click();
+        settle();
         QVERIFY(names().size() == 5 && list()->isEnabled());
     }
 

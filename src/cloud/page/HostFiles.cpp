@@ -62,6 +62,11 @@ void getAllExportTranslator(KStringArray &names, KStringArray &extensions)
     read("Tavrin_GetExportTranslatorExtensionList();", extensions);
 }
 
+KString localFolder(const KString &subFolder)
+{
+    return TavrinHelper::tempCloudDirectory() + "/" + subFolder + "/";
+}
+
 void DisplaySuccess(bool import, KString name)
 {
     KString message = TavrinStrings::getString(import ? TavrinStrings::KCloudPortalImportSuccess

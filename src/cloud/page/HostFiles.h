@@ -23,6 +23,9 @@ KString GetImportTranslatorName(const KString &path);
 /// The host's export translators and, index by index, their extensions. \p extensions may be the shorter one.
 void getAllExportTranslator(KStringArray &names, KStringArray &extensions);
 
+/// The directory below the host's temporary folder that a file of \p subFolder is written to. Ends in a separator.
+KString localFolder(const KString &subFolder);
+
 /// Tells the user in the host's message area that \p name was imported or exported.
 void DisplaySuccess(bool import, KString name);
 

@@ -1,8 +1,7 @@
 // Export: the host writes the scene or the selection below the temporary folder, and the portal takes the file.
 
-#include "cloud/page/Portal_CloudBrowserOperation.h"
-#include "cloud/Portal_CloudBrowser.h"
-#include "http/Transfer.h"
+#include "cloud/page/HostFiles.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "TavrinStrings.h"
 
 #include <QComboBox>
@@ -44,6 +43,22 @@ void reportMissingTranslator()
                             TavrinHelper::quoted(TavrinStrings::getString(TavrinStrings::kOk)) + "\"");
 }
 
+/// Asks the user over \p mainWindow. Returns false without asking if the host runs without its interactive interface.
+bool mayOverwrite(QWidget *mainWindow)
+{
+    const KGlobal::KeldaState state = KGlobal::keldaState();
+    if (state == KGlobal::kBatch || state == KGlobal::kLibraryApp)
+        return false;
+    const QPointer<QMessageBox> box(
+        new QMessageBox(QMessageBox::Question, TavrinStrings::text(TavrinStrings::kCloudPortalFileExportOverwriteTitle),
+                        TavrinStrings::text(TavrinStrings::kCloudPortalFileExportOverwriteMessage),
+                        QMessageBox::Yes | QMessageBox::No, mainWindow));
+    box->setTextFormat(Qt::PlainText);
+    const int answer = box->exec();
+    delete box.data();
+    return answer == QMessageBox::Yes;
+}
+
 } // namespace
 
 void Portal_CloudBrowserWindows::exportTextChangedEvent(QString newText)
@@ -61,11 +76,9 @@ void Portal_CloudBrowserWindows::RefreshExporterFilterList()
 {
     if (!m_exportFilter || !HasExportFormats())
         return;
-    const Operation operation(this);
     KStringArray names;
     KStringArray extensions;
-    spinning([&] { getAllExportTranslator(names, extensions); });
-    if (operation.pageIsGone())
+    if (!m_calls.run([&] { getAllExportTranslator(names, extensions); }))
         return;
     // Nothing is emptied before the host has answered, since the call may have let another refresh in.
     const int remembered = std::max(m_exportFilter->currentIndex(), 0);
@@ -123,54 +136,40 @@ KString Portal_CloudBrowserWindows::exportFileName() const
 
 void Portal_CloudBrowserWindows::ExportClick(bool selectionOnly)
 {
-    if (!m_currentFolder || !m_exportName || m_spinningCalls > 0)
+    if (!m_currentFolder || !m_exportName || m_calls.isRunning())
         return;
-    const Operation operation(this);
     if (m_exportTranslator.isEmpty()) {
-        spinning(reportMissingTranslator);
+        static_cast<void>(m_calls.run(reportMissingTranslator));
         return;
     }
     const KString name = exportFileName();
     const ExportJob job{
         name, m_exportTranslator, LocalSubFolder(m_currentFolder), m_currentFolder, IsOverwrite(name), selectionOnly};
-    if (job.existing && !mayOverwrite())
+    bool isAgreed = true;
+    if (job.existing && (!m_calls.run([&] { isAgreed = mayOverwrite(m_mainWindow); }) || !isAgreed))
         return;
-    if (operation.pageIsGone())
-        return;
-    const Tavrin::WaitCursor cursor;
-    if (!operation.pageIsGone() && exportAndUpload(job) && !operation.pageIsGone())
-        RefreshFolderData();
+    const auto steps = [&] {
+        if (exportAndUpload(job))
+            RefreshFolderData();
+    };
+    static_cast<void>(m_calls.runUnderWaitCursor(steps));
 }
 
-bool Portal_CloudBrowserWindows::mayOverwrite()
-{
-    const KGlobal::KeldaState state = KGlobal::keldaState();
-    if (state == KGlobal::kBatch || state == KGlobal::kLibraryApp)
-        return false;
-    const SpinningCall call(this);
-    const QPointer<QMessageBox> box(
-        new QMessageBox(QMessageBox::Question, TavrinStrings::text(TavrinStrings::kCloudPortalFileExportOverwriteTitle),
-                        TavrinStrings::text(TavrinStrings::kCloudPortalFileExportOverwriteMessage),
-                        QMessageBox::Yes | QMessageBox::No, m_mainWindow));
-    box->setTextFormat(Qt::PlainText);
-    const int answer = box->exec();
-    delete box.data();
-    return answer == QMessageBox::Yes;
-}
-
+/// Returns false if a step failed or if the page was deleted.
 bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
 {
-    const Operation operation(this);
-    const SpinningCall call(this);
     if (!checkFolderIsOpen(job))
         return false;
-    const KString folder = TavrinHelper::tempCloudDirectory() + "/" + job.subFolder + "/";
-    if (operation.pageIsGone())
+    KString folder;
+    if (!m_calls.run([&] { folder = localFolder(job.subFolder); }))
         return false;
     QDir().mkpath(KQtUtil::toQString(folder));
     KStatus exported;
-    const KString written = KGlobal::executeCommandStringResult(job.command(folder), false, false, &exported);
-    if (!exported || operation.pageIsGone())
+    KString written;
+    const auto write = [&] {
+        written = KGlobal::executeCommandStringResult(job.command(folder), false, false, &exported);
+    };
+    if (!m_calls.run(write) || !exported)
         return false;
 
     QString fileName = KQtUtil::toQString(written);
@@ -178,19 +177,18 @@ bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
     m_exportName->setText(fileName);
     if (!checkFolderIsOpen(job))
         return false;
-    const bool uploaded = TavrinHelper::safeLocalName(fileName) == fileName && upload(job, folder, fileName);
-    if (uploaded)
+    bool isUploaded = false;
+    const auto upload = [&] {
+        isUploaded = TavrinHelper::safeLocalName(fileName) == fileName &&
+                     m_portal->GetBrowser()->UploadFile(m_portal->GetLogin(), job.folder, job.existing, folder,
+                                                        KQtUtil::toKString(fileName));
+    };
+    const bool pageExists = m_calls.runPortalCall(upload);
+    if (isUploaded)
         DisplaySuccess(false, written);
     else
         KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kCloudPortalExportError));
-    return uploaded;
-}
-
-bool Portal_CloudBrowserWindows::upload(const ExportJob &job, const KString &folder, const QString &fileName)
-{
-    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
-    return m_portal->GetBrowser()->UploadFile(m_portal->GetLogin(), job.folder, job.existing, folder,
-                                              KQtUtil::toKString(fileName));
+    return pageExists && isUploaded;
 }
 
 bool Portal_CloudBrowserWindows::checkFolderIsOpen(const ExportJob &job) const
@@ -214,7 +212,7 @@ void Portal_CloudBrowserWindows::ExportSelectionClick()
 
 void Portal_CloudBrowserWindows::ShowExportOptions()
 {
-    if (m_spinningCalls > 0)
+    if (m_calls.isRunning())
         return;
     ShowOptionsDialog("ExportAll", TavrinStrings::getString(TavrinStrings::kCloudPortalExportOptionsTitle),
                       m_exportTranslator, ".");

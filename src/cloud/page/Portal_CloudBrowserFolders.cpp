@@ -1,9 +1,7 @@
 // The folder view: which folder is current, the bar that leads to it, and how its contents are fetched.
 
 #include "cloud/page/NavigationWidgets.h"
-#include "cloud/page/Portal_CloudBrowserOperation.h"
-#include "cloud/Portal_CloudBrowser.h"
-#include "http/Transfer.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -19,9 +17,8 @@ const wchar_t *const kSearchCriterion = L"SearchString";
 
 void Portal_CloudBrowserWindows::Refresh()
 {
-    if (postpone(Postponed::Rebuild, [this] { Refresh(); }))
+    if (m_calls.postpone(PageCalls::Fetch::Rebuild, [this] { Refresh(); }))
         return;
-    const Operation operation(this);
     clearImportChoice();
     m_currentFolder = nullptr;
     ClearFolderBar(m_folderBar);
@@ -30,8 +27,7 @@ void Portal_CloudBrowserWindows::Refresh()
     m_files.clear();
     clearFileList();
 
-    RefreshLoginButtonState();
-    if (operation.pageIsGone())
+    if (!m_calls.runSteps([this] { RefreshLoginButtonState(); }))
         return;
 
     // What hung below the old root is released by the page; a click on one of it may have led here.
@@ -42,8 +38,7 @@ void Portal_CloudBrowserWindows::Refresh()
     m_folderBar->addWidget(GetIconFolderButton(this));
     m_parentBar->setEnabled(false);
     m_currentFolder = m_root;
-    RefreshFolderData();
-    if (operation.pageIsGone())
+    if (!m_calls.runSteps([this] { RefreshFolderData(); }))
         return;
     m_folderPath.assign(1, m_root);
     rebuildFolderPath();
@@ -69,44 +64,45 @@ void Portal_CloudBrowserWindows::graftFixedFolders(ICloudItem *folder)
 
 void Portal_CloudBrowserWindows::RefreshFolderData()
 {
-    if (postpone(Postponed::FolderChange, [this] { RefreshFolderData(); }))
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this] { RefreshFolderData(); }) || !m_currentFolder)
         return;
+    static_cast<void>(m_calls.runUnderWaitCursor([this] { loadFolder(); }));
+}
+
+void Portal_CloudBrowserWindows::loadFolder()
+{
+    // Each call may have closed the dock, which leaves no current folder.
     if (!m_currentFolder)
-        return;
-    const Operation operation(this);
-    const SpinningCall call(this);
-    const Tavrin::WaitCursor cursor;
-    // The command for the cursor may have deleted the page, or closed the dock, which leaves no current folder.
-    if (operation.pageIsGone() || !m_currentFolder)
         return;
     graftFixedFolders(m_currentFolder);
 
     const QPointer<ICloudItem> folder(m_currentFolder);
     ItemVector items;
-    const bool fetched = fetch(items);
-    if (operation.pageIsGone()) {
+    bool isFetched = false;
+    if (!m_calls.runPortalCall([&] { isFetched = fetch(items); })) {
         qDeleteAll(items);
         return;
     }
     for (ICloudItem *item : items)
         m_items.keep(item);
-    // The dock may have been closed meanwhile, which leaves no current folder.
-    if (fetched && folder && folder == m_currentFolder)
-        showItems(items);
+    const bool isEmpty = items.empty();
+    if (isFetched && folder && folder == m_currentFolder && !showItems(items))
+        return;
     // The service may have refused the session during the fetch.
-    const auto isSignedOut = [this] { return !m_portal->GetLogin()->IsLogin(); };
-    if (fetched && items.empty() && spinning(isSignedOut) && !operation.pageIsGone())
+    bool isSignedOut = false;
+    const auto checkLogin = [&] { isSignedOut = !m_portal->GetLogin()->IsLogin(); };
+    if (isFetched && isEmpty && m_calls.runPortalCall(checkLogin) && isSignedOut)
         RefreshLoginButtonState();
 }
 
+/// Appends the contents of the current folder to \p items. Returns false if the user is not signed in, if the dock was
+/// closed, or if the page was deleted.
 bool Portal_CloudBrowserWindows::fetch(ItemVector &items)
 {
-    const Operation operation(this);
-    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
     ICloudPortalApi::ILogin *login = m_portal->GetLogin();
     ICloudPortalApi::IPortalBrowser *browser = m_portal->GetBrowser();
-    const bool isLoggedIn = spinning([&] { return login->IsLogin(); });
-    if (operation.pageIsGone() || !isLoggedIn || !m_currentFolder)
+    bool isLoggedIn = false;
+    if (!m_calls.run([&] { isLoggedIn = login->IsLogin(); }) || !isLoggedIn || !m_currentFolder)
         return false;
 
     HeaderMap criteria;
@@ -116,10 +112,8 @@ bool Portal_CloudBrowserWindows::fetch(ItemVector &items)
 
     const int type = browser->GetPortalType();
     if (type == ICloudPortalApi::kPlainListing)
-        spinning([&] { return browser->GetChildCloudItems(login, criteria, items); });
-    else if (type == ICloudPortalApi::kPagedSearch)
-        fetchPage(criteria, items);
-    return !operation.pageIsGone();
+        return m_calls.run([&] { browser->GetChildCloudItems(login, criteria, items); });
+    return type != ICloudPortalApi::kPagedSearch || fetchPage(criteria, items);
 }
 
 void Portal_CloudBrowserWindows::FolderClicked(ICloudItem *folder)
@@ -129,9 +123,8 @@ void Portal_CloudBrowserWindows::FolderClicked(ICloudItem *folder)
         if (guard)
             FolderClicked(guard);
     };
-    if (!folder || postpone(Postponed::FolderChange, again))
+    if (!folder || m_calls.postpone(PageCalls::Fetch::Folder, again))
         return;
-    const Operation operation(this);
     clearImportChoice();
     if (m_currentFolder)
         graftFixedFolders(m_currentFolder);
@@ -147,8 +140,7 @@ void Portal_CloudBrowserWindows::FolderClicked(ICloudItem *folder)
     m_currentPage = 1;
     m_itemCount = 0;
     m_pageCount = 1;
-    RefreshFolderData();
-    if (!operation.pageIsGone())
+    if (m_calls.runSteps([this] { RefreshFolderData(); }))
         rebuildFolderPath();
 }
 

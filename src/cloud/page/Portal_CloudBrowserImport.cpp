@@ -1,8 +1,8 @@
 // Import: the chosen item is downloaded below the temporary folder and handed to the host.
 
-#include "cloud/page/Portal_CloudBrowserOperation.h"
-#include "cloud/Portal_CloudBrowser.h"
-#include "http/Transfer.h"
+#include "cloud/page/HostFiles.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
+#include "cloud/Portal_CloudBrowserDockWidget.h"
 #include "TavrinStrings.h"
 
 #include <QCheckBox>
@@ -44,63 +44,50 @@ KString Portal_CloudBrowserWindows::LocalSubFolder(ICloudItem *item)
     return KQtUtil::toKString(TavrinHelper::safeLocalPath(subFolder));
 }
 
-KString Portal_CloudBrowserWindows::DownloadFolder(ICloudItem *item)
-{
-    const KString subFolder = LocalSubFolder(item);
-    return TavrinHelper::tempCloudDirectory() + "/" + subFolder + "/";
-}
-
 void Portal_CloudBrowserWindows::ImportClick()
 {
-    if (!m_selectedItem || m_spinningCalls > 0)
+    if (!m_selectedItem || m_calls.isRunning())
         return;
-    const Operation operation(this);
     KString localPath;
-    if (!downloadSelected(localPath) || operation.pageIsGone())
+    bool isDownloaded = false;
+    if (!m_calls.runUnderWaitCursor([&] { isDownloaded = downloadSelected(localPath); }) || !isDownloaded)
         return;
-    ShowImportOptions(localPath);
-    if (!operation.pageIsGone())
-        importFile(localPath);
+    if (!m_calls.runSteps([&] { ShowImportOptions(localPath); }))
+        return;
+    const auto importFile = [&localPath] {
+        if (KGlobal::executeCommand(KString("file -force -pr -i \"") + TavrinHelper::quoted(localPath) + "\""))
+            DisplaySuccess(true, localPath);
+    };
+    const auto steps = [&] { static_cast<void>(m_calls.run(importFile)); };
+    static_cast<void>(m_calls.runUnderWaitCursor(steps));
 }
 
 bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
 {
-    const Operation operation(this);
-    const SpinningCall call(this);
-    const Tavrin::WaitCursor cursor;
-    // A host command may delete the page, or close the dock, which clears the selection.
-    const auto isStillSelected = [&] { return !operation.pageIsGone() && m_selectedItem; };
-    if (!isStillSelected())
+    // Each call may have closed the dock, which clears the selection.
+    if (!m_selectedItem)
         return false;
     const QString name = KQtUtil::toQString(m_selectedItem->GetImportFilename());
     const KString fileName = KQtUtil::toKString(TavrinHelper::safeLocalName(name));
-    const KString folder = DownloadFolder(m_selectedItem);
-    if (!isStillSelected())
+    const KString subFolder = LocalSubFolder(m_selectedItem);
+    KString folder;
+    if (!m_calls.run([&] { folder = localFolder(subFolder); }) || !m_selectedItem)
         return false;
     localPath = folder + fileName;
-    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
-    return m_portal->GetBrowser()->DownloadCloudItem(m_portal->GetLogin(), m_selectedItem, folder, fileName);
-}
-
-void Portal_CloudBrowserWindows::importFile(const KString &localPath)
-{
-    const Operation operation(this);
-    const SpinningCall call(this);
-    const Tavrin::WaitCursor cursor;
-    if (operation.pageIsGone())
-        return;
-    const KString command = KString("file -force -pr -i \"") + TavrinHelper::quoted(localPath) + "\"";
-    if (KGlobal::executeCommand(command))
-        DisplaySuccess(true, localPath);
+    bool isDownloaded = false;
+    const auto download = [&] {
+        isDownloaded =
+            m_portal->GetBrowser()->DownloadCloudItem(m_portal->GetLogin(), m_selectedItem, folder, fileName);
+    };
+    return m_calls.runPortalCall(download) && isDownloaded;
 }
 
 void Portal_CloudBrowserWindows::ShowImportOptions(KString localPath)
 {
     if (m_importOptions->checkState() == Qt::Unchecked)
         return;
-    const Operation operation(this);
-    const KString translator = spinning([&] { return GetImportTranslatorName(localPath); });
-    if (operation.pageIsGone() || translator.isEmpty())
+    KString translator;
+    if (!m_calls.run([&] { translator = GetImportTranslatorName(localPath); }) || translator.isEmpty())
         return;
     ShowOptionsDialog("Import", TavrinStrings::getString(TavrinStrings::kCloudPortalImportOptionsTitle), translator,
                       localPath);
@@ -108,8 +95,6 @@ void Portal_CloudBrowserWindows::ShowImportOptions(KString localPath)
 
 void Portal_CloudBrowserWindows::ShowOptionsDialog(KString action, KString title, KString translator, KString path)
 {
-    const Operation operation(this);
-    const SpinningCall call(this);
     QPointer<QDialog> dialog(new QDialog(m_dock));
     dialog->setObjectName(QStringLiteral("CloudPortalOptionsDialog"));
     dialog->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
@@ -125,17 +110,19 @@ void Portal_CloudBrowserWindows::ShowOptionsDialog(KString action, KString title
     connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
     dialog->setWhatsThis(KQtUtil::toQString(optionCommand("fileOperationsOptionsUICallback", action)));
 
-    fillOptionsDialog(action, translator, path);
-    if (!dialog)
+    if (!m_calls.run([&] { fillOptionsDialog(action, translator, path); }) || !dialog) {
+        delete dialog;
         return;
+    }
     layout->addWidget(buttons);
     dialog->setModal(true);
-    dialog->exec();
+    static_cast<void>(m_calls.run([&] { dialog->exec(); }));
 }
 
 void Portal_CloudBrowserWindows::CloseDialogOptions()
 {
     const auto *dialog = qobject_cast<QDialog *>(sender());
     if (dialog && dialog->result() == QDialog::Accepted)
-        KGlobal::executeCommand(KQtUtil::toKString(dialog->whatsThis()));
+        static_cast<void>(
+            m_calls.run([accept = KQtUtil::toKString(dialog->whatsThis())] { KGlobal::executeCommand(accept); }));
 }

@@ -1,7 +1,7 @@
 // The page by keyboard: its keys, which count only while the focus is on the page, and where the focus goes.
 
 #include "cloud/page/NavigationWidgets.h"
-#include "cloud/page/Portal_CloudBrowserOperation.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "TavrinStrings.h"
 
 #include <QAction>
@@ -73,7 +73,7 @@ void Portal_CloudBrowserWindows::showListMenu(const QPoint &at)
 
 void Portal_CloudBrowserWindows::reloadFolder()
 {
-    if (postpone(Postponed::FolderChange, [this] { reloadFolder(); }))
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this] { reloadFolder(); }))
         return;
     if (!m_currentFolder) {
         Refresh(); // the dock was closed meanwhile

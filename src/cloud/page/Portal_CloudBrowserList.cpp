@@ -1,7 +1,7 @@
 // The file list: the entries that it shows, and what choosing one of them does.
 
-#include "cloud/page/Portal_CloudBrowserOperation.h"
-#include "cloud/Portal_CloudBrowser.h"
+#include "cloud/page/HostFiles.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -53,33 +53,39 @@ QString lowerCaseExtension(const QString &name)
 
 } // namespace
 
-void Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
+bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 {
     ItemVector folders;
     ItemVector files;
     m_portal->GetBrowser()->BuildFoldersAndFileList(folders, files, m_currentFolder, m_root, fetched, {});
 
-    const Operation operation(this);
     const ListUpdate update(m_fileList);
     clearFileList();
     m_folders = guarded(folders);
     m_files = guarded(files);
-    ItemVector entries(folders);
-    entries.insert(entries.end(), files.begin(), files.end());
+    std::vector<QPointer<ICloudItem>> entries(m_folders);
+    entries.insert(entries.end(), m_files.begin(), m_files.end());
     for (ICloudItem *item : entries)
         m_items.keep(item);
+
     const QPointer<ICloudItem> current(m_currentFolder);
+    std::vector<QIcon> icons; // some need a host command, which may delete the page and its items
+    const auto readIcons = [&] {
+        for (const QPointer<ICloudItem> &item : entries)
+            icons.push_back(item ? item->GetItemIcon() : QIcon());
+    };
+    if (!m_calls.run(readIcons))
+        return false;
     const KString identity = current->GetUniqueID();
-    for (ICloudItem *item : entries) {
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        ICloudItem *item = entries[index];
         ICloudItem *parent = item->GetParent();
         if (!parent || (parent != current && !(parent->GetUniqueID() == identity)))
             continue;
-        const QIcon icon = item->GetItemIcon(); // may ask the host where it is installed
-        if (operation.pageIsGone())
-            return;
-        addListEntry(item, icon);
+        addListEntry(item, icons[index]);
         current->AddChild(item);
     }
+    return true;
 }
 
 void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &icon)
@@ -143,7 +149,6 @@ void Portal_CloudBrowserWindows::ListViewItemClicked(ICloudItem *item, bool doub
 
 void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleClick)
 {
-    const Operation operation(this);
     const QPointer<ICloudItem> guard(item);
     const QString name = KQtUtil::toQString(item->GetDisplayName());
     m_importName->setText(name);
@@ -154,8 +159,8 @@ void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleC
         return;
     }
     const KString extension = KQtUtil::toKString(lowerCaseExtension(name));
-    const KString translator = spinning([&] { return GetImportTranslatorNameFromExtension(extension); });
-    if (operation.pageIsGone())
+    KString translator;
+    if (!m_calls.run([&] { translator = GetImportTranslatorNameFromExtension(extension); }))
         return;
     if (!guard || translator.isEmpty()) {
         clearImportChoice();

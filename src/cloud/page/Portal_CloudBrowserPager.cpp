@@ -1,7 +1,6 @@
 // Paging: how a page of a paged portal is fetched, which others its bar offers, and what a click on them does.
 
 #include "cloud/page/NavigationWidgets.h"
-#include "cloud/page/Portal_CloudBrowserOperation.h"
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "TavrinStrings.h"
 
@@ -45,31 +44,32 @@ void Portal_CloudBrowserWindows::updatePager()
                                      : QStringLiteral("< ") + TavrinStrings::text(TavrinStrings::kCloudPortalPrevious));
 }
 
-void Portal_CloudBrowserWindows::fetchPage(HeaderMap &criteria, ItemVector &items)
+bool Portal_CloudBrowserWindows::fetchPage(HeaderMap &criteria, ItemVector &items)
 {
-    const Operation operation(this);
     int page = -1;
     int pageCount = m_pageCount;
     int itemCount = m_itemCount;
-    const bool found = spinning([&] {
-        return m_portal->GetBrowser()->SearchCloudItems(m_portal->GetLogin(), criteria, m_currentPage, m_itemsPerPage,
-                                                        items, page, pageCount, itemCount);
-    });
-    if (operation.pageIsGone())
-        return;
-    if (!found) {
+    bool isFound = false;
+    const auto search = [&] {
+        isFound = m_portal->GetBrowser()->SearchCloudItems(m_portal->GetLogin(), criteria, m_currentPage,
+                                                           m_itemsPerPage, items, page, pageCount, itemCount);
+    };
+    if (!m_calls.run(search))
+        return false;
+    if (!isFound) {
         DisablePageResultNavigationUI();
-        return;
+        return true;
     }
     m_currentPage = page;
     m_pageCount = pageCount;
     m_itemCount = itemCount;
     updatePager();
+    return true;
 }
 
 void Portal_CloudBrowserWindows::SwitchPage(int delta)
 {
-    if (postpone(Postponed::FolderChange, [this, delta] { SwitchPage(delta); }))
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this, delta] { SwitchPage(delta); }))
         return;
     const qint64 page = static_cast<qint64>(m_currentPage) + delta;
     const bool isOffered =
@@ -83,7 +83,7 @@ void Portal_CloudBrowserWindows::SwitchPage(int delta)
 
 void Portal_CloudBrowserWindows::ItemPerPageClick(int newIndex)
 {
-    if (postpone(Postponed::FolderChange, [this, newIndex] { ItemPerPageClick(newIndex); }))
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this, newIndex] { ItemPerPageClick(newIndex); }))
         return;
     if (newIndex >= 0 && newIndex <= 2)
         m_itemsPerPage = 16 << newIndex;

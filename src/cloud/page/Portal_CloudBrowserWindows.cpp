@@ -2,10 +2,8 @@
 
 #include "cloud/page/FocusRing.h"
 #include "cloud/page/NavigationWidgets.h"
-#include "cloud/page/Portal_CloudBrowserOperation.h"
 #include "cloud/page/TransferBar.h"
 #include "cloud/Portal_CloudBrowser.h"
-#include "http/Transfer.h"
 #include "TavrinStrings.h"
 
 #include <QCheckBox>
@@ -16,7 +14,6 @@
 #include <QMainWindow>
 #include <QPushButton>
 #include <QTabWidget>
-#include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -47,6 +44,7 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     CreateShortcuts();
     new FocusRing(this);
     new TransferBar(this);
+    connect(&m_calls, &PageCalls::idle, this, &Portal_CloudBrowserWindows::releaseUnusedItems);
 
     // Last, since a host command above may have deleted the parent, which would delete the unfinished page.
     setParent(owner);
@@ -89,15 +87,11 @@ void Portal_CloudBrowserWindows::LogActionClick()
 {
     if (!m_controller)
         return;
-    const Operation operation(this);
-    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
-    const bool isLoggedIn = spinning([this] { return m_controller->isUserLoggedIn(); });
-    if (operation.pageIsGone())
+    bool isLoggedIn = false;
+    if (!m_calls.runPortalCall([&] { isLoggedIn = m_controller->isUserLoggedIn(); }))
         return;
-    if (isLoggedIn)
-        m_controller->logout();
-    else
-        m_controller->login();
+    const auto logInOrOut = [&] { isLoggedIn ? m_controller->logout() : m_controller->login(); };
+    static_cast<void>(m_calls.runPortalCall(logInOrOut));
 }
 
 void Portal_CloudBrowserWindows::RefreshLoginButtonState()
@@ -106,17 +100,11 @@ void Portal_CloudBrowserWindows::RefreshLoginButtonState()
         m_loginButton->setText(TavrinStrings::text(TavrinStrings::kCloudPortalNoConnection));
         return;
     }
-    const Operation operation(this);
-    const Transfer transfer(Transfer::Kind::Waiting, QString(), this);
+    bool isLoggedIn = false;
     KString user;
-    const bool isLoggedIn = spinning([&] {
-        if (!m_controller->isUserLoggedIn())
-            return false;
-        if (!operation.pageIsGone())
-            m_controller->getUserName(user);
-        return true;
-    });
-    if (operation.pageIsGone())
+    if (!m_calls.runPortalCall([&] { isLoggedIn = m_controller->isUserLoggedIn(); }))
+        return;
+    if (isLoggedIn && !m_calls.runPortalCall([&] { m_controller->getUserName(user); }))
         return;
 
     if (!isLoggedIn) {
@@ -173,53 +161,8 @@ void Portal_CloudBrowserWindows::DisablePageResultNavigationUI()
     SetNavigationButtonText(m_pageButtons[kCurrentPage], QStringLiteral("|"));
 }
 
-bool Portal_CloudBrowserWindows::postpone(Postponed kind, std::function<void()> call)
-{
-    if (m_spinningCalls == 0)
-        return false;
-    // A rebuild brings everything up to date, so nothing later takes its place.
-    if (kind >= m_postponed) {
-        m_postponed = kind;
-        m_postponedCall = std::move(call);
-    }
-    return true;
-}
-
-void Portal_CloudBrowserWindows::operationEnded()
-{
-    --m_operations;
-    if (m_operations > 0)
-        return;
-    const QPointer<Portal_CloudBrowserWindows> self(this);
-    runPostponed();
-    if (!self || m_releaseQueued)
-        return;
-    // Not now: the slot of an item may still be on the stack.
-    m_releaseQueued = true;
-    QTimer::singleShot(0, this, [this] { releaseUnusedItems(); });
-}
-
-void Portal_CloudBrowserWindows::runPostponed()
-{
-    if (m_runningPostponed)
-        return;
-    const QPointer<Portal_CloudBrowserWindows> self(this);
-    m_runningPostponed = true;
-    while (self && m_postponed != Postponed::Nothing) {
-        const std::function<void()> call = std::move(m_postponedCall);
-        m_postponedCall = nullptr;
-        m_postponed = Postponed::Nothing;
-        call();
-    }
-    if (self)
-        m_runningPostponed = false;
-}
-
 void Portal_CloudBrowserWindows::releaseUnusedItems()
 {
-    m_releaseQueued = false;
-    if (m_operations > 0)
-        return;
     ItemVector inUse{m_root, m_currentFolder, m_selectedItem};
     inUse.insert(inUse.end(), m_folderPath.begin(), m_folderPath.end());
     m_items.releaseUnused(inUse);

@@ -7,12 +7,12 @@
 
 #include "cloud/CloudPortalApi.h"
 #include "cloud/page/ItemKeeper.h"
+#include "cloud/page/PageCalls.h"
 
 #include <QPointer>
 #include <QWidget>
 
 #include <array>
-#include <functional>
 #include <map>
 
 class AfterInput;
@@ -58,8 +58,6 @@ public:
     /// event loop.
     void ListViewItemClicked(ICloudPortalApi::ICloudItem *item, bool doubleClick);
 
-    /// The directory that \p item is downloaded into; ends in a separator.
-    KString DownloadFolder(ICloudPortalApi::ICloudItem *item);
     /// Runs the option box of the import of \p localPath, if the user wants it and the host has a translator.
     void ShowImportOptions(KString localPath);
     /// Runs the host's option box for \p translator modally; what was accepted is the host's current option then.
@@ -117,10 +115,7 @@ private:
     using ICloudItem = ICloudPortalApi::ICloudItem;
     using ItemVector = ICloudPortalApi::ItemVector;
 
-    class Operation;
-    class SpinningCall;
     struct ExportJob;
-    enum class Postponed { Nothing, FolderChange, Rebuild };
     enum PageButton {
         kPreviousPage,
         kPrevious5,
@@ -157,34 +152,27 @@ private:
     bool IsPaged() const;
     bool HasExportFormats() const;
 
-    template <typename Call>
-    auto spinning(const Call &call);
-    bool postpone(Postponed kind, std::function<void()> call);
-    void operationEnded();
-    void runPostponed();
     void releaseUnusedItems();
 
     void clearImportChoice();
     void graftFixedFolders(ICloudItem *folder);
-    bool fetch(ItemVector &items);
-    void showItems(const ItemVector &fetched);
+    void loadFolder();
+    [[nodiscard]] bool fetch(ItemVector &items);
+    [[nodiscard]] bool showItems(const ItemVector &fetched);
     void clearFileList();
     void addListEntry(ICloudItem *item, const QIcon &icon);
     void chooseImportable(ICloudItem *item, bool doubleClick);
     void exportUnderName(const KString &extension);
     void rebuildFolderPath();
 
-    void fetchPage(HeaderMap &criteria, ItemVector &items);
+    [[nodiscard]] bool fetchPage(HeaderMap &criteria, ItemVector &items);
     void updatePager();
     void setPageButton(PageButton button, bool available, qint64 page);
 
     KString LocalSubFolder(ICloudItem *item);
-    void importFile(const KString &localPath);
     bool downloadSelected(KString &localPath);
     KString exportFileName() const;
-    bool mayOverwrite();
     bool exportAndUpload(const ExportJob &job);
-    bool upload(const ExportJob &job, const KString &folder, const QString &fileName);
     bool checkFolderIsOpen(const ExportJob &job) const;
 
     QPointer<Portal_CloudBrowserDockWidget> m_dock;
@@ -240,10 +228,5 @@ private:
     std::map<int, KString> m_translators;
     std::map<int, KString> m_extensions;
 
-    int m_operations = 0;
-    int m_spinningCalls = 0;
-    Postponed m_postponed = Postponed::Nothing;
-    std::function<void()> m_postponedCall;
-    bool m_runningPostponed = false;
-    bool m_releaseQueued = false;
+    PageCalls m_calls{this};
 };

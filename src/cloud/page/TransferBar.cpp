@@ -1,5 +1,6 @@
 #include "cloud/page/TransferBar.h"
 
+#include "cloud/page/PageCalls.h"
 #include "http/Transfer.h"
 #include "http/TransferProgress.h"
 #include "TavrinStrings.h"
@@ -44,19 +45,13 @@ QString TransferBar::text() const
     return m_numbers.isEmpty() ? m_name : m_name + QStringLiteral("  ") + m_numbers;
 }
 
-bool TransferBar::isOfPage(const Transfer &transfer) const
-{
-    return !transfer.page() || transfer.page() == parent();
-}
-
 /// The innermost transfer that is worth showing; null when there is none.
 const Transfer *TransferBar::shownTransfer() const
 {
-    const auto &running = TransferProgress::instance().running();
+    const std::vector<const Transfer *> running = PageCalls::transfersOf(parentWidget());
     const bool isAsked = QApplication::activeModalWidget() != nullptr;
     const auto isShown = [&](const Transfer *transfer) {
-        const bool isFile = transfer->kind() != Transfer::Kind::Waiting;
-        return isOfPage(*transfer) && (isFile || (transfer->ageMs() >= kPatienceMs && !isAsked));
+        return transfer->kind() != Transfer::Kind::Waiting || (transfer->ageMs() >= kPatienceMs && !isAsked);
     };
     const auto innermost = std::find_if(running.rbegin(), running.rend(), isShown);
     return innermost == running.rend() ? nullptr : *innermost;
@@ -64,9 +59,7 @@ const Transfer *TransferBar::shownTransfer() const
 
 void TransferBar::followTransfers()
 {
-    const auto &running = TransferProgress::instance().running();
-    const auto isMine = [this](const Transfer *transfer) { return isOfPage(*transfer); };
-    if (std::none_of(running.begin(), running.end(), isMine)) {
+    if (PageCalls::transfersOf(parentWidget()).empty()) {
         m_tick.stop();
         vanish();
         return;

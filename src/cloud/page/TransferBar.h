@@ -28,7 +28,6 @@ protected:
 private:
     void followTransfers();
     void refresh();
-    bool isOfPage(const Transfer &transfer) const;
     const Transfer *shownTransfer() const;
     void showNumbers(const Transfer &transfer);
     QRect filledPart() const;

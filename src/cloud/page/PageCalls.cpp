@@ -1,0 +1,127 @@
+#include "cloud/page/PageCalls.h"
+
+#include "cloud/RunningCall.h"
+#include "http/Transfer.h"
+#include "http/TransferProgress.h"
+#include "TavrinHelper.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <optional>
+#include <utility>
+
+namespace {
+
+/// One running call. Transfers with a smaller index than \c firstTransfer began before it.
+struct PageCall
+{
+    const QWidget *page; ///< never dereferenced, since the page may have been deleted
+    std::size_t firstTransfer;
+};
+
+/// Outermost first, of all pages.
+std::vector<PageCall> runningCalls;
+
+} // namespace
+
+class PageCalls::Running
+{
+public:
+    explicit Running(PageCalls *calls) : m_calls(calls)
+    {
+        ++calls->m_running;
+        runningCalls.push_back({calls->m_page, TransferProgress::instance().running().size()});
+    }
+    ~Running()
+    {
+        runningCalls.pop_back();
+        if (m_calls && --m_calls->m_running == 0)
+            m_calls->queueEnd();
+    }
+    Running(const Running &) = delete;
+    Running &operator=(const Running &) = delete;
+
+    bool pageExists() const { return !m_calls.isNull(); }
+
+private:
+    const RunningCall m_call;
+    const QPointer<PageCalls> m_calls;
+};
+
+bool PageCalls::run(const std::function<void()> &call)
+{
+    const Running running(this);
+    call();
+    return running.pageExists();
+}
+
+bool PageCalls::runPortalCall(const std::function<void()> &call)
+{
+    return run([&call] {
+        const Transfer transfer(Transfer::Kind::Waiting);
+        call();
+    });
+}
+
+bool PageCalls::runSteps(const std::function<void()> &steps)
+{
+    const QPointer<PageCalls> self(this);
+    steps();
+    return !self.isNull();
+}
+
+bool PageCalls::runUnderWaitCursor(const std::function<void()> &steps)
+{
+    const RunningCall running;                // for the cursor's last command
+    std::optional<Tavrin::WaitCursor> cursor; // its destructor turns the cursor off on every other way out
+    return run([&cursor] { cursor.emplace(); }) && runSteps(steps) && run([&cursor] { cursor.reset(); });
+}
+
+bool PageCalls::postpone(Fetch fetch, std::function<void()> call)
+{
+    if (!isRunning())
+        return false;
+    if (fetch >= m_postponed) {
+        m_postponed = fetch;
+        m_postponedCall = std::move(call);
+    }
+    return true;
+}
+
+void PageCalls::queueEnd()
+{
+    if (!std::exchange(m_endQueued, true))
+        QMetaObject::invokeMethod(this, &PageCalls::callsEnded, Qt::QueuedConnection);
+}
+
+void PageCalls::callsEnded()
+{
+    m_endQueued = false;
+    if (isRunning())
+        return; // the end of that call queues this function again
+    if (m_postponed == Fetch::None) {
+        emit idle();
+        return;
+    }
+    queueEnd();
+    m_postponed = Fetch::None;
+    const std::function<void()> call = std::exchange(m_postponedCall, nullptr);
+    call();
+}
+
+std::vector<const Transfer *> PageCalls::transfersOf(const QWidget *page)
+{
+    std::vector<const Transfer *> shown;
+    const QWidget *owner = nullptr;
+    auto call = runningCalls.cbegin();
+    std::size_t index = 0;
+    for (const Transfer *transfer : TransferProgress::instance().running()) {
+        for (; call != runningCalls.cend() && call->firstTransfer <= index; ++call)
+            owner = call->page;
+        if (!owner || owner == page)
+            shown.push_back(transfer);
+        ++index;
+    }
+    return shown;
+}
