@@ -1,25 +1,110 @@
 // portals/PortalTest.h
 //
-// What the tests of a portal share: the portal on a local cloud of its own, its owner, and the calls that a page makes.
+// The local cloud as this process's network, a host that records, and the fixture of the portals' tests: a portal, its
+// owner, and the calls that a page makes.
 
 #pragma once
 
-#include "CloudFixture.h"
+#include "http/httpClient.h"
+#include "http/simpleHttpServer.h"
+#include "portals/Portal_DropBox_Login.h"
+#include "portals/Portal_Plyx_Login.h"
+#include "support/MessageBoxes.h"
+#include "support/RecordingHost.h"
 #include "support/TestFiles.h"
 
-/// Hears of sign-ins and clicks.
+#include <QtNetwork>
+#include <QtTest>
+#include <QtWidgets>
+
+#include <localcloud/LocalCloud.h>
+
+/// Create one for each test, before the portal, and delete it after the portal.
+class CloudFixture : public QObject
+{
+    Q_OBJECT
+public:
+    explicit CloudFixture(const LocalCloudOptions &options = {}) : cloud(options)
+    {
+        if (!cloud.start())
+            qFatal("the local cloud cannot start");
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", cloud.port()));
+        QSslConfiguration trust = QSslConfiguration::defaultConfiguration();
+        trust.setCaCertificates({cloud.caCertificate()});
+        QSslConfiguration::setDefaultConfiguration(trust);
+        httpClient::setDefaultTimeouts(60000, 60000);
+        SimpleHttpServer::setDefaultTimeouts(60000);
+        QDesktopServices::setUrlHandler("https", this, "open");
+        for (const char *settingsName : {Portal_DropBox_Login::settingsName, Portal_Plyx_Login::settingsName})
+            store(settingsName, {});
+    }
+    ~CloudFixture() override { QDesktopServices::unsetUrlHandler("https"); }
+
+    static void store(const char *settingsName, const localcloud::PlyxSession &session)
+    {
+        Tavrin::Settings settings(settingsName);
+        settings.setSessionID(KQtUtil::toKString(session.id));
+        settings.setSecureSessionID(KQtUtil::toKString(session.secureId));
+    }
+    /// Both identifiers in a settings file as "session|secure".
+    static QString stored(const char *settingsName)
+    {
+        const Tavrin::Settings settings(settingsName);
+        return KQtUtil::toQString(settings.getSessionID() + "|" + settings.getSecureSessionID());
+    }
+
+    /// The requests that the cloud served, in order, as "METHOD target".
+    QStringList requests() const
+    {
+        QStringList targets;
+        for (const RequestRecord &record : cloud.requests())
+            targets << QString::fromLatin1(record.method + ' ' + record.target);
+        return targets;
+    }
+    QStringList warnings() const { return host.messages(KHost::MessageKind::kWarning); }
+    /// All messages and boxes that the user could have seen.
+    QString everythingShown() const
+    {
+        return (host.messages(KHost::MessageKind::kInfo) + warnings() + host.errors() + boxes.texts).join('\n');
+    }
+
+    /// Presses Allow on the page opened last and follows its redirect. Returns true if the redirect server answered.
+    bool allow()
+    {
+        const QUrlQuery query(opened.value(opened.size() - 1));
+        const QString redirect = query.queryItemValue("redirect_uri");
+        const QString code = cloud.issueDropboxCode(query.queryItemValue("client_id"), redirect);
+        QTcpSocket browser;
+        browser.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(QUrl(redirect).port()));
+        browser.write("GET /crvn/kelda/oauth/dropbox/redirect?code=" + code.toLatin1() + " HTTP/1.1\r\n\r\n");
+        if (!QTest::qWaitFor([&] { return browser.state() == QAbstractSocket::UnconnectedState; }, 20000))
+            return false;
+        const QByteArray page = browser.readAll();
+        return page.startsWith("HTTP/1.0 200 Ok\r\n") && page.contains("Login successful");
+    }
+
+    RecordingHost host;
+    LocalCloud cloud;
+    QList<QUrl> opened; ///< in the browser
+    MessageBoxes boxes;
+
+private slots:
+    void open(const QUrl &url) { opened << url; }
+};
+
+/// Records the results of sign-ins and the item that was clicked last.
 struct RecordingOwner : ICloudPortalApi::IPortalOwnerCB
 {
     void LoginDoneCB(bool success) override
     {
-        heard << success;
+        results << success;
         onDone();
     }
     void CloudItemClickCB(ICloudPortalApi::ICloudItem *item) override { clicked = item; }
     void CloudFolderArrowClickCB(ICloudPortalApi::ICloudItem *) override {}
     QWidget *GetParentLoginWidget() override { return window; }
 
-    QList<bool> heard;
+    QList<bool> results;
     std::function<void()> onDone = [] {};
     ICloudPortalApi::ICloudItem *clicked = nullptr;
     QWidget *window = nullptr;
@@ -31,13 +116,13 @@ protected:
     using ICloudItem = ICloudPortalApi::ICloudItem;
     using Item = std::unique_ptr<ICloudItem>;
 
-    /// A new cloud, which serves what lies in the sub-folder "cloud" of m_folder.
+    /// Creates a cloud that serves the files below "cloud" in m_folder.
     void start()
     {
         LocalCloudOptions options;
         options.dataDir = m_folder.filePath("cloud");
         m_fixture = std::make_unique<CloudFixture>(options);
-        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [this] { m_passing.clear(); });
+        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [this] { m_itemsOfTheCall.clear(); });
         m_owner = RecordingOwner();
         m_owner.window = &m_window;
     }
@@ -50,7 +135,7 @@ protected:
         m_portal->setOwnerCB(&m_owner);
         return login;
     }
-    /// Nothing that the user saw held a secret.
+    /// Checks that no secret was shown, and deletes the portal, the cloud and the files.
     void finish()
     {
         const QStringList session = m_portal ? stored().split('|') : QStringList();
@@ -67,8 +152,9 @@ protected:
         CloudFixture::store(m_portal->GetSettingsName().utf8(), session);
     }
     QString stored() const { return CloudFixture::stored(m_portal->GetSettingsName().utf8()); }
+    QStringList boxes() const { return m_fixture->boxes.texts; }
 
-    /// The sign-in dialog that is shown.
+    /// The visible sign-in dialog, or null.
     QDialog *dialog() const
     {
         for (auto *dialog : m_window.findChildren<QDialog *>())
@@ -87,26 +173,26 @@ protected:
             item->SetProperty(name, KQtUtil::toKString(value));
         return item;
     }
-    /// \p item goes with the next request that is served, as a refresh in the middle of a call would delete it.
-    ICloudItem *passing(Item item)
+    /// Deletes \p item when the cloud serves the next request, as a refresh during a call does.
+    ICloudItem *deletedDuringTheCall(Item item)
     {
-        m_passing.push_back(std::move(item));
-        return m_passing.back().get();
+        m_itemsOfTheCall.push_back(std::move(item));
+        return m_itemsOfTheCall.back().get();
     }
 
-    /// The names of \p items: + folders, - files. The items are deleted.
+    /// The names of \p items: + folders, - files. Deletes the items.
     QStringList namesOf(const ICloudPortalApi::ItemVector &items)
     {
         QStringList names;
         for (ICloudItem *item : items) {
             item->FolderClick();
-            names << (m_owner.clicked == item ? "" : "(not heard) ");
+            names << (m_owner.clicked == item ? "" : "(click not reported) ");
             names.last() += (item->IsFolder() ? "+" : "-") + KQtUtil::toQString(item->GetDisplayName());
             delete item;
         }
         return names;
     }
-    /// The names in \p folder, in order.
+    /// The sorted names in \p folder, or "failed".
     QString listed(const Item &folder)
     {
         HeaderMap criteria;
@@ -120,13 +206,13 @@ protected:
     }
     bool download(Item item, const QString &name)
     {
-        return browser()->DownloadCloudItem(m_portal->GetLogin(), passing(std::move(item)), KQtUtil::toKString(local()),
-                                            KQtUtil::toKString(name));
+        return browser()->DownloadCloudItem(m_portal->GetLogin(), deletedDuringTheCall(std::move(item)),
+                                            KQtUtil::toKString(local()), KQtUtil::toKString(name));
     }
     bool upload(Item folder, const QString &name, Item existing = {})
     {
-        ICloudItem *const into = passing(std::move(folder));
-        return browser()->UploadFile(m_portal->GetLogin(), into, passing(std::move(existing)),
+        ICloudItem *const into = deletedDuringTheCall(std::move(folder));
+        return browser()->UploadFile(m_portal->GetLogin(), into, deletedDuringTheCall(std::move(existing)),
                                      KQtUtil::toKString(local()), KQtUtil::toKString(name));
     }
     QString local(const QString &name = {}) const { return m_folder.filePath("new/local/") + name; }
@@ -137,5 +223,5 @@ protected:
     std::unique_ptr<CloudFixture> m_fixture;
     std::unique_ptr<ICloudPortalApi::IPortal> m_portal;
     RecordingOwner m_owner;
-    std::vector<Item> m_passing;
+    std::vector<Item> m_itemsOfTheCall;
 };

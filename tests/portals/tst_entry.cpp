@@ -1,9 +1,9 @@
 // portals/tst_entry.cpp
 //
-// Loading and unloading by the entry points: their order, their failures, and unloading at the worst moment.
+// Loading and unloading by the entry points: the order of their steps, their failures, and unloading during a call.
 
 #include "cloud/Portal_CloudBrowser.h"
-#include "CloudFixture.h"
+#include "PortalTest.h"
 #include "Tavrin.h"
 
 class TestEntry : public QObject
@@ -27,23 +27,27 @@ private slots:
         m_fixture.reset();
     }
 
-    void hostIsAskedInOrder()
+    void stepsRunInOrder()
     {
         RecordingHost &host = m_fixture->host;
         host.setState(KGlobal::kBatch);
-        QVERIFY(initializePlugin(m_plugin) && uninitializePlugin(m_plugin));
+        QVERIFY(initializePlugin(m_plugin));
+        QVERIFY(uninitializePlugin(m_plugin));
         const QString hook = "\"TavrinCreateUI\" -hook \"addItemToFileMenu\" -owner \"TavrinPlugin\";";
         QCOMPARE(host.commands(), (QStringList{"TavrinInitStrings", "eval ( \"source \\\"TavrinCreateUI.ksc\\\"\" );",
                                                "callbacks -addCallback " + hook, "callbacks -removeCallback  " + hook,
                                                "TavrinDeleteUI;"}));
-        QVERIFY(host.registeredCommands().isEmpty() && host.errors().isEmpty());
+        QCOMPARE(host.registeredCommands(), QStringList());
+        QCOMPARE(host.errors(), QStringList());
     }
 
     void failuresNameTheirStep()
     {
         RecordingHost &host = m_fixture->host;
         host.setText("kPluginInitializeError", "a text that is not registered yet: ");
-        QVERIFY(!initializePlugin(KObject()) && !uninitializePlugin(KObject()) && host.commands().isEmpty());
+        QVERIFY(!initializePlugin(KObject()));
+        QVERIFY(!uninitializePlugin(KObject()));
+        QCOMPARE(host.commands(), QStringList());
         host.registerCommand(m_plugin, "Tavrin", TavrinCmd::creator, TavrinCmd::createSyntax);
         QVERIFY(!initializePlugin(m_plugin));
         QCOMPARE(host.commands(), QStringList("TavrinInitStrings"));
@@ -65,7 +69,9 @@ private slots:
         arguments.append("-spr");
         QVERIFY(command->doIt(arguments));
         QPointer<QDockWidget> dock = m_window->findChild<QDockWidget *>();
-        QVERIFY(dock && controller() && !controller()->login());
+        QVERIFY(dock);
+        QVERIFY(controller());
+        QVERIFY(!controller()->login());
 
         int refused = 0;
         connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(),
@@ -74,8 +80,10 @@ private slots:
         QVERIFY(refused >= 2); // the exchange of the code, and the refresh of the page
         QCOMPARE(refused, m_fixture->requests().size());
         QVERIFY(m_fixture->host.errors().last().contains("still talking"));
-        QVERIFY(dock && controller()->isUserLoggedIn());
-        QVERIFY(uninitializePlugin(m_plugin) && !dock);
+        QVERIFY(dock);
+        QVERIFY(controller()->isUserLoggedIn());
+        QVERIFY(uninitializePlugin(m_plugin));
+        QVERIFY(!dock);
     }
 
 private:

@@ -11,9 +11,9 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const char member[] = "GET /API/v1/Member";
+const char kMember[] = "GET /API/v1/Member";
 
-const char catalogue[] = R"json({"assets":[
+const char kCatalogue[] = R"json({"assets":[
     {"id":512,"gallery":28,"name":"Red car","published":"2014-05-03","fileTypes":[119],
      "formats":[{"id":9,"name":"STL","file":"stl"},{"id":10,"name":"OBJ ( .obj )","file":"obj"}],
      "textures":[{"id":11,"name":"a/../skin.jpg","file":"skin"},{"id":13,"name":"C:\\coat.png","file":"coat"}]},
@@ -31,7 +31,7 @@ private slots:
     void init()
     {
         const QString folder = m_folder.filePath("cloud/plyx/");
-        writeFile(folder + "catalogue.json", catalogue);
+        writeFile(folder + "catalogue.json", kCatalogue);
         for (const char *file : {"obj", "skin", "coat"})
             writeFile(folder + "files/" + file, QByteArray("the ") + file);
         start();
@@ -40,19 +40,25 @@ private slots:
 
     void cleanup() { finish(); }
 
-    void addressesOfThePage()
+    void sessionIsTakenFromTheAddressOfThePage()
     {
-        QVERIFY(m_login->Login(&m_owner) && dialog());
-        for (const char *address : {"https://a.b/", "https://a.b/?SecureSession=d", "https://a.b/?session=a#Session=a"})
-            QVERIFY2(!m_login->LoginUIDoneCB(QUrl::fromEncoded(address)) && stored() == "|", address);
-        bool isGuarded = false;
+        QVERIFY(m_login->Login(&m_owner));
+        QVERIFY(dialog());
+        for (const char *address :
+             {"https://a.b/", "https://a.b/?SecureSession=d", "https://a.b/?session=a#Session=a"}) {
+            QVERIFY2(!m_login->LoginUIDoneCB(QUrl::fromEncoded(address)), address);
+            QCOMPARE(stored(), QString("|"));
+        }
         m_owner.onDone = [&] {
-            isGuarded = RunningCall::isAny() && !m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=second"));
+            QVERIFY(RunningCall::isAny());
+            QVERIFY(!m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=second")));
         };
         QVERIFY(m_login->LoginUIDoneCB(QUrl::fromEncoded("https://a.b/?x=1&Session=%2B%2F%3D+&SecureSession=d%26")));
-        QVERIFY(isGuarded && stored() == "+/=+|d&" && m_login->GetSecureSessionID() == "d&");
-        QVERIFY(m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=abc")) && stored() == "abc|");
-        QCOMPARE(m_owner.heard, QList<bool>{true});
+        QCOMPARE(stored(), QString("+/=+|d&"));
+        QCOMPARE(m_login->GetSecureSessionID().utf8(), "d&");
+        QVERIFY(m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=abc")));
+        QCOMPARE(stored(), QString("abc|"));
+        QCOMPARE(m_owner.results, QList<bool>{true});
 
         const QByteArray address = "https://www.plyx.example/TokenAPI/login.cfm?afc=QK4ZT8&secure=1&display=iframe";
         QByteArray buffer(9, 'x');
@@ -63,39 +69,64 @@ private slots:
     void storedSessionNeedsNoPageUnlessStale()
     {
         signIn();
-        QVERIFY(m_login->Login(&m_owner) && m_owner.heard == QList<bool>{true} && !dialog());
-        QVERIFY(m_login->IsLogin() && m_login->IsLogin());
-        QCOMPARE(m_fixture->requests(), (QStringList{member, member}));
+        QVERIFY(m_login->Login(&m_owner));
+        QCOMPARE(state(), QString("1 results, no dialog, session"));
+        QVERIFY(m_login->IsLogin());
+        QVERIFY(m_login->IsLogin());
+        QCOMPARE(m_fixture->requests(), (QStringList{kMember, kMember}));
         m_fixture->cloud.addRule("*", "*/Member", "status=503", 1);
-        QVERIFY(m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog()); // valid at second sight
-        QVERIFY(m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=late")) && m_owner.heard.size() == 2);
+        QVERIFY(m_login->Login(&m_owner)); // the second request confirms the session
+        QCOMPARE(state(), QString("2 results, no dialog, session"));
+        QVERIFY(m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=late")));
+        QCOMPARE(m_owner.results.size(), 2);
 
         KString name;
-        QVERIFY(m_login->Logout() && stored() == "|" && !m_login->IsLogin() && !m_login->GetUsername(name));
+        QVERIFY(m_login->Logout());
+        QCOMPARE(state(), QString("2 results, no dialog, no session"));
+        QVERIFY(!m_login->IsLogin());
+        QVERIFY(!m_login->GetUsername(name));
         store({"stale", "stale"});
-        QVERIFY(m_login->Login(&m_owner) && dialog());
+        QVERIFY(m_login->Login(&m_owner));
         const QPointer<QDialog> first = dialog();
-        QVERIFY(m_login->Login(&m_owner) && dialog() && dialog() != first);
+        QVERIFY(first);
+        QVERIFY(m_login->Login(&m_owner));
+        QVERIFY(dialog());
+        QVERIFY(dialog() != first);
         dialog()->reject();
-        QVERIFY(!dialog() && m_owner.heard.size() == 2 && !m_login->IsLogin());
-        QVERIFY(m_login->Login(&m_owner) && dialog() && m_login->Logout() && !dialog());
-
-        int requestsLeft = 1;
-        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [&](const RequestRecord &record) {
-            if (record.target == "/API/v1/Member" && --requestsLeft == 0)
-                m_login->Logout();
-        });
-        signIn();
-        QVERIFY(!m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog() && stored() == "|");
-        requestsLeft = 1;
-        signIn();
-        QVERIFY(!m_login->IsLogin() && stored() == "|"); // the answer was about the session that went
-        store({"stale", "stale"});
-        requestsLeft = 2;
-        QVERIFY(!m_login->Login(&m_owner) && m_owner.heard.size() == 2 && !dialog() && stored() == "|");
+        QVERIFY(!m_login->IsLogin());
+        QCOMPARE(state(), QString("2 results, no dialog, session")); // the stale one, in the file
+        QVERIFY(m_login->Login(&m_owner));
+        QVERIFY(dialog());
+        QVERIFY(m_login->Logout());
+        QCOMPARE(state(), QString("2 results, no dialog, no session"));
     }
 
-    void galleryToFiles()
+    void logoutDuringTheConfirmationEndsTheSignIn_data()
+    {
+        QTest::addColumn<bool>("isStale");
+        QTest::addColumn<int>("request"); // to confirm the session, during which the user logs out
+        QTest::addColumn<bool>("isCheck");
+        QTest::newRow("sign-in") << false << 1 << false;
+        QTest::newRow("check") << false << 1 << true; // the reply is about the session before the log-out
+        QTest::newRow("sign-in, second request for a stale session") << true << 2 << false;
+    }
+
+    void logoutDuringTheConfirmationEndsTheSignIn()
+    {
+        QFETCH(bool, isStale);
+        QFETCH(int, request);
+        QFETCH(bool, isCheck);
+        connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [&](const RequestRecord &record) {
+            if (record.target == "/API/v1/Member" && --request == 0)
+                m_login->Logout();
+        });
+        store(isStale ? localcloud::PlyxSession{"stale", "stale"} : m_fixture->cloud.issuePlyxSession());
+        QVERIFY(!(isCheck ? m_login->IsLogin() : m_login->Login(&m_owner)));
+        QCOMPARE(request, 0);
+        QCOMPARE(state(), QString("0 results, no dialog, no session"));
+    }
+
+    void listedModelsAreDownloadedWithTheirTextures()
     {
         signIn();
         QCOMPARE(found(PlyxFolders::lumoMobile), QString("-Red house, -50% #1 R&D car, 1 2 3"));
@@ -105,30 +136,32 @@ private slots:
         QCOMPARE(found("", L"@files1.plyx.example/"), QString("failed -1 -1 -1"));
         m_fixture->cloud.addRule("*", "/API/v1/Search", "status=401", 1);
         QCOMPARE(found(PlyxFolders::lumo), QString("failed -1 -1 -1"));
-        QVERIFY(m_fixture->boxes.size() == 2 && m_fixture->requests().size() == 5);
+        QCOMPARE(boxes().size(), 2);
+        QCOMPARE(m_fixture->requests().size(), 5);
 
         m_fixture->cloud.clearRequests();
-        QVERIFY(download("512") && m_fixture->boxes.size() == 2);
+        QVERIFY(download("512"));
+        QCOMPARE(boxes().size(), 2);
         QCOMPARE(downloaded(), QString("coat.png: the coat, model: the obj, skin.jpg: the skin, "));
-        const QStringList asked = m_fixture->requests().filter(QRegularExpression("Asset|id="));
-        QCOMPARE(asked.join(' ').remove("GET /"),
+        const QStringList sent = m_fixture->requests().filter(QRegularExpression("Asset|id="));
+        QCOMPARE(sent.join(' ').remove("GET /"),
                  QString("API/v1/Asset/512 v1/Download?id=512_11 v1/Download?id=512_13 v1/Download?id=512_10"));
         for (const RequestRecord &request : m_fixture->cloud.requests())
             QCOMPARE(request.header("Cache-Control").isEmpty(), request.target.contains("Once"));
-        QVERIFY(download("513")); // is offered in another format only
+        QVERIFY(download("513")); // offered in another format only
         QCOMPARE(m_fixture->cloud.requests().size(), 11);
     }
 
-    void failuresLeaveTheRest()
+    void failedPartLeavesTheOtherFilesOfAModel()
     {
         signIn();
         const QString rest = "coat.png: the coat, model: the obj, ";
         const auto outcome = [this](const char *path, const QString &action) {
             QDir(local()).removeRecursively();
-            m_fixture->boxes.clear();
+            m_fixture->boxes.texts.clear();
             m_fixture->cloud.addRule("*", path, action, 1);
             const bool done = download("512");
-            return QString("%1 %2 ").arg(done).arg(m_fixture->boxes.size()) + downloaded();
+            return QString("%1 %2 ").arg(done).arg(boxes().size()) + downloaded();
         };
         const char *const server = "/API/v1/Server/Download";
         QCOMPARE(outcome("/API/v1/Asset/512", "status=503"), QString("0 1 "));
@@ -141,6 +174,14 @@ private slots:
 
 private:
     void signIn() { store(m_fixture->cloud.issuePlyxSession()); }
+
+    /// The number of results that the owner received, and what the sign-in leaves.
+    QString state() const
+    {
+        return QString("%1 results, %2, %3")
+            .arg(m_owner.results.size())
+            .arg(dialog() ? "dialog" : "no dialog", stored() == "|" ? "no session" : "session");
+    }
 
     Item makeItem(const QString &id) { return PortalTest::makeItem<Portal_Plyx_ICloudItem>({{"UniqueID", id}}); }
     /// What the first page of two shows: names, then page, pages and results.

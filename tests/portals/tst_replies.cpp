@@ -1,6 +1,6 @@
 // portals/tst_replies.cpp
 //
-// Paths that requests are made of, what replies are read as, and what folders and items answer: all without a network.
+// The paths of requests, the parsing of replies, and the names of folders and items, without a network.
 
 #include "http/Transfer.h"
 #include "portals/Portal_DropBox_CloudItem.h"
@@ -78,7 +78,7 @@ class TestReplies : public QObject
     Q_OBJECT
 
 private slots:
-    void paths()
+    void requestPathsAreEncoded()
     {
         using namespace PlyxRequests;
         const HeaderMap criteria{{L"Public", L"28"}, {L"SearchString", L"R&D #1 100%25 ä+?=/@\"'"}};
@@ -98,16 +98,18 @@ private slots:
         KString key;
         KString secret;
         getCacheChecksum(key, secret);
-        QVERIFY(key == APP_KEY && secret == APP_SECRET);
+        QCOMPARE(key.utf8(), APP_KEY);
+        QCOMPARE(secret.utf8(), APP_SECRET);
         QVERIFY(getTestConsumerKey(Skein_Service_Deployment_Staging) == STAGING_KEY);
         QVERIFY(getTestConsumerSecret(Skein_Service_Deployment_Staging) == STAGING_SECRET);
         const QByteArray bytes = readFile(PLUGIN_LIBRARY);
-        QVERIFY(bytes.contains("TavrinSettings_DropBoxAppBrowser_Kelda") && bytes.contains("session.skein"));
+        QVERIFY(bytes.contains("TavrinSettings_DropBoxAppBrowser_Kelda"));
+        QVERIFY(bytes.contains("session.skein"));
         for (const char *text : {APP_KEY, APP_SECRET, STAGING_KEY, STAGING_SECRET})
             QVERIFY2(!bytes.contains(text), text);
     }
 
-    void listings()
+    void listingSkipsEntriesWithoutARevisionOrWithAnUnsafePath()
     {
         QCOMPARE(listed("{'contents':[{'rev':'1','path':'/a.obj','modified':'Sat','bytes':2048,'root':'dropbox',"
                         "'mime_type':'text/plain','is_dir':false,'size':'2 KB'},{'rev':'2','path':'/d','is_dir':true},"
@@ -141,7 +143,7 @@ private slots:
                  "rev: 1" + (isPlain ? ", root: " + QString(root) : QString()));
     }
 
-    void searchReplies()
+    void searchSkipsAssetsWithoutAnId()
     {
         QCOMPARE(
             found("{'ASSETS':{'ASSET':[{'ASSET_ID':7,'ASSET_NAME':'<b>ä','ARTIST_NAME':'A','DATE_PUBLISHED':'D',"
@@ -154,7 +156,7 @@ private slots:
                  QString(" 7 8 9"));
     }
 
-    void assetReplies()
+    void textureNamesStayInTheFolderOfTheModel()
     {
         const QByteArray obj = "{'FILEFORMAT':[{'NAME':'OBJ (.obj)','FILEID':8},{'NAME':'OBJ ( .obj )','FILEID':10},"
                                "{'NAME':'OBJ ( .obj )','FILEID':11}]}";
@@ -170,7 +172,7 @@ private slots:
         QCOMPARE(filesIn("[" + one + "]", "null"), QString("none"));
     }
 
-    void otherReplies()
+    void tokenOfAnErrorReplyIsNotUsed()
     {
         QCOMPARE(tokenIn("{'access_token':'t','token_type':'bearer','uid':'42'}"), QString("t/bearer/42"));
         QCOMPARE(tokenIn("{'access_token':{'a':1},'uid':'4','__proto__':{'error':1}}"), QString("//4"));
@@ -179,34 +181,55 @@ private slots:
         for (const char *body : {"{'error':'invalid_grant','access_token':'t'}", "{'error':{},'access_token':'t'}",
                                  "{'error':true,'access_token':'t'}", "['access_token']", ""})
             QCOMPARE(tokenIn(body), QString("//"));
+    }
+
+    void uploadIsStoredIfBytesArePositive()
+    {
         QVERIFY(DropBoxReplies::isStored(json("{'bytes':1}")));
         for (const char *body : {"{'bytes':0}", "{'bytes':0.5}", "{'bytes':-7}", "{'bytes':'12'}", ""})
             QVERIFY2(!DropBoxReplies::isStored(json(body)), body);
-
-        KString name("before");
-        for (const char *body : {"{'display_name':5,'MEMBERID':'42','MEMBERNAME':5}", "{'MEMBERID':null}", "[42]", ""})
-            QVERIFY2(!DropBoxReplies::displayName(json(body), name) && !PlyxReplies::isMember(json(body)) &&
-                         !PlyxReplies::memberName(json(body), name) && name == "before",
-                     body);
-        QVERIFY(PlyxReplies::isMember(json("{'MEMBERID':42}")));
-        QVERIFY(DropBoxReplies::displayName(json("{'display_name':'Zoë <b>'}"), name) && name == "Zoë <b>");
-
-        const auto hostIn = [](const QByteArray &text) {
-            return PlyxReplies::downloadHost(json("{'DOWNLOAD':'" + text + "'}"));
-        };
-        QVERIFY(hostIn("files-2.plyx.a") == "files-2.plyx.a" && hostIn("localhost:8443") == "localhost:8443");
-        for (const char *text : {"", "https://a.b", "a.b/c", "a@b", "a.b?c", "a.b#c", "a.b:", "a.b:123456", "a b",
-                                 "a.b\\n", "-a.b", "[::1]", "a:b@c", "ä.b", "a.b\\u0000c"})
-            QVERIFY2(hostIn(text).isEmpty(), text);
     }
 
-    void callBacksOfTheStorage()
+    void namesOfUsersAreTexts()
+    {
+        KString name("before");
+        for (const char *body :
+             {"{'display_name':5,'MEMBERID':'42','MEMBERNAME':5}", "{'MEMBERID':null}", "[42]", ""}) {
+            QVERIFY2(!DropBoxReplies::displayName(json(body), name), body);
+            QVERIFY2(!PlyxReplies::isMember(json(body)), body);
+            QVERIFY2(!PlyxReplies::memberName(json(body), name), body);
+            QCOMPARE(name.utf8(), "before");
+        }
+        QVERIFY(PlyxReplies::isMember(json("{'MEMBERID':42}")));
+        QVERIFY(PlyxReplies::memberName(json("{'MEMBERNAME':'Ada & Co'}"), name));
+        QCOMPARE(name.utf8(), "Ada & Co");
+        QVERIFY(DropBoxReplies::displayName(json("{'display_name':'Zoë <b>'}"), name));
+        QCOMPARE(name.utf8(), "Zoë <b>");
+    }
+
+    void downloadHostIsABareNameWithAnOptionalPort()
+    {
+        const auto hostIn = [](const QByteArray &text) {
+            return KQtUtil::toQString(PlyxReplies::downloadHost(json("{'DOWNLOAD':'" + text + "'}")));
+        };
+        for (const char *text : {"files-2.plyx.a", "localhost:8443"})
+            QCOMPARE(hostIn(text), QString(text));
+        for (const char *text : {"", "https://a.b", "a.b/c", "a@b", "a.b?c", "a.b#c", "a.b:", "a.b:123456", "a b",
+                                 "a.b\\n", "-a.b", "[::1]", "a:b@c", "ä.b", "a.b\\u0000c"})
+            QCOMPARE(hostIn(text), QString());
+    }
+
+    void progressOfTheStorageIsReported()
     {
         Transfer transfer(Transfer::Kind::Upload, "model.obj");
         progressCb(&transfer, 0x180000001, 0x180000002);
         progressCb(nullptr, 1, 2);
-        QVERIFY(transfer.bytes() == 0x180000001 && transfer.totalBytes() == 0x180000002);
+        QCOMPARE(transfer.bytes(), qint64(0x180000001));
+        QCOMPARE(transfer.totalBytes(), qint64(0x180000002));
+    }
 
+    void contentOfTheStorageIsAddedToItsListing()
+    {
         ItemVector items;
         ZephalListing known{nullptr, L"key"};
         ZephalListing unknown{nullptr, L"?"};
@@ -222,15 +245,15 @@ private slots:
                                            "bytes: 6442450944, mime_type: , modified: , name: .., uniqueID: l"));
     }
 
-    void itemNames()
+    void pathOfAnItemGivesItsNameAndItsSafeFolder()
     {
         for (const QString names : {"/cup.obj|cup.obj|", "/Work/My models/cup.obj|cup.obj|/Work/My models",
                                     "Work/cup.obj|cup.obj|/Work", "/./C:/a\\..\\b/cup.obj|cup.obj|/_/_/_"}) {
             Portal_DropBox_ICloudItem item(nullptr);
             const QString path = names.section('|', 0, 0);
             item.SetProperty("path", KQtUtil::toKString(path));
-            const KString answers = item.GetDisplayName() + "|" + item.GetImportPathFolder();
-            QCOMPARE(path + '|' + KQtUtil::toQString(answers), names);
+            const KString found = item.GetDisplayName() + "|" + item.GetImportPathFolder();
+            QCOMPARE(path + '|' + KQtUtil::toQString(found), names);
         }
     }
 
@@ -243,14 +266,17 @@ private slots:
         const std::unique_ptr<ICloudItem> root(portal.CreateFolderHierarchy());
         auto *model = new Portal_Plyx_ICloudItem(nullptr);
         root->AddChild(model);
-        QVERIFY(model->GetDisplayName() == "-" && model->GetImportFilename() == "-.obj" && !model->IsDownloadable());
+        QCOMPARE(model->GetDisplayName().utf8(), "-");
+        QCOMPARE(model->GetImportFilename().utf8(), "-.obj");
+        QVERIFY(!model->IsDownloadable());
 
         ItemVector folders;
         ItemVector files;
         const auto build = [&](ICloudItem *folder) {
             return portal.GetBrowser()->BuildFoldersAndFileList(folders, files, folder, root.get(), {}, {});
         };
-        QVERIFY(build(root.get()) && files == ItemVector{model});
+        QVERIFY(build(root.get()));
+        QCOMPARE(files, ItemVector{model});
         QString shown;
         std::vector<QImage> pictures;
         for (ICloudItem *folder : folders) {
@@ -264,15 +290,24 @@ private slots:
         }
         QCOMPARE(shown,
                  QString("Grell Public35, Tarn Public31, Lumo Public27, Lumo Mobile Public28, Eigene Hometrue, "));
-        QVERIFY(pictures[2] == pictures[3] && pictures[4] == root->GetItemIcon().pixmap(16).toImage());
-        for (std::size_t i = 0; i < 3; ++i)
-            QVERIFY(!pictures[i].isNull() && pictures[i] != pictures[(i + 1) % 3]);
+        QCOMPARE(pictures[2], pictures[3]);
+        QCOMPARE(pictures[4], root->GetItemIcon().pixmap(16).toImage());
+        for (std::size_t i = 0; i < 3; ++i) {
+            QVERIFY(!pictures[i].isNull());
+            QVERIFY(pictures[i] != pictures[(i + 1) % 3]);
+        }
 
-        // Inside a gallery what is listed is appended by the general rule; the root empties the gallery again.
+        // In a gallery, its children are appended as in any folder; the root empties the gallery again.
         root->RemoveChild(model, false);
         folders[2]->AddChild(model);
-        QVERIFY(build(folders[2]) && folders.size() == 5 && files.size() == 2 && folders[2]->GetChildNumber() == 1);
-        QVERIFY(build(root.get()) && folders.size() == 5 && folders[2]->GetChildNumber() == 0 && !build(nullptr));
+        const auto counts = [&] {
+            return QList<int>{int(folders.size()), int(files.size()), folders[2]->GetChildNumber()};
+        };
+        QVERIFY(build(folders[2]));
+        QCOMPARE(counts(), (QList<int>{5, 2, 1}));
+        QVERIFY(build(root.get()));
+        QCOMPARE(counts(), (QList<int>{5, 2, 0}));
+        QVERIFY(!build(nullptr));
         delete model;
     }
 };
