@@ -1,6 +1,6 @@
 // PageFixture.h
 //
-// What the tests of the page and of its dock stand on: a portal, the host, and what is found on the page.
+// The fixture of the tests of the page and its dock: a portal, a host, and access to the widgets of the page.
 
 #pragma once
 
@@ -10,8 +10,8 @@
 #include <QtTest>
 #include <QtWidgets>
 
-/// Each test prepares the portal and starts it, with its controller and page in a dock. At the end nothing may be left,
-/// the wait cursor included.
+/// Each test prepares and starts the portal, with its controller and page in a dock. cleanup() checks that no item, no
+/// dock, no running call and no wait cursor is left.
 class PageFixture : public QObject
 {
     Q_OBJECT
@@ -26,12 +26,11 @@ protected:
     {
         return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
     }
-    /// What holds the tabs, which hold a stack, which holds the page.
     Portal_CloudBrowserDockWidget *dock() const
     {
         return qobject_cast<Portal_CloudBrowserDockWidget *>(page()->parentWidget()->parentWidget()->parentWidget());
     }
-    /// The page's only widget of type \p T with that accessible or object name; a missing one ends the test program.
+    /// The page's widget of type \p T with that accessible or object name. A missing widget ends the test program.
     template <typename T>
     T *find(const char *name) const
     {
@@ -46,14 +45,14 @@ protected:
     QToolBar *folderBar() const { return find<QToolBar>("FolderBar"); }
     /// The names in the file list, from the top.
     QStringList names() const;
-    /// The row that shows \p name; null when there is none.
+    /// The row that shows \p name, or null.
     QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
     /// Sends the events of a double click on the row that shows \p name, and runs the event loop.
     void doubleClick(const QString &name) const;
     void clickRow(const QString &name) const;
-    /// Sends a press and a release to \p widget, which may be deleted by the first; by default to its centre.
+    /// Sends a press and a release to \p widget, which the press may delete; to its centre unless \p at is given.
     static void click(QWidget *widget, QPoint at = QPoint());
-    /// The labels and buttons of the folder bar that are shown, as in "Top/Sub-folder".
+    /// The visible labels and buttons of the folder bar, as in "Top/Sub-folder".
     QString path() const;
 
     RecordingHost m_host;
@@ -69,7 +68,7 @@ private slots:
 /// Adds the rows of a test's table of texts; the first text of a row is its name.
 void addRows(const QList<QStringList> &rows);
 
-/// The current row of such a table.
+/// The current row of that table.
 template <std::size_t count>
 std::array<QString, count> currentRow()
 {
@@ -82,5 +81,5 @@ std::array<QString, count> currentRow()
 /// A host command's result.
 KCommandResult result(const QStringList &texts);
 
-/// Runs the event loop until what was handed to it, deferred deletes included, is done.
+/// Processes the pending events, deferred deletes included.
 void settle();

@@ -1,7 +1,7 @@
 // TestPortal.h
 //
-// A small portal whose service is a table in memory: listed or searched page by page, with hooks that run inside each
-// call where a real portal spins the event loop.
+// A portal whose service is a table in memory, listed or searched page by page. Hooks run inside each call in which a
+// real portal spins the event loop.
 
 #pragma once
 
@@ -15,7 +15,7 @@
 class TestItem : public ICloudPortalApi::CloudItemBase
 {
 public:
-    /// A folder when \p name ends in a slash, which is no part of it.
+    /// A folder if \p name ends in a slash, which is not a part of the name.
     TestItem(const QString &id, const QString &name, ICloudPortalApi::IPortalOwnerCB *owner = nullptr)
         : CloudItemBase(owner), m_isFolder(name.endsWith('/'))
     {
@@ -25,13 +25,13 @@ public:
     }
     ~TestItem() override { --alive; }
 
-    /// Items that exist at this moment.
+    /// The number of existing items.
     inline static int alive = 0;
 
     KString GetDisplayName() override { return propertyText("name"); }
     KString GetUniqueID() override { return propertyText("id"); }
     bool IsFolder() override { return m_isFolder; }
-    /// Asks the host, as the icons of some portals do.
+    /// Runs a host command, as the icons of some portals do.
     QIcon GetItemIcon() override
     {
         const QIcon icon = CloudItemBase::GetItemIcon();
@@ -66,22 +66,22 @@ public:
     bool loggedIn = true;
     QString userName = "Ada & Co";
     bool succeeds = true;
-    /// What a search answers; page 0 is the one that was asked for.
+    /// The result of a search. Page 0 means the requested page.
     int page = 0;
     int itemCount = 1000;
-    /// The address of the sign-in page, and its length if that is not to be the true one. Signing in ends at "done".
+    /// The address of the sign-in page, and a wrong length to return (0 for the true one). Signing in ends at "done".
     QByteArray address;
     long claimedLength = 0;
-    /// What runs inside a "login check", "sign-in", "fetch", "download" or "upload".
+    /// The hooks: "login check", "sign-in", "fetch", "download" and "upload".
     QMap<QString, std::function<void()>> during;
-    /// What the service was asked.
+    /// The requests to the service.
     QStringList log;
     HeaderMap lastCriteria;
 
     QList<Entry> &root() { return folders["root"]; }
-    /// How often the log holds a line that begins with \p start.
+    /// The number of lines in the log that begin with \p start.
     int count(const QString &start) const { return log.filter(QRegularExpression('^' + start)).size(); }
-    /// Writes \p line into the log, if there is one, and runs the hook of \p call.
+    /// Logs \p line unless it is empty, and runs the hook of \p call.
     bool run(const QString &call, const QString &line = QString())
     {
         if (!line.isEmpty())

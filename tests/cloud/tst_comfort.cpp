@@ -1,5 +1,4 @@
-// What the page does for its user's comfort: the end of a long path, the bar that shows a transfer, the keys, and names
-// for screen readers.
+// The end of a long path, the bar that shows a transfer, the keys, and names for screen readers.
 
 #include "cloud/page/TransferBar.h"
 #include "http/httpClient.h"
@@ -11,7 +10,7 @@ class TestComfort : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void theEndOfALongPathIsShown()
+    void endOfALongPathIsShown()
     {
         const QString longName = "R&B, with a name that is too long for a narrow bar";
         m_portal.folders["d"] = {{"r", longName + '/'}};
@@ -23,7 +22,8 @@ private slots:
         for (int width = 1200; width >= 150; width -= 15) {
             dock()->resize(width, 400);
             settle();
-            QVERIFY(end->isVisible() && folderBar()->rect().contains(end->geometry()));
+            QVERIFY(end->isVisible());
+            QVERIFY(folderBar()->rect().contains(end->geometry()));
             shown << path();
         }
         shown.removeDuplicates();
@@ -39,37 +39,40 @@ private slots:
         QCOMPARE(path(), QString("Top/Deep"));
     }
 
-    void aTransferIsShownUntilItEnds_data()
+    void transferIsShownUntilItEnds_data()
     {
-        addRows({{"broken download", "1.5"}, {"upload", "3.0"}, {"upload from a page that goes", "3.0"}});
+        addRows({{"broken download", "1.5"}, {"upload", "3.0"}, {"upload during which the page is deleted", "3.0"}});
     }
-    void aTransferIsShownUntilItEnds()
+    void transferIsShownUntilItEnds()
     {
-        const auto row = currentRow<2>();
-        const bool isUpload = row[0].startsWith("upload");
-        const bool pageGoes = row[0].endsWith("goes");
-        const QRegularExpression pattern("^cup\\.obj  " + row[1] + " MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s$");
+        const auto [title, megabytes] = currentRow<2>();
+        const bool isUpload = title.startsWith("upload");
+        const bool deletesPage = title.endsWith("deleted");
+        const QRegularExpression numbers("^cup\\.obj  " + megabytes + " MB of 3\\.0 MB  [1-9][0-9.]* [kM]B/s$");
         const QRect place = list()->geometry();
         const QPointer<TransferBar> shown(bar());
-        bool isRight = false;
-        QTimer watch;
-        connect(&watch, &QTimer::timeout, this, [&] {
-            isRight = isRight || (bar()->isVisible() && pattern.match(bar()->accessibleDescription()).hasMatch());
-        });
+        bool wasShown = false;
         m_portal.during["download"] = [&] {
-            watch.start(20);
-            m_portal.succeeds = transfer(isUpload);
-            watch.stop();
-            if (pageGoes)
+            m_portal.succeeds = transfer(isUpload, [&] {
+                wasShown = bar()->isVisible() && numbers.match(bar()->accessibleDescription()).hasMatch();
+                return wasShown;
+            });
+            if (deletesPage)
                 m_window.reset();
         };
         list()->setCurrentRow(1);
         button("CloudImportButton")->click();
-        QVERIFY(isRight && m_portal.succeeds == isUpload && shown.isNull() == pageGoes);
-        QVERIFY(!shown || (!shown->isVisible() && list()->hasFocus() && list()->geometry() == place));
+        QVERIFY(wasShown);
+        QCOMPARE(m_portal.succeeds, isUpload);
+        QCOMPARE(shown.isNull(), deletesPage);
+        if (!deletesPage) {
+            QVERIFY(!shown->isVisible());
+            QVERIFY(list()->hasFocus());
+            QCOMPARE(list()->geometry(), place);
+        }
     }
 
-    void whatTakesLongIsShownAfterAWhile()
+    void longRequestIsShownAfterADelay()
     {
         QDialog question(m_window.get());
         question.setModal(true);
@@ -89,7 +92,8 @@ private slots:
             QCOMPARE(bar()->text(), QString("Waiting for the service"));
             dock()->resize(dock()->width() + 20, dock()->height() + 20);
             QCOMPARE(bar()->geometry().bottomRight(), page()->rect().bottomRight());
-            QVERIFY(bar()->width() == page()->width() && bar()->height() < 30);
+            QCOMPARE(bar()->width(), page()->width());
+            QVERIFY(bar()->height() < 30);
             question.show();
             QTRY_VERIFY(!bar()->isVisible());
             question.hide();
@@ -98,12 +102,13 @@ private slots:
         };
         m_portal.log.clear();
         page()->RefreshFolderData();
-        QVERIFY(!bar()->isVisible() && m_portal.log.size() == 1);
+        QVERIFY(!bar()->isVisible());
+        QCOMPARE(m_portal.log.size(), 1);
         QCOMPARE(other.count("list"), 2);
         Portal_CloudBrowser::UnRegisterPortal(&other);
     }
 
-    void keys()
+    void keysOpenFoldersRefreshImportAndSearch()
     {
         const auto press = [this](int key, int row = -1) {
             if (row >= 0)
@@ -127,7 +132,7 @@ private slots:
         auto *parent = find<QToolBar>("ParentFolderBar");
         parent->widgetForAction(parent->actions().first())->setFocus();
         QCOMPARE(press(Qt::Key_Backspace), QString("Top search 1 64"));
-        QVERIFY(list()->hasFocus()); // the button that had it is switched off
+        QVERIFY(list()->hasFocus()); // the button that had it is disabled
 
         page()->ClearSelection();
         QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64"));
@@ -136,7 +141,7 @@ private slots:
         QCOMPARE(press(Qt::Key_F5), QString("Top "));
     }
 
-    void tabGoesThroughNamedControlsInReadingOrder()
+    void tabMovesThroughNamedControlsInReadingOrder()
     {
         doubleClick("Deep");
         page()->SwitchPage(7);
@@ -185,17 +190,27 @@ private:
         return isUsed && widget->isVisible() && widget->isEnabled() && !widget->parentWidget()->inherits("QTabBar");
     }
 
-    /// Three megabytes that go, or that stop half-way.
-    static bool transfer(bool isUpload)
+    /// Transfers three megabytes to a server, whose reply to an upload, or the second half of a download, is held back
+    /// until \p isShown returns true. Then the upload succeeds and the connection of the download is closed.
+    static bool transfer(bool isUpload, const std::function<bool()> &isShown)
     {
         const QTemporaryDir folder;
         const QString path = folder.path() + '/';
         const QByteArray bytes(3000000, 'x');
         QFile file(path + "cup.obj");
         LocalServer server;
-        server.answer("/up", Reply().delayed(300));
+        server.answer("/up", Reply().hangAfter(0));
         server.answer("/down", Reply().body(bytes).hangAfter(bytes.size() / 2));
-        httpClient::setDefaultTimeouts(5000, isUpload ? 5000 : 1500);
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, &server, [&] {
+            if (!isShown())
+                return;
+            watch.stop();
+            for (auto *socket : server.findChildren<QTcpSocket *>())
+                isUpload ? void(socket->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n")) : socket->abort();
+        });
+        watch.start(20);
+        httpClient::setDefaultTimeouts(20000, 20000);
         httpClient client;
         client.setHost("127.0.0.1", server.serverPort());
         QByteArray body;

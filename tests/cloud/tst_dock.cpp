@@ -10,7 +10,7 @@ class TestDock : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void aPortalRestoresItsSessionOnceAndIsAskedWhenItsTabBecomesCurrent()
+    void portalIsAddedOnceAndCheckedWhenItsTabBecomesCurrent()
     {
         start();
         QCOMPARE(names(), QStringList({"Deep", "cup.obj"}));
@@ -25,16 +25,16 @@ private slots:
         QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
         const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Second"));
         second->AddPortalTabPage();
-        QStringList asked;
-        m_portal.during["login check"] = [&] { asked << "first"; };
-        other.during["login check"] = [&] { asked << "second"; };
+        QStringList checked;
+        m_portal.during["login check"] = [&] { checked << "first"; };
+        other.during["login check"] = [&] { checked << "second"; };
         tabs()->setCurrentIndex(1);
         dock()->ShowPortal(m_controller.get());
-        QCOMPARE(asked, QStringList({"second", "first"}));
+        QCOMPARE(checked, QStringList({"second", "first"}));
         Portal_CloudBrowser::UnRegisterPortal(&other);
     }
 
-    void placement_data()
+    void dockOpensInTheStoredArea_data()
     {
         // Areas are 0 for none, 1 for the left and 2 for the right one.
         addRows({{"new user", "floating", "0", "2", "floating 0"},
@@ -44,7 +44,7 @@ private slots:
                  {"other side than the other dock", "docked", "1", "2", "docked 1"},
                  {"garbage area", "docked", "77", "2", "tabbed 2"}});
     }
-    void placement()
+    void dockOpensInTheStoredArea()
     {
         const auto [title, stored, area, neighbour, expected] = currentRow<5>();
         auto *other = new QDockWidget(title, m_window.get());
@@ -53,7 +53,7 @@ private slots:
         Settings(kSettings).setWindowFloating(stored == "floating");
         Settings(kSettings).setValue("preview_window_Dock", area.toInt());
         start();
-        // The second time the panel is there itself and must not become a tab of itself.
+        // The second time the panel itself is in the area and must not become a tab of itself.
         for (int time = 0; time < 2; ++time) {
             Portal_CloudBrowser::RaiseDockingWindow(true);
             settle();
@@ -64,7 +64,7 @@ private slots:
         }
     }
 
-    void thePlaceIsRememberedUnlessOffEveryScreen()
+    void placeIsRestoredIfItIsOnAScreen()
     {
         start();
         Portal_CloudBrowser::RaiseDockingWindow(true);
@@ -87,16 +87,16 @@ private slots:
         QVERIFY(QGuiApplication::primaryScreen()->geometry().contains(dock()->pos()));
     }
 
-    void whatTheUserLeftComesBack_data()
+    void layoutIsRestoredAfterARestart_data()
     {
-        // The neighbour's area (the panel is docked on the right, which is 2), which of them the user raised last, and
-        // whether the host shows its window before it loads the plug-in.
+        // The area of the other panel (Tavrin's is docked on the right, which is 2), which of them the user raised
+        // last, and whether the host shows its window before it loads the plug-in.
         addRows({{"alone", "1", "panel", "shown first"},
                  {"alone, window shown later", "1", "panel", "shown later"},
                  {"beside another, in front", "2", "panel", "shown first"},
                  {"beside another, behind", "2", "other", "shown first"}});
     }
-    void whatTheUserLeftComesBack()
+    void layoutIsRestoredAfterARestart()
     {
         const auto [title, area, raised, shown] = currentRow<4>();
         Settings(kSettings).setWindowFloating(false);
@@ -118,7 +118,7 @@ private slots:
         QVERIFY(!dock()->visibleRegion().isEmpty());
     }
 
-    void aWindowThatGoesWhilePortalsAreAddedTakesThePanelForGood()
+    void windowDeletedWhilePortalsAreAddedLeavesNoDock()
     {
         m_portal.during["login check"] = [this] { m_window.reset(); };
         start();
@@ -134,8 +134,8 @@ private slots:
     }
 
 private:
-    /// Ends the host and starts it again with another panel in \p area, as it reopens the panel that was open. The
-    /// host's window is shown before or after the plug-in is loaded.
+    /// Restarts the host with another panel in \p area. The host reopens the panel that was open; it shows its window
+    /// before or after it loads the plug-in.
     QDockWidget *restart(int area, bool isShownFirst)
     {
         m_window->hide();

@@ -1,5 +1,5 @@
-// What a service and the host may do to a page: names of any length and spelling, a dock that closes, and a window that
-// is deleted while a command or a call runs. The user's part is played with mouse and key events.
+// Names of any length and spelling, a dock that closes, and a window that is deleted while a command or a call runs.
+// Mouse and key events drive the page.
 
 #include "PageFixture.h"
 
@@ -7,7 +7,7 @@ class TestHostile : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void theUsersNameDefinesNoShortcut()
+    void userNameDefinesNoShortcut()
     {
         setUserName("R&D Team");
         QCOMPARE(button("CloudPortalLoginButton")->text(), QString("Logout (R&D Team)"));
@@ -17,11 +17,11 @@ private slots:
             QVERIFY2(one->shortcut().isEmpty(), qPrintable(one->text()));
     }
 
-    void aFoldersNameDefinesNoShortcutInAMenu_data()
+    void folderNameDefinesNoShortcutInAMenu_data()
     {
         addRows({{"sub-folders", "Top"}, {"hidden part of the path", "\u00ab"}});
     }
-    void aFoldersNameDefinesNoShortcutInAMenu()
+    void folderNameDefinesNoShortcutInAMenu()
     {
         const auto [title, holder] = currentRow<2>();
         m_portal.fixedFolders = QStringList{"R&D"};
@@ -48,11 +48,11 @@ private slots:
         QVERIFY(path() != before);
     }
 
-    void aUsersNameTakesNoRoom_data()
+    void userNameDoesNotChangeThePageSize_data()
     {
         addRows({{"long", QString(250, 'W')}, {"of several lines", QString("Ada\n").repeated(9)}, {"short", "Li"}});
     }
-    void aUsersNameTakesNoRoom()
+    void userNameDoesNotChangeThePageSize()
     {
         const auto [title, name] = currentRow<2>();
         const QSize window = m_window->size();
@@ -71,8 +71,8 @@ private slots:
         QCOMPARE(toolTip(log, log->rect().center()).contains(name), title == "long");
     }
 
-    void theEndOfALongNameIsShown_data() { addRows({{"first row", "0"}, {"below a short one", "1"}}); }
-    void theEndOfALongNameIsShown()
+    void endOfALongNameIsShown_data() { addRows({{"first row", "0"}, {"below a short one", "1"}}); }
+    void endOfALongNameIsShown()
     {
         const int place = currentRow<2>()[1].toInt();
         QList<QImage> pictures;
@@ -91,8 +91,8 @@ private slots:
         QVERIFY(pictures[0] != pictures[1]);
     }
 
-    void theWindowMayGoWhileAMenuIsOpen_data() { addRows({{"list"}, {"folder"}}); }
-    void theWindowMayGoWhileAMenuIsOpen()
+    void windowMayBeDeletedWhileAMenuIsOpen_data() { addRows({{"list"}, {"folder"}}); }
+    void windowMayBeDeletedWhileAMenuIsOpen()
     {
         bool wasOpen = false;
         QTimer::singleShot(0, this, [&] {
@@ -100,7 +100,7 @@ private slots:
             m_window.reset();
         });
         if (currentRow<1>()[0] == "list")
-            askForMenu();
+            openMenuOfTheList();
         else
             click(folderBar()->widgetForAction(folderBar()->actions().at(1)));
         settle();
@@ -108,10 +108,10 @@ private slots:
         QVERIFY(!m_window);
     }
 
-    void theListsMenuRefreshes()
+    void menuOfTheListRefreshes()
     {
         m_portal.log.clear();
-        askForMenu();
+        openMenuOfTheList();
         QPointer<QWidget> menu(QApplication::activePopupWidget());
         QVERIFY(menu);
         press(menu, Qt::Key_Down);
@@ -120,7 +120,7 @@ private slots:
         QVERIFY(!menu);
     }
 
-    void theWindowMayGoAfterTheUsers_data()
+    void windowMayBeDeletedAfter_data()
     {
         // What the user does, and the call or the host's command that deletes the window.
         addRows({{"double click on a folder", "fetch"},
@@ -139,7 +139,7 @@ private slots:
                  {"Return in the list", "fetch"},
                  {"F5", "fetch"}});
     }
-    void theWindowMayGoAfterTheUsers()
+    void windowMayBeDeletedAfter()
     {
         const auto [action, call] = currentRow<2>();
         const bool isCommand = call.startsWith("Tavrin_");
@@ -155,9 +155,9 @@ private slots:
             });
         }
         doubleClick("Deep");
-        const auto goes = [this] { m_window.reset(); };
-        m_portal.during[call] = goes;
-        other.during[call] = goes;
+        const auto destroy = [this] { m_window.reset(); };
+        m_portal.during[call] = destroy;
+        other.during[call] = destroy;
         perform(action);
         settle();
         QVERIFY(!m_window);
@@ -165,20 +165,20 @@ private slots:
         Portal_CloudBrowser::UnRegisterPortal(&other);
     }
 
-    void duringEveryCommandOf_data()
+    void eachCommandMayCloseTheDockOrDeleteTheWindow_data()
     {
         const QStringList actions{"the start", "a refresh", "entering a folder", "an import",  "an export",
                                   "options",   "a log-out", "a log-in",          "a new list", "a choice"};
         QTest::addColumn<QStringList>("texts");
         for (const QString &action : actions) {
-            for (const QString event : {"the dock may close", "the window may go"})
+            for (const QString event : {"the dock closes", "the window is deleted"})
                 QTest::newRow(qPrintable(action + ", " + event)) << QStringList{action, event};
         }
     }
-    void duringEveryCommandOf()
+    void eachCommandMayCloseTheDockOrDeleteTheWindow()
     {
         const auto [action, event] = currentRow<2>();
-        const bool closes = event == "the dock may close";
+        const bool closes = event == "the dock closes";
         m_portal.type = ICloudPortalApi::kPlainListing;
         int count = 0;
         for (int number = -1; number < count; ++number) { // the first run only counts the commands
@@ -255,21 +255,21 @@ private:
         QTest::keyClick(widget, key, modifiers);
         settle();
     }
-    void askForMenu()
+    void openMenuOfTheList()
     {
-        QContextMenuEvent asked(QContextMenuEvent::Mouse, QPoint(5, 5), list()->mapToGlobal(QPoint(5, 5)));
-        QApplication::sendEvent(list()->viewport(), &asked);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), list()->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(list()->viewport(), &event);
     }
     static QString toolTip(const QWidget *widget, const QPoint &place)
     {
-        QHelpEvent asked(QEvent::ToolTip, place, widget->mapToGlobal(place));
-        QApplication::sendEvent(const_cast<QWidget *>(widget), &asked);
+        QHelpEvent event(QEvent::ToolTip, place, widget->mapToGlobal(place));
+        QApplication::sendEvent(const_cast<QWidget *>(widget), &event);
         const QString text = QToolTip::text();
         QToolTip::hideText();
         settle();
         return text;
     }
-    /// One action of the user in the folder Deep of a page that shows it.
+    /// Performs one user action on a page that shows the folder Deep.
     void perform(const QString &action)
     {
         if (action == "double click on a folder")
@@ -318,7 +318,7 @@ private:
     }
     static void clickTab(QTabWidget *tabs) { click(tabs->tabBar(), tabs->tabBar()->tabRect(1).center()); }
 
-    /// One thing that makes the page send commands to the host.
+    /// Makes the page send commands to the host.
     void carryOut(const QString &action)
     {
         if (action == "the start")

@@ -1,7 +1,8 @@
-// The web sign-in dialog, on pages of a real server.
+// The web sign-in dialog with pages of a real server.
 
 #include "PageFixture.h"
 #include "support/LocalServer.h"
+#include "support/MessageBoxes.h"
 
 #include <QWebFrame>
 #include <QWebView>
@@ -18,7 +19,7 @@ class TestLoginUi : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void nothingIsOpenedWithoutNeedOrAddress()
+    void dialogNeedsAnAddressAndASignedOutUser()
     {
         m_portal.loggedIn = true;
         QVERIFY(!m_ui->login(nullptr));
@@ -30,36 +31,38 @@ private slots:
         QVERIFY(!dialog());
     }
 
-    void theFinalAddressEndsTheDialogOnce()
+    void finalAddressEndsTheDialogOnce()
     {
         m_server->answer("/done", html("done"));
         m_portal.address += "?q=" + QByteArray(1500, 'x'); // more than the first buffer holds
         QWidget window;
         QWidget inner(&window);
         QVERIFY(m_ui->login(&inner));
-        QVERIFY(dialog() && dialog()->isWindow());
-        QTRY_COMPARE(m_told, QStringList({"signal 1", "callback 1"}));
+        QVERIFY(dialog());
+        QVERIFY(dialog()->isWindow());
+        QTRY_COMPARE(m_results, QStringList({"signal 1", "callback 1"}));
         QCOMPARE("http://" + m_server->authority() + m_server->lastRequest("/form").target, m_portal.address);
         QVERIFY(!dialog());
         QTest::qWait(100);
-        QCOMPARE(m_told.size(), 2);
+        QCOMPARE(m_results.size(), 2);
     }
 
-    void theWindowMayGoWhileTheEndIsTold()
+    void windowMayBeDeletedInTheCallback()
     {
         m_server->answer("/done", html(QByteArray(300000, 'x')).hangAfter(100000));
         openWindow(100, 100);
         m_portal.during["sign-in"] = [this] {
-            QTest::qWait(20); // the page is still loading then
+            QTest::qWait(20); // the page is still loading
             m_window.reset();
         };
         QVERIFY(m_ui->login(m_window.get()));
         QTRY_VERIFY(!m_window);
         QTest::qWait(50);
-        QVERIFY(m_told == QStringList({"signal 1", "callback 1"}) && !dialog());
+        QCOMPARE(m_results, QStringList({"signal 1", "callback 1"}));
+        QVERIFY(!dialog());
     }
 
-    void theDialogFitsThePageOrSaysWhyThereIsNone()
+    void dialogFitsThePageOrShowsTheError()
     {
         const QSize first(343, 368);
         const QSize screen = QGuiApplication::primaryScreen()->availableSize();
@@ -83,7 +86,8 @@ private slots:
             QVERIFY(size == screen || (dialog()->geometry().center() - centre).manhattanLength() <= 2);
         }
         m_ui.reset();
-        QVERIFY(m_told.isEmpty() && !dialog());
+        QCOMPARE(m_results, QStringList());
+        QVERIFY(!dialog());
     }
 
     void tallOrWidePageStaysOnTheScreenAndScrolls_data()
@@ -148,7 +152,7 @@ private slots:
     void escapeCancelsFromEveryFocus_data()
     {
         QTest::addColumn<QByteArray>("field");
-        QTest::addColumn<bool>("windowGoes");
+        QTest::addColumn<bool>("deletesWindow");
         QTest::newRow("text field") << QByteArray("<input id='it'>") << false;
         QTest::newRow("password") << QByteArray("<input type='password' id='it'>") << false;
         QTest::newRow("page") << QByteArray("<p>text</p>") << false;
@@ -158,24 +162,24 @@ private slots:
     void escapeCancelsFromEveryFocus()
     {
         QFETCH(QByteArray, field);
-        QFETCH(bool, windowGoes);
+        QFETCH(bool, deletesWindow);
         m_server->answer("/form", html(field + "<script>onload=function(){it.focus()}</script>"));
         openWindow(100, 100);
         QVERIFY(m_ui->login(m_window.get()));
-        if (windowGoes)
-            m_onTold = [this] { m_window.reset(); };
+        if (deletesWindow)
+            m_onResult = [this] { m_window.reset(); };
         loadPage();
         QVERIFY(QTest::qWaitForWindowActive(dialog()));
         QCOMPARE(QApplication::focusWidget(), view());
         const QString focused = frame()->evaluateJavaScript("document.activeElement.id").toString();
         QCOMPARE(focused, field.contains("id=") ? QString("it") : QString());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-        QTRY_COMPARE(m_told, QStringList({"callback 0", "signal 0"}));
+        QTRY_COMPARE(m_results, QStringList({"callback 0", "signal 0"}));
         QVERIFY(!dialog());
-        QCOMPARE(!m_window, windowGoes);
+        QCOMPARE(!m_window, deletesWindow);
     }
 
-    void scriptDialogsNeitherBlockNorWait_data()
+    void scriptDialogsDoNotBlock_data()
     {
         QTest::addColumn<QByteArray>("script");
         QTest::addColumn<QString>("text");
@@ -190,7 +194,7 @@ private slots:
         QTest::newRow("question on leaving") << QByteArray("onbeforeunload=function(){return 'Leave?'}") << "";
     }
 
-    void scriptDialogsNeitherBlockNorWait()
+    void scriptDialogsDoNotBlock()
     {
         QFETCH(QByteArray, script);
         QFETCH(QString, text);
@@ -201,13 +205,14 @@ private slots:
         loadPage();
         QApplication::processEvents();
         const QPointer<QMessageBox> box = signIn->findChild<QMessageBox *>();
-        QCOMPARE(box ? box->text() : QString(), text);
-        QVERIFY(!box || (box == dialog() && box->buttons().size() == 1));
+        QCOMPARE(box ? shownText(*box) : QString(), text);
+        QCOMPARE(dialog(), box ? static_cast<QWidget *>(box) : signIn);
+        QCOMPARE(box ? box->buttons().size() : 1, 1);
         QCOMPARE(box && !box->informativeText().isEmpty(), script.startsWith("while"));
         QVERIFY(!box || QGuiApplication::primaryScreen()->availableSize().boundedTo(box->size()) == box->size());
 
         signIn->findChild<QWebView *>()->page()->mainFrame()->evaluateJavaScript("location='/done'");
-        QTRY_COMPARE(m_told, QStringList({"signal 1", "callback 1"}));
+        QTRY_COMPARE(m_results, QStringList({"signal 1", "callback 1"}));
         QVERIFY(!dialog());
         settle();
         QVERIFY(!box);
@@ -221,19 +226,20 @@ private slots:
         QTRY_VERIFY(box());
         QCOMPARE(box()->buttons().size(), 1);
         QTest::keyClick(box(), Qt::Key_Escape);
-        QTRY_VERIFY(box() && box()->buttons().size() == 2);
+        QTRY_VERIFY(box());
+        QTRY_COMPARE(box() ? box()->buttons().size() : 0, 2);
         QTest::keyClick(box(), Qt::Key_Escape);
-        QVERIFY(m_told.isEmpty());
+        QVERIFY(m_results.isEmpty());
         QTRY_VERIFY(box());
         for (QAbstractButton *button : box()->buttons()) {
             if (button->text() == "Cancel the sign-in")
                 QTest::mouseClick(button, Qt::LeftButton);
         }
-        QTRY_COMPARE(m_told, QStringList({"callback 0", "signal 0"}));
+        QTRY_COMPARE(m_results, QStringList({"callback 0", "signal 0"}));
         QVERIFY(!dialog());
     }
 
-    void windowMayGoWhileAnAlertIsShown()
+    void windowMayBeDeletedWhileAnAlertIsShown()
     {
         m_server->answer("/form", html("text<script>alert('hello')</script>"));
         openWindow(100, 100);
@@ -241,14 +247,15 @@ private slots:
         QTRY_VERIFY(qobject_cast<QMessageBox *>(dialog()));
         m_window.reset();
         settle();
-        QVERIFY(!dialog() && m_told.isEmpty());
+        QVERIFY(!dialog());
+        QCOMPARE(m_results, QStringList());
     }
 
-    void closingIsCancelling()
+    void closingCancels()
     {
         QVERIFY(m_ui->login(nullptr));
         dialog()->close();
-        QCOMPARE(m_told, QStringList({"callback 0", "signal 0"}));
+        QCOMPARE(m_results, QStringList({"callback 0", "signal 0"}));
         QVERIFY(!dialog());
     }
 
@@ -259,21 +266,20 @@ private:
         m_server->answer("/form", html("<script>window.location='/done'</script>wait"));
         m_portal.address = "http://" + m_server->authority() + "/form";
         m_portal.loggedIn = false;
-        m_told.clear();
-        m_onTold = [] {};
+        m_results.clear();
+        m_onResult = [] {};
         m_ui = std::make_unique<LoginUi>();
         m_ui->SetILogin(&m_portal);
-        m_ui->setCallback(tell, this);
+        m_ui->setCallback(addResult, this);
         connect(m_ui.get(), &LoginUi::loggedIn, this,
-                [this](bool success) { m_told << "signal " + QString::number(success); });
+                [this](bool success) { m_results << "signal " + QString::number(success); });
     }
-    static void tell(void *context, bool success)
+    static void addResult(void *context, bool success)
     {
         auto &test = *static_cast<TestLoginUi *>(context);
-        test.m_told << "callback " + QString::number(success);
-        test.m_onTold();
+        test.m_results << "callback " + QString::number(success);
+        test.m_onResult();
     }
-    /// The one that is open.
     QWidget *dialog() const { return QApplication::activeModalWidget(); }
     QWebView *view() const { return dialog()->findChild<QWebView *>(); }
     QWebFrame *frame() const { return view()->page()->mainFrame(); }
@@ -281,8 +287,8 @@ private:
 
     std::unique_ptr<LocalServer> m_server;
     std::unique_ptr<LoginUi> m_ui;
-    QStringList m_told;
-    std::function<void()> m_onTold; ///< what the callback does besides
+    QStringList m_results;
+    std::function<void()> m_onResult; ///< runs in the callback
 };
 
 QTEST_MAIN(TestLoginUi)

@@ -1,5 +1,4 @@
-// The folder view: what is shown, what can be chosen, where clicks lead and what they leave behind, and the pages of a
-// portal that searches.
+// The folder view: the list, what can be imported, navigation, and the pages of a portal that searches.
 
 #include "PageFixture.h"
 
@@ -7,7 +6,7 @@ class TestPage : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void foldersStandBeforeFilesAndOnlyFilesShowTheirProperties()
+    void foldersPrecedeFilesAndOnlyFilesHaveToolTips()
     {
         const QStringList shown = names();
         QVERIFY(shown.indexOf("Fixed") < 2 && shown.indexOf("Deep & far") < 2);
@@ -15,19 +14,13 @@ private slots:
         QVERIFY(row("Fixed")->toolTip().isEmpty());
 
         const QPoint place = list()->visualItemRect(row("<b>Notes</b>")).center();
-        QHelpEvent asked(QEvent::ToolTip, place, QPoint());
-        QApplication::sendEvent(list()->viewport(), &asked);
+        QHelpEvent event(QEvent::ToolTip, place, QPoint());
+        QApplication::sendEvent(list()->viewport(), &event);
         QCOMPARE(QToolTip::text(), Qt::convertFromPlainText("id: n\nname: <b>Notes</b>"));
         QToolTip::hideText();
-
-        TestItem item("n", "");
-        item.SetProperty("id", "new");
-        QVERIFY(item.GetPropertyValue(-5) == KString("new") && item.GetPropertyName(2).isEmpty());
-        KString value("kept");
-        QVERIFY(!item.GetProperty("no", value) && value == KString("kept"));
     }
 
-    void enteringAndLeavingAFolder()
+    void folderBarShowsThePathAndLeadsUpwards()
     {
         page()->SearchUpdate();
         QCOMPARE(folderAction("Top")->menu()->actions().size(), 2);
@@ -37,7 +30,7 @@ private slots:
         doubleClick("Deeper");
         QCOMPARE(names(), QStringList({"", "inner.obj"}));
         QCOMPARE(path(), QString("Top/Deep & far/Deeper"));
-        QCOMPARE(folderAction("Top")->menu()->actions().size(), 1); // what was listed there is not known any more
+        QCOMPARE(folderAction("Top")->menu()->actions().size(), 1); // the files listed there are gone
         auto *parent = find<QToolBar>("ParentFolderBar");
         for (const char *above : {"d", "root", "root"}) {
             QCOMPARE(parent->isEnabled(), path() != "Top");
@@ -47,7 +40,7 @@ private slots:
         QVERIFY(names().contains("Fixed"));
     }
 
-    void sortingAdoptsExtraItemsAndSkipsExcludedOnes()
+    void folderListAddsExtraItemsAndSkipsExcludedOnes()
     {
         TestItem grandchild("grandchild", "");
         TestItem extra("extra", "");
@@ -60,11 +53,14 @@ private slots:
         auto files = folders;
         QVERIFY(!m_portal.BuildFoldersAndFileList(folders, files, &root, nullptr, {&extra}, {}));
         QVERIFY(m_portal.BuildFoldersAndFileList(folders, files, &root, &root, {nullptr, &extra, &hidden}, {&hidden}));
-        QVERIFY(folders.size() == 1 && folders[0] == known && files.size() == 1 && files[0] == &extra);
-        QVERIFY(extra.GetParent() == &root && !hidden.GetParent() && known->GetChildNumber() == 0);
+        QCOMPARE(folders, ICloudPortalApi::ItemVector{known});
+        QCOMPARE(files, ICloudPortalApi::ItemVector{&extra});
+        QCOMPARE(extra.GetParent(), &root);
+        QVERIFY(!hidden.GetParent());
+        QCOMPARE(known->GetChildNumber(), 0);
     }
 
-    void onlyModelsCanBeChosen()
+    void onlyModelsCanBeImported()
     {
         for (const QString name : {"a & b.OBJ", "<b>Notes</b>", "odd.xyz", "Fixed"}) {
             row("a & b.OBJ")->setSelected(true);
@@ -74,9 +70,9 @@ private slots:
         }
     }
 
-    void twoItemsOfOneNameStayTwoAndAFetchForgetsTheChoice()
+    void itemsOfOneNameAreDistinctAndAFetchClearsTheChoice()
     {
-        m_portal.succeeds = false; // half-way, so that something came
+        m_portal.succeeds = false; // after half of the items
         doubleClick("Deep & far");
         QCOMPARE(names().size(), 3);
         list()->setCurrentRow(2);
@@ -88,7 +84,7 @@ private slots:
         QCOMPARE(m_portal.count("download"), 1);
     }
 
-    void loggingOutAndIn()
+    void logoutClearsThePageAndLoginFillsIt()
     {
         startPaged();
         QPushButton *log = button("CloudPortalLoginButton");
@@ -97,36 +93,41 @@ private slots:
         log->click();
         settle();
         QCOMPARE(log->text() + ' ' + shownButtons(), QString("Login [<] [>]"));
-        QVERIFY(names().isEmpty() && chosen().isEmpty() && !list()->isEnabled() && !searchField()->isEnabled());
+        QCOMPARE(names(), QStringList());
+        QCOMPARE(chosen(), QString());
+        QVERIFY(!list()->isEnabled());
+        QVERIFY(!searchField()->isEnabled());
         page()->RefreshFolderData();
         QCOMPARE(m_portal.log, QStringList());
         log->click();
         settle();
-        QVERIFY(names().size() == 5 && list()->isEnabled());
+        QCOMPARE(names().size(), 5);
+        QVERIFY(list()->isEnabled());
     }
 
-    void manyClicksLeaveNothingBehind()
+    void clicksLeaveNoObjectsBehind()
     {
         for (const int type : {ICloudPortalApi::kPlainListing, ICloudPortalApi::kPagedSearch}) {
             m_portal.type = type;
             start();
             settle();
             clickThrough(3);
-            const QVector<int> before = held();
+            const QVector<int> before = objectCounts();
             clickThrough(type == ICloudPortalApi::kPagedSearch ? 25 : 125);
-            QCOMPARE(held(), before);
+            QCOMPARE(objectCounts(), before);
             QCOMPARE(page()->LiveItemCount(), TestItem::alive);
         }
         QCOMPARE(m_portal.count("search"), 28 * 6 + 1);
     }
 
-    void aNodeOwnsWhatIsInItsSet()
+    void itemOwnsItsChildren()
     {
         TestItem root("root", "/");
         root.AddChild(new TestItem("branch", "/"));
         QPointer<TestItem> leaf(new TestItem("leaf", ""));
         (*root.GetChildBegin())->AddChild(leaf);
-        QVERIFY(!root.RemoveChild(leaf, true) && leaf);
+        QVERIFY(!root.RemoveChild(leaf, true)); // it is a grandchild
+        QVERIFY(leaf);
         root.RemoveAllChild(true);
         QVERIFY(!leaf);
 
@@ -156,7 +157,7 @@ private slots:
         QVERIFY(names().contains("Deep & far"));
     }
 
-    void closingTheDockInAFetchForgetsTheFolderButNotTheList()
+    void closingTheDockInAFetchClosesTheFolderButKeepsTheList()
     {
         row("a & b.OBJ")->setSelected(true);
         Portal_CloudBrowser::RaiseDockingWindow(true);
@@ -167,16 +168,17 @@ private slots:
         page()->PreviousFolderClick();
         page()->SearchUpdate();
         page()->RefreshFolderData();
-        QVERIFY(m_portal.log.isEmpty() && names().size() == 5);
+        QCOMPARE(m_portal.log, QStringList());
+        QCOMPARE(names().size(), 5);
         settle();
         m_portal.during.clear();
         doubleClick("Deep & far");
         QVERIFY(names().contains("Deeper"));
     }
 
-    void buttons()
+    void pagerShowsTheNeighbouringPages()
     {
-        // The page, the index of its size, and the number of items in all.
+        // The page, the index of its size, and the number of all items.
         const std::tuple<int, int, int, QString> rows[] = {
             {1, 2, 130, "[<] [1] 2 (Next >)"},
             {3, 0, 1000, "(< Previous) 1 2 [3] 4 5 6 7 (Next >)"},
@@ -195,7 +197,7 @@ private slots:
         }
     }
 
-    void everyButtonGoesItsWayWithinTheCountAndAnotherPageSizeKeepsThePage()
+    void pagerButtonsStayWithinTheCountAndAnotherSizeKeepsThePage()
     {
         startPaged();
         for (const int pages : {15, 14, -15, -1, 2147483647, 7})
@@ -215,7 +217,7 @@ private slots:
         QCOMPARE(pages, QString("26252423232"));
     }
 
-    void theSearchTextIsACriterionAndAFailedSearchSwitchesThePagerOff()
+    void searchTextIsACriterionAndAFailedSearchDisablesThePager()
     {
         startPaged();
         page()->SwitchPage(2);
@@ -252,7 +254,7 @@ private:
         m_portal.log.clear();
     }
     QLineEdit *searchField() const { return find<QLineEdit>("SearchTextInput"); }
-    /// From the left, those that are switched off in brackets.
+    /// The visible buttons from the left, disabled ones in brackets.
     QString shownButtons() const
     {
         QStringList shown;
@@ -265,12 +267,12 @@ private:
         }
         return shown.join(' ');
     }
-    /// Actions, widgets and items that exist now.
-    QVector<int> held() const
+    /// The numbers of actions, widgets and items.
+    QVector<int> objectCounts() const
     {
         return {dock()->findChildren<QAction *>().size(), dock()->findChildren<QWidget *>().size(), TestItem::alive};
     }
-    /// Four folder changes a round: by the list, by the parent button, by a menu, by the bar. Pages are turned as well.
+    /// Changes the folder four times a round (list, parent button, menu, bar), and the page.
     void clickThrough(int rounds)
     {
         const auto top = [this] { return folderBar()->actions().at(1); };
@@ -287,7 +289,7 @@ private:
             }
         }
     }
-    /// The name of what can be imported; empty for nothing.
+    /// The name of the file that can be imported, or empty.
     QString chosen() const
     {
         const QString name = find<QLineEdit>("CloudImportFileName")->text();

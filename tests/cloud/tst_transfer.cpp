@@ -1,13 +1,13 @@
-// Import and export: the commands that the host is sent, the file that host or portal is given, and what may happen
-// between the steps.
+// Import and export: the commands to the host, the files of the host and the portal, and events between the steps.
 
 #include "PageFixture.h"
+#include "support/MessageBoxes.h"
 
 class TestTransfer : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void extensions()
+    void extensionIsTheTextAfterTheLastDotOfTheName()
     {
         const std::map<QString, QString> rows{
             {"a/Model.tar.GZ", "GZ"}, {"v1.2/model", "none"}, {"a/.obj", "none"}, {"模型.ply", "ply"}, {"..", ""}};
@@ -47,7 +47,7 @@ private slots:
         }
     }
 
-    void failuresEndTheImportAndASecondClickMeanwhileDoesNothing()
+    void failureEndsTheImportAndAClickDuringItIsIgnored()
     {
         m_portal.succeeds = false;
         m_portal.during["download"] = [this] { page()->ImportClick(); };
@@ -61,9 +61,10 @@ private slots:
         QCOMPARE(infos(), QStringList());
     }
 
-    void exportedNamesAndFailures()
+    void exportCleansTheNameAndUploadsTheWrittenFile()
     {
-        // What is typed, the translator's index, what is sent, what the host says that it wrote, and what is uploaded.
+        // The typed name, the index of the translator, the export command, the file that the host wrote, and the
+        // uploaded name.
         const std::tuple<QString, int, QString, QString, QString> rows[] = {
             {" Ä |Cup.FBX ", 0, "FBX ä cup.fbx", "C:\\x\\ Ä| ", "ä"},
             {"cup.fbx", 1, "OBJ cup.fbx.obj", "/x/", ""},
@@ -74,11 +75,11 @@ private slots:
             m_host.answer("file ", KCommandResult(KQtUtil::toKString(written)));
             filter()->setCurrentIndex(index);
             forget();
-            QPushButton *go = button(index == 0 ? "CloudExportAllButton" : "CloudExportSelectionButton");
+            QPushButton *exportButton = button(index == 0 ? "CloudExportAllButton" : "CloudExportSelectionButton");
             field()->clear();
-            QVERIFY(!go->isEnabled());
+            QVERIFY(!exportButton->isEnabled());
             field()->setText(typed);
-            go->click();
+            exportButton->click();
             const char *option = index == 0 ? "-ea" : "-es";
             QCOMPARE(fileCommands(), exportCommand(sent.section(' ', 0, 0), option, sent.section(' ', 1)));
             QVERIFY(QFileInfo(download("")).isDir());
@@ -99,7 +100,7 @@ private slots:
         checkFailed({});
     }
 
-    void overwriting_data()
+    void overwritingNeedsConsent_data()
     {
         addRows({{"agreed", "Scene", "0", "yes", "1"},
                  {"refused", "Scene", "0", "no", ""},
@@ -109,12 +110,12 @@ private slots:
                  {"another case", "model", "0", "", "nothing"},
                  {"a folder", "dir", "0", "", "nothing"}});
     }
-    void overwriting()
+    void overwritingNeedsConsent()
     {
         const auto [title, name, state, answer, over] = currentRow<5>();
         m_host.setState(static_cast<KGlobal::KeldaState>(state.toInt()));
         m_agree = answer == "yes";
-        m_meanwhile = [this] {
+        m_duringDialog = [this] {
             filter()->setCurrentIndex(1);
             page()->ExportSelectionClick();
             page()->ShowExportOptions();
@@ -122,13 +123,13 @@ private slots:
             m_controller->LoginDoneCB(true);
         };
         exportAs(name);
-        QCOMPARE(m_asked, answer.isEmpty() ? QStringList() : QStringList("Do you want to overwrite the file?"));
-        const bool goesOn = !over.isEmpty();
-        QCOMPARE(fileCommands(), goesOn ? exportCommand("FBX", "-ea", name.toLower() + ".fbx") : QStringList());
-        QCOMPARE(m_portal.log.filter("upload").join(' '), goesOn ? upload("written.fbx", over) : QString());
+        QCOMPARE(m_questions, answer.isEmpty() ? QStringList() : QStringList("Do you want to overwrite the file?"));
+        const bool isExported = !over.isEmpty();
+        QCOMPARE(fileCommands(), isExported ? exportCommand("FBX", "-ea", name.toLower() + ".fbx") : QStringList());
+        QCOMPARE(m_portal.log.filter("upload").join(' '), isExported ? upload("written.fbx", over) : QString());
     }
 
-    void theDockMayCloseDuringQuestionExportAndUpload()
+    void dockMayCloseDuringQuestionExportAndUpload()
     {
         for (const QString moment : {"question", "export", "upload"}) {
             m_portal.during = {{moment, [this] {
@@ -136,7 +137,7 @@ private slots:
                                     page()->ExportAllClick();
                                     page()->ClearSelection();
                                 }}};
-            m_meanwhile = m_portal.during.value("question");
+            m_duringDialog = m_portal.during.value("question");
             m_host.handle("file ", [&](const QString &, KCommandResult &written) {
                 m_portal.run("export");
                 written = KCommandResult(KString("/x/written.fbx"));
@@ -152,7 +153,7 @@ private slots:
         }
     }
 
-    void theWindowMayGoDuring_data()
+    void windowMayBeDeletedDuring_data()
     {
         addRows({{"login check", "none", ""},
                  {"fetch", "none", "dir.fbx"},
@@ -163,7 +164,7 @@ private slots:
                  {"export", "file ", "new"},
                  {"upload", "none", "new"}});
     }
-    void theWindowMayGoDuring()
+    void windowMayBeDeletedDuring()
     {
         const auto [call, command, name] = currentRow<3>();
         const auto destroy = [this] { m_window.reset(); };
@@ -174,7 +175,7 @@ private slots:
             destroy();
             return KStatus();
         });
-        m_meanwhile = destroy;
+        m_duringDialog = destroy;
         if (call == "login check")
             m_controller->LoginDoneCB(true);
         else if (row(name))
@@ -188,7 +189,7 @@ private slots:
         QVERIFY(!m_controller->GetParentLoginWidget());
     }
 
-    void theFilterOffersEveryTranslator()
+    void filterOffersEveryTranslator()
     {
         page()->ExportFilterFilesClick(3);
         checkTranslatorIsMissing();
@@ -214,22 +215,22 @@ private slots:
         checkTranslatorIsMissing();
     }
 
-    void aDoubleClickExportsUnderThatName()
+    void doubleClickExportsUnderThatName()
     {
         find<QTabWidget>("ImportExportTabs")->setCurrentIndex(1);
         doubleClick("odd.xyz");
-        QVERIFY(m_asked.isEmpty() && fileCommands().isEmpty());
+        QCOMPARE(m_questions + fileCommands(), QStringList());
         doubleClick("cup.obj");
-        QCOMPARE(m_asked.size(), 1);
+        QCOMPARE(m_questions.size(), 1);
         QCOMPARE(fileCommands(), exportCommand("OBJ", "-ea", "cup.obj"));
     }
 
-    void options_data()
+    void optionsDialogRunsTheCommandsOfTheTranslator_data()
     {
         addRows({{"Import", "Import Options", "known", download("cup.obj")},
                  {"ExportAll", "Export Options", "O\\\"dd", "."}});
     }
-    void options()
+    void optionsDialogRunsTheCommandsOfTheTranslator()
     {
         const auto row = currentRow<4>();
         const QString layout = "CloudPortalFileDialogOptionsGrpBoxLayout";
@@ -237,13 +238,13 @@ private slots:
         list()->setCurrentRow(3);
         find<QCheckBox>("CloudImportOptions")->setChecked(true);
         filter()->setCurrentIndex(2);
-        m_meanwhile = [this] { page()->ShowExportOptions(); };
+        m_duringDialog = [this] { page()->ShowExportOptions(); };
         for (const bool accepted : {false, true}) {
             forget();
             m_agree = accepted;
             button(isImport ? "CloudImportButton" : "CloudExportOptionsButton")->click();
             settle();
-            QCOMPARE(m_asked, QStringList(row[1] + ' ' + layout));
+            QCOMPARE(m_questions, QStringList(row[1] + ' ' + layout));
             QVERIFY(!dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
             QString expected = "initCurrentFileTypeOption %1 \"\" \"\";fileOperationsOptionsUISetup %1 %2;"
                                "fileOperationsOptionsUIInitValues %1 %2 \"%3\";setCurrentFileTypeOption %1 %2 \"%3\";"
@@ -261,7 +262,7 @@ private:
     {
         m_answering.start(5, this);
         m_agree = true;
-        m_meanwhile = nullptr;
+        m_duringDialog = nullptr;
         m_portal.root() = {
             {"1", "scene.fbx"}, {"2", "Model.fbx"}, {"3", "cup.obj"}, {"4", "odd.xyz"}, {"5", "dir.fbx/"}};
         m_host.setState(KGlobal::kInteractive);
@@ -291,7 +292,7 @@ private:
     {
         m_host.clear();
         m_portal.log.clear();
-        m_asked.clear();
+        m_questions.clear();
     }
     void exportAs(const QString &name)
     {
@@ -299,18 +300,18 @@ private:
         field()->setText(name);
         page()->ExportAllClick();
     }
-    /// Answers a question or an options dialog. What m_meanwhile holds runs first, once.
+    /// Answers a question or an options dialog, after it has run m_duringDialog once.
     void timerEvent(QTimerEvent *) override
     {
         auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
         if (!dialog)
             return;
-        if (m_meanwhile) {
-            QTimer::singleShot(0, this, std::exchange(m_meanwhile, nullptr));
+        if (m_duringDialog) {
+            QTimer::singleShot(0, this, std::exchange(m_duringDialog, nullptr));
             return;
         }
         auto *box = qobject_cast<QMessageBox *>(dialog);
-        m_asked << (box ? box->text() : dialog->windowTitle() + ' ' + dialog->layout()->objectName());
+        m_questions << (box ? shownText(*box) : dialog->windowTitle() + ' ' + dialog->layout()->objectName());
         if (box)
             box->button(m_agree ? QMessageBox::Yes : QMessageBox::No)->click();
         else
@@ -333,8 +334,8 @@ private:
     QTemporaryDir m_dir;
     QBasicTimer m_answering;
     bool m_agree = true;
-    std::function<void()> m_meanwhile;
-    QStringList m_asked;
+    std::function<void()> m_duringDialog;
+    QStringList m_questions;
 };
 
 QTEST_MAIN(TestTransfer)

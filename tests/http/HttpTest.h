@@ -1,6 +1,6 @@
 // http/HttpTest.h
 //
-// What the tests of the HTTP client share.
+// The fixture of the tests of the HTTP client: a server, a client and a host.
 
 #pragma once
 
@@ -14,19 +14,19 @@
 
 #include <memory>
 
-/// Code and message, as in "404 text" or "200 ".
+/// The code and the message, as in "404 text" or "200 ".
 inline QString outcome(const ReturnStatus &status)
 {
     return QString::number(status.GetStatusCode()) + ' ' + KQtUtil::toQString(status.GetErrorMessage());
 }
 
-/// The message of a failure as the user sees it.
+/// The message of a failed request.
 inline QString failureText(const char *name)
 {
     return QString("Pech\nhttp Error: ") + name;
 }
 
-/// Bytes that no other position of the array repeats, so that a lost or doubled piece shows.
+/// Consecutive numbers, so that a lost or repeated piece changes the content.
 inline QByteArray numberedBytes(int size)
 {
     QByteArray bytes;
@@ -37,7 +37,7 @@ inline QByteArray numberedBytes(int size)
 
 enum class Call { Get, Post, GetFile, PostFile };
 
-/// A client of one server, and a folder for its files.
+/// A client of one server with a folder for its files.
 class TestClient : public httpClient
 {
 public:
@@ -68,11 +68,11 @@ public:
     QByteArray body = "before";
 };
 
-/// Each test starts with a host that has shown nothing and has texts of its own, a server, and its client.
+/// reset() creates a server and its client, clears the host's messages and gives two texts that a test can recognise.
 class HttpFixture : public QObject
 {
 protected:
-    void reset(int requestMs = 5000, int transferMs = 5000)
+    void reset(int requestMs = 60000, int transferMs = 60000)
     {
         m_host.clear();
         m_host.setText("kHttpRequestTimeout", "408 zu lange");

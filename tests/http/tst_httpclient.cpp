@@ -25,14 +25,14 @@ QByteArray chunkedHead(const QByteArray &furtherHeaders = QByteArray())
 
 Q_DECLARE_METATYPE(std::function<void(QFile &)>)
 
-/// What goes out, what comes back, and how calls end.
+/// Requests, replies, and the ends of calls.
 class TestHttpClient : public HttpFixture
 {
     Q_OBJECT
 private slots:
     void init() { reset(); }
 
-    void requestGoesOutAsGiven()
+    void requestsHaveTheGivenPathHeadersAndBody()
     {
         m_server->answer("/1/a%20b", Reply(200).body("got"));
         m_server->answer("/1/post", Reply(302).location("/1/a%20b").body("posted"));
@@ -54,7 +54,8 @@ private slots:
         const Request post = m_server->lastRequest("/1/post");
         QCOMPARE(post.method + ' ' + post.body, "POST " + m_client->data);
         QCOMPARE(post.headerValues("Content-Type"), QList<QByteArray>{"text/x"});
-        QVERIFY(!post.hasHeader("Authorization") && m_server->requests().size() == 2);
+        QVERIFY(!post.hasHeader("Authorization"));
+        QCOMPARE(m_server->requests().size(), 2);
 
         m_server->answer("http://cloud.example/x", Reply().body("no port"));
         QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpCachingProxy, "127.0.0.1", m_server->serverPort()});
@@ -75,17 +76,18 @@ private slots:
             const Request request = m_server->lastRequest("/put");
             QCOMPARE(request.headerValues("Content-Type"), QList<QByteArray>{"application/octet-stream"});
             QCOMPARE(request.headerValues("Content-Length"), QList<QByteArray>{QByteArray::number(size)});
-            QVERIFY(request.method == "POST" && request.body == m_client->data);
+            QCOMPARE(request.method, QByteArray("POST"));
+            QCOMPARE(request.body, m_client->data);
         }
     }
 
-    void postFileRefusesWhatCannotBeSent()
+    void postFileSendsRegularFilesOnly()
     {
         QCOMPARE(mkfifo(qPrintable(m_client->folder + "pipe"), 0600), 0);
         for (const char *name : {"missing", "", "pipe"})
             QCOMPARE(outcome(m_client->send(name, "/put")), QString("0 "));
         QCOMPARE(m_client->body, QByteArray("before"));
-        QVERIFY(m_server->requests().isEmpty());
+        QCOMPARE(m_server->requests().size(), 0);
     }
 
     void postFileSendsMoreThan2GiB()
@@ -134,7 +136,7 @@ private slots:
         QCOMPARE(m_server->requests().size(), 0); // a request counts once its body is complete
     }
 
-    void encodedAndChunkedReplies_data()
+    void encodedReplyIsRefusedAndChunkedReplyIsRead_data()
     {
         QTest::addColumn<Reply>("reply");
         QTest::addColumn<QString>("end");
@@ -152,7 +154,7 @@ private slots:
             << Reply::raw(chunkedHead("Content-Length: 99\r\n") + kChunks) << "200 " << QByteArray("the model");
     }
 
-    void encodedAndChunkedReplies()
+    void encodedReplyIsRefusedAndChunkedReplyIsRead()
     {
         QFETCH(Reply, reply);
         QFETCH(QString, end);
@@ -173,8 +175,8 @@ private slots:
         QCOMPARE(m_server->lastRequest("/x").headerValues("Accept-Encoding"), QList<QByteArray>{"gzip"});
     }
 
-    /// Qt sometimes takes a chunked reply that was cut for a complete one.
-    void cutChunkedJsonIsNeverRead()
+    /// Qt sometimes reports success for a chunked reply that was cut.
+    void cutChunkedJsonIsNotParsed()
     {
         const QByteArray json = "{\"contents\":[" + QByteArray("{\"rev\":\"1\"},").repeated(2000) + "{}]}";
         const QByteArray size = QByteArray::number(json.size() / 2, 16);
@@ -219,7 +221,7 @@ private slots:
         QCOMPARE(m_client->run(Call::GetFile, "/x").GetStatusCode(), 200);
     }
 
-    void everyCallEndsAlike()
+    void everyCallReportsStatusAndErrorAlike()
     {
         const QString closed = failureText("RemoteHostClosedError");
         const std::tuple<Reply, int, QString> ends[] = {
@@ -237,19 +239,19 @@ private slots:
                 const ReturnStatus status = m_client->run(call, "/x", {{L"Content-Type", L"text/plain"}});
                 QCOMPARE(outcome(status), QString::number(code) + ' ' + message);
                 QCOMPARE(m_host.errors().value(0), message);
-                QVERIFY(call == Call::GetFile ||
-                        (m_host.errors().size() <= 1 && (code == 0 || m_client->body == "why")));
+                if (call == Call::GetFile)
+                    continue;
+                QVERIFY(m_host.errors().size() <= 1);
+                QVERIFY(code == 0 || m_client->body == "why");
             }
         }
     }
 
-    void timeoutReleasesTheReply()
+    void timeoutClosesTheConnectionAndTheClientStaysUsable()
     {
         for (const Call call : {Call::Get, Call::GetFile}) {
             reset(200, 200);
             m_server->answer("/half", Reply().body("0123456789").hangAfter(50));
-            m_server->answer("/late", Reply().body("late").delayed(240));
-            m_server->answer("/next", Reply().body("next").delayed(80));
             QCOMPARE(outcome(m_client->run(call, "/half")), QString("408 408 zu lange"));
             QCOMPARE(m_host.errors(), QStringList("408 zu lange"));
             QCOMPARE(m_client->body, QByteArray("before"));
@@ -257,6 +259,10 @@ private slots:
             for (const QFileInfo &open : QDir("/proc/self/fd").entryInfoList(QDir::Files))
                 QVERIFY(!open.symLinkTarget().startsWith(m_client->folder));
 
+            // The reply of a call that timed out arrives during the next call, which must not time out.
+            reset(1500, 1500);
+            m_server->answer("/late", Reply().body("late").delayed(1600));
+            m_server->answer("/next", Reply().body("next").delayed(200));
             QCOMPARE(m_client->run(call, "/late").GetStatusCode(), 408);
             QCOMPARE(m_client->run(call, "/next").GetStatusCode(), 200);
             m_client->readyReadCB();
@@ -264,7 +270,7 @@ private slots:
         }
     }
 
-    void errorNames()
+    void errorsAreNamed()
     {
         m_server->close();
         const QString refused = failureText("ConnectionRefusedError");
@@ -276,26 +282,37 @@ private slots:
         QCOMPARE(m_host.errors(), (QStringList{refused, "HostNameMismatch", ""}));
     }
 
-    void nestedCallsEndWithTheirOwnReply()
+    void nestedCallsEndWithTheirOwnReply_data()
     {
-        // The inner call ends first; the outer one is done before its time-out and returns after it; it is too late.
-        const std::tuple<int, int, int> delays[] = {{100, 20, 200}, {20, 400, 200}, {450, 20, 408}};
-        for (const auto &[outerMs, innerMs, outerCode] : delays) {
-            reset(300, 300);
-            httpClient::setDefaultTimeouts(5000, 5000);
-            TestClient inner(*m_server);
-            m_server->answer("/outer", Reply().body("outer").delayed(outerMs));
-            m_server->answer("/inner", Reply().body("inner").delayed(innerMs));
-            int innerCode = -1;
-            QTimer::singleShot(5, this, [&] { innerCode = inner.run(Call::Get, "/inner").GetStatusCode(); });
-            QCOMPARE(m_client->run(Call::Get, "/outer").GetStatusCode(), outerCode);
-            QCOMPARE(m_client->body, outerCode == 200 ? QByteArray("outer") : QByteArray("before"));
-            QCOMPARE(innerCode, 200);
-            QCOMPARE(inner.body, QByteArray("inner"));
-        }
+        QTest::addColumn<int>("outerMs"); // the delay of the reply, -1 for no reply
+        QTest::addColumn<int>("innerMs");
+        QTest::addColumn<int>("timeoutMs"); // of the outer call
+        QTest::addColumn<int>("outerCode");
+        QTest::newRow("inner reply first") << 100 << 20 << 60000 << 200;
+        QTest::newRow("outer reply before its time-out, inner reply after it") << 100 << 1800 << 1500 << 200;
+        QTest::newRow("outer call times out") << -1 << 20 << 300 << 408;
     }
 
-    void clientMayGoDuringItsCall()
+    void nestedCallsEndWithTheirOwnReply()
+    {
+        QFETCH(int, outerMs);
+        QFETCH(int, innerMs);
+        QFETCH(int, timeoutMs);
+        QFETCH(int, outerCode);
+        reset(timeoutMs, timeoutMs);
+        httpClient::setDefaultTimeouts(60000, 60000);
+        TestClient inner(*m_server);
+        m_server->answer("/outer", outerMs < 0 ? Reply().hangAfter(0) : Reply().body("outer").delayed(outerMs));
+        m_server->answer("/inner", Reply().body("inner").delayed(innerMs));
+        int innerCode = -1;
+        QTimer::singleShot(5, this, [&] { innerCode = inner.run(Call::Get, "/inner").GetStatusCode(); });
+        QCOMPARE(m_client->run(Call::Get, "/outer").GetStatusCode(), outerCode);
+        QCOMPARE(m_client->body, outerCode == 200 ? QByteArray("outer") : QByteArray("before"));
+        QCOMPARE(innerCode, 200);
+        QCOMPARE(inner.body, QByteArray("inner"));
+    }
+
+    void clientMayBeDeletedDuringItsCall()
     {
         const QTemporaryDir dir;
         QByteArray body("before");
@@ -306,7 +323,8 @@ private slots:
             const ReturnStatus status = download ? m_client->getFile(dir.path() + '/', "gone.obj", "/hang", {}, false)
                                                  : m_client->get("/hang", {}, false, body);
             QCOMPARE(outcome(status), "0 " + failureText("OperationCanceledError"));
-            QVERIFY(!m_client && body == "before");
+            QVERIFY(!m_client);
+            QCOMPARE(body, QByteArray("before"));
         }
     }
 };

@@ -86,8 +86,10 @@ private slots:
     {
         QTest::addColumn<QString>("rule");
         QTest::addColumn<QString>("end");
-        QTest::newRow("broken connection") << "cut=30" << "loading the login web page.";
-        QTest::newRow("unexpected end") << "redirect=https://cloud.zephal.example/signin/done" << "Unknown error.";
+        QTest::newRow("broken connection") << "cut=30"
+                                           << "loading the login web page.";
+        QTest::newRow("unexpected end") << "redirect=https://cloud.zephal.example/signin/done"
+                                        << "Unknown error.";
     }
 
     void failingPageIsReportedInABox()
@@ -340,16 +342,26 @@ private slots:
     {
         QTest::addColumn<QString>("rule"); // empty: a folder has the name of the local file
         QTest::addColumn<QString>("warning");
-        QTest::newRow("missing file") << "status=404" << "the server does not have it (status 404).";
-        QTest::newRow("forbidden") << "status=403" << "the server does not allow it (status 403).";
-        QTest::newRow("credentials refused for one file") << "status=401" << "the server does not allow it";
-        QTest::newRow("conflict") << "status=409" << "the name is taken";
-        QTest::newRow("no space") << "status=507" << "the server has no space left";
-        QTest::newRow("server error") << "status=503" << "the server failed";
-        QTest::newRow("redirect") << "redirect=https://new.example/" << "the server redirects to";
-        QTest::newRow("connection closed at once") << "cut=0" << "the connection broke off";
-        QTest::newRow("connection closed half-way") << "cut=4" << "the connection broke off";
-        QTest::newRow("local file") << "" << "the local file cannot be read or written";
+        QTest::newRow("missing file") << "status=404"
+                                      << "the server does not have it (status 404).";
+        QTest::newRow("forbidden") << "status=403"
+                                   << "the server does not allow it (status 403).";
+        QTest::newRow("credentials refused for one file") << "status=401"
+                                                          << "the server does not allow it";
+        QTest::newRow("conflict") << "status=409"
+                                  << "the name is taken";
+        QTest::newRow("no space") << "status=507"
+                                  << "the server has no space left";
+        QTest::newRow("server error") << "status=503"
+                                      << "the server failed";
+        QTest::newRow("redirect") << "redirect=https://new.example/"
+                                  << "the server redirects to";
+        QTest::newRow("connection closed at once") << "cut=0"
+                                                   << "the connection broke off";
+        QTest::newRow("connection closed half-way") << "cut=4"
+                                                    << "the connection broke off";
+        QTest::newRow("local file") << ""
+                                    << "the local file cannot be read or written";
     }
 
     /// On a page of its own, so that the import is seen as well.

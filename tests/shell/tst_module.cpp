@@ -1,7 +1,7 @@
 // shell/tst_module.cpp
 //
-// The built plug-in module in the real host. The end of this process is part of the test: what a module leaves behind
-// in the toolkit would crash it.
+// The built plug-in module in the real host. The end of this process is part of the test: a module that leaves objects
+// in Qt crashes it.
 
 #include "host/KeldaHost.h"
 #include "host/MenuModel.h"
@@ -17,9 +17,9 @@
 #include <QtTest>
 #include <QtWidgets>
 
-static const char dockSettings[] = "CloudBrowser_Dock_Widget";
+static const char kDockSettings[] = "CloudBrowser_Dock_Widget";
 
-/// Writes down what is registered.
+/// Records the registered strings.
 class RegisteringHost : public KeldaHost
 {
 public:
@@ -42,7 +42,7 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         m_download = m_dir->filePath("user/temp_cloud/Dropbox/cup.obj");
         writeFile(m_download, "a cup of the last run");
-        Tavrin::Settings(dockSettings).clear();
+        Tavrin::Settings(kDockSettings).clear();
     }
 
     void cleanup()
@@ -72,29 +72,35 @@ private slots:
         QCOMPARE(received, texts);
     }
 
-    void batchHostGetsNoPortals()
+    void batchHostHasNoPortals()
     {
-        Tavrin::Settings(dockSettings).setWindowActive(true);
+        Tavrin::Settings(kDockSettings).setWindowActive(true);
         startHost(KGlobal::kBatch);
         const int widgets = QApplication::allWidgets().size();
         for (int round = 0; round < 2; ++round) {
-            QVERIFY(load() && run("Tavrin -showportal;") && run("Tavrin;"));
+            QVERIFY(load());
+            QVERIFY(run("Tavrin -showportal;"));
+            QVERIFY(run("Tavrin;"));
             QCOMPARE(QApplication::allWidgets().size(), widgets);
             QVERIFY(QFileInfo::exists(m_download));
-            QVERIFY(unload() && !m_host->interpreter().hasCommand("Tavrin"));
+            QVERIFY(unload());
+            QVERIFY(!m_host->interpreter().hasCommand("Tavrin"));
         }
     }
 
     void commandShowsTheDockOnce()
     {
         startHost(KGlobal::kInteractive);
-        QVERIFY(load() && run("Tavrin;"));
+        QVERIFY(load());
+        QVERIFY(run("Tavrin;"));
         QVERIFY(!dock());
         QCOMPARE(menu().size(), std::size_t(1));
         QCOMPARE(menu()[0].label, QStringLiteral("Tavrin..."));
         QVERIFY(run(menu()[0].command.toUtf8()));
         const QPointer<QDockWidget> shown = dock();
-        QVERIFY(shown && shown->isVisible() && shown->windowTitle() == "Tavrin");
+        QVERIFY(shown);
+        QVERIFY(shown->isVisible());
+        QCOMPARE(shown->windowTitle(), QString("Tavrin"));
         const auto *tabs = shown->findChild<QTabWidget *>("Portal_CloudBrowserDockWidget_tabWidget");
         QStringList portals;
         for (int tab = 0; tab < tabs->count(); ++tab)
@@ -104,32 +110,52 @@ private slots:
 
         writeFile(m_download, "a download of this run");
         QVERIFY(run("Tavrin -spr;"));
-        QVERIFY(tabs->count() == 3 && dock() == shown && QFileInfo::exists(m_download));
+        QCOMPARE(tabs->count(), 3);
+        QCOMPARE(dock(), shown.data());
+        QVERIFY(QFileInfo::exists(m_download));
+    }
 
-        QVERIFY(unload() && !shown && menu().empty() && !m_host->interpreter().hasCommand("Tavrin"));
-        QVERIFY(load() && dock() && run("Tavrin -spr;")); // a dock that was open at unloading comes back
+    void dockIsOpenAfterLoadingIfItWasAtUnloading()
+    {
+        startHost(KGlobal::kInteractive);
+        QVERIFY(load());
+        QVERIFY(run("Tavrin -spr;"));
+        QVERIFY(unload());
+        QVERIFY(!dock());
+        QVERIFY(menu().empty());
+        QVERIFY(!m_host->interpreter().hasCommand("Tavrin"));
+        QVERIFY(load());
+        QVERIFY(dock());
+        QVERIFY(run("Tavrin -spr;"));
         dock()->close();
-        QVERIFY(unload() && load() && !dock());
+        QVERIFY(unload());
+        QVERIFY(load());
+        QVERIFY(!dock());
 
         QVERIFY(run("Tavrin -spr;"));
         m_window.reset(); // and with it the dock
-        QVERIFY(run("Tavrin -spr;") && unload());
+        QVERIFY(run("Tavrin -spr;"));
+        QVERIFY(unload());
         openWindow();
-        QVERIFY(load() && dock());
+        QVERIFY(load());
+        QVERIFY(dock());
     }
 
-    void everyTextIsThereInTheUsersLanguage()
+    void everyTextExistsInTheUsersLanguage()
     {
         const QStringList sameInEnglish{"kCloudPortalWindowLabel", "kProgressPerSecond"};
         startHost(KGlobal::kInteractive, "de_CH");
-        QVERIFY(load() && run("Tavrin -spr;"));
+        QVERIFY(load());
+        QVERIFY(run("Tavrin -spr;"));
         QVERIFY(m_host->ids.size() > 50);
         for (const KStringResourceId &id : m_host->ids) {
             const QString text = KQtUtil::toQString(TavrinStrings::getString(id));
             const QString english = KQtUtil::toQString(id.defaultText());
             QVERIFY2((text == english) == sameInEnglish.contains(id.key().utf8()), id.key().utf8());
-            QVERIFY2(!text.isEmpty() && text.endsWith(' ') == english.endsWith(' '), id.key().utf8());
-            QVERIFY2(text.startsWith(' ') == english.startsWith(' ') && !text.contains('%'), id.key().utf8());
+            QVERIFY2(!text.isEmpty(), id.key().utf8());
+            QVERIFY2(text.endsWith(' ') == english.endsWith(' '), id.key().utf8());
+            QVERIFY2(text.startsWith(' ') == english.startsWith(' '), id.key().utf8());
+            QVERIFY2(!text.contains('%'), id.key().utf8());
         }
         QCOMPARE(menu()[0].label, QStringLiteral("Tavrin ..."));
         QStringList labels;
@@ -155,14 +181,14 @@ private slots:
         setup.uiLanguage = "de_CH";
         setup.location = location;
         KeldaHost host(setup);
-        QStringList asked;
+        QStringList tested;
         QVERIFY(host.interpreter().removeCommand("sysFile"));
-        host.interpreter().addCommand("sysFile", [&asked](const CommandCall &call) {
-            asked << call.arguments.back().toString();
+        host.interpreter().addCommand("sysFile", [&tested](const CommandCall &call) {
+            tested << call.arguments.back().toString();
             return Value(0);
         });
         QVERIFY(run("source \"" SOURCE_FOLDER "/scripts/TavrinCreateUI.ksc\"; TavrinInitStrings;"));
-        QCOMPARE(asked, tables);
+        QCOMPARE(tested, tables);
     }
 
 private:

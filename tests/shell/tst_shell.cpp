@@ -1,8 +1,9 @@
 // shell/tst_shell.cpp
 //
-// Texts, settings, status and helpers: what every layer of the plug-in stands on.
+// Texts, settings, status and helper functions.
 
 #include "ReturnStatus.h"
+#include "support/MessageBoxes.h"
 #include "support/RecordingHost.h"
 #include "support/TestFiles.h"
 #include "TavrinHelper.h"
@@ -17,12 +18,12 @@
 
 namespace {
 
-const char fileName[] = "TavrinSettings_DropBoxAppBrowser_Kelda";
-const uid_t nobody = 65534;
+const char kFileName[] = "TavrinSettings_DropBoxAppBrowser_Kelda";
+const uid_t kNobody = 65534;
 
 QString settingsPath()
 {
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, "Corvane", fileName).fileName();
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, "Corvane", kFileName).fileName();
 }
 
 bool othersMayRead()
@@ -30,7 +31,7 @@ bool othersMayRead()
     return QFileInfo(settingsPath()).permissions() & (QFile::ReadGroup | QFile::ReadOther);
 }
 
-/// Takes root's rights over files from a test that has them, or gives them back.
+/// Changes the effective user of a test that runs as root.
 void setUser(uid_t user)
 {
     if (getuid() == 0 && seteuid(user) != 0)
@@ -55,7 +56,7 @@ private slots:
 
     void cleanup() { QDir::setCurrent(QDir::rootPath()); }
 
-    void textsAndStatus()
+    void textsComeFromTheHostAndStatus2xxIsASuccess()
     {
         using namespace TavrinStrings;
         RecordingHost host;
@@ -69,7 +70,7 @@ private slots:
             QVERIFY2(ReturnStatus(code).IsSuccess() == (code == 200 || code == 299), qPrintable(QString::number(code)));
     }
 
-    void existingFileKeepsItsValuesAndItsSessionToItself()
+    void existingSettingsAreKeptAndOthersCannotReadASession()
     {
         const std::tuple<QByteArray, const char *, int> rows[] = {
             {"", "", 450},
@@ -81,8 +82,9 @@ private slots:
         for (const auto &[content, session, expectedWidth] : rows) {
             writeFile(settingsPath(), content);
             int width = 0, height = 0;
-            Tavrin::Settings settings(fileName);
-            QVERIFY(settings.getWindowSize(width, height) && width == expectedWidth);
+            Tavrin::Settings settings(kFileName);
+            QVERIFY(settings.getWindowSize(width, height));
+            QCOMPARE(width, expectedWidth);
             QCOMPARE(settings.getSessionID().utf8(), session);
             QCOMPARE(othersMayRead(), settings.getSessionID().isEmpty());
             QVERIFY(settings.contains("plyx_secure_session_id"));
@@ -134,28 +136,30 @@ private slots:
             chmod(QFile::encodeName(folder).constData(), 0755);
             return QFile::remove(folder) || QDir(folder).removeRecursively();
         });
-        setUser(isReadOnly ? nobody : getuid());
+        setUser(isReadOnly ? kNobody : getuid());
         const bool isStored = [] {
-            Tavrin::Settings settings(fileName);
+            Tavrin::Settings settings(kFileName);
             settings.setSessionID("secret");
             return settings.store();
         }();
-        QCOMPARE(Tavrin::Settings(fileName).path(), path);
+        QCOMPARE(Tavrin::Settings(kFileName).path(), path);
         setUser(0);
         QVERIFY(!isStored);
         QCOMPARE(QFile::permissions(path), before);
     }
 
-    void sessionComesBackAndPairNeedsTwoNumbers()
+    void sessionIsRestoredAndAPositionNeedsTwoNumbers()
     {
-        Tavrin::Settings(fileName).setSessionID("tok/+=; \"en\"");
-        Tavrin::Settings settings(fileName);
+        Tavrin::Settings(kFileName).setSessionID("tok/+=; \"en\"");
+        Tavrin::Settings settings(kFileName);
         QCOMPARE(settings.getSessionID().utf8(), "tok/+=; \"en\"");
         int x = 9, y = 9;
         settings.setValue("preview_window_position_x", "wide");
-        QVERIFY(!settings.getWindowPosition(x, y) && x == 0 && y == 9);
+        QVERIFY(!settings.getWindowPosition(x, y));
+        QCOMPARE(QPoint(x, y), QPoint(0, 9));
         settings.setValue("preview_window_position_x", "-12");
-        QVERIFY(settings.getWindowPosition(x, y) && x == -12 && y == 300);
+        QVERIFY(settings.getWindowPosition(x, y));
+        QCOMPARE(QPoint(x, y), QPoint(-12, 300));
     }
 
     void boxesNeedAUserInterface()
@@ -169,22 +173,17 @@ private slots:
             RecordingHost host(state);
             auto window = std::make_unique<QMainWindow>();
             host.setMainWindow(window.get());
-            QString shown = "";
-            QTimer looker;
-            connect(&looker, &QTimer::timeout, this, [&] {
-                if (const auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
-                    QCOMPARE(box->textFormat(), Qt::PlainText);
-                    shown += box->windowTitle() + ": " + box->text();
-                    window.reset(); // and with it the box
-                }
+            QString title;
+            MessageBoxes boxes([&](QMessageBox &box) {
+                title = box.windowTitle() + ": ";
+                window.reset(); // and with it the box
             });
-            looker.start(0);
             ReturnStatus(code, "<b>not bold</b>").DisplayUserMessageBox();
-            QCOMPARE(shown, expected);
+            QCOMPARE(title + boxes.texts.join('|'), expected);
         }
     }
 
-    void foldersAndNames()
+    void localPathsStayBelowTheirFolder()
     {
         RecordingHost host;
         QCOMPARE(TavrinHelper::tempCloudDirectory().utf8(), "./temp_cloud");
@@ -207,7 +206,7 @@ private slots:
             QCOMPARE(TavrinHelper::safeLocalName(name), QString("_"));
     }
 
-    void removalTakesThePathAndFollowsNoLink()
+    void removalDeletesTheFolderAndFollowsNoLink()
     {
         const QString kept = m_dir->path() + "/kept";
         writeFile(kept + "/precious", "x");
@@ -215,16 +214,20 @@ private slots:
             QVERIFY(QFile::link(target, m_cache + "/Dropbox/to " + QString(target).replace('/', '_')));
         QVERIFY(QDir::setCurrent(m_dir->path()));
         for (const char *path : {"./temp_cloud", "temp_cloud/", "temp_cloud/../temp_cloud"}) {
-            QVERIFY2(qtHelper_removeDir(path) && !QFileInfo::exists(m_cache), path);
+            QVERIFY2(qtHelper_removeDir(path), path);
+            QVERIFY2(!QFileInfo::exists(m_cache), path);
             writeFile(m_cache + "/a/b", "x");
         }
-        QVERIFY(qtHelper_removeDir(m_cache) && QFile::link(kept, m_cache));
-        QVERIFY(qtHelper_removeDir(m_cache + '/') && !QFileInfo(m_cache).isSymLink());
-        QVERIFY(qtHelper_removeDir(QString()) && qtHelper_removeDir("no such folder"));
+        QVERIFY(qtHelper_removeDir(m_cache));
+        QVERIFY(QFile::link(kept, m_cache));
+        QVERIFY(qtHelper_removeDir(m_cache + '/'));
+        QVERIFY(!QFileInfo(m_cache).isSymLink());
+        for (const char *path : {"", "no such folder"})
+            QVERIFY2(qtHelper_removeDir(path), path);
         QVERIFY(QFileInfo::exists(kept + "/precious"));
     }
 
-    void whatCannotBeRemovedIsReported()
+    void failedRemovalIsReported()
     {
         const QString locked = m_cache + "/Dropbox/locked";
         writeFile(locked + "/file", "x");
@@ -233,13 +236,14 @@ private slots:
             QFile::setPermissions(above, QFile::permissions(above) | QFile::ExeGroup | QFile::ExeOther);
         const auto everything = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
         for (QDirIterator entry(m_dir->path(), everything, QDirIterator::Subdirectories); entry.hasNext();)
-            QVERIFY(chown(QFile::encodeName(entry.next()).constData(), nobody, nobody) == 0 || getuid() != 0);
+            QVERIFY(chown(QFile::encodeName(entry.next()).constData(), kNobody, kNobody) == 0 || getuid() != 0);
 
-        setUser(nobody);
+        setUser(kNobody);
         const bool removed = qtHelper_removeDir(m_cache);
         setUser(0);
-        QVERIFY(!removed && QFileInfo::exists(locked + "/file"));
-        QVERIFY(QFileInfo::exists(m_cache + "/.hidden")); // files come after folders, so the walk has ended before it
+        QVERIFY(!removed);
+        QVERIFY(QFileInfo::exists(locked + "/file"));
+        QVERIFY(QFileInfo::exists(m_cache + "/.hidden")); // files come after folders; the removal has ended before it
         QFile::setPermissions(locked, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QVERIFY(qtHelper_removeDir(m_cache));
     }

@@ -30,7 +30,7 @@ const Identity &identity()
     return made;
 }
 
-/// Takes one request from the front of \p received; false while it is not complete.
+/// Moves one request from the front of \p received to \p request. Returns false if it is not complete.
 bool takeRequest(QByteArray &received, Request &request)
 {
     const int bodyStart = received.indexOf("\r\n\r\n") + 4;

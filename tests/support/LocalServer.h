@@ -1,7 +1,7 @@
 // support/LocalServer.h
 //
-// A small HTTP/1.1 server on 127.0.0.1 for tests, plain or TLS, with connections that stay open. It answers by script,
-// misbehaves on request, and keeps every request. It lives in the test's own thread and needs its event loop.
+// A small HTTP/1.1 server on 127.0.0.1 for tests, plain or TLS, with persistent connections. It sends prepared replies,
+// faulty ones included, and records every request. It runs in the thread of the test and needs its event loop.
 
 #pragma once
 
@@ -19,7 +19,7 @@
 
 class QTcpSocket;
 
-/// What the server received.
+/// A request that the server received.
 struct Request
 {
     QByteArray method;
@@ -29,20 +29,19 @@ struct Request
 
     /// The target without its query.
     QByteArray path() const { return target.left(target.indexOf('?') < 0 ? target.size() : target.indexOf('?')); }
-    /// Header names compare without case. All values of \p name, in order.
+    /// All values of \p name in order. The case of header names is ignored.
     QList<QByteArray> headerValues(const QByteArray &name) const;
     bool hasHeader(const QByteArray &name) const { return !headerValues(name).isEmpty(); }
-    /// The first value; empty when there is none.
+    /// The first value, or empty.
     QByteArray header(const QByteArray &name) const { return headerValues(name).value(0); }
 };
 
-/// What the server sends; with a Content-Length unless it is raw or without length.
+/// A reply to send, with a Content-Length unless it is raw or without length.
 class Reply
 {
 public:
     explicit Reply(int status = 200) : m_status(status) {}
-    /// A reply that is sent as it is, head included, with "Connection: close" added; the server then closes the
-    /// connection.
+    /// A reply that is given whole, head included. The server adds "Connection: close" and closes the connection.
     static Reply raw(const QByteArray &wire)
     {
         Reply reply;
@@ -60,11 +59,11 @@ public:
     Reply &body(const QByteArray &bytes) { return set(m_body, bytes); }
     /// Sends no Content-Length: the body ends when the connection does.
     Reply &withoutLength() { return set(m_hasLength, false).set(m_ending, Ending::Close); }
-    /// Waits before the first byte, in milliseconds.
+    /// Delays the first byte by \p ms milliseconds.
     Reply &delayed(int ms) { return set(m_delayMs, ms); }
-    /// Sends that many bytes of the whole reply, then nothing more, and keeps the connection open.
+    /// Sends the first \p bytes of the reply, head included, and keeps the connection open.
     Reply &hangAfter(int bytes) { return set(m_limit, bytes).set(m_ending, Ending::Hang); }
-    /// Sends that many bytes of the whole reply, then closes the connection.
+    /// Sends the first \p bytes of the reply, head included, and closes the connection.
     Reply &cutAfter(int bytes) { return set(m_limit, bytes).set(m_ending, Ending::Close); }
 
 private:
@@ -77,7 +76,6 @@ private:
         member = value;
         return *this;
     }
-    /// What goes on the wire.
     QByteArray wire() const;
 
     int m_status;
@@ -97,7 +95,7 @@ class LocalServer : public QTcpServer
 public:
     enum class Transport { Plain, Tls };
 
-    /// Listens at once on a free port; a server that cannot start ends the test program.
+    /// Listens on a free port. A server that cannot start ends the test program.
     explicit LocalServer(Transport transport = Transport::Plain);
     ~LocalServer() override;
 
@@ -106,13 +104,13 @@ public:
     /// The certificate of the TLS servers of this process: self-signed, for 127.0.0.1 and localhost.
     static QSslCertificate certificate();
 
-    /// Answers \p target, given with or without its query, whatever the method. Anything unknown is answered with 404.
+    /// Sends \p reply for \p target (with or without its query) and any method. Other targets get 404.
     void answer(const QByteArray &target, const Reply &reply) { m_answers[target] = reply; }
-    /// Asks \p decide for the answer to every other target.
+    /// Calls \p decide for the reply to every other target.
     void answerOthers(const std::function<Reply(const Request &)> &decide) { m_others = decide; }
 
     const QVector<Request> &requests() const { return m_requests; }
-    /// The last request for \p path, whatever its query; an empty one when there was none.
+    /// The last request for \p path with any query, or an empty request.
     Request lastRequest(const QByteArray &path) const;
 
 protected:

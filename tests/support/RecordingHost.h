@@ -1,6 +1,6 @@
 // support/RecordingHost.h
 //
-// A host without a language or a window: it writes down what it is told and gives the answers it was set up with.
+// A host without a language and a window. It records commands and messages, and returns prepared results.
 
 #pragma once
 
@@ -16,7 +16,7 @@
 #include <map>
 #include <string>
 
-/// Installs itself as the host and removes itself again; one at a time.
+/// Installs itself as the host until it is deleted. At most one may exist.
 class RecordingHost : public KHost
 {
 public:
@@ -25,15 +25,16 @@ public:
     explicit RecordingHost(KGlobal::KeldaState state = KGlobal::kInteractive) : m_state(state) { KHost::install(this); }
     ~RecordingHost() override;
 
-    /// Every command, in order, whatever its answer.
+    /// All commands, in order, failed ones included.
     const QStringList &commands() const { return m_commands; }
     /// The texts of one kind of message, in order.
     QStringList messages(MessageKind kind) const { return m_messages.value(kind); }
     QStringList errors() const { return messages(MessageKind::kError); }
-    /// Forgets commands and messages; answers and texts stay.
+    /// Clears commands and messages; results and texts are kept.
     void clear();
 
-    /// Commands that begin with \p prefix give \p result; the longest prefix decides. Any other succeeds with none.
+    /// Commands that begin with \p prefix return \p result; the longest prefix decides. Other commands succeed without
+    /// a result.
     void answer(const QString &prefix, const KCommandResult &result);
     void fail(const QString &prefix, const QString &reason)
     {
@@ -46,9 +47,9 @@ public:
     void watch(const std::function<void()> &watcher) { m_watcher = watcher; }
 
     void setState(KGlobal::KeldaState state) { m_state = state; }
-    /// \p window stays the caller's.
+    /// The caller owns \p window.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
-    /// Replaces the text of a key, registered already or not.
+    /// Sets the text of a key, which need not be registered.
     void setText(const char *key, const char *text) { m_texts[key] = text; }
 
     KStatus execute(const KString &command, KCommandResult &result, bool display, bool undo) override;
@@ -62,9 +63,9 @@ public:
     KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)()) override;
     KStatus deregisterCommand(KObject plugin, const KString &name) override;
 
-    /// The names of the commands that are registered now.
+    /// The names of the registered commands.
     QStringList registeredCommands() const { return m_creators.keys(); }
-    /// A new object of the registered command \p name, which the caller deletes; null for an unknown name.
+    /// Creates an object of the registered command \p name; the caller owns it. Returns null for an unknown name.
     KPxCommand *createCommand(const QString &name) const;
 
 private:

@@ -1,12 +1,12 @@
 // support/TestFiles.h
 //
-// Files that tests lay out and look at.
+// Files that tests write and read, and a locale with a decimal comma.
 
 #pragma once
 
 #include <QtCore>
 
-/// The file, and the folders that it needs; others may read it. A file that cannot be written ends the test program.
+/// Writes a file that other users may read, and creates its folders. A failure ends the test program.
 inline void writeFile(const QString &path, const QByteArray &content)
 {
     QDir().mkpath(QFileInfo(path).path());
