@@ -10,8 +10,7 @@
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    // The script engine needs an application. It takes arguments of its own, because it would remove some of
-    // libFuzzer's.
+    // The script engine needs an application, which must not remove arguments of libFuzzer.
     static char name[] = "fuzz";
     static char *arguments[] = {name, nullptr};
     static int count = 1;
@@ -37,7 +36,7 @@ QByteArray bytes(const std::uint8_t *data, std::size_t size)
 void feedInPieces(const QByteArray &bytes, const std::function<void(const QByteArray &)> &feed)
 {
     std::minstd_rand random(static_cast<unsigned>(qHash(bytes, 1)));
-    // Half of the texts come in single bytes, the others in pieces of up to 16.
+    // Half of the texts are fed byte by byte, the others in pieces of up to 16 bytes.
     const int longest = random() % 2 == 0 ? 1 : 16;
     for (int at = 0; at < bytes.size();) {
         const int length = 1 + static_cast<int>(random()) % longest;

@@ -1,4 +1,4 @@
-// Dropbox replies, and where the files that they name would be written.
+// Dropbox replies, and the local paths of the files that they name.
 
 #include "Fuzz.h"
 #include "portals/Portal_DropBox_CloudItem.h"
@@ -23,9 +23,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     const QByteArray json = QByteArray(body.constData());
     const bool isJson = !QJsonDocument::fromJson(json).isNull();
-    Fuzz::require(isJson || items.empty(), "what is no JSON lists nothing");
+    Fuzz::require(isJson || items.empty(), "only JSON lists items");
     if (!isJson)
-        return 0; // the other readers would only refuse it once more, which takes time
+        return 0; // the other readers would only refuse it again
     DropBoxReplies::token(body);
     KString name;
     DropBoxReplies::displayName(body, name);

@@ -1,4 +1,4 @@
-// The listing of a WebDAV folder, whole and in pieces, and the names that it leads to.
+// The listing of a WebDAV folder, whole and in pieces, and the names in it.
 
 #include "MultiStatus.h"
 
@@ -47,7 +47,7 @@ void checkName(const QByteArray &href)
     const QUrl address = DavPath::address(root, id, DavPath::Form::File);
     QString again;
     const bool found = folder.find(address.toEncoded(), &again) == DavPath::Folder::Member::Child;
-    Fuzz::require(found && again == name, "a child's address leads back to it");
+    Fuzz::require(found && again == name, "the address of a child gives its name again");
 }
 
 } // namespace
@@ -57,11 +57,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray reply = Fuzz::bytes(data, size);
     const Listing whole = read(reply, false);
     const Listing pieces = read(reply, true);
-    // The one mistake that Qt overlooks where two pieces meet is the end of a CDATA section that never began.
+    // Qt does not detect an unexpected end of a CDATA section where two pieces meet.
     const bool hasSectionEnd = QByteArray(reply).replace('\0', QByteArray()).contains("]]>");
     Fuzz::require(whole.complete == pieces.complete || (pieces.complete && hasSectionEnd),
-                  "pieces end as the whole does");
-    // Wrongly encoded bytes make Qt refuse the piece that they came in, with what stood before them there.
+                  "pieces are complete if the whole is");
+    // Qt refuses a piece with wrongly encoded bytes as a whole.
     const int common = std::min(whole.entries.size(), pieces.entries.size());
     Fuzz::require((!whole.complete || whole.entries.size() == pieces.entries.size()) &&
                       std::equal(whole.entries.begin(), whole.entries.begin() + common, pieces.entries.begin(), same),

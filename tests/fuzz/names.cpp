@@ -1,4 +1,4 @@
-// File names and paths of a service or a user, on their way to the disk and into host commands.
+// File names and paths of a service or a user, in local paths and in host commands.
 
 #include "cloud/page/HostFiles.h"
 #include "Fuzz.h"
@@ -14,11 +14,12 @@ void checkConfinement(const QString &text)
     const QString path = TavrinHelper::safeLocalPath(text);
     Fuzz::require(Fuzz::staysInside(path, name), "a safe path stays inside");
     Fuzz::require(TavrinHelper::safeLocalName(name) == name && TavrinHelper::safeLocalPath(path) == path,
-                  "what is safe stays as it is");
-    Fuzz::require(path.startsWith(QLatin1Char('/')) <= text.startsWith(QLatin1Char('/')), "no path turns absolute");
+                  "a safe name is not changed");
+    Fuzz::require(path.startsWith(QLatin1Char('/')) <= text.startsWith(QLatin1Char('/')),
+                  "a relative path stays relative");
 }
 
-/// A file in a folder, both named \p name, is written where the folders of their names lead.
+/// A file in a folder, both named \p name, is written in the folder of its item.
 void checkItem(const KString &name)
 {
     Portal_Zephal_ICloudItem folder(nullptr);
@@ -41,7 +42,7 @@ void checkCleaning(const QString &text)
         Fuzz::require(!name.contains(character), "a clean name has no forbidden character");
     QString again = name;
     CleanFilename(again);
-    Fuzz::require(again == name, "a clean name stays as it is");
+    Fuzz::require(again == name, "a clean name is not changed");
 }
 
 void checkExtension(const QString &text)
@@ -50,7 +51,7 @@ void checkExtension(const QString &text)
     KString extension("none");
     const QString whole = KQtUtil::toQString(name);
     if (!getFileExtension(name, extension)) {
-        Fuzz::require(extension == "none", "a name without extension leaves it alone");
+        Fuzz::require(extension == "none", "a name without an extension does not change the result");
         return;
     }
     const QString found = KQtUtil::toQString(extension);
@@ -68,7 +69,7 @@ void checkQuoting(const QString &text)
             received.append(argument.toString());
         return Value();
     });
-    Fuzz::require(added, "the command is there");
+    Fuzz::require(added, "the command is added");
     const KString argument = KQtUtil::toKString(text);
     received.clear();
     interpreter.evaluate(QStringLiteral("take -f \"%1\";").arg(KQtUtil::toQString(TavrinHelper::quoted(argument))));

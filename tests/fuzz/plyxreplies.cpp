@@ -1,4 +1,4 @@
-// Plyx replies: where the files that they name would be written, and which host a download goes to.
+// Plyx replies: the local paths of the files that they name, and the host of a download.
 
 #include "Fuzz.h"
 #include "portals/Portal_Plyx_CloudItem.h"
@@ -18,12 +18,12 @@ void checkItems(const QByteArray &body, bool isJson)
     int results = 0;
     PlyxReplies::searchResults(body, nullptr, items, page, pages, results);
     for (ICloudPortalApi::ICloudItem *item : items) {
-        Fuzz::require(!item->IsFolder() && item->IsDownloadable(), "what is found is a model");
+        Fuzz::require(!item->IsFolder() && item->IsDownloadable(), "every result is a model");
         const QString folder = QStringLiteral("Plyx") + KQtUtil::toQString(item->GetImportPathFolder());
         const QString name = TavrinHelper::safeLocalName(KQtUtil::toQString(item->GetImportFilename()));
         Fuzz::require(Fuzz::staysInside(TavrinHelper::safeLocalPath(folder), name), "a model stays in its area");
     }
-    Fuzz::require(isJson || items.empty(), "what is no JSON lists nothing");
+    Fuzz::require(isJson || items.empty(), "only JSON lists items");
     qDeleteAll(items);
 }
 
@@ -34,7 +34,7 @@ void checkHost(const QString &host)
         return;
     Fuzz::require(address.userInfo().isEmpty() && address.fragment().isEmpty() &&
                       address.path() == QLatin1String("/v1/Download") && address.query() == QLatin1String("id=1"),
-                  "a host is nothing but a host");
+                  "a host has no other part of an address");
 }
 
 } // namespace
@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const bool isJson = !QJsonDocument::fromJson(json).isNull();
     checkItems(body, isJson);
     if (!isJson)
-        return 0; // the other readers would only refuse it once more, which takes time
+        return 0; // the other readers would only refuse it again
     for (const PlyxReplies::Texture &texture : PlyxReplies::assetFiles(body).textures)
         Fuzz::require(Fuzz::staysInside(QStringLiteral("Plyx/1"), texture.localName), "a texture stays in its area");
     checkHost(KQtUtil::toQString(PlyxReplies::downloadHost(body)));

@@ -22,18 +22,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray request = Fuzz::bytes(data, size);
     const RedirectRequest whole = read(request, false);
     const RedirectRequest pieces = read(request, true);
-    Fuzz::require(whole.state() == pieces.state(), "pieces end as the whole does");
+    Fuzz::require(whole.state() == pieces.state(), "pieces and the whole have the same state");
     const QString code = whole.code();
-    Fuzz::require(code == pieces.code(), "pieces name the same code");
+    Fuzz::require(code == pieces.code(), "pieces and the whole have the same code");
     if (code.isEmpty())
         return 0;
 
     const QByteArray line = request.left(request.indexOf('\n'));
     Fuzz::require(line.startsWith("GET") && line.contains("/crvn/kelda/oauth/dropbox/redirect"), "only the redirect");
     const int at = line.indexOf(code.toLatin1(), line.indexOf('?') + 1);
-    Fuzz::require(at > 0 && line.contains("code"), "the code stands in the query");
-    Fuzz::require(code != QLatin1String("timeout"), "no code is the time-out word");
+    Fuzz::require(at > 0 && line.contains("code"), "the code is in the query");
+    Fuzz::require(code != QLatin1String("timeout"), "a code is not the word for a time-out");
     for (const char separator : {' ', '\r', '\n', '"', '\'', ',', '?', '&', '='})
-        Fuzz::require(!code.contains(QLatin1Char(separator)), "a code holds no separator");
+        Fuzz::require(!code.contains(QLatin1Char(separator)), "a code has no separator");
     return 0;
 }
