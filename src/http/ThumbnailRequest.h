@@ -1,0 +1,56 @@
+// http/ThumbnailRequest.h
+//
+// Fetches one picture for a list in the background. The address and the reply come from a service and are not trusted.
+
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+/// A picture of a service, and the host that may serve it.
+struct ThumbnailSource
+{
+    QUrl address; ///< absolute, or relative to the root of \a host; empty without a picture
+    QString host; ///< the portal's host, with a port if it needs one
+
+    /// The address of the request. Empty unless it is an https address of at most 4096 bytes, on \a host or on a
+    /// subdomain of it.
+    QUrl httpsAddress() const;
+};
+
+/// Sends a GET without cookies, credentials and headers of a session, and checks the certificate. Follows up to three
+/// redirects that satisfy ThumbnailSource::httpsAddress().
+class ThumbnailRequest : public QObject
+{
+    Q_OBJECT
+public:
+    /// Sends the request at once. \p source has an httpsAddress(). \p timeoutMs limits the whole request, redirects
+    /// included. \p manager must outlive this object.
+    ThumbnailRequest(QNetworkAccessManager &manager, const ThumbnailSource &source, int timeoutMs);
+    ~ThumbnailRequest() override; // aborts the request and emits nothing
+
+signals:
+    /// Emitted once. \p body is empty if the request failed, the status is not 200, or the body is incomplete, encoded,
+    /// or larger than 512 KiB.
+    void finished(const QByteArray &body);
+
+private:
+    void send(const QUrl &address);
+    void receive();
+    void readReply();
+    void finish(const QByteArray &body);
+    void releaseReply();
+
+    QNetworkAccessManager &m_manager;
+    const QString m_host;
+    QNetworkReply *m_reply = nullptr;
+    QByteArray m_body;
+    int m_redirects = 0;
+    QTimer m_timer;
+};
