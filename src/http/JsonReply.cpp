@@ -15,16 +15,17 @@
 
 namespace {
 
-constexpr std::ptrdiff_t kMostValues = 500000;
+constexpr std::ptrdiff_t kMaxValues = 500000;
 
-/// At least the number of values in \p json: every value but the first follows one of these characters.
+/// Returns an upper bound of the number of values in \p json: every value but the first follows one of these
+/// characters.
 std::ptrdiff_t countValues(const QByteArray &json)
 {
     return std::count_if(json.begin(), json.end(), [](char c) { return c == ',' || c == '[' || c == '{'; });
 }
 
-/// Converts \p json to a script. Escapes the two line separators, which a string in JSON may contain but one in a
-/// script may not.
+/// Converts \p json to a script. Escapes U+2028 and U+2029, which are valid in a JSON string, but not in a script
+/// string.
 QString scriptText(const QByteArray &json)
 {
     QString text = QString::fromUtf8(json);
@@ -51,7 +52,7 @@ JsonReply::JsonReply(const QByteArray &body)
 
 void JsonReply::evaluate(const QByteArray &json)
 {
-    if (countValues(json) > kMostValues) {
+    if (countValues(json) > kMaxValues) {
         KGlobal::displayError(TavrinStrings::getString(TavrinStrings::kHttpReplyTooComplex));
         return;
     }
@@ -66,7 +67,7 @@ void JsonReply::evaluate(const QByteArray &json)
 
 QScriptValue JsonReply::member(const QScriptValue &object, const char *name)
 {
-    // A member named "__proto__" makes its own members shine through; only what the object itself holds was meant.
+    // ResolveLocal, because a property "__proto__" in the reply would add inherited properties.
     return object.property(QString::fromUtf8(name), QScriptValue::ResolveLocal);
 }
 

@@ -1,7 +1,7 @@
 // http/JsonReply.h
 //
-// The one evaluator for the JSON replies of all services. A reply counts only when it is strict enough for a JSON
-// parser, so that no text from a service is ever run as a program.
+// Evaluates the JSON replies of all services with a script engine. Text that is not valid JSON is rejected first, so
+// that a service cannot run a script.
 
 #pragma once
 
@@ -14,32 +14,32 @@
 #include <string>
 #include <vector>
 
-/// Values taken from a reply are dead once the reply is gone, because the reply holds their engine.
+/// Owns the engine of its values: they are invalid after the reply is deleted.
 class JsonReply
 {
 public:
-    /// Reads \p body up to its first zero byte. A reply that is nested deeper than 1024 levels, has more than 500,000
-    /// values, or needs more memory than there is counts as unparsable; the last two print an error of the host. The
-    /// count is an upper bound: the number of commas and opening brackets, those inside strings included.
+    /// Parses \p body up to its first zero byte. Rejects replies with more than 1024 nested levels or 500,000 values
+    /// (counted as commas and opening brackets, also in strings), and replies for which the memory is not sufficient.
+    /// The last two are reported on the host's error output.
     explicit JsonReply(const QByteArray &body);
     JsonReply(const JsonReply &) = delete;
     JsonReply &operator=(const JsonReply &) = delete;
 
-    /// The top-level object or array; an invalid value, which has no property at all, for an unparsable reply.
+    /// Returns the top-level object or array, or an invalid value, without properties, for a rejected reply.
     QScriptValue value() const { return m_value; }
     bool isValid() const { return m_value.isValid(); }
 
-    /// The property \p name that \p object, any value, holds itself; an invalid value when there is none.
+    /// Returns the own property \p name of \p object, or an invalid value. \p object may be any value.
     static QScriptValue member(const QScriptValue &object, const char *name);
-    /// The text member \p name. False, and \p out left alone, when there is none or one of another type; so for the
-    /// other typed readers.
+    /// Reads the text property \p name. Returns false and leaves \p out unchanged if it does not exist or has another
+    /// type. The same applies to integer() and boolean().
     static bool text(const QScriptValue &object, const char *name, KString &out);
     static bool text(const QScriptValue &object, const char *name, std::wstring &out);
-    /// Fractions are cut off; numbers outside the 32-bit range become its nearest end.
+    /// Truncates fractions and clamps numbers to the 32-bit range.
     static bool integer(const QScriptValue &object, const char *name, int &out);
     static bool boolean(const QScriptValue &object, const char *name, bool &out);
 
-    /// The objects and arrays in \p array, in order; other elements are left out. Empty when \p array is no array.
+    /// Returns the elements of \p array that are objects or arrays, in order; empty if \p array is not an array.
     static std::vector<QScriptValue> elements(const QScriptValue &array);
 
 private:

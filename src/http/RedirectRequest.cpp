@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int longestLineBytes = 64 * 1024;
+constexpr int kMaxLineBytes = 64 * 1024;
 
 QStringList tokensOf(const QString &text)
 {
@@ -21,7 +21,7 @@ RedirectRequest::State RedirectRequest::read(const QByteArray &bytes)
         return m_state;
     const int lineEnd = bytes.indexOf('\n');
     m_line += lineEnd < 0 ? bytes : bytes.left(lineEnd + 1);
-    if (m_line.size() >= longestLineBytes) {
+    if (m_line.size() >= kMaxLineBytes) {
         m_line.clear();
         m_state = State::Refused;
     } else if (lineEnd >= 0) {
@@ -30,7 +30,7 @@ RedirectRequest::State RedirectRequest::read(const QByteArray &bytes)
     return m_state;
 }
 
-/// Only the query's own parameters count: the text "code" as a value, or anywhere else in a request, names no code.
+/// Evaluates only the query parameter "code", not the text "code" elsewhere in the request.
 QString RedirectRequest::code() const
 {
     const QString line = m_state == State::Read ? QString::fromLatin1(m_line) : QString();
@@ -42,8 +42,8 @@ QString RedirectRequest::code() const
     const QString query = line.section(QLatin1Char('?'), 1).section(QLatin1Char(' '), 0, 0);
     for (const QString &parameter : query.split(QLatin1Char('&'))) {
         const QStringList tokens = tokensOf(parameter);
-        const bool named = tokens.size() > 1 && tokens.at(0) == QLatin1String("code");
-        if (named && !tokens.at(1).isEmpty() && tokens.at(1) != QLatin1String("timeout"))
+        const bool isCode = tokens.size() > 1 && tokens.at(0) == QLatin1String("code");
+        if (isCode && !tokens.at(1).isEmpty() && tokens.at(1) != QLatin1String("timeout"))
             return tokens.at(1);
     }
     return QString();

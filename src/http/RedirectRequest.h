@@ -1,24 +1,23 @@
 // http/RedirectRequest.h
 //
-// Reads the request that a browser sends when a sign-in redirects it to the loopback server. No input or output happens
-// here.
+// Parses the request that a browser sends to the loopback server at the end of a sign-in. Performs no input or output.
 
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 
-/// Only the request line counts: it ends the reading, and nothing behind it is kept.
+/// Parses only the request line and ignores the rest of the request.
 class RedirectRequest
 {
 public:
     enum class State { Reading, Refused, Read };
 
-    /// Takes the next bytes. Refused, which is final, when the line does not end within 64 KiB.
+    /// Parses the next bytes. The state Refused, for a line of more than 64 KiB, is final.
     State read(const QByteArray &bytes);
     State state() const { return m_state; }
-    /// The code of a redirect that was read, exactly as it stood in the request; empty when there is none, and for any
-    /// other request. The word "timeout", which the server itself uses, is no code.
+    /// Returns the code of the redirect, as it was in the request; empty for any other request and for the code
+    /// "timeout", which the server uses itself.
     QString code() const;
 
 private:

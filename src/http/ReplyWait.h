@@ -1,7 +1,7 @@
 // http/ReplyWait.h
 //
-// One blocking wait for one network reply. It lives on the caller's stack, so it outlasts whoever is destroyed
-// meanwhile.
+// A blocking wait for one network reply. Create it on the stack, so that it survives objects that are deleted during
+// the wait.
 
 #pragma once
 
@@ -15,18 +15,17 @@ public:
     enum class End {
         Finished,
         TimedOut,
-        /// Somebody stopped the wait, deleted the reply, or ended the program.
-        Stopped
+        Stopped ///< by stop(), by the deletion of the reply, or by the end of the program
     };
 
     explicit ReplyWait(QNetworkReply *reply) : m_reply(reply) {}
     ReplyWait(const ReplyWait &) = delete;
     ReplyWait &operator=(const ReplyWait &) = delete;
 
-    /// Serves every event but user input until the reply has finished, \p timeoutMs have passed, or stop() was called.
-    /// The first of them decides, also when other waits started meanwhile keep this call from returning at once.
+    /// Runs an event loop without user input until the reply has finished, \p timeoutMs have passed, or stop() was
+    /// called. The first of these events decides, even if a nested wait delays the return.
     End run(int timeoutMs);
-    /// May be called while run() is on the stack, and before.
+    /// May be called before and during run().
     void stop();
 
 private:

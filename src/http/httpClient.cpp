@@ -4,14 +4,12 @@
 #include "http/httpMessages.h"
 #include "http/ReplyWait.h"
 #include "http/Transfer.h"
-#include "http/UploadFile.h"
+#include "http/TransferFiles.h"
 #include "TavrinStrings.h"
 
 #include <openkelda/KGlobal.h>
 #include <openkelda/KQtUtil.h>
 
-#include <QDir>
-#include <QFileInfo>
 #include <QNetworkAccessManager>
 #include <QPointer>
 #include <QUrl>
@@ -22,30 +20,12 @@ using namespace httpMessages;
 
 namespace {
 
-constexpr qint64 readBufferBytes = 15 * 1024 * 1024;
-constexpr qint64 sliceBytes = 1024 * 1024;
-constexpr qint64 largestReplyBytes = 16 * 1024 * 1024;
+constexpr qint64 kReadBufferBytes = 15 * 1024 * 1024;
+constexpr qint64 kSliceBytes = 1024 * 1024;
+constexpr qint64 kMaxReplyBytes = 16 * 1024 * 1024;
 
 int defaultRequestTimeoutMs = 60000;
 int defaultTransferTimeoutMs = 900000;
-
-/// Writes all of \p bytes. A write that was cut short reports no error, but the next one does.
-bool writeAll(QFile &file, const QByteArray &bytes)
-{
-    for (qint64 written = 0; written < bytes.size();) {
-        const qint64 count = file.write(bytes.constData() + written, bytes.size() - written);
-        if (count <= 0)
-            return false;
-        written += count;
-    }
-    return true;
-}
-
-KString writeError(const QFile &file)
-{
-    const QString reason = file.fileName() + QStringLiteral(" (") + file.errorString() + QLatin1Char(')');
-    return TavrinStrings::getString(TavrinStrings::kHttpFileWriteError) + KQtUtil::toKString(reason);
-}
 
 ReturnStatus interrupted()
 {
@@ -108,7 +88,7 @@ ReturnStatus httpClient::postFile(KString localDir, KString fileName, QString pa
     replaceHeader(headers, L"Content-Type", "application/octet-stream");
     QNetworkReply *reply = m_manager->post(makeRequest(path, headers, https), opened.get());
     UploadFile *const file = opened.release();
-    file->setParent(reply); // Qt may read it until the reply is deleted
+    file->setParent(reply); // Qt may read the file until the reply is deleted
     const Transfer transfer(Transfer::Kind::Upload, KQtUtil::toQString(fileName));
     connect(reply, &QNetworkReply::uploadProgress, &transfer, &Transfer::report);
     return exchange(reply, m_transferTimeoutMs, body, file);
@@ -123,7 +103,8 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
 {
     if (m_downloadFile)
         return interrupted();
-    if (!openDownload(localDir + fileName))
+    m_downloadFile = std::make_unique<DownloadFile>(localDir + fileName);
+    if (!m_downloadFile->error().isEmpty())
         return closeDownload(ReturnStatus(0));
 
     const QPointer<httpClient> self(this);
@@ -137,7 +118,9 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
     const QUrl target = redirected ? redirectTarget(*m_downloadReply) : QUrl();
     if (!target.isEmpty()) {
         releaseDownloadReply();
-        if (!openDownload(localDir + fileName)) // takes away the redirect's own body
+        // A new file, because the old one may contain the body of the redirect.
+        m_downloadFile = std::make_unique<DownloadFile>(localDir + fileName);
+        if (!m_downloadFile->error().isEmpty())
             return closeDownload(ReturnStatus(0));
         status = download(plainRequest(target), Certificates::Checked, fileName);
         if (!self)
@@ -148,23 +131,22 @@ ReturnStatus httpClient::getFile(QString localDir, QString fileName, QString pat
 
 void httpClient::readyReadCB()
 {
-    if (!m_downloadFile || !m_downloadReply || !m_downloadError.isEmpty())
+    if (!m_downloadFile || !m_downloadReply || !m_downloadFile->error().isEmpty())
         return;
-    const bool last = m_downloadReply->isFinished();
-    if (!last && m_nextSlice.isActive())
+    const bool isLast = m_downloadReply->isFinished();
+    if (!isLast && m_nextSlice.isActive())
         return;
     try {
         do {
-            const QByteArray slice = m_downloadReply->read(sliceBytes);
+            const QByteArray slice = m_downloadReply->read(kSliceBytes);
             if (slice.isEmpty())
                 return;
-            if (!writeAll(*m_downloadFile, slice))
-                m_downloadError = writeError(*m_downloadFile);
-        } while (last && m_downloadError.isEmpty());
+            m_downloadFile->write(slice);
+        } while (isLast && m_downloadFile->error().isEmpty());
     } catch (const std::bad_alloc &) {
-        m_downloadError = TavrinStrings::getString(TavrinStrings::kHttpOutOfMemory);
+        m_downloadFile->setError(TavrinStrings::getString(TavrinStrings::kHttpOutOfMemory));
     }
-    if (m_downloadError.isEmpty())
+    if (m_downloadFile->error().isEmpty())
         m_nextSlice.start(0);
     else if (m_downloadWait)
         m_downloadWait->stop();
@@ -214,11 +196,11 @@ ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArra
             received = QByteArray();
             isOutOfMemory = true;
         }
-        if (isOutOfMemory || received.size() > largestReplyBytes)
+        if (isOutOfMemory || received.size() > kMaxReplyBytes)
             wait.stop();
     };
-    // Close to the limit, Qt fills the read buffer only after a read; so the bytes are read as they arrive.
-    reply->setReadBufferSize(readBufferBytes);
+    // Read the bytes as they arrive, because Qt does not refill an almost full read buffer without a read.
+    reply->setReadBufferSize(kReadBufferBytes);
     const QObject duringWait;
     connect(reply, &QNetworkReply::readyRead, &duringWait, receive);
     const ReplyWait::End end = wait.run(timeoutMs);
@@ -231,7 +213,7 @@ ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArra
         reply->abort();
     if (isOutOfMemory)
         return failure(TavrinStrings::getString(TavrinStrings::kHttpOutOfMemory));
-    if (received.size() > largestReplyBytes)
+    if (received.size() > kMaxReplyBytes)
         return failure(TavrinStrings::getString(TavrinStrings::kHttpReplyTooLarge));
     if (file && file->hasChanged())
         return failure(TavrinStrings::getString(TavrinStrings::kHttpFileChanged) +
@@ -242,15 +224,15 @@ ReturnStatus httpClient::exchange(QNetworkReply *reply, int timeoutMs, QByteArra
     return outcome(*reply, body.size());
 }
 
-/// The status of a finished reply. A reply that broke off or cannot be read has status 0, also if its first line said
-/// 200. A reply without a length of its own must have \p expectedBytes unless that is negative.
+/// Returns the status of a finished reply. An incomplete or unreadable reply has status 0, even if its first line
+/// contains 200. A reply without a length must have \p expectedBytes bytes, unless \p expectedBytes is negative.
 ReturnStatus httpClient::outcome(const QNetworkReply &reply, qint64 receivedBytes, qint64 expectedBytes)
 {
     ReturnStatus status(reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
     const qint64 announced = announcedBytes(reply);
     QNetworkReply::NetworkError error = reply.error();
     if (error == QNetworkReply::NoError && status.IsSuccess() && receivedBytes < announced)
-        error = QNetworkReply::RemoteHostClosedError; // Qt sometimes reports success for a cut reply
+        error = QNetworkReply::RemoteHostClosedError; // Qt sometimes reports success when the connection closes early
     if (error != QNetworkReply::NoError) {
         if (status.IsSuccess())
             status.SetStatusCode(0);
@@ -265,7 +247,7 @@ ReturnStatus httpClient::outcome(const QNetworkReply &reply, qint64 receivedByte
     return status;
 }
 
-/// A failure that the client itself detected.
+/// Returns status 0 for a failure that the client itself detected.
 ReturnStatus httpClient::failure(const KString &message)
 {
     if (!m_quiet)
@@ -281,12 +263,12 @@ ReturnStatus httpClient::unfinished(bool timedOut)
     return ReturnStatus(408, m_timeoutMessage);
 }
 
-/// One request of a download; its reply stays the download reply until it is released.
+/// Sends one request of a download. Its reply is kept in m_downloadReply.
 ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates certificates, const QString &fileName)
 {
     const QPointer<httpClient> self(this);
     m_downloadReply = m_manager->get(request);
-    m_downloadReply->setReadBufferSize(readBufferBytes);
+    m_downloadReply->setReadBufferSize(kReadBufferBytes);
     connect(m_downloadReply, &QNetworkReply::readyRead, this, &httpClient::readyReadCB);
     connect(m_downloadReply, &QNetworkReply::errorOccurred, this, &httpClient::slotError);
     if (certificates == Certificates::Ignored) {
@@ -295,9 +277,10 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
     }
 
     Transfer transfer(Transfer::Kind::Download, fileName);
-    // The reply's own signal for this is a rare one, and says nothing about what came before a silence.
+    // Not downloadProgress: Qt emits that rarely, and not for the last bytes before a pause.
     connect(m_downloadReply, &QNetworkReply::readyRead, &transfer, [this, &transfer] {
-        transfer.report(m_downloadFile->pos() + m_downloadReply->bytesAvailable(), announcedBytes(*m_downloadReply));
+        transfer.report(m_downloadFile->writtenBytes() + m_downloadReply->bytesAvailable(),
+                        announcedBytes(*m_downloadReply));
     });
     ReplyWait wait(m_downloadReply);
     m_downloadWait = &wait;
@@ -306,46 +289,27 @@ ReturnStatus httpClient::download(const QNetworkRequest &request, Certificates c
         return interrupted();
     m_downloadWait = nullptr;
     m_nextSlice.stop();
-    if (!m_downloadError.isEmpty())
+    if (!m_downloadFile->error().isEmpty())
         return ReturnStatus(0);
     if (end != ReplyWait::End::Finished)
         return unfinished(end == ReplyWait::End::TimedOut);
-    return outcome(*m_downloadReply, m_downloadFile->size() + m_downloadReply->bytesAvailable(), m_expectedBytes);
+    return outcome(*m_downloadReply, m_downloadFile->writtenBytes() + m_downloadReply->bytesAvailable(),
+                   m_expectedBytes);
 }
 
-/// Creates the empty file \p path in place of an older file or link. An older one that cannot be removed is refused,
-/// since writing would follow a link.
-bool httpClient::openDownload(const QString &path)
-{
-    const QFileInfo older(path);
-    older.dir().mkpath(QStringLiteral("."));
-    m_downloadFile = std::make_unique<QFile>(path);
-    const bool isFree = (!older.exists() && !older.isSymLink()) || m_downloadFile->remove();
-    const QIODevice::OpenMode mode = QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered;
-    m_downloadError = isFree && m_downloadFile->open(mode) ? KString() : writeError(*m_downloadFile);
-    return m_downloadError.isEmpty();
-}
-
-/// Writes the remaining bytes of a successful download, closes the file, and reports a failure to write it, which
-/// removes the file.
+/// Writes the remaining bytes of a successful download and closes the file. Returns \p status, or status 0 if the file
+/// could not be written.
 ReturnStatus httpClient::closeDownload(const ReturnStatus &status)
 {
     if (status.IsSuccess())
         readyReadCB();
     releaseDownloadReply();
-    const std::unique_ptr<QFile> file = std::move(m_downloadFile);
-    const bool wasOpen = file->isOpen();
+    const std::unique_ptr<DownloadFile> file = std::move(m_downloadFile);
     file->close();
-    if (m_downloadError.isEmpty() && file->error() != QFileDevice::NoError)
-        m_downloadError = writeError(*file); // network file systems report here
-    if (m_downloadError.isEmpty())
-        return status;
-    if (wasOpen)
-        file->remove();
-    return failure(m_downloadError);
+    return file->error().isEmpty() ? status : failure(file->error());
 }
 
-/// Aborts the download reply if it still runs.
+/// Schedules the deletion of the download reply, which is aborted if it is not finished.
 void httpClient::releaseDownloadReply()
 {
     if (!m_downloadReply)

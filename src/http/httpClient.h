@@ -1,7 +1,7 @@
 // http/httpClient.h
 //
 // Blocking HTTP requests on the host's user-interface thread. Each call runs a nested event loop without user input
-// until its own reply has finished or its time-out has passed.
+// until its reply has finished or its time-out has passed.
 
 #pragma once
 
@@ -11,7 +11,6 @@
 #include <openkelda/KString.h>
 
 #include <QByteArray>
-#include <QFile>
 #include <QList>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -22,61 +21,62 @@
 
 #include <memory>
 
+class DownloadFile;
 class QNetworkAccessManager;
 class ReplyWait;
 class UploadFile;
 
-/// Calls on one client follow one another. Different clients may wait at the same time, one inside the other, and a
-/// client may be destroyed while one of its calls waits: that call then returns status 0. Each call is a Transfer.
+/// One client runs one call at a time. The calls of several clients may be nested. If a client is deleted during its
+/// call, the call returns status 0. Each call is a Transfer.
 class httpClient : public QObject
 {
     Q_OBJECT
 public:
     httpClient();
-    ~httpClient() override; // releases every reply still held
+    /// Aborts a running call.
+    ~httpClient() override;
 
-    /// The waits, in milliseconds, of the clients made from now on: of get and post, and of getFile and postFile.
+    /// Sets the time-outs, in milliseconds, of clients that are created later: \p requestMs for get and post,
+    /// \p transferMs for getFile and postFile.
     static void setDefaultTimeouts(int requestMs, int transferMs);
 
-    /// Sets the authority of the following requests. \p port 0 leaves the port out of the URL. A null \p host changes
-    /// nothing, the port included.
+    /// Sets host and port of the following requests. Port 0 omits the port from the URL. Ignored if \p host is null.
     void setHost(const char *host, unsigned int port);
 
-    /// Sends a GET for \p path (absolute, with its query, escaped as on the wire) and stores the reply's bytes in
-    /// \p body, error pages included. Returns the HTTP status; 408 on time-out; 0 if the service sent none, the reply
-    /// broke off, is larger than 16 MiB, or came in a content encoding that \p headers did not ask for. Failures carry
-    /// a message, which the host's error output shows as well. \p body is unchanged after a time-out and a reply that
-    /// is too large.
+    /// Sends a GET for \p path (absolute, percent-encoded, with the query) and stores the reply's bytes in \p body,
+    /// error pages included. Returns the HTTP status, 408 on time-out, or 0 if the server sent no status or the reply
+    /// is incomplete, larger than 16 MiB, or in a content encoding that \p headers do not accept. A failure has a
+    /// message, which is also written to the host's error output. After a time-out or a reply that is too large, \p
+    /// body is unchanged.
     ReturnStatus get(QString path, HeaderMap headers, bool https, QByteArray &body);
-    /// Sends a POST of \p data; the caller's \p headers name its type. Otherwise as get.
+    /// Sends a POST with the body \p data. The content type must be in \p headers. Otherwise like get().
     ReturnStatus post(QString path, QByteArray &data, HeaderMap headers, bool https, QByteArray &body);
 
-    /// Sets the size that the service gives for the files of the following downloads, or -1 (the default) if it gives
-    /// none. It decides whether a reply without a Content-Length is complete.
+    /// Sets the size of the files of the following downloads, or -1 (the default) if it is unknown. A reply without
+    /// Content-Length is complete only if it has this size.
     void expectDownloadBytes(qint64 bytes);
-    /// Streams the reply into the new file \p localDir + \p fileName (no separator is added) in place of an older one,
-    /// and makes missing directories. Accepts any certificate. Follows one 302, without \p headers and with
-    /// certificates checked. If an older file cannot be removed, or the file cannot be written, the call returns status
-    /// 0 with the system's reason, and a file that it began is removed. After other failures the bytes that arrived
-    /// stay there.
+    /// Downloads to the new file \p localDir + \p fileName (no separator is added). Replaces an older file and creates
+    /// missing folders. Accepts any certificate. Follows one 302, without \p headers, and verifies certificates then.
+    /// If the file cannot be replaced or written, returns status 0 with the system's reason and removes the incomplete
+    /// file. After other failures the received bytes stay in the file.
     ReturnStatus getFile(QString localDir, QString fileName, QString path, HeaderMap headers, bool https);
-    /// Sends a POST of the file \p localDir + \p fileName, which is read while it is sent. Returns status 0 without a
-    /// message, and sends nothing, if it is not a regular file that can be read. Returns status 0 with a message if
-    /// another program changes it meanwhile; the service gets an incomplete body then. Otherwise as post.
+    /// Sends a POST with the file \p localDir + \p fileName, which is read while it is sent. Returns status 0 without a
+    /// message and without a request if it is not a readable regular file. Returns status 0 with a message if another
+    /// program changes the file during the upload; the request body is incomplete then. Otherwise like post().
     ReturnStatus postFile(KString localDir, KString fileName, QString path, HeaderMap headers, bool https,
                           QByteArray &body);
 
 signals:
-    /// Never emitted by the client itself.
+    /// The client does not emit this signal.
     void finished(QNetworkReply *reply);
 
 public slots:
-    /// Writes what the running download has ready into its file: at most 1 MiB per turn of the event loop, the rest in
-    /// the following turns; everything once the reply has finished. Does nothing when no download runs.
+    /// Writes received bytes of the running download to its file: at most 1 MiB per turn of the event loop, or all of
+    /// them after the reply has finished. Ignored without a running download.
     void readyReadCB();
-    /// The message for \p error, which the host's error output shows as well; empty, and nothing shown, for NoError.
+    /// Returns the message for \p error and writes it to the host's error output. Returns an empty text for NoError.
     KString slotError(QNetworkReply::NetworkError error);
-    /// The names of \p errors, each shown on the host's error output and ended by a line feed.
+    /// Returns the names of \p errors, each followed by a line feed, and writes them to the host's error output.
     KString slotSslErrors(QList<QSslError> errors);
 
 private:
@@ -88,7 +88,6 @@ private:
     ReturnStatus failure(const KString &message);
     ReturnStatus unfinished(bool timedOut);
     ReturnStatus download(const QNetworkRequest &request, Certificates certificates, const QString &fileName);
-    bool openDownload(const QString &path);
     ReturnStatus closeDownload(const ReturnStatus &status);
     void releaseDownloadReply();
 
@@ -101,9 +100,8 @@ private:
     KString m_timeoutMessage;
 
     QNetworkReply *m_downloadReply = nullptr;
-    std::unique_ptr<QFile> m_downloadFile;
+    std::unique_ptr<DownloadFile> m_downloadFile; ///< null if no download is running
     ReplyWait *m_downloadWait = nullptr;
-    KString m_downloadError; ///< why the file could not be written; empty otherwise
     qint64 m_expectedBytes = -1;
     QTimer m_nextSlice;
 };

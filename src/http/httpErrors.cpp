@@ -10,8 +10,7 @@ struct Name
     const char *name;
 };
 
-constexpr Name networkErrorNames[] = {
-    {0, ""},
+constexpr Name kNetworkErrorNames[] = {
     {1, "ConnectionRefusedError"},
     {2, "RemoteHostClosedError"},
     {3, "HostNotFoundError"},
@@ -37,7 +36,7 @@ constexpr Name networkErrorNames[] = {
     {399, "ProtocolFailure"},
 };
 
-constexpr Name sslErrorNames[] = {
+constexpr Name kSslErrorNames[] = {
     {20, "AuthorityIssuerSerialNumberMismatch"},
     {24, "CertificateBlacklisted"},
     {6, "CertificateExpired"},
@@ -66,35 +65,31 @@ constexpr Name sslErrorNames[] = {
 };
 
 template <typename Table>
-const char *nameIn(const Table &table, int value, const char *otherwise)
+const char *nameIn(const Table &table, int value, const char *defaultName)
 {
     for (const Name &entry : table) {
         if (entry.value == value)
             return entry.name;
     }
-    return otherwise;
+    return defaultName;
 }
 
 } // namespace
 
 namespace httpErrors {
 
-KString networkErrorName(QNetworkReply::NetworkError error)
-{
-    return nameIn(networkErrorNames, error, "UnknownHttpClientError");
-}
-
 KString networkErrorText(QNetworkReply::NetworkError error)
 {
     if (error == QNetworkReply::NoError)
         return KString();
     return TavrinStrings::getString(TavrinStrings::KHttpServerErrorGeneric) + "\n" +
-           TavrinStrings::getString(TavrinStrings::kHttpError) + networkErrorName(error);
+           TavrinStrings::getString(TavrinStrings::kHttpError) +
+           nameIn(kNetworkErrorNames, error, "UnknownHttpClientError");
 }
 
 KString sslErrorName(QSslError::SslError error)
 {
-    return nameIn(sslErrorNames, error, "");
+    return nameIn(kSslErrorNames, error, "");
 }
 
 } // namespace httpErrors

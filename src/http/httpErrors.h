@@ -1,6 +1,6 @@
 // http/httpErrors.h
 //
-// The names by which failures of the network and of TLS are shown.
+// Names and messages for network and TLS errors.
 
 #pragma once
 
@@ -11,11 +11,9 @@
 
 namespace httpErrors {
 
-/// "UnknownHttpClientError" for a value that has no name; empty for NoError.
-KString networkErrorName(QNetworkReply::NetworkError error);
-/// The localised text for the user, the name in its last line; empty for NoError.
+/// Returns the localised message for the user, with the error's name in the last line; empty for NoError.
 KString networkErrorText(QNetworkReply::NetworkError error);
-/// Empty for a value that has no name.
+/// Returns an empty text for an unknown value.
 KString sslErrorName(QSslError::SslError error);
 
 } // namespace httpErrors

@@ -17,22 +17,23 @@
 
 namespace httpMessages {
 
-/// A request without redirects, HTTP/2, cookies and content encoding. Qt would otherwise ask for gzip, decompress the
-/// reply without a limit, and hide the announced length, so that a cut reply looks complete.
+/// Returns a request without redirects, HTTP/2, cookies and content encoding. By default Qt requests gzip, decompresses
+/// the reply without a limit and hides its Content-Length, so that an incomplete reply looks complete.
 QNetworkRequest plainRequest(const QUrl &url);
-/// Sets \p headers on \p request. CR, LF and NUL are removed; a header whose name is empty then is left out.
+/// Sets \p headers on \p request. Removes CR, LF and NUL, and ignores headers whose name is empty then.
 void addHeaders(QNetworkRequest &request, const HeaderMap &headers);
-/// Sets \p name and removes the entries whose names differ from it in case only.
+/// Sets the header \p name and removes headers whose name differs only in case.
 void replaceHeader(HeaderMap &headers, const std::wstring &name, const KString &value);
-/// Makes \p request accept every certificate. Also sets a name for the peer, so that Qt does not reuse its connection
-/// for requests that check the certificate.
+/// Makes \p request accept every certificate. Also sets a peer name, so that Qt does not reuse the connection for
+/// requests that verify the certificate.
 void ignoreCertificates(QNetworkRequest &request);
 
-/// The absolute address that \p reply redirects to; empty without a redirect and for schemes other than http and https.
+/// Returns the absolute address that \p reply redirects to; empty without a redirect and for schemes other than http
+/// and https.
 QUrl redirectTarget(const QNetworkReply &reply);
-/// The length of the body that \p reply announces, or -1. A transfer encoding overrides Content-Length (RFC 9112, 6.3).
+/// Returns the Content-Length of \p reply, or -1. A transfer encoding overrides Content-Length (RFC 9112, 6.3).
 qint64 announcedBytes(const QNetworkReply &reply);
-/// The content encoding of \p reply if the request asked for none; empty otherwise.
+/// Returns the content encoding of \p reply if the request did not accept it; empty otherwise.
 QByteArray unwantedEncoding(const QNetworkReply &reply);
 
 } // namespace httpMessages

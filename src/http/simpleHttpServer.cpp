@@ -16,15 +16,15 @@
 
 namespace {
 
-constexpr int largestRequestBytes = 64 * 1024;
-constexpr char timeoutCode[] = "timeout";
+constexpr int kMaxRequestBytes = 64 * 1024;
+constexpr char kTimeoutCode[] = "timeout";
 
 int defaultRedirectMs = 300000;
 int defaultConnectionMs = 30000;
 
-void writeAnswer(QTcpSocket &client)
+void writePage(QTcpSocket &browser)
 {
-    QTextStream stream(&client);
+    QTextStream stream(&browser);
     stream.setCodec("UTF-8");
     stream.setAutoDetectUnicode(true);
     stream << "HTTP/1.0 200 Ok\r\nContent-Type: text/html; charset=\"utf-8\"\r\n\r\n<h1>"
@@ -32,25 +32,25 @@ void writeAnswer(QTcpSocket &client)
            << QDateTime::currentDateTime().toString() << "\n";
 }
 
-/// Ends the answer. A browser that is still sending its header would lose the answer to a plain close, so only the
-/// sending side is shut; what still comes is read and dropped until the browser hangs up.
-void endAnswer(QTcpSocket &client)
+/// Ends the reply. Closes only the sending direction, because a full close loses the page if the browser is still
+/// sending its header. Bytes that arrive later are ignored until the browser closes the connection.
+void endReply(QTcpSocket &browser)
 {
-    client.flush();
-    if (client.bytesToWrite() == 0)
-        ::shutdown(static_cast<int>(client.socketDescriptor()), SHUT_WR);
+    browser.flush();
+    if (browser.bytesToWrite() == 0)
+        ::shutdown(static_cast<int>(browser.socketDescriptor()), SHUT_WR);
     else
-        client.close();
+        browser.close();
 }
 
 } // namespace
 
-/// One connection, with what it has asked so far.
+/// One connection and its request.
 struct SimpleHttpServer::Browser : QTcpSocket
 {
     using QTcpSocket::QTcpSocket;
     RedirectRequest request;
-    QTimer limit; ///< how long it may stay unanswered
+    QTimer limit; ///< aborts a connection without a reply
 };
 
 SimpleHttpServer::SimpleHttpServer(QObject *parent) : QTcpServer(parent), m_connectionMs(defaultConnectionMs)
@@ -115,7 +115,7 @@ void SimpleHttpServer::incomingConnection(qintptr socketDescriptor)
     auto *client = new Browser(this);
     connect(client, &QTcpSocket::readyRead, this, &SimpleHttpServer::readClient);
     connect(client, &QTcpSocket::disconnected, this, &SimpleHttpServer::discardClient);
-    client->setReadBufferSize(largestRequestBytes);
+    client->setReadBufferSize(kMaxRequestBytes);
     if (!client->setSocketDescriptor(socketDescriptor, QAbstractSocket::ConnectedState, QIODevice::ReadWrite)) {
         client->deleteLater();
         return;
@@ -130,7 +130,7 @@ void SimpleHttpServer::serverTimeout()
     stop();
     if (m_codeReceived || !m_callback)
         return;
-    KString code(timeoutCode);
+    KString code(kTimeoutCode);
     m_callback(m_userData, code);
 }
 
@@ -161,48 +161,47 @@ void SimpleHttpServer::stop()
 {
     if (!m_code.isEmpty()) {
         m_code = KString();
-        m_answered.clear();
+        m_browser.clear();
     }
     pause();
     endWait();
 }
 
-/// Closes the port and every connection but the one whose code the call-back receives.
+/// Closes the port and all connections except the one that sent the code.
 void SimpleHttpServer::endWait()
 {
     m_watchdog.stop();
     disconnect();
     close();
     for (auto *client : findChildren<QTcpSocket *>()) {
-        if (client != m_answered)
+        if (client != m_browser)
             client->abort();
     }
 }
 
-/// Calls back from the event loop: the call-back may delete this server, and with it the socket whose signal brought
-/// the code.
-void SimpleHttpServer::acceptCode(Browser *client, const KString &code)
+/// Schedules the callback, because it may delete this server and with it the socket whose signal is on the stack.
+void SimpleHttpServer::acceptCode(Browser *browser, const KString &code)
 {
     m_codeReceived = true;
     m_code = code;
-    m_answered = client;
-    client->limit.stop();
+    m_browser = browser;
+    browser->limit.stop();
     endWait();
-    QTimer::singleShot(0, this, &SimpleHttpServer::handOver);
+    QTimer::singleShot(0, this, &SimpleHttpServer::passCode);
 }
 
-void SimpleHttpServer::handOver()
+void SimpleHttpServer::passCode()
 {
     if (m_code.isEmpty())
         return;
     KString code = m_code;
     m_code = KString();
-    const QPointer<Browser> browser = m_answered;
+    const QPointer<Browser> browser = m_browser;
     if (m_callback)
         m_callback(m_userData, code);
     if (browser && browser->state() == QAbstractSocket::ConnectedState) {
-        writeAnswer(*browser);
-        endAnswer(*browser);
+        writePage(*browser);
+        endReply(*browser);
         browser->limit.start();
     }
 }

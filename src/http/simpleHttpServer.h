@@ -1,7 +1,7 @@
 // http/simpleHttpServer.h
 //
-// Receives the browser's redirect at the end of an OAuth sign-in: a minimal HTTP/1.0 server on 127.0.0.1 that hands the
-// authorisation code to a call-back, answers the browser with a page, and stops listening.
+// Receives the browser's redirect at the end of an OAuth sign-in: a minimal HTTP/1.0 server on 127.0.0.1 that passes
+// the authorisation code to a callback, sends a page to the browser, and stops listening.
 
 #pragma once
 
@@ -11,8 +11,8 @@
 #include <QTcpServer>
 #include <QTimer>
 
-/// Answers only "GET /crvn/kelda/oauth/dropbox/redirect?code=...". Every other connection gets no answer and does not
-/// end the wait. It is closed after 30 s or 64 KiB, and when the wait ends: by the first code, the time-out, stop() or
+/// Replies only to "GET /crvn/kelda/oauth/dropbox/redirect?code=...". Other connections get no reply and do not end the
+/// wait. They are closed after 30 s, after 64 KiB, and when the wait ends: with the first code, the time-out, stop() or
 /// the destructor.
 class SimpleHttpServer : public QTcpServer
 {
@@ -20,26 +20,26 @@ class SimpleHttpServer : public QTcpServer
 public:
     explicit SimpleHttpServer(QObject *parent = nullptr);
 
-    /// The waits, in milliseconds, of the servers made from now on: for the redirect (5 minutes unless set), and for a
-    /// connection that gets no answer.
+    /// Sets the time-outs, in milliseconds, of servers that are created later: for the redirect (5 minutes by default)
+    /// and for a connection without a reply.
     static void setDefaultTimeouts(int redirectMs, int connectionMs = 30000);
 
-    /// \p callback receives \p userData and the first code, exactly as it stood in the request, or "timeout". It may
-    /// spin the event loop and delete this server. Null for none.
+    /// \p callback is called with \p userData and the first code, as it was in the request, or with "timeout". It may
+    /// be null, spin the event loop, and delete this server.
     void setCallback(void (*callback)(void *, KString &), void *userData);
-    /// Starts the wait, then listens on 127.0.0.1. False, and shown on the host's error output, when the port cannot be
-    /// listened on; the wait goes on even then and ends with "timeout".
+    /// Starts the wait and listens on 127.0.0.1. If that fails, returns false and reports it on the host's error
+    /// output; the wait then ends with "timeout".
     bool StartListenPort(unsigned short port);
-    /// Ends the wait without a callback. Closes the port and every connection, except the one whose code the callback
-    /// is receiving at that moment: it still gets its page.
+    /// Ends the wait without calling the callback. Closes the port and all connections, except the connection whose
+    /// code is being passed to the callback: the server still sends the page to it.
     void stop();
-    /// Whether \p port can be listened on. Leaves the server closed and, when it can, paused.
+    /// Returns true if the server can listen on \p port. Closes the server, and pauses it if the result is true.
     bool tryListen(unsigned short port);
-    /// A paused server drops new connections while it goes on listening.
+    /// A paused server continues to listen, but closes new connections.
     void pause();
     void resume();
 
-    /// Listens on 127.0.0.1, paused or not, without a wait. False when \p port is taken or protected.
+    /// Listens on 127.0.0.1 without a time-out. Returns false if \p port is in use or protected.
     bool internalListen(unsigned short port);
 
 protected:
@@ -54,15 +54,15 @@ private:
     struct Browser;
 
     void endWait();
-    void acceptCode(Browser *client, const KString &code);
-    void handOver();
+    void acceptCode(Browser *browser, const KString &code);
+    void passCode();
 
     bool m_paused = false;
     void (*m_callback)(void *, KString &) = nullptr;
     void *m_userData = nullptr;
     bool m_codeReceived = false;
-    KString m_code;               ///< accepted, but not yet passed to the callback
-    QPointer<Browser> m_answered; ///< the connection that sent it
+    KString m_code;              ///< received, but not yet passed to the callback
+    QPointer<Browser> m_browser; ///< the connection that sent the code
     int m_connectionMs;
     QTimer m_watchdog;
 };
