@@ -2,104 +2,29 @@
 
 #include <openkelda/KQtUtil.h>
 
+#include <vector>
+
 namespace TavrinStrings {
 
 namespace {
 
-const KStringResourceId *const texts[] = {
-    &kOk,
-    &kHttpRequestTimeout,
-    &kHttpError,
-    &kHttpErrorMessageTitle,
-    &kHttpSuccessMessageTitle,
-    &kHttpCode,
-    &kHttpServerListenError,
-    &KHttpServerErrorGeneric,
-    &kCloudPortalLoginErrorLoadingPage,
-    &kCloudPortalLoginErrorInternal,
-    &kCloudPortalLoginDone,
-    &kCloudPortalWindowLabel,
-    &kCloudPortalMenu,
-    &kCloudPortalNoConnection,
-    &kCloudPortalLogIn,
-    &kCloudPortalLogOut,
-    &kCloudPortalSearch,
-    &kCloudPortalRefresh,
-    &kCloudPortalImportOptions,
-    &kCloudPortalExportOptions,
-    &kCloudPortalImportOptionsTitle,
-    &kCloudPortalExportOptionsTitle,
-    &kCloudPortalFileName,
-    &kCloudPortalFilter,
-    &kCloudPortalImport,
-    &kCloudPortalExportError,
-    &kCloudPortalExport,
-    &kCloudPortalExportAll,
-    &kCloudPortalExportSelection,
-    &kCloudPortalExportTranslatorNotFound,
-    &kCloudPortalHomeFolderName,
-    &kCloudPortalFileExportOverwriteTitle,
-    &kCloudPortalFileExportOverwriteMessage,
-    &kCloudPortalLookIn,
-    &kCloudPortalNext,
-    &kCloudPortalPrevious,
-    &kCloudPortalShow,
-    &kCloudPortalItems,
-    &KCloudPortalDropBoxOAuthTimeout,
-    &KCloudPortalImportSuccess,
-    &KCloudPortalExportSuccess,
-    &kCloudPortalParentDirectory,
-};
-
-const KStringResourceId *const furtherTexts[] = {
-    &kHttpReplyTooLarge,
-    &kHttpReplyTooComplex,
-    &kHttpReplyEncoded,
-    &kHttpWrongSize,
-    &kHttpFileChanged,
-    &kHttpOutOfMemory,
-    &kHttpFileWriteError,
-    &kHttpFileReadError,
-    &kCloudPortalUploadNotConfirmed,
-    &kCloudPortalExportFolderClosed,
-    &kCloudPortalUserName,
-    &kCloudPortalPassword,
-    &kCloudPortalLoginRefused,
-    &kCloudPortalLoginCancel,
-    &kCloudPortalLoginQuestion,
-    &kCloudPortalLoginNotStored,
-    &kSignInUserName,
-    &kSignInCertificate,
-    &kSignInHostName,
-    &kSignInNoTls,
-    &kSignInRedirect,
-    &kSignInNotFound,
-    &kSignInNotWebDav,
-    &kSignInUnknownHost,
-    &kSignInUnreachable,
-    &kSignInTimedOut,
-    &kSignInMethod,
-    &kSignInConfiguration,
-    &kCloudPortalMore,
-    &kProgressName,
-    &kProgressWaiting,
-    &kProgressOf,
-    &kProgressPerSecond,
-    &kPluginInitializeError,
-    &kPluginUninitializeError,
-    &kPluginRegisterError,
-    &kPluginDeregisterError,
-    &kPluginCommandErrorEnd,
-    &kPluginBusy,
-};
+/// A function, because the identifiers are created before the static objects of this file.
+std::vector<const KStringResourceId *> &identifiers()
+{
+    static std::vector<const KStringResourceId *> all;
+    return all;
+}
 
 } // namespace
 
+Id::Id(const char *key, const char *defaultText) : KStringResourceId("Tavrin", key, defaultText)
+{
+    identifiers().push_back(this);
+}
+
 KStatus registerKStringResources()
 {
-    for (const KStringResourceId *id : texts)
-        KStringResource::registerString(*id);
-    for (const KStringResourceId *id : furtherTexts)
+    for (const KStringResourceId *id : identifiers())
         KStringResource::registerString(*id);
     return KStatus();
 }

@@ -1,8 +1,8 @@
 // TavrinStrings.h
 //
-// The texts that the plug-in shows. Each is a string resource of the host, which may replace it by a localised one;
-// the program refers to a text by its identifier only. Texts that end in a blank get a value appended.
-// A localised table stands in scripts/strings.
+// The texts that the plug-in shows. Each text is a string resource of the host, which may replace it with a localised
+// text; the program uses only its identifier. A value is appended to a text that ends in a blank. The localised tables
+// are in scripts/strings.
 
 #pragma once
 
@@ -12,160 +12,138 @@
 
 #include <QString>
 
-/// Identifiers live from the loading of the library to its unloading, so a static object must not look one up.
+/// The identifiers exist from the loading of the library to its unloading. Static objects must not look up a text.
 namespace TavrinStrings {
 
-inline const KStringResourceId kOk("Tavrin", "kOk", "Ok");
-inline const KStringResourceId kHttpRequestTimeout("Tavrin", "kHttpRequestTimeout", "408 Http request timeout");
-inline const KStringResourceId kHttpError("Tavrin", "kHttpError", "http Error: ");
-inline const KStringResourceId kHttpErrorMessageTitle("Tavrin", "kHttpErrorMessageTitle", "Http Error Message");
-inline const KStringResourceId kHttpSuccessMessageTitle("Tavrin", "kHttpSuccessMessageTitle", "Http Success Message");
-inline const KStringResourceId kHttpCode("Tavrin", "kHttpCode", "Http code: ");
-inline const KStringResourceId
-    kHttpServerListenError("Tavrin", "kHttpServerListenError",
-                           "Error listening to localhost because the following port is protected: ");
-inline const KStringResourceId KHttpServerErrorGeneric(
-    "Tavrin", "KHttpServerErrorGeneric",
+/// An identifier that registerKStringResources() registers.
+class Id : public KStringResourceId
+{
+public:
+    Id(const char *key, const char *defaultText);
+};
+
+inline const Id kOk("kOk", "Ok");
+inline const Id kHttpRequestTimeout("kHttpRequestTimeout", "408 Http request timeout");
+inline const Id kHttpError("kHttpError", "http Error: ");
+inline const Id kHttpErrorMessageTitle("kHttpErrorMessageTitle", "Http Error Message");
+inline const Id kHttpSuccessMessageTitle("kHttpSuccessMessageTitle", "Http Success Message");
+inline const Id kHttpCode("kHttpCode", "Http code: ");
+inline const Id kHttpServerListenError("kHttpServerListenError",
+                                       "Error listening to localhost because the following port is protected: ");
+inline const Id KHttpServerErrorGeneric(
+    "KHttpServerErrorGeneric",
     "Sorry but we were not able to connect, it is possible the service is down. Please try again.");
-inline const KStringResourceId kCloudPortalLoginErrorLoadingPage("Tavrin", "kCloudPortalLoginErrorLoadingPage",
-                                                                 "Login Failed. Error loading the login web page.");
-inline const KStringResourceId kCloudPortalLoginErrorInternal("Tavrin", "kCloudPortalLoginErrorInternal",
-                                                              "Login Failed. Unknown error.");
-inline const KStringResourceId kCloudPortalLoginDone("Tavrin", "kCloudPortalLoginDone",
-                                                     "Login successful, you can safely close this web page.");
-inline const KStringResourceId kCloudPortalWindowLabel("Tavrin", "kCloudPortalWindowLabel", "Tavrin");
-inline const KStringResourceId kCloudPortalMenu("Tavrin", "kCloudPortalMenu", "Tavrin...");
-inline const KStringResourceId kCloudPortalNoConnection("Tavrin", "kCloudPortalNoConnection", "No Connection");
-inline const KStringResourceId kCloudPortalLogIn("Tavrin", "kCloudPortalLogIn", "Login");
-inline const KStringResourceId kCloudPortalLogOut("Tavrin", "kCloudPortalLogOut", "Logout");
-inline const KStringResourceId kCloudPortalSearch("Tavrin", "kCloudPortalSearch", "Search");
-inline const KStringResourceId kCloudPortalRefresh("Tavrin", "kCloudPortalRefresh", "Refresh");
-inline const KStringResourceId kCloudPortalImportOptions("Tavrin", "kCloudPortalImportOptions",
-                                                         "Show Import Options after downloading the file");
-inline const KStringResourceId kCloudPortalExportOptions("Tavrin", "kCloudPortalExportOptions", "Show Export Options");
-inline const KStringResourceId kCloudPortalImportOptionsTitle("Tavrin", "kCloudPortalImportOptionsTitle",
-                                                              "Import Options");
-inline const KStringResourceId kCloudPortalExportOptionsTitle("Tavrin", "kCloudPortalExportOptionsTitle",
-                                                              "Export Options");
-inline const KStringResourceId kCloudPortalFileName("Tavrin", "kCloudPortalFileName", "File name: ");
-inline const KStringResourceId kCloudPortalFilter("Tavrin", "kCloudPortalFilter", "Files of type:");
-inline const KStringResourceId kCloudPortalImport("Tavrin", "kCloudPortalImport", "Import");
-inline const KStringResourceId kCloudPortalExportError("Tavrin", "kCloudPortalExportError", "Export Error");
-inline const KStringResourceId kCloudPortalExport("Tavrin", "kCloudPortalExport", "Export");
-inline const KStringResourceId kCloudPortalExportAll("Tavrin", "kCloudPortalExportAll", "Export All");
-inline const KStringResourceId kCloudPortalExportSelection("Tavrin", "kCloudPortalExportSelection", "Export Selection");
-inline const KStringResourceId
-    kCloudPortalExportTranslatorNotFound("Tavrin", "kCloudPortalExportTranslatorNotFound",
-                                         "Cannot find a valid exporter to export this file type.");
-inline const KStringResourceId kCloudPortalHomeFolderName("Tavrin", "kCloudPortalHomeFolderName", "Home");
-inline const KStringResourceId kCloudPortalFileExportOverwriteTitle("Tavrin", "kCloudPortalFileExportOverwriteTitle",
-                                                                    "File Already Exists");
-inline const KStringResourceId kCloudPortalFileExportOverwriteMessage("Tavrin",
-                                                                      "kCloudPortalFileExportOverwriteMessage",
-                                                                      "Do you want to overwrite the file?");
-inline const KStringResourceId kCloudPortalLookIn("Tavrin", "kCloudPortalLookIn", "Look In:");
-inline const KStringResourceId kCloudPortalNext("Tavrin", "kCloudPortalNext", "Next");
-inline const KStringResourceId kCloudPortalPrevious("Tavrin", "kCloudPortalPrevious", "Previous");
-inline const KStringResourceId kCloudPortalShow("Tavrin", "kCloudPortalShow", "show");
-inline const KStringResourceId kCloudPortalItems("Tavrin", "kCloudPortalItems", "items");
-inline const KStringResourceId KCloudPortalDropBoxOAuthTimeout("Tavrin", "KCloudPortalDropBoxOAuthTimeout",
-                                                               "Dropbox authentication timeout");
-inline const KStringResourceId KCloudPortalImportSuccess("Tavrin", "KCloudPortalImportSuccess", "Successful import: ");
-inline const KStringResourceId KCloudPortalExportSuccess("Tavrin", "KCloudPortalExportSuccess", "Successful export: ");
-inline const KStringResourceId kCloudPortalParentDirectory("Tavrin", "kCloudPortalParentDirectory", "Parent Directory");
+inline const Id kCloudPortalLoginErrorLoadingPage("kCloudPortalLoginErrorLoadingPage",
+                                                  "Login Failed. Error loading the login web page.");
+inline const Id kCloudPortalLoginErrorInternal("kCloudPortalLoginErrorInternal", "Login Failed. Unknown error.");
+inline const Id kCloudPortalLoginDone("kCloudPortalLoginDone", "Login successful, you can safely close this web page.");
+inline const Id kCloudPortalWindowLabel("kCloudPortalWindowLabel", "Tavrin");
+inline const Id kCloudPortalMenu("kCloudPortalMenu", "Tavrin...");
+inline const Id kCloudPortalNoConnection("kCloudPortalNoConnection", "No Connection");
+inline const Id kCloudPortalLogIn("kCloudPortalLogIn", "Login");
+inline const Id kCloudPortalLogOut("kCloudPortalLogOut", "Logout");
+inline const Id kCloudPortalSearch("kCloudPortalSearch", "Search");
+inline const Id kCloudPortalRefresh("kCloudPortalRefresh", "Refresh");
+inline const Id kCloudPortalImportOptions("kCloudPortalImportOptions",
+                                          "Show Import Options after downloading the file");
+inline const Id kCloudPortalExportOptions("kCloudPortalExportOptions", "Show Export Options");
+inline const Id kCloudPortalImportOptionsTitle("kCloudPortalImportOptionsTitle", "Import Options");
+inline const Id kCloudPortalExportOptionsTitle("kCloudPortalExportOptionsTitle", "Export Options");
+inline const Id kCloudPortalFileName("kCloudPortalFileName", "File name: ");
+inline const Id kCloudPortalFilter("kCloudPortalFilter", "Files of type:");
+inline const Id kCloudPortalImport("kCloudPortalImport", "Import");
+inline const Id kCloudPortalExportError("kCloudPortalExportError", "Export Error");
+inline const Id kCloudPortalExport("kCloudPortalExport", "Export");
+inline const Id kCloudPortalExportAll("kCloudPortalExportAll", "Export All");
+inline const Id kCloudPortalExportSelection("kCloudPortalExportSelection", "Export Selection");
+inline const Id kCloudPortalExportTranslatorNotFound("kCloudPortalExportTranslatorNotFound",
+                                                     "Cannot find a valid exporter to export this file type.");
+inline const Id kCloudPortalHomeFolderName("kCloudPortalHomeFolderName", "Home");
+inline const Id kCloudPortalFileExportOverwriteTitle("kCloudPortalFileExportOverwriteTitle", "File Already Exists");
+inline const Id kCloudPortalFileExportOverwriteMessage("kCloudPortalFileExportOverwriteMessage",
+                                                       "Do you want to overwrite the file?");
+inline const Id kCloudPortalLookIn("kCloudPortalLookIn", "Look In:");
+inline const Id kCloudPortalNext("kCloudPortalNext", "Next");
+inline const Id kCloudPortalPrevious("kCloudPortalPrevious", "Previous");
+inline const Id kCloudPortalShow("kCloudPortalShow", "show");
+inline const Id kCloudPortalItems("kCloudPortalItems", "items");
+inline const Id KCloudPortalDropBoxOAuthTimeout("KCloudPortalDropBoxOAuthTimeout", "Dropbox authentication timeout");
+inline const Id KCloudPortalImportSuccess("KCloudPortalImportSuccess", "Successful import: ");
+inline const Id KCloudPortalExportSuccess("KCloudPortalExportSuccess", "Successful export: ");
+inline const Id kCloudPortalParentDirectory("kCloudPortalParentDirectory", "Parent Directory");
 
-inline const KStringResourceId kHttpReplyTooLarge("Tavrin", "kHttpReplyTooLarge",
-                                                  "The server's reply is larger than the limit of 16 MiB.");
-inline const KStringResourceId
-    kHttpReplyTooComplex("Tavrin", "kHttpReplyTooComplex",
-                         "The server's reply has more than the limit of 500,000 values and was not read.");
-inline const KStringResourceId
-    kHttpReplyEncoded("Tavrin", "kHttpReplyEncoded",
+inline const Id kHttpReplyTooLarge("kHttpReplyTooLarge", "The server's reply is larger than the limit of 16 MiB.");
+inline const Id kHttpReplyTooComplex("kHttpReplyTooComplex",
+                                     "The server's reply has more than the limit of 500,000 values and was not read.");
+inline const Id
+    kHttpReplyEncoded("kHttpReplyEncoded",
                       "The server sent its reply in an encoding that was not asked for, so it was not read: ");
-inline const KStringResourceId
-    kHttpWrongSize("Tavrin", "kHttpWrongSize",
+inline const Id
+    kHttpWrongSize("kHttpWrongSize",
                    "The downloaded file does not have the size that the list shows. Refresh the list and try again.");
-inline const KStringResourceId
-    kHttpFileChanged("Tavrin", "kHttpFileChanged",
-                     "The upload was stopped because another program changed the file. Try again: ");
-inline const KStringResourceId kHttpOutOfMemory("Tavrin", "kHttpOutOfMemory",
-                                                "Out of memory. Close other programs and try again.");
-inline const KStringResourceId kHttpFileWriteError("Tavrin", "kHttpFileWriteError", "The file cannot be written: ");
-inline const KStringResourceId kHttpFileReadError("Tavrin", "kHttpFileReadError", "The file cannot be read: ");
-inline const KStringResourceId kCloudPortalUploadNotConfirmed("Tavrin", "kCloudPortalUploadNotConfirmed",
-                                                              "The service did not confirm that the file was stored.");
-inline const KStringResourceId kCloudPortalExportFolderClosed("Tavrin", "kCloudPortalExportFolderClosed",
-                                                              "The folder to export into is not open any more.");
-inline const KStringResourceId kCloudPortalUserName("Tavrin", "kCloudPortalUserName", "User name:");
-inline const KStringResourceId kCloudPortalPassword("Tavrin", "kCloudPortalPassword", "Password:");
-inline const KStringResourceId kCloudPortalLoginRefused("Tavrin", "kCloudPortalLoginRefused",
-                                                        "The service does not know this name with this password.");
-inline const KStringResourceId kCloudPortalLoginCancel("Tavrin", "kCloudPortalLoginCancel", "Cancel the sign-in");
-inline const KStringResourceId
-    kCloudPortalLoginQuestion("Tavrin", "kCloudPortalLoginQuestion",
+inline const Id kHttpFileChanged("kHttpFileChanged",
+                                 "The upload was stopped because another program changed the file. Try again: ");
+inline const Id kHttpOutOfMemory("kHttpOutOfMemory", "Out of memory. Close other programs and try again.");
+inline const Id kHttpFileWriteError("kHttpFileWriteError", "The file cannot be written: ");
+inline const Id kHttpFileReadError("kHttpFileReadError", "The file cannot be read: ");
+inline const Id kCloudPortalUploadNotConfirmed("kCloudPortalUploadNotConfirmed",
+                                               "The service did not confirm that the file was stored.");
+inline const Id kCloudPortalExportFolderClosed("kCloudPortalExportFolderClosed",
+                                               "The folder to export into is not open any more.");
+inline const Id kCloudPortalUserName("kCloudPortalUserName", "User name:");
+inline const Id kCloudPortalPassword("kCloudPortalPassword", "Password:");
+inline const Id kCloudPortalLoginRefused("kCloudPortalLoginRefused",
+                                         "The service does not know this name with this password.");
+inline const Id kCloudPortalLoginCancel("kCloudPortalLoginCancel", "Cancel the sign-in");
+inline const Id
+    kCloudPortalLoginQuestion("kCloudPortalLoginQuestion",
                               "The page asked a question. It cannot be answered here: the page received \"Cancel\".");
-inline const KStringResourceId
-    kCloudPortalLoginNotStored("Tavrin", "kCloudPortalLoginNotStored",
-                               "Signing in or out cannot be stored, so it lasts only until the host is closed. "
-                               "Check this file and its folder: ");
-inline const KStringResourceId kSignInUserName("Tavrin", "kSignInUserName", "A user name cannot contain a colon.");
-inline const KStringResourceId
-    kSignInCertificate("Tavrin", "kSignInCertificate",
-                       "The server's certificate is not trusted. For a server of your own, start the host with "
-                       "--ca-file and the certificate of its authority. The reason: ");
-inline const KStringResourceId
-    kSignInHostName("Tavrin", "kSignInHostName",
-                    "The server's certificate is for another host name. Write that name into pelago.ini: ");
-inline const KStringResourceId
-    kSignInNoTls("Tavrin", "kSignInNoTls",
-                 "The server does not speak TLS at this address. Check https and the port in pelago.ini.");
-inline const KStringResourceId
-    kSignInRedirect("Tavrin", "kSignInRedirect",
-                    "The server redirects to another address. Write that one into pelago.ini: ");
-inline const KStringResourceId
-    kSignInNotFound("Tavrin", "kSignInNotFound",
-                    "The server has no folder at the address in pelago.ini. Check its path.");
-inline const KStringResourceId
-    kSignInNotWebDav("Tavrin", "kSignInNotWebDav",
-                     "The server at the address in pelago.ini is not a WebDAV server. Check the address.");
-inline const KStringResourceId
-    kSignInUnknownHost("Tavrin", "kSignInUnknownHost",
-                       "The host name is unknown. Check the address in pelago.ini and the network: ");
-inline const KStringResourceId
-    kSignInUnreachable("Tavrin", "kSignInUnreachable",
-                       "No server answers. Check the address in pelago.ini, and that the server runs: ");
-inline const KStringResourceId kSignInTimedOut("Tavrin", "kSignInTimedOut",
-                                               "The server did not answer in time. Try again later.");
-inline const KStringResourceId
-    kSignInMethod("Tavrin", "kSignInMethod",
-                  "The server must offer Basic, or Digest with MD5, for the sign-in. It offers: ");
-inline const KStringResourceId
-    kSignInConfiguration("Tavrin", "kSignInConfiguration",
-                         "pelago.ini cannot be used. An address begins with https:// and holds no user name, query or "
-                         "#; http needs allowPlainHttp=true. Correct this part: ");
-inline const KStringResourceId kCloudPortalMore("Tavrin", "kCloudPortalMore", "More");
-inline const KStringResourceId kProgressName("Tavrin", "kProgressName", "Progress");
-inline const KStringResourceId kProgressWaiting("Tavrin", "kProgressWaiting", "Waiting for the service");
-inline const KStringResourceId kProgressOf("Tavrin", "kProgressOf", " of ");
-inline const KStringResourceId kProgressPerSecond("Tavrin", "kProgressPerSecond", "/s");
-inline const KStringResourceId kPluginInitializeError("Tavrin", "kPluginInitializeError",
-                                                      "TavrinCmd - could not initialize plugin: ");
-inline const KStringResourceId kPluginUninitializeError("Tavrin", "kPluginUninitializeError",
-                                                        "TavrinCmd - could not uninitialize plugin: ");
-inline const KStringResourceId kPluginRegisterError("Tavrin", "kPluginRegisterError",
-                                                    "TavrinCmd - could not register '");
-inline const KStringResourceId kPluginDeregisterError("Tavrin", "kPluginDeregisterError",
-                                                      "TavrinCmd - could not deregister '");
-inline const KStringResourceId kPluginCommandErrorEnd("Tavrin", "kPluginCommandErrorEnd", "' command: ");
-inline const KStringResourceId
-    kPluginBusy("Tavrin", "kPluginBusy",
-                "Tavrin is still talking to a cloud service. Please unload it when that has ended.");
+inline const Id kCloudPortalLoginNotStored(
+    "kCloudPortalLoginNotStored",
+    "Signing in or out cannot be stored, so it lasts only until the host is closed. Check this file and its folder: ");
+inline const Id kSignInUserName("kSignInUserName", "A user name cannot contain a colon.");
+inline const Id kSignInCertificate("kSignInCertificate",
+                                   "The server's certificate is not trusted. For a server of your own, start the host "
+                                   "with --ca-file and the certificate of its authority. The reason: ");
+inline const Id kSignInHostName("kSignInHostName",
+                                "The server's certificate is for another host name. Write that name into pelago.ini: ");
+inline const Id kSignInNoTls("kSignInNoTls",
+                             "The server does not speak TLS at this address. Check https and the port in pelago.ini.");
+inline const Id kSignInRedirect("kSignInRedirect",
+                                "The server redirects to another address. Write that one into pelago.ini: ");
+inline const Id kSignInNotFound("kSignInNotFound",
+                                "The server has no folder at the address in pelago.ini. Check its path.");
+inline const Id kSignInNotWebDav("kSignInNotWebDav",
+                                 "The server at the address in pelago.ini is not a WebDAV server. Check the address.");
+inline const Id kSignInUnknownHost("kSignInUnknownHost",
+                                   "The host name is unknown. Check the address in pelago.ini and the network: ");
+inline const Id kSignInUnreachable("kSignInUnreachable",
+                                   "No server answers. Check the address in pelago.ini, and that the server runs: ");
+inline const Id kSignInTimedOut("kSignInTimedOut", "The server did not answer in time. Try again later.");
+inline const Id kSignInMethod("kSignInMethod",
+                              "The server must offer Basic, or Digest with MD5, for the sign-in. It offers: ");
+inline const Id kSignInConfiguration("kSignInConfiguration",
+                                     "pelago.ini cannot be used. An address begins with https:// and holds no user "
+                                     "name, query or #; http needs allowPlainHttp=true. Correct this part: ");
+inline const Id kCloudPortalMore("kCloudPortalMore", "More");
+inline const Id kProgressName("kProgressName", "Progress");
+inline const Id kProgressWaiting("kProgressWaiting", "Waiting for the service");
+inline const Id kProgressOf("kProgressOf", " of ");
+inline const Id kProgressPerSecond("kProgressPerSecond", "/s");
+inline const Id kPluginInitializeError("kPluginInitializeError", "TavrinCmd - could not initialize plugin: ");
+inline const Id kPluginUninitializeError("kPluginUninitializeError", "TavrinCmd - could not uninitialize plugin: ");
+inline const Id kPluginRegisterError("kPluginRegisterError", "TavrinCmd - could not register '");
+inline const Id kPluginDeregisterError("kPluginDeregisterError", "TavrinCmd - could not deregister '");
+inline const Id kPluginCommandErrorEnd("kPluginCommandErrorEnd", "' command: ");
+inline const Id kPluginBusy("kPluginBusy",
+                            "Tavrin is still talking to a cloud service. Please unload it when that has ended.");
 
-/// Makes every identifier known to the host; always a success. A text that the host already replaced stays replaced.
+/// Registers every identifier with the host, in the order above, and returns success. Texts that the host has already
+/// replaced stay replaced.
 KStatus registerKStringResources();
-/// The current text of \p id; its default when the host does not know it.
+/// Returns the current text of \p id, or its default text if the host does not know it.
 KString getString(const KStringResourceId &id);
-/// The same as a QString, for widgets.
+/// Returns the same text as a QString.
 QString text(const KStringResourceId &id);
 
 } // namespace TavrinStrings
