@@ -74,10 +74,9 @@ inline const Id kCloudPortalParentDirectory("kCloudPortalParentDirectory", "Pare
 
 inline const Id kHttpReplyTooLarge("kHttpReplyTooLarge", "The server's reply is larger than the limit of 16 MiB.");
 inline const Id kHttpReplyTooComplex("kHttpReplyTooComplex",
-                                     "The server's reply has more than the limit of 500,000 values and was not read.");
-inline const Id
-    kHttpReplyEncoded("kHttpReplyEncoded",
-                      "The server sent its reply in an encoding that was not asked for, so it was not read: ");
+                                     "The server's reply has more than 500,000 values and was not read.");
+inline const Id kHttpReplyEncoded("kHttpReplyEncoded",
+                                  "The server's reply was not read, because it has an unrequested encoding: ");
 inline const Id
     kHttpWrongSize("kHttpWrongSize",
                    "The downloaded file does not have the size that the list shows. Refresh the list and try again.");
@@ -89,42 +88,44 @@ inline const Id kHttpFileReadError("kHttpFileReadError", "The file cannot be rea
 inline const Id kCloudPortalUploadNotConfirmed("kCloudPortalUploadNotConfirmed",
                                                "The service did not confirm that the file was stored.");
 inline const Id kCloudPortalExportFolderClosed("kCloudPortalExportFolderClosed",
-                                               "The folder to export into is not open any more.");
+                                               "The export folder was closed. Open it and export again.");
 inline const Id kCloudPortalUserName("kCloudPortalUserName", "User name:");
 inline const Id kCloudPortalPassword("kCloudPortalPassword", "Password:");
-inline const Id kCloudPortalLoginRefused("kCloudPortalLoginRefused",
-                                         "The service does not know this name with this password.");
+inline const Id kCloudPortalLoginRefused("kCloudPortalLoginRefused", "Incorrect user name or password.");
 inline const Id kCloudPortalLoginCancel("kCloudPortalLoginCancel", "Cancel the sign-in");
 inline const Id
     kCloudPortalLoginQuestion("kCloudPortalLoginQuestion",
-                              "The page asked a question. It cannot be answered here: the page received \"Cancel\".");
+                              "The page asked a question. Tavrin does not support this and replied \"Cancel\".");
 inline const Id kCloudPortalLoginNotStored(
     "kCloudPortalLoginNotStored",
-    "Signing in or out cannot be stored, so it lasts only until the host is closed. Check this file and its folder: ");
+    "Signing in or out could not be saved and lasts only until the host is closed. Check this file and its folder: ");
 inline const Id kSignInUserName("kSignInUserName", "A user name cannot contain a colon.");
 inline const Id kSignInCertificate("kSignInCertificate",
-                                   "The server's certificate is not trusted. For a server of your own, start the host "
-                                   "with --ca-file and the certificate of its authority. The reason: ");
+                                   "The server's certificate is not trusted. For your own server, start the host with "
+                                   "--ca-file and the certificate of its authority. Reason: ");
 inline const Id kSignInHostName("kSignInHostName",
-                                "The server's certificate is for another host name. Write that name into pelago.ini: ");
-inline const Id kSignInNoTls("kSignInNoTls",
-                             "The server does not speak TLS at this address. Check https and the port in pelago.ini.");
+                                "The server's certificate is for another host name. Enter that name in pelago.ini: ");
+inline const Id
+    kSignInNoTls("kSignInNoTls",
+                 "The server does not support TLS at this address. Check https and the port in pelago.ini.");
 inline const Id kSignInRedirect("kSignInRedirect",
-                                "The server redirects to another address. Write that one into pelago.ini: ");
+                                "The server redirects to another address. Enter that address in pelago.ini: ");
 inline const Id kSignInNotFound("kSignInNotFound",
                                 "The server has no folder at the address in pelago.ini. Check its path.");
 inline const Id kSignInNotWebDav("kSignInNotWebDav",
                                  "The server at the address in pelago.ini is not a WebDAV server. Check the address.");
 inline const Id kSignInUnknownHost("kSignInUnknownHost",
                                    "The host name is unknown. Check the address in pelago.ini and the network: ");
-inline const Id kSignInUnreachable("kSignInUnreachable",
-                                   "No server answers. Check the address in pelago.ini, and that the server runs: ");
-inline const Id kSignInTimedOut("kSignInTimedOut", "The server did not answer in time. Try again later.");
+inline const Id kSignInUnreachable(
+    "kSignInUnreachable",
+    "The server does not respond. Check the address in pelago.ini and whether the server is running: ");
+inline const Id kSignInTimedOut("kSignInTimedOut", "The server did not respond in time. Try again later.");
 inline const Id kSignInMethod("kSignInMethod",
-                              "The server must offer Basic, or Digest with MD5, for the sign-in. It offers: ");
-inline const Id kSignInConfiguration("kSignInConfiguration",
-                                     "pelago.ini cannot be used. An address begins with https:// and holds no user "
-                                     "name, query or #; http needs allowPlainHttp=true. Correct this part: ");
+                              "The server must support Basic authentication, or Digest with MD5. It supports: ");
+inline const Id
+    kSignInConfiguration("kSignInConfiguration",
+                         "pelago.ini is invalid. An address must begin with https:// and must not contain a user name, "
+                         "a query or #; http requires allowPlainHttp=true. Correct this part: ");
 inline const Id kCloudPortalMore("kCloudPortalMore", "More");
 inline const Id kProgressName("kProgressName", "Progress");
 inline const Id kProgressWaiting("kProgressWaiting", "Waiting for the service");
@@ -136,7 +137,7 @@ inline const Id kPluginRegisterError("kPluginRegisterError", "TavrinCmd - could 
 inline const Id kPluginDeregisterError("kPluginDeregisterError", "TavrinCmd - could not deregister '");
 inline const Id kPluginCommandErrorEnd("kPluginCommandErrorEnd", "' command: ");
 inline const Id kPluginBusy("kPluginBusy",
-                            "Tavrin is still talking to a cloud service. Please unload it when that has ended.");
+                            "A request to a cloud service is still running. Unload Tavrin when it has finished.");
 
 /// Registers every identifier with the host, in the order above, and returns success. Texts that the host has already
 /// replaced stay replaced.

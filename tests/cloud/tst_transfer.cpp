@@ -149,7 +149,7 @@ private slots:
             if (moment == "upload")
                 QCOMPARE(m_portal.log, QStringList(upload("written.fbx", "1")));
             else
-                checkFailed({"Export Error", "The folder to export into is not open any more."});
+                checkFailed({"Export Error", "The export folder was closed. Open it and export again."});
         }
     }
 

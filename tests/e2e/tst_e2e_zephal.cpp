@@ -122,7 +122,7 @@ void TestE2EZephal::ownServerTakesFilesBothWays()
     QVERIFY2(m_driver->replace(field("user"), "demo") && m_driver->replace(field("password"), "wrong", Qt::Key_Return),
              qPrintable(error()));
     const auto *reason = field("user")->window()->findChild<QLabel *>("error");
-    QTRY_COMPARE(reason->text(), QString("The service does not know this name with this password."));
+    QTRY_COMPARE(reason->text(), QString("Incorrect user name or password."));
     QVERIFY2(m_driver->replace(field("password"), "demo", Qt::Key_Return), qPrintable(error()));
     QTRY_COMPARE(m_page->loginText(), QString("Logout (demo)"));
 

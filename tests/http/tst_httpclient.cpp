@@ -143,7 +143,7 @@ private slots:
         QTest::addColumn<QByteArray>("content");
         const QString closed = "0 " + failureText("RemoteHostClosedError");
         const QString encoded =
-            "0 The server sent its reply in an encoding that was not asked for, so it was not read: gzip";
+            "0 The server's reply was not read, because it has an unrequested encoding: gzip";
         const auto gzip = [](int status) { return Reply(status).header("Content-Encoding", "gzip").body(kGzip); };
         QTest::newRow("gzip, cut") << gzip(200).cutAfter(200) << closed << QByteArray();
         QTest::newRow("gzip, whole") << gzip(200) << encoded << QByteArray();

@@ -79,7 +79,7 @@ private slots:
         QVERIFY(m_fixture->allow());
         QVERIFY(refused >= 2); // the exchange of the code, and the refresh of the page
         QCOMPARE(refused, m_fixture->requests().size());
-        QVERIFY(m_fixture->host.errors().last().contains("still talking"));
+        QVERIFY(m_fixture->host.errors().last().contains("still running"));
         QVERIFY(dock);
         QVERIFY(controller()->isUserLoggedIn());
         QVERIFY(uninitializePlugin(m_plugin));

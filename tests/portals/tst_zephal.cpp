@@ -125,20 +125,20 @@ private slots:
             QTest::newRow(name) << settings << rule << expected;
         };
         row("plain http", "kind=password\nstorage=http://files.example/", "",
-            "pelago.ini cannot be used. An address begins with https:// and holds no user name, query or #; http needs "
-            "allowPlainHttp=true. Correct this part: production/storage");
+            "pelago.ini is invalid. An address must begin with https:// and must not contain a user name, a query or #; "
+            "http requires allowPlainHttp=true. Correct this part: production/storage");
         row("plain http of a page", "kind=web\nstorage=https://x/\nsignIn=http://files.example/", "",
             "pelago.ini *this part: production/signIn");
         row("no line of a file", "kind=password\nstorage", "", "pelago.ini *this part: line 3");
         row("certificate", "kind=password\nstorage=https://SERVER/", "",
             "The server's certificate is not trusted.* --ca-file *: The certificate is self-signed, and untrusted");
-        row("no TLS", "kind=password\nstorage=https://PLAIN/", "", "The server does not speak TLS at this address.*");
+        row("no TLS", "kind=password\nstorage=https://PLAIN/", "", "The server does not support TLS at this address.*");
         row("redirect", usual, "redirect=https://new.example/dav/?secret",
-            "The server redirects*into pelago.ini: https://new.example/dav/");
+            "The server redirects*in pelago.ini: https://new.example/dav/");
         row("not found", usual, "status=404", "The server has no folder at the address in pelago.ini.*");
         row("no WebDAV", usual, "status=405", "The server at the address in pelago.ini is not a WebDAV server.*");
-        row("no sign-in", usual, "status=401", "The server must offer Basic*. It offers: none");
-        row("server down", "kind=password\nstorage=http://127.0.0.1:1/", "", "No server answers.*: http://127.0.0.1:1");
+        row("no sign-in", usual, "status=401", "The server must support Basic*. It supports: none");
+        row("server down", "kind=password\nstorage=http://127.0.0.1:1/", "", "The server does not respond.*: http://127.0.0.1:1");
         row("unknown name", "kind=password\nstorage=https://nowhere.invalid/", "",
             "The host name is unknown.*: nowhere.invalid");
         row("failing server", usual, "status=503", "Sorry but we were not able to connect*");
@@ -208,7 +208,7 @@ private slots:
             QVERIFY(!password->isEnabled());
         };
         enter("wrong");
-        QTRY_VERIFY2(error().contains("does not know"), qPrintable(error()));
+        QTRY_VERIFY2(error().contains("Incorrect"), qPrintable(error()));
         QCOMPARE(password->text(), QString());
         QCOMPARE(m_owner.results, QList<bool>());
         m_fixture->cloud.addRule("*", "*", "status=503", 1);
