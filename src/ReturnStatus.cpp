@@ -32,7 +32,7 @@ void ReturnStatus::DisplayUserMessageBox() const
     const KString successTitle = TavrinStrings::getString(TavrinStrings::kHttpSuccessMessageTitle);
     const KString errorTitle = TavrinStrings::getString(TavrinStrings::kHttpErrorMessageTitle);
 
-    // The main window may close while the box is open, and takes the box with it.
+    // QPointer, because the main window may be deleted while the box is open, and with it the box.
     QPointer<QMessageBox> box = new QMessageBox(KQtUtil::mainWindow());
     box->setWindowTitle(KQtUtil::toQString(IsSuccess() ? successTitle : errorTitle));
     box->setTextFormat(Qt::PlainText);

@@ -1,12 +1,12 @@
 // ReturnStatus.h
 //
-// Outcome of a request: an HTTP-style code and a message, with the text and the box that show it to the user.
+// The result of a request: an HTTP-style code and a message for the user.
 
 #pragma once
 
 #include <openkelda/KString.h>
 
-/// A code from 200 to 299 is a success; every other one, 0 and negative ones included, is a failure.
+/// The codes 200 to 299 are a success; all other codes, including 0 and negative ones, are a failure.
 class ReturnStatus
 {
 public:
@@ -18,13 +18,13 @@ public:
     void SetStatusCode(int code) { m_code = code; }
     int GetStatusCode() const { return m_code; }
     void SetErrorMessage(const KString &message) { m_message = message; }
-    /// Empty when the code says all there is to say.
+    /// Returns an empty text if there is no message besides the code.
     KString GetErrorMessage() const { return m_message; }
 
-    /// The localised text for the user: the code, and the message on a line of its own if there is one.
+    /// Returns the localised text for the user: the code, followed by the message on a second line if there is one.
     KString GetFormattedResultMessage() const;
-    /// Shows that text as plain text in a modal box over the host's main window and returns when it is closed; spins
-    /// the event loop. Does nothing when the host runs without a user interface.
+    /// Shows that text in a modal box over the host's main window and returns when the box is closed. Spins the event
+    /// loop. Ignored in a host without a user interface.
     void DisplayUserMessageBox() const;
 
 private:

@@ -14,13 +14,13 @@ using ICloudPortalApi::IPortal;
 
 namespace {
 
-const char vendor[] = "Corvane, Inc.";
-const char pluginVersion[] = "1.0";
-const char requiredApi[] = "Any";
+constexpr char kVendor[] = "Corvane, Inc.";
+constexpr char kPluginVersion[] = "1.0";
+constexpr char kRequiredApi[] = "Any";
 
 bool isPortalsInit = false;
 
-/// What InitCloudPortal registered and unloading has to take back, in that order.
+/// The registered portals, in the order of registration.
 std::vector<KString> portalIdentities;
 
 template <typename Portal, typename Login, typename Browser>
@@ -29,9 +29,9 @@ std::unique_ptr<IPortal> makePortal()
     return std::make_unique<Portal>(new Login, new Browser);
 }
 
-/// Every portal, in the order of the tabs.
+/// All portals, in the order of the tabs.
 using PortalMaker = std::unique_ptr<IPortal> (*)();
-const PortalMaker portalMakers[] = {
+constexpr PortalMaker kPortals[] = {
     makePortal<Portal_Zephal, Portal_Zephal_Login, Portal_Zephal_IPortalBrowser>,
     makePortal<Portal_Plyx, Portal_Plyx_Login, Portal_Plyx_IPortalBrowser>,
     makePortal<Portal_DropBox, Portal_DropBox_Login, Portal_DropBox_IPortalBrowser>,
@@ -42,7 +42,7 @@ void addPortal(std::unique_ptr<IPortal> portal)
     const KString identity = portal->GetPortalUID();
     if (!Portal_CloudBrowser::RegisterPortal(portal.get()))
         return;
-    portal.release(); // answered for by removePortals()
+    portal.release(); // deleted by removePortals()
     portalIdentities.push_back(identity);
     Portal_CloudBrowser::GetInstance(identity)->AddPortalTabPage();
 }
@@ -67,7 +67,7 @@ void restoreDock()
     bool wasOpen = false;
     bool wasRaised = false;
     {
-        // Both before InitCloudPortal, since a dock that comes up stores flags of its own.
+        // Read both flags before InitCloudPortal(), because a new dock stores its own.
         const Tavrin::Settings settings(Portal_CloudBrowserDockWidget::kSettingsName);
         wasOpen = settings.getWindowActive();
         wasRaised = settings.getWindowRaised();
@@ -78,15 +78,16 @@ void restoreDock()
     Portal_CloudBrowser::RaiseDockingWindow(wasRaised);
 }
 
+/// Writes \p text and the reason of \p status to the host's error output.
 KStatus reported(const KStatus &status, const KString &text)
 {
     KGlobal::displayError(text + status.errorString());
     return status;
 }
 
-KString commandErrorText(const KStringResourceId &beginning)
+KString commandErrorText(const KStringResourceId &start)
 {
-    return TavrinStrings::getString(beginning) + TavrinCmd::commandName +
+    return TavrinStrings::getString(start) + TavrinCmd::commandName +
            TavrinStrings::getString(TavrinStrings::kPluginCommandErrorEnd);
 }
 
@@ -133,16 +134,16 @@ void InitCloudPortal()
         return;
     isPortalsInit = true;
     const RunningCall running;
-    for (const PortalMaker makeOne : portalMakers)
-        addPortal(makeOne());
+    for (const PortalMaker make : kPortals)
+        addPortal(make());
     qtHelper_removeDir(KQtUtil::toQString(TavrinHelper::tempCloudDirectory()));
 }
 
 KStatus initializePlugin(KObject plugin)
 {
     KStatus status;
-    KFnPlugin functions(plugin, vendor, pluginVersion, requiredApi, &status);
-    if (!status) // before the texts are registered
+    KFnPlugin functions(plugin, kVendor, kPluginVersion, kRequiredApi, &status);
+    if (!status) // the texts are not registered yet
         return reported(status, TavrinStrings::kPluginInitializeError.defaultText());
 
     functions.registerUIStrings(TavrinStrings::registerKStringResources, "TavrinInitStrings");
@@ -161,7 +162,7 @@ KStatus initializePlugin(KObject plugin)
 KStatus uninitializePlugin(KObject plugin)
 {
     KStatus status;
-    KFnPlugin functions(plugin, vendor, pluginVersion, requiredApi, &status);
+    KFnPlugin functions(plugin, kVendor, kPluginVersion, kRequiredApi, &status);
     if (!status)
         return reported(status, TavrinStrings::getString(TavrinStrings::kPluginUninitializeError));
     if (Portal_CloudBrowser::IsBusy())

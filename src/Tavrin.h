@@ -1,7 +1,7 @@
 // Tavrin.h
 //
-// The plug-in's front door: its entry points (declared in openkelda/KFnPlugin.h), the host command that it adds, and
-// the creation of the portals.
+// The entry points of the plug-in (declared in openkelda/KFnPlugin.h), its host command, and the creation of the
+// portals.
 
 #pragma once
 
@@ -9,24 +9,24 @@
 
 #include <openkelda/openkelda.h>
 
-/// The command "Tavrin". It cannot be undone.
+/// The host command "Tavrin", without undo.
 class TavrinCmd : public KPxCommand
 {
 public:
     static const KString commandName;
 
-    /// A new TavrinCmd, which the host owns.
+    /// Returns a new TavrinCmd, owned by the host.
     static void *creator();
-    /// The flag "-spr"/"-showportal"; query mode, no edit mode.
+    /// Returns the syntax: the flag "-spr"/"-showportal", with query mode and without edit mode.
     static KSyntax createSyntax();
-    /// Removes what the plug-in added to the host's user interface.
+    /// Removes the plug-in's additions to the host's user interface.
     static void cleanup();
 
-    /// With the flag, and in a host with a user interface, shows the cloud browser in front; otherwise does nothing.
-    /// Always a success. Spins the event loop when it has to create the portals.
+    /// Shows and raises the cloud browser if the flag is set and the host has a user interface. Always succeeds. Spins
+    /// the event loop if it creates the portals.
     KStatus doIt(const KArgList &arguments) override;
 };
 
-/// Creates the portals and their tabs in the dock panel and empties the download folder; once until the plug-in is
-/// unloaded. Spins the event loop while stored sessions are confirmed.
+/// Creates the portals and their tabs in the dock and empties the download folder. Ignored after the first call, until
+/// the plug-in is unloaded. Spins the event loop while the services confirm stored sessions.
 void InitCloudPortal();

@@ -25,11 +25,11 @@ bool qtHelper_removeDir(const QString &path)
     const QFileInfoList entries = directory.entryInfoList(everything, QDir::DirsFirst);
     for (const QFileInfo &entry : entries) {
         const QString entryPath = entry.absoluteFilePath();
-        const bool removed = entry.isDir() ? qtHelper_removeDir(entryPath) : QFile::remove(entryPath);
-        if (!removed)
+        const bool isRemoved = entry.isDir() ? qtHelper_removeDir(entryPath) : QFile::remove(entryPath);
+        if (!isRemoved)
             return false;
     }
-    // Not directory.rmdir(): that would look for a relative path below the directory itself.
+    // Not directory.rmdir(), which resolves a relative path against the directory itself.
     return QDir().rmdir(cleanPath);
 }
 
@@ -59,7 +59,7 @@ bool hasDriveLetter(const QString &name)
 
 bool isSafeLocalName(const QString &name)
 {
-    // QFile drops an unpaired surrogate at the end of a path, so that ".." could remain.
+    // QFile removes an unpaired surrogate at the end of a path, which could result in "..".
     return !name.isEmpty() && name.isValidUtf16() && name != QLatin1String(".") && name != QLatin1String("..") &&
            !name.contains(QLatin1Char('/')) && !name.contains(QLatin1Char('\\')) &&
            !name.contains(QChar(QChar::Null)) && !hasDriveLetter(name);
@@ -94,6 +94,19 @@ KString quoted(const KString &text)
         }
     }
     return KString(escaped);
+}
+
+QString percentEncoded(const QString &text, const char *characters)
+{
+    const QString special = QString::fromLatin1(characters);
+    QString result;
+    for (const QChar character : text) {
+        if (special.contains(character))
+            result += QString::fromLatin1('%' + QByteArray(1, character.toLatin1()).toHex().toUpper());
+        else
+            result += character;
+    }
+    return result;
 }
 
 KString userAppDirectory()

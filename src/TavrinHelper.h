@@ -1,7 +1,7 @@
 // TavrinHelper.h
 //
-// Small things that every layer of the plug-in needs: the run-mode test, the wait cursor, quoting for host commands,
-// local names that are safe to write, and removal of a folder tree.
+// Helpers for all layers of the plug-in: the run mode, the wait cursor, the host's folders, and functions that make
+// text safe for host commands, request paths and local files.
 
 #pragma once
 
@@ -16,19 +16,19 @@
 #include <map>
 #include <string>
 
-/// Ordered map of wide texts: request headers, search criteria, user information.
+/// Request headers, search criteria, or user information.
 using HeaderMap = std::map<std::wstring, std::wstring>;
 
-/// True when the host can show a user interface (every run mode but batch and library).
+/// Returns true if the host can show a user interface (all run modes but batch and library).
 bool IsKeldaCanRunUI();
 
-/// Removes the directory \p path (absolute or relative) with everything in it; a link is removed, never followed.
-/// True when nothing is left or there was nothing; the first entry that cannot be removed ends the walk with false.
+/// Removes the folder \p path (absolute or relative) and its contents. Removes links, but does not follow them. Returns
+/// true if \p path does not exist afterwards. Stops with false at the first entry that cannot be removed.
 bool qtHelper_removeDir(const QString &path);
 
 namespace Tavrin {
 
-/// Turns the host's wait cursor off when it goes out of scope, if it is on.
+/// The destructor turns off the host's wait cursor if it is on.
 class WaitCursorAuto
 {
 public:
@@ -38,7 +38,7 @@ public:
     WaitCursorAuto &operator=(const WaitCursorAuto &) = delete;
 };
 
-/// Shows the host's wait cursor as long as it lives.
+/// Shows the host's wait cursor during its lifetime.
 class WaitCursor : public WaitCursorAuto
 {
 public:
@@ -49,24 +49,26 @@ public:
 
 namespace TavrinHelper {
 
-/// \p text as it must stand between double quotes in a host command: backslash, double quote, line feed, carriage
-/// return and tab escaped, everything else byte for byte. The quotes themselves are not added. NUL ends the text.
+/// Escapes \p text for use between double quotes in a host command: backslash, double quote, line feed, carriage return
+/// and tab. Does not add the quotes.
 KString quoted(const KString &text);
+/// Percent-encodes the ASCII \p characters in \p text, a part of a request path. httpClient encodes other characters.
+QString percentEncoded(const QString &text, const char *characters);
 
-/// The host's per-user application directory, ending in a separator; "./" when the host names none.
+/// Returns the host's application folder of the user, with a separator at the end; "./" if the host returns none.
 KString userAppDirectory();
-/// userAppDirectory() + "temp_cloud", without a separator at its end.
+/// Returns userAppDirectory() + "temp_cloud".
 KString tempCloudDirectory();
 
-/// The host's installation directory (KELDA_LOCATION), "." when the host names none.
+/// Returns the installation folder of the host (KELDA_LOCATION); "." if the host returns none.
 KString hostLocation();
-/// The icon \p fileName of the plug-in's icon folder; an empty icon when there is no such file.
+/// Returns the icon \p fileName from the plug-in's icon folder; an empty icon if the file does not exist.
 QIcon portalIcon(const KString &fileName);
 
-/// One component of a local path made of a service's text: "_" when it is empty, "." or "..", or holds a separator,
-/// NUL, a drive letter or an unpaired surrogate; else \p name itself.
+/// Makes a service's text safe as one component of a local path. Returns "_" if \p name is empty, "." or "..", or
+/// contains a separator, NUL, a drive letter or an unpaired surrogate; otherwise \p name.
 QString safeLocalName(const QString &name);
-/// The same for every component of a relative path "a/b/c"; empty components vanish, a leading "/" is kept if present.
+/// Applies safeLocalName() to each component of \p path ("a/b/c"). Removes empty components, and keeps a leading "/".
 QString safeLocalPath(const QString &path);
 
 } // namespace TavrinHelper

@@ -7,30 +7,31 @@
 
 namespace {
 
-const QString organisation = QStringLiteral("Corvane");
-/// Appended to a settings name, it gives a file that cannot exist beside a pipe or a device at the settings path.
-const QString belowFile = QStringLiteral(".ini/unusable");
+const QString kOrganisation = QStringLiteral("Corvane");
+/// A settings name with this suffix gives a path below a file that is not a folder, so it can be neither read nor
+/// written.
+const QString kUnusableSuffix = QStringLiteral(".ini/unusable");
 
-const char versionKey[] = "version";
-const char activeKey[] = "preview_window_Active";
-const char raisedKey[] = "preview_window_Raised";
-const char widthKey[] = "preview_window_size_width";
-const char heightKey[] = "preview_window_size_height";
-const char xKey[] = "preview_window_position_x";
-const char yKey[] = "preview_window_position_y";
-const char floatingKey[] = "preview_window_Floating";
-const char dockKey[] = "preview_window_Dock";
-const char sessionKey[] = "plyx_session_id";
-const char secureSessionKey[] = "plyx_secure_session_id";
+constexpr char kVersionKey[] = "version";
+constexpr char kActiveKey[] = "preview_window_Active";
+constexpr char kRaisedKey[] = "preview_window_Raised";
+constexpr char kWidthKey[] = "preview_window_size_width";
+constexpr char kHeightKey[] = "preview_window_size_height";
+constexpr char kXKey[] = "preview_window_position_x";
+constexpr char kYKey[] = "preview_window_position_y";
+constexpr char kFloatingKey[] = "preview_window_Floating";
+constexpr char kDockKey[] = "preview_window_Dock";
+constexpr char kSessionKey[] = "plyx_session_id";
+constexpr char kSecureSessionKey[] = "plyx_secure_session_id";
 
-/// \p name, or a name whose file cannot exist if the settings path leads to a pipe, a socket or a device: QSettings
-/// would wait for a pipe without end.
+/// Returns \p name, or a name that cannot be opened if the settings path is a pipe, a socket or a device, because
+/// QSettings would block on a pipe.
 QString usableName(const QString &name)
 {
-    const QSettings below(QSettings::IniFormat, QSettings::UserScope, organisation, name + belowFile);
+    const QSettings below(QSettings::IniFormat, QSettings::UserScope, kOrganisation, name + kUnusableSuffix);
     const QFileInfo file(QFileInfo(below.fileName()).path());
     const bool isUsable = !file.exists() || file.isFile() || file.isDir();
-    return isUsable ? name : name + belowFile;
+    return isUsable ? name : name + kUnusableSuffix;
 }
 
 } // namespace
@@ -40,11 +41,11 @@ namespace Tavrin {
 QMap<QString, QVariant> Settings::mDefaultSettings;
 
 Settings::Settings(const char *settingsName)
-    : QSettings(QSettings::IniFormat, QSettings::UserScope, organisation, usableName(QString::fromUtf8(settingsName)))
+    : QSettings(QSettings::IniFormat, QSettings::UserScope, kOrganisation, usableName(QString::fromUtf8(settingsName)))
 {
     init();
     addDefaults();
-    if (holdsSession())
+    if (containsSession())
         restrictToUser();
 }
 
@@ -52,29 +53,29 @@ void Settings::init()
 {
     if (!mDefaultSettings.isEmpty())
         return;
-    mDefaultSettings[versionKey] = 1;
-    mDefaultSettings[activeKey] = false;
-    mDefaultSettings[raisedKey] = false;
-    mDefaultSettings[widthKey] = 450;
-    mDefaultSettings[heightKey] = 300;
-    mDefaultSettings[xKey] = 300;
-    mDefaultSettings[yKey] = 300;
-    mDefaultSettings[floatingKey] = true;
-    mDefaultSettings[dockKey] = static_cast<int>(Qt::NoDockWidgetArea);
-    mDefaultSettings[sessionKey] = QString();
-    mDefaultSettings[secureSessionKey] = QString();
+    mDefaultSettings[kVersionKey] = 1;
+    mDefaultSettings[kActiveKey] = false;
+    mDefaultSettings[kRaisedKey] = false;
+    mDefaultSettings[kWidthKey] = 450;
+    mDefaultSettings[kHeightKey] = 300;
+    mDefaultSettings[kXKey] = 300;
+    mDefaultSettings[kYKey] = 300;
+    mDefaultSettings[kFloatingKey] = true;
+    mDefaultSettings[kDockKey] = static_cast<int>(Qt::NoDockWidgetArea);
+    mDefaultSettings[kSessionKey] = QString();
+    mDefaultSettings[kSecureSessionKey] = QString();
 }
 
 void Settings::addDefaults()
 {
-    const bool reset = value(versionKey, 0).toInt() <= 0;
+    const bool reset = value(kVersionKey, 0).toInt() <= 0;
     for (auto entry = mDefaultSettings.cbegin(); entry != mDefaultSettings.cend(); ++entry) {
         if (reset || !contains(entry.key()))
             setValue(entry.key(), entry.value());
     }
 }
 
-bool Settings::holdsSession() const
+bool Settings::containsSession() const
 {
     return !getSessionID().isEmpty() || !getSecureSessionID().isEmpty();
 }
@@ -110,86 +111,86 @@ QVariant Settings::getValue(const QString &key) const
 void Settings::setSessionID(const KString &id)
 {
     restrictToUser();
-    setValue(sessionKey, KQtUtil::toQString(id));
+    setValue(kSessionKey, KQtUtil::toQString(id));
 }
 
 void Settings::setSecureSessionID(const KString &id)
 {
     restrictToUser();
-    setValue(secureSessionKey, KQtUtil::toQString(id));
+    setValue(kSecureSessionKey, KQtUtil::toQString(id));
 }
 
 KString Settings::getSessionID() const
 {
-    return KQtUtil::toKString(getValue(sessionKey).toString());
+    return KQtUtil::toKString(getValue(kSessionKey).toString());
 }
 
 KString Settings::getSecureSessionID() const
 {
-    return KQtUtil::toKString(getValue(secureSessionKey).toString());
+    return KQtUtil::toKString(getValue(kSecureSessionKey).toString());
 }
 
 void Settings::setWindowActive(bool active)
 {
-    setValue(activeKey, active);
+    setValue(kActiveKey, active);
 }
 
 bool Settings::getWindowActive() const
 {
-    return getValue(activeKey).toBool();
+    return getValue(kActiveKey).toBool();
 }
 
 void Settings::setWindowRaised(bool raised)
 {
-    setValue(raisedKey, raised);
+    setValue(kRaisedKey, raised);
 }
 
 bool Settings::getWindowRaised() const
 {
-    return getValue(raisedKey).toBool();
+    return getValue(kRaisedKey).toBool();
 }
 
 void Settings::setWindowFloating(bool floating)
 {
-    setValue(floatingKey, floating);
+    setValue(kFloatingKey, floating);
 }
 
 bool Settings::getWindowFloating() const
 {
-    return getValue(floatingKey).toBool();
+    return getValue(kFloatingKey).toBool();
 }
 
 void Settings::setWindowDock(Qt::DockWidgetArea area)
 {
-    setValue(dockKey, static_cast<int>(area));
+    setValue(kDockKey, static_cast<int>(area));
 }
 
 Qt::DockWidgetArea Settings::getWindowDock() const
 {
-    const int area = getValue(dockKey).toInt();
+    const int area = getValue(kDockKey).toInt();
     return (area & ~Qt::DockWidgetArea_Mask) == 0 ? static_cast<Qt::DockWidgetArea>(area) : Qt::NoDockWidgetArea;
 }
 
 void Settings::setWindowSize(int width, int height)
 {
-    setValue(widthKey, width);
-    setValue(heightKey, height);
+    setValue(kWidthKey, width);
+    setValue(kHeightKey, height);
 }
 
 bool Settings::getWindowSize(int &width, int &height) const
 {
-    return getPair(widthKey, heightKey, width, height);
+    return getPair(kWidthKey, kHeightKey, width, height);
 }
 
 void Settings::setWindowPosition(int x, int y)
 {
-    setValue(xKey, x);
-    setValue(yKey, y);
+    setValue(kXKey, x);
+    setValue(kYKey, y);
 }
 
 bool Settings::getWindowPosition(int &x, int &y) const
 {
-    return getPair(xKey, yKey, x, y);
+    return getPair(kXKey, kYKey, x, y);
 }
 
 bool Settings::getPair(const QString &firstKey, const QString &secondKey, int &first, int &second) const

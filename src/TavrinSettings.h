@@ -1,7 +1,7 @@
 // TavrinSettings.h
 //
-// What the plug-in remembers of a user between two runs of the host: one INI file per settings name, with a table of
-// defaults that all of them share.
+// The settings that the plug-in stores for the user: one INI file per settings name. All files share one table of
+// defaults.
 
 #pragma once
 
@@ -13,55 +13,55 @@
 
 namespace Tavrin {
 
-/// A short-lived local, created where a value is needed. The destructor writes the file. Keys that the file lacks are
-/// added with their defaults; a file of version 0 or less is reset to the defaults. A file that holds a session is
-/// readable and writable by its user only. A value that cannot be read reads as its default; store() reports a file
-/// that cannot be written.
+/// Create it as a local variable where a value is needed; the destructor writes the file. The constructor adds missing
+/// keys with their defaults, and resets a file of version 0 or less. A file that contains a session has mode 0600. The
+/// getters return the default for an unreadable value; store() reports a file that cannot be written.
 class Settings : public QSettings
 {
 public:
-    /// \p settingsName selects the file, for example "CloudBrowser_Dock_Widget".
+    /// \p settingsName is the name of the file without extension, for example "CloudBrowser_Dock_Widget".
     explicit Settings(const char *settingsName);
 
-    /// Fills the table of defaults, once.
+    /// Fills the table of defaults at the first call.
     static void init();
 
-    /// An invalid value when the file has no \p key and neither has the table.
+    /// Returns the stored value, the default, or an invalid value if \p key has neither.
     QVariant getValue(const QString &key) const;
 
-    /// Writes the file now. False if it cannot be read or written.
+    /// Writes the file now. Returns false if it cannot be read or written.
     bool store();
-    /// The absolute path of the file, whether it exists or not.
+    /// Returns the absolute path of the file, which need not exist.
     QString path() const;
 
-    /// Both close the file to other users before the identifier is written.
+    /// Sets mode 0600 before the identifier is written. The same applies to setSecureSessionID().
     void setSessionID(const KString &id);
     void setSecureSessionID(const KString &id);
     KString getSessionID() const;
     KString getSecureSessionID() const;
 
-    /// Whether the dock was open.
+    /// True if the dock was open.
     void setWindowActive(bool active);
     bool getWindowActive() const;
-    /// Whether the dock was in front.
+    /// True if the dock was raised.
     void setWindowRaised(bool raised);
     bool getWindowRaised() const;
     void setWindowFloating(bool floating);
     bool getWindowFloating() const;
-    /// The area that held the dock; 0 for none and for a stored number that is no area.
+    /// The dock area; Qt::NoDockWidgetArea if none or an invalid number is stored.
     void setWindowDock(Qt::DockWidgetArea area);
     Qt::DockWidgetArea getWindowDock() const;
 
-    /// In pixels. False when a stored value is no number: the first one then reads 0, or the second is left alone.
+    /// In pixels. The getter returns false if a stored value is not a number; \p width is 0 or \p height unchanged
+    /// then.
     void setWindowSize(int width, int height);
     bool getWindowSize(int &width, int &height) const;
-    /// In screen pixels; otherwise as the size.
+    /// In screen pixels. The getter fails like getWindowSize().
     void setWindowPosition(int x, int y);
     bool getWindowPosition(int &x, int &y) const;
 
 private:
     void addDefaults();
-    bool holdsSession() const;
+    bool containsSession() const;
     void restrictToUser();
     bool getPair(const QString &firstKey, const QString &secondKey, int &first, int &second) const;
 
