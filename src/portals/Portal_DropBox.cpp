@@ -6,22 +6,22 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const PortalTraits traits{"DropBox_Portal_Unique_Identity_String", "Dropbox", "dropbox-windows-8.png",
-                          Portal_DropBox_Login::settingsName, "fbx"};
-const char rootName[] = "dropbox";
+constexpr PortalTraits kTraits{"DropBox_Portal_Unique_Identity_String", "Dropbox", "dropbox-windows-8.png",
+                               Portal_DropBox_Login::settingsName, "fbx"};
+constexpr char kRootName[] = "dropbox";
 
 } // namespace
 
 Portal_DropBox::Portal_DropBox(Portal_DropBox_Login *login, Portal_DropBox_IPortalBrowser *browser)
-    : PortalBase(traits, login, browser)
+    : PortalBase(kTraits, login, browser)
 {}
 
 ICloudItem *Portal_DropBox::CreateFolderHierarchy()
 {
     auto root = std::make_unique<Portal_DropBox_ICloudItem>(owner());
-    root->SetProperty("rev", dropBoxRootFolderId);
+    root->SetProperty("rev", kDropBoxRootFolderId);
     root->SetProperty("path", GetPortalDisplayName());
-    root->SetProperty("root", rootName);
+    root->SetProperty("root", kRootName);
     root->SetProperty("is_dir", "true");
     return root.release();
 }
@@ -30,12 +30,12 @@ void Portal_DropBox::FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria)
 {
     if (!folder)
         return;
-    if (folder->GetUniqueID() == dropBoxRootFolderId) {
+    if (folder->GetUniqueID() == kDropBoxRootFolderId) {
         criteria[L"Home"] = L"true";
     } else {
         KString path;
         folder->GetProperty("path", path);
         criteria[L"SpecificFolder"] = path.wide();
     }
-    criteria[L"Root"] = KString(rootName).wide();
+    criteria[L"Root"] = KString(kRootName).wide();
 }

@@ -4,17 +4,17 @@
 
 #pragma once
 
-#include "cloud/portal/PortalBase.h"
+#include "cloud/portal/PortalBases.h"
 #include "portals/Portal_DropBox_Browse.h"
 #include "portals/Portal_DropBox_Login.h"
 
 class Portal_DropBox : public ICloudPortalApi::PortalBase
 {
 public:
-    /// Takes \p login and \p browser over; neither may be null.
+    /// Takes ownership of \p login and \p browser, which must not be null.
     Portal_DropBox(Portal_DropBox_Login *login, Portal_DropBox_IPortalBrowser *browser);
 
     ICloudPortalApi::ICloudItem *CreateFolderHierarchy() override;
-    /// "Home" = "true" for the root, otherwise "SpecificFolder" = the folder's path; and always "Root".
+    /// Adds "Root", and "Home" = "true" for the root or "SpecificFolder" = the path of another folder.
     void FillSearchCriteria(ICloudPortalApi::ICloudItem *folder, HeaderMap &criteria) override;
 };

@@ -16,36 +16,36 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-/// Where an item lies on the service.
-struct Place
+/// The location of an item on the service.
+struct Location
 {
     QString root;
     QString path;
 };
 
-/// Nothing when \p item is null or nobody is signed in. The place is read first: asking the login spins the event loop,
-/// which may delete the item.
-std::optional<Place> placeOf(ICloudItem *item, ILogin *login)
+/// Returns an empty optional if \p item is null or the user is not signed in. Reads the item before IsLogin(), which
+/// may delete it.
+std::optional<Location> locationOf(ICloudItem *item, ILogin *login)
 {
     if (!item)
         return {};
-    KString root("dropbox");
+    KString root("dropbox"); // if the listing contains no root
     item->GetProperty("root", root);
     const KString path = static_cast<Portal_DropBox_ICloudItem *>(item)->GetPath();
     if (!login->IsLogin())
         return {};
-    return Place{KQtUtil::toQString(root), KQtUtil::toQString(path)};
+    return Location{KQtUtil::toQString(root), KQtUtil::toQString(path)};
 }
 
-/// Adds the message that the client leaves out if the local file is missing or cannot be read.
+/// Sets the message for an unreadable local file, for which the client returns status 0 without a message.
 void reportUnreadable(ReturnStatus &status, const KString &localPath)
 {
     status.SetErrorMessage(TavrinStrings::getString(TavrinStrings::kHttpFileReadError) + localPath);
     KGlobal::displayError(status.GetErrorMessage());
 }
 
-/// The size of \p item in the listing; -1 if the listing names none or \p item is null. The listing's size is a 32-bit
-/// number whose largest value also stands for every larger one.
+/// Returns the size of \p item in the listing, or -1 if it is unknown. JsonReply clamps the size to 32 bits, so the
+/// largest value means "unknown".
 qint64 listedBytes(ICloudItem *item)
 {
     KString text;
@@ -61,7 +61,7 @@ qint64 listedBytes(ICloudItem *item)
 bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results)
 {
     const auto folder = criteria.find(L"SpecificFolder");
-    const QString path = DropBoxRequests::listing(folder == criteria.end() ? std::wstring() : folder->second);
+    const QString path = DropBoxRequests::listing(folder != criteria.end() ? folder->second : std::wstring());
     if (!login->IsLogin())
         return false;
 
@@ -69,7 +69,7 @@ bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap 
     httpClient client;
     client.setHost(session.GetApiHost().utf8(), 0);
     QByteArray body;
-    if (!SucceededOrShown(client.get(path, session.GetRequestHeaders(), true, body)))
+    if (!succeededOrShown(client.get(path, session.GetRequestHeaders(), true, body)))
         return false;
     DropBoxReplies::listing(body, owner(), results);
     return true;
@@ -78,33 +78,33 @@ bool Portal_DropBox_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap 
 bool Portal_DropBox_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName)
 {
     const qint64 bytes = listedBytes(item);
-    const std::optional<Place> place = placeOf(item, login);
-    if (!place)
+    const std::optional<Location> location = locationOf(item, login);
+    if (!location)
         return false;
     auto &session = static_cast<Portal_DropBox_Login &>(*login);
     httpClient client;
     client.setHost(session.GetContentHost().utf8(), 0);
     client.expectDownloadBytes(bytes);
-    const QString path = DropBoxRequests::download(place->root, place->path);
-    return SucceededOrShown(client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName), path,
+    const QString path = DropBoxRequests::download(location->root, location->path);
+    return succeededOrShown(client.getFile(KQtUtil::toQString(folder), KQtUtil::toQString(fileName), path,
                                            session.GetRequestHeaders(), true));
 }
 
 bool Portal_DropBox_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder, ICloudItem *, KString localFolder,
                                                KString fileName)
 {
-    const std::optional<Place> place = placeOf(folder, login);
-    if (!place)
+    const std::optional<Location> location = locationOf(folder, login);
+    if (!location)
         return false;
     auto &session = static_cast<Portal_DropBox_Login &>(*login);
     httpClient client;
     client.setHost(session.GetContentHost().utf8(), 0);
     QByteArray body;
-    const QString path = DropBoxRequests::upload(place->root, place->path, KQtUtil::toQString(fileName));
+    const QString path = DropBoxRequests::upload(location->root, location->path, KQtUtil::toQString(fileName));
     ReturnStatus status = client.postFile(localFolder, fileName, path, session.GetRequestHeaders(), true, body);
     if (status.GetStatusCode() == 0 && status.GetErrorMessage().isEmpty())
         reportUnreadable(status, localFolder + fileName);
-    if (!SucceededOrShown(status))
+    if (!succeededOrShown(status))
         return false;
     const bool isStored = DropBoxReplies::isStored(body);
     if (!isStored)

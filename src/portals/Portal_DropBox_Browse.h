@@ -4,21 +4,21 @@
 
 #pragma once
 
-#include "cloud/portal/PortalBrowserBase.h"
+#include "cloud/portal/PortalBases.h"
 
-/// Every operation takes the portal's own login object and items of this portal; it shows a failure to the user before
-/// it returns false, and returns false without a request or a message when nobody is signed in.
+/// The operations require the login and the items of this portal. They return false after a message box if a request
+/// fails, and false without a request or a message if the user is not signed in.
 class Portal_DropBox_IPortalBrowser : public ICloudPortalApi::PortalBrowserBase
 {
 public:
     int GetPortalType() override { return ICloudPortalApi::kPlainListing; }
     using PortalBrowserBase::GetChildCloudItems;
-    /// The folder's path stands under "SpecificFolder"; without that key the root is listed. At most 10000 entries.
+    /// "SpecificFolder" is the path of the folder; without it the call lists the root. Returns 10000 entries at most.
     bool GetChildCloudItems(ICloudPortalApi::ILogin *login, HeaderMap &criteria,
                             ICloudPortalApi::ItemVector &results) override;
     bool DownloadCloudItem(ICloudPortalApi::ILogin *login, ICloudPortalApi::ICloudItem *item, KString folder,
                            KString fileName) override;
-    /// A file of that name in the folder is replaced, so \p existing is not looked at. An empty file counts as failed.
+    /// Replaces a file of the same name and ignores \p existing. Returns false for an empty file.
     bool UploadFile(ICloudPortalApi::ILogin *login, ICloudPortalApi::ICloudItem *folder,
                     ICloudPortalApi::ICloudItem *existing, KString localFolder, KString fileName) override;
 };

@@ -2,8 +2,6 @@
 
 #include "TavrinHelper.h"
 
-const char dropBoxRootFolderId[] = "Root_Folder_Id_Of_DropBox_Portal";
-
 KString Portal_DropBox_ICloudItem::GetDisplayName()
 {
     const QString path = KQtUtil::toQString(propertyText("path"));
@@ -31,5 +29,5 @@ KString Portal_DropBox_ICloudItem::GetImportPathFolder()
 
 KString Portal_DropBox_ICloudItem::GetPath()
 {
-    return GetUniqueID() == dropBoxRootFolderId ? KString() : propertyText("path");
+    return GetUniqueID() == kDropBoxRootFolderId ? KString() : propertyText("path");
 }

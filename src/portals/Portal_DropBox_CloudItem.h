@@ -1,27 +1,27 @@
 // portals/Portal_DropBox_CloudItem.h
 //
-// A Dropbox file or folder: one entry of a folder listing, with the listing's own key names as property names.
+// A file or folder of Dropbox: one entry of a folder listing. The properties have the names of the listing's keys.
 
 #pragma once
 
-#include "cloud/portal/CloudItemBase.h"
+#include "cloud/portal/PortalBases.h"
 
-/// The unique id of the portal's root folder, which no listing contains.
-extern const char dropBoxRootFolderId[];
+/// The unique id of the root folder, which is not part of a listing.
+constexpr char kDropBoxRootFolderId[] = "Root_Folder_Id_Of_DropBox_Portal";
 
 class Portal_DropBox_ICloudItem : public ICloudPortalApi::CloudItemBase
 {
 public:
     using CloudItemBase::CloudItemBase;
 
-    /// The last component of the path.
+    /// Returns the last component of the path.
     KString GetDisplayName() override;
-    /// The revision.
+    /// Returns the revision.
     KString GetUniqueID() override;
     bool IsFolder() override;
-    /// The path of the folder that holds the item, each component made safe; empty for the root and what lies in it.
+    /// Returns the path of the parent folder with safe components; empty for the root and its children.
     KString GetImportPathFolder() override;
 
-    /// The path on the service ("/Work/cup.obj"); empty for the root.
+    /// Returns the path on the service ("/Work/cup.obj"); empty for the root.
     KString GetPath();
 };

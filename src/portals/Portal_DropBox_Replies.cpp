@@ -19,7 +19,7 @@ void copyText(const QScriptValue &entry, const char *name, Portal_DropBox_ICloud
         item.SetProperty(name, text);
 }
 
-/// Copies "root", which becomes a part of request paths, if it is a plain name.
+/// Copies "root" if it is safe as a part of request paths.
 void copyRoot(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
 {
     static const QRegularExpression plainName(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
@@ -28,7 +28,7 @@ void copyRoot(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
         item.SetProperty("root", root);
 }
 
-/// Fills \p item from one element of "contents"; false when the element must not become an item.
+/// Fills \p item from one element of "contents". Returns false if the element must be ignored.
 bool readEntry(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
 {
     KString revision;

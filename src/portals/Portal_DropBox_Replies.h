@@ -1,7 +1,6 @@
 // portals/Portal_DropBox_Replies.h
 //
-// What the Dropbox replies say. Each function takes the bytes as received, whatever they are; no input or output
-// happens here.
+// Parses the replies of Dropbox, which may be any bytes. Performs no input or output.
 
 #pragma once
 
@@ -17,7 +16,7 @@ class IPortalOwnerCB;
 
 namespace DropBoxReplies {
 
-/// Texts that the reply lacks, or gives as another type, are empty.
+/// Texts that the reply does not contain are empty.
 struct Token
 {
     KString accessToken;
@@ -25,15 +24,15 @@ struct Token
     KString userId;
 };
 
-/// All texts are empty if the reply reports an error: "error" is neither null, false, 0 nor an empty text.
+/// All texts are empty if the reply contains "error", unless that is null, false, 0 or an empty text.
 Token token(const QByteArray &body);
-/// False, and \p name left alone, when the reply names no user. A name may be empty.
+/// Returns false and leaves \p name unchanged if the reply contains no user name. The name may be empty.
 bool displayName(const QByteArray &body, KString &name);
-/// Appends one new item per usable entry to \p items, which the caller owns; \p owner (may be null) hears their clicks.
-/// An entry without a revision text, or with a ".." segment in its path, is left out.
-/// A root that is not a plain name (letters, digits, "_", "-") is left out of its item.
+/// Appends a new item for each entry to \p items; the caller owns the items. \p owner (may be null) receives their
+/// clicks. Ignores an entry without a revision or with ".." in its path, and a root with characters other than letters,
+/// digits, "_" and "-".
 void listing(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owner, ICloudPortalApi::ItemVector &items);
-/// True when the reply confirms that at least one byte was stored.
+/// Returns true if the reply confirms that at least one byte was stored.
 bool isStored(const QByteArray &body);
 
 } // namespace DropBoxReplies

@@ -1,12 +1,12 @@
 #include "portals/Portal_DropBox_Requests.h"
 
-#include "portals/EscapedText.h"
+#include "TavrinHelper.h"
 
 namespace {
 
 QString escaped(const QString &text)
 {
-    return escapedText(text, "%#?");
+    return TavrinHelper::percentEncoded(text, "%#?");
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // portals/Portal_DropBox_Requests.h
 //
-// The paths of the Dropbox requests, as they go to the HTTP client; the characters "%", "#" and "?" of a name are
-// escaped. No input or output happens here.
+// The paths of the Dropbox requests for httpClient. Names are percent-encoded. Performs no input or output.
 
 #pragma once
 
@@ -11,14 +10,14 @@
 
 namespace DropBoxRequests {
 
-/// Exchange of the authorisation code \p code, which stays as the redirect carried it, for a token. Holds a secret.
+/// Exchanges the authorisation code \p code, which is not encoded again, for a token. The path contains a secret.
 QString token(const QString &code, const QString &appKey, const QString &appSecret, const QString &redirectUri);
 QString accountInfo();
-/// \p folder is the stored path of a folder ("/Work"), empty for the root.
+/// \p folder is the path of the folder ("/Work"); empty for the root.
 QString listing(const std::wstring &folder);
-/// \p root is the item's root ("dropbox"), \p path its stored path.
+/// \p root is the root of the item ("dropbox"), \p path its path.
 QString download(const QString &root, const QString &path);
-/// \p folderPath is empty for the root; a file of that name already there is replaced.
+/// Replaces an existing file. \p folderPath is empty for the root.
 QString upload(const QString &root, const QString &folderPath, const QString &fileName);
 
 } // namespace DropBoxRequests

@@ -7,8 +7,8 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const PortalTraits traits{"Plyx_Portal_Unique_Identity_String", "Plyx", "plyx.png", Portal_Plyx_Login::settingsName,
-                          nullptr};
+constexpr PortalTraits kTraits{"Plyx_Portal_Unique_Identity_String", "Plyx", "plyx.png",
+                               Portal_Plyx_Login::settingsName, nullptr};
 
 struct Criterion
 {
@@ -17,17 +17,17 @@ struct Criterion
     const wchar_t *value;
 };
 
-/// The galleries carry the service's media type ids.
-const Criterion criterionOfFolder[] = {
-    {PlyxFolders::root, L"NoSearch", L"true"}, {PlyxFolders::home, L"Home", L"true"},
-    {PlyxFolders::lumo, L"Public", L"27"},     {PlyxFolders::lumoMobile, L"Public", L"28"},
-    {PlyxFolders::tarn, L"Public", L"31"},     {PlyxFolders::grell, L"Public", L"35"},
+/// The criterion of each folder. The value of a gallery is its media type id.
+constexpr Criterion kCriteria[] = {
+    {PlyxFolders::kRoot, L"NoSearch", L"true"}, {PlyxFolders::kHome, L"Home", L"true"},
+    {PlyxFolders::kLumo, L"Public", L"27"},     {PlyxFolders::kLumoMobile, L"Public", L"28"},
+    {PlyxFolders::kTarn, L"Public", L"31"},     {PlyxFolders::kGrell, L"Public", L"35"},
 };
 
 } // namespace
 
 Portal_Plyx::Portal_Plyx(Portal_Plyx_Login *login, Portal_Plyx_IPortalBrowser *browser)
-    : PortalBase(traits, login, browser)
+    : PortalBase(kTraits, login, browser)
 {}
 
 bool Portal_Plyx::supportSearchBar()
@@ -44,17 +44,17 @@ ICloudItem *Portal_Plyx::CreateFolderHierarchy()
         folder->SetProperty("IsFolder", "true");
         return folder;
     };
-    auto root = makeFolder(PlyxFolders::root, GetPortalDisplayName());
+    auto root = makeFolder(PlyxFolders::kRoot, GetPortalDisplayName());
     const auto addFolder = [&](const char *id, const KString &name) {
         auto folder = makeFolder(id, name);
         folder->SetParent(root.get());
         root->AddChild(folder.release());
     };
-    addFolder(PlyxFolders::home, TavrinStrings::getString(TavrinStrings::kCloudPortalHomeFolderName));
-    addFolder(PlyxFolders::lumo, "Lumo");
-    addFolder(PlyxFolders::lumoMobile, "Lumo Mobile");
-    addFolder(PlyxFolders::tarn, "Tarn");
-    addFolder(PlyxFolders::grell, "Grell");
+    addFolder(PlyxFolders::kHome, TavrinStrings::getString(TavrinStrings::kCloudPortalHomeFolderName));
+    addFolder(PlyxFolders::kLumo, "Lumo");
+    addFolder(PlyxFolders::kLumoMobile, "Lumo Mobile");
+    addFolder(PlyxFolders::kTarn, "Tarn");
+    addFolder(PlyxFolders::kGrell, "Grell");
     return root.release();
 }
 
@@ -63,7 +63,7 @@ void Portal_Plyx::FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria)
     if (!folder)
         return;
     const KString id = folder->GetUniqueID();
-    for (const Criterion &criterion : criterionOfFolder) {
+    for (const Criterion &criterion : kCriteria) {
         if (id == criterion.folderId)
             criteria[criterion.key] = criterion.value;
     }

@@ -12,9 +12,9 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const char *const galleryOrder[] = {"Grell", "Tarn", "Lumo", "Lumo Mobile"};
+constexpr const char *kGalleryOrder[] = {"Grell", "Tarn", "Lumo", "Lumo Mobile"};
 
-/// The requests of one download: every file comes from a host that the service names anew.
+/// The requests of one download. The service selects a download server for each file.
 class AssetDownload
 {
 public:
@@ -23,31 +23,31 @@ public:
     {
         m_assetHeaders[L"Cache-Control"] = L"no-cache";
         m_serverHeaders = m_assetHeaders;
-        m_serverHeaders.erase(L"X-Secure-Session"); // this request goes over plain HTTP
+        m_serverHeaders.erase(L"X-Secure-Session"); // this request uses plain HTTP
     }
 
-    bool describe(PlyxReplies::AssetFiles &files)
+    bool list(PlyxReplies::AssetFiles &files)
     {
         QByteArray body;
         m_client.setHost(m_host.utf8(), 0);
-        if (!SucceededOrShown(m_client.get(PlyxRequests::asset(m_assetId), m_assetHeaders, true, body)))
+        if (!succeededOrShown(m_client.get(PlyxRequests::asset(m_assetId), m_assetHeaders, true, body)))
             return false;
         files = PlyxReplies::assetFiles(body);
         return true;
     }
 
-    /// False when a request failed. True, with nothing written, when the service names no host.
+    /// Returns false if a request fails. Returns true without a download if the service returns no server.
     bool fetch(const QString &fileId, const QString &localName)
     {
         QByteArray body;
         m_client.setHost(m_host.utf8(), 0);
-        if (!SucceededOrShown(m_client.get(PlyxRequests::downloadServer(), m_serverHeaders, false, body)))
+        if (!succeededOrShown(m_client.get(PlyxRequests::downloadServer(), m_serverHeaders, false, body)))
             return false;
         const KString server = PlyxReplies::downloadHost(body);
         if (server.isEmpty())
             return true;
         m_client.setHost(server.utf8(), 0);
-        return SucceededOrShown(
+        return succeededOrShown(
             m_client.getFile(m_folder, localName, PlyxRequests::download(m_assetId, fileId), m_assetHeaders, true));
     }
 
@@ -74,11 +74,11 @@ bool Portal_Plyx_IPortalBrowser::SearchCloudItems(ILogin *login, HeaderMap &crit
     httpClient client;
     client.setHost(session.GetHost().utf8(), 0);
     QByteArray body;
-    // Behind the host, what is no absolute path would read as part of its name.
+    // A path without a leading "/" would change the host of the request.
     ReturnStatus status(0);
     if (path.startsWith(QLatin1Char('/')))
         status = client.get(path, session.GetRequestHeaders(), true, body);
-    if (!SucceededOrShown(status))
+    if (!succeededOrShown(status))
         return false;
     PlyxReplies::searchResults(body, owner(), results, currentPage, totalPageCount, totalResultCount);
     return true;
@@ -94,7 +94,7 @@ bool Portal_Plyx_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *it
 
     AssetDownload download(static_cast<Portal_Plyx_Login &>(*login), assetId, KQtUtil::toQString(folder));
     PlyxReplies::AssetFiles files;
-    if (!download.describe(files))
+    if (!download.list(files))
         return false;
     for (const PlyxReplies::Texture &texture : files.textures)
         download.fetch(texture.fileId, texture.localName);
@@ -107,16 +107,16 @@ bool Portal_Plyx_IPortalBrowser::BuildFoldersAndFileList(ItemVector &folders, It
     if (!folder || !root)
         return false;
     if (folder == root) {
-        folders.assign(std::size(galleryOrder), nullptr);
+        folders.assign(std::size(kGalleryOrder), nullptr);
         for (auto child = folder->GetChildBegin(); child != folder->GetChildEnd(); ++child) {
             if (!*child || !(*child)->IsFolder())
                 continue;
-            const auto *gallery = std::find_if(std::begin(galleryOrder), std::end(galleryOrder),
+            const auto *gallery = std::find_if(std::begin(kGalleryOrder), std::end(kGalleryOrder),
                                                [&](const char *name) { return (*child)->GetDisplayName() == name; });
-            if (gallery == std::end(galleryOrder))
+            if (gallery == std::end(kGalleryOrder))
                 continue;
             (*child)->RemoveAllChild(false);
-            folders[static_cast<std::size_t>(gallery - std::begin(galleryOrder))] = *child;
+            folders[static_cast<std::size_t>(gallery - std::begin(kGalleryOrder))] = *child;
             excluded.insert(*child);
         }
         folders.erase(std::remove(folders.begin(), folders.end(), nullptr), folders.end());

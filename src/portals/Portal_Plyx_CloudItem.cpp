@@ -2,17 +2,6 @@
 
 #include "TavrinHelper.h"
 
-namespace PlyxFolders {
-
-const char root[] = "Root_Folder_Id_Of_Plyx_Portal__";
-const char home[] = "Home_Folder_Id_Of_Plyx_Portal__";
-const char lumo[] = "Lumo_Folder_Id_Of_Plyx_Portal__";
-const char lumoMobile[] = "LumoMobile_Folder_Id_Of_Plyx_Portal__";
-const char tarn[] = "Tarn_Folder_Id_Of_Plyx_Portal__";
-const char grell[] = "Grell_Folder_Id_Of_Plyx_Portal__";
-
-} // namespace PlyxFolders
-
 KString Portal_Plyx_ICloudItem::GetDisplayName()
 {
     return propertyText("Name", "-");
@@ -38,11 +27,11 @@ QIcon Portal_Plyx_ICloudItem::GetItemIcon()
     if (!IsFolder())
         return ICloudItem::GetItemIcon();
     const KString id = GetUniqueID();
-    if (id == PlyxFolders::lumo || id == PlyxFolders::lumoMobile)
+    if (id == PlyxFolders::kLumo || id == PlyxFolders::kLumoMobile)
         return TavrinHelper::portalIcon("Plyx-Lumo.png");
-    if (id == PlyxFolders::tarn)
+    if (id == PlyxFolders::kTarn)
         return TavrinHelper::portalIcon("Plyx-Tarn.png");
-    if (id == PlyxFolders::grell)
+    if (id == PlyxFolders::kGrell)
         return TavrinHelper::portalIcon("Plyx-Grell.png");
     return ICloudItem::GetItemIcon();
 }

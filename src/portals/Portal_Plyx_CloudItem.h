@@ -1,19 +1,19 @@
 // portals/Portal_Plyx_CloudItem.h
 //
-// A fixed folder of the Plyx portal, or a model that the service publishes.
+// A fixed folder of the Plyx portal, or a model of the service.
 
 #pragma once
 
-#include "cloud/portal/CloudItemBase.h"
+#include "cloud/portal/PortalBases.h"
 
-/// The unique ids of the portal's fixed folders. The galleries show the models made for one of the maker's apps each.
+/// The unique ids of the fixed folders: the root, the user's models, and one gallery for each app of the service.
 namespace PlyxFolders {
-extern const char root[];
-extern const char home[];
-extern const char lumo[];
-extern const char lumoMobile[];
-extern const char tarn[];
-extern const char grell[];
+constexpr char kRoot[] = "Root_Folder_Id_Of_Plyx_Portal__";
+constexpr char kHome[] = "Home_Folder_Id_Of_Plyx_Portal__";
+constexpr char kLumo[] = "Lumo_Folder_Id_Of_Plyx_Portal__";
+constexpr char kLumoMobile[] = "LumoMobile_Folder_Id_Of_Plyx_Portal__";
+constexpr char kTarn[] = "Tarn_Folder_Id_Of_Plyx_Portal__";
+constexpr char kGrell[] = "Grell_Folder_Id_Of_Plyx_Portal__";
 } // namespace PlyxFolders
 
 class Portal_Plyx_ICloudItem : public ICloudPortalApi::CloudItemBase
@@ -21,14 +21,14 @@ class Portal_Plyx_ICloudItem : public ICloudPortalApi::CloudItemBase
 public:
     using CloudItemBase::CloudItemBase;
 
-    /// "-" for an item without a name; so for the id.
+    /// Returns "-" for an item without a name. The same applies to GetUniqueID().
     KString GetDisplayName() override;
     KString GetUniqueID() override;
     bool IsDownloadable() override;
     bool IsFolder() override;
-    /// A gallery shows the icon of its app.
+    /// Returns the icon of the app for a gallery.
     QIcon GetItemIcon() override;
-    /// "/" and the id: each model has a folder of its own, which its textures share.
+    /// Returns "/" and the id, because each model needs a folder for itself and its textures.
     KString GetImportPathFolder() override;
     KString GetImportFilename() override;
 };

@@ -12,16 +12,16 @@
 
 namespace {
 
-const char objFormat[] = "OBJ ( .obj )";
+constexpr char kObjFormat[] = "OBJ ( .obj )";
 
-/// The member \p name, a text or a number, as text; empty for anything else.
+/// Returns the text or number \p name as text; empty for other types.
 QString textOf(const QScriptValue &object, const char *name)
 {
     const QScriptValue value = JsonReply::member(object, name);
     return value.isString() || value.isNumber() ? value.toString() : QString();
 }
 
-/// Fills \p item from one element of "ASSET"; false when the element has no id and so names nothing.
+/// Fills \p item from one element of "ASSET". Returns false if the element has no id.
 bool readAsset(const QScriptValue &entry, Portal_Plyx_ICloudItem &item)
 {
     const QString id = textOf(entry, "ASSET_ID");
@@ -39,7 +39,7 @@ bool readAsset(const QScriptValue &entry, Portal_Plyx_ICloudItem &item)
     return true;
 }
 
-/// What of a texture's name may be written into the download folder; empty when nothing of it may.
+/// Returns the local file name of a texture; empty if the texture must be ignored.
 QString localTextureName(const QString &name)
 {
     const int separator = qMax(name.lastIndexOf(QLatin1Char('/')), name.lastIndexOf(QLatin1Char('\\')));
@@ -104,7 +104,7 @@ AssetFiles assetFiles(const QByteArray &body)
     files.textures = texturesOf(asset);
     for (const QScriptValue &entry : JsonReply::elements(JsonReply::member(formats, "FILEFORMAT"))) {
         KString name;
-        if (JsonReply::text(entry, "NAME", name) && name == objFormat) {
+        if (JsonReply::text(entry, "NAME", name) && name == kObjFormat) {
             files.modelId = textOf(entry, "FILEID");
             break;
         }
@@ -118,7 +118,7 @@ KString downloadHost(const QByteArray &body)
         QStringLiteral("\\A(?=.{1,260}\\z)[A-Za-z0-9](?:[A-Za-z0-9_.-]*[A-Za-z0-9])?(?::[0-9]{1,5})?\\z"));
     const JsonReply reply(body);
     const QScriptValue host = JsonReply::member(reply.value(), "DOWNLOAD");
-    // Matched before it becomes a host text, which ends at a zero character.
+    // Matched before the conversion to KString, which ends at a NUL.
     if (!host.isString() || !bareHost.match(host.toString()).hasMatch())
         return KString();
     return KQtUtil::toKString(host.toString());

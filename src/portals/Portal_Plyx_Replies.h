@@ -1,7 +1,6 @@
 // portals/Portal_Plyx_Replies.h
 //
-// What the Plyx replies say. Each function takes the bytes as received, whatever they are; no input or output happens
-// here.
+// Parses the replies of Plyx, which may be any bytes. Performs no input or output.
 
 #pragma once
 
@@ -21,17 +20,17 @@ class IPortalOwnerCB;
 
 namespace PlyxReplies {
 
-/// True when the reply numbers the member whose session was sent.
+/// Returns true if the reply contains a member number, so the session is valid.
 bool isMember(const QByteArray &body);
-/// False, and \p name left alone, when the reply names no member. A name may be empty.
+/// Returns false and leaves \p name unchanged if the reply contains no member name. The name may be empty.
 bool memberName(const QByteArray &body, KString &name);
 
-/// Appends one new item per asset with an id to \p items, which the caller owns; \p owner (may be null) hears their
-/// clicks. A number that the reply lacks, or gives as another type, is left as it was.
+/// Appends a new item for each asset with an id to \p items; the caller owns the items. \p owner (may be null) receives
+/// their clicks. Leaves numbers unchanged that the reply does not contain.
 void searchResults(const QByteArray &body, ICloudPortalApi::IPortalOwnerCB *owner, ICloudPortalApi::ItemVector &items,
                    int &currentPage, int &totalPageCount, int &totalResultCount);
 
-/// One texture of an asset. The name has no folder in it and may be written as it is.
+/// A texture of an asset. The name is safe as a local file name.
 struct Texture
 {
     QString localName;
@@ -41,12 +40,12 @@ struct Texture
 struct AssetFiles
 {
     std::vector<Texture> textures;
-    std::optional<QString> modelId; ///< the file in the OBJ format; none when the asset is not offered as such
+    std::optional<QString> modelId; ///< the file in OBJ format; empty if the asset has none
 };
 
 AssetFiles assetFiles(const QByteArray &body);
 
-/// The host, with a port perhaps, that serves the next download; empty when the reply names none or anything more.
+/// Returns the host of the next download with an optional port; empty if the reply contains none or more than that.
 KString downloadHost(const QByteArray &body);
 
 } // namespace PlyxReplies

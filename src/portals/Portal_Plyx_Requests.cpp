@@ -1,15 +1,16 @@
 #include "portals/Portal_Plyx_Requests.h"
 
-#include "portals/EscapedText.h"
+#include "TavrinHelper.h"
 
 namespace {
 
 QString escapedValue(const QString &text)
 {
-    return escapedText(text, "&#%");
+    return TavrinHelper::percentEncoded(text, "&#%");
 }
 
-QString place(const HeaderMap &criteria)
+/// Returns the start of a search path; empty without a place to search in.
+QString searchPlace(const HeaderMap &criteria)
 {
     const auto gallery = criteria.find(L"Public");
     if (gallery != criteria.end()) {
@@ -32,7 +33,7 @@ QString member()
 
 QString search(const HeaderMap &criteria, int pageNumber, int pageSize)
 {
-    QString path = place(criteria) + QStringLiteral("&page_num=") + QString::number(pageNumber) +
+    QString path = searchPlace(criteria) + QStringLiteral("&page_num=") + QString::number(pageNumber) +
                    QStringLiteral("&page_size=") + QString::number(pageSize) +
                    QStringLiteral("&sort_by=date&sort_order=desc");
     const auto keywords = criteria.find(L"SearchString");
@@ -45,7 +46,7 @@ QString search(const HeaderMap &criteria, int pageNumber, int pageSize)
 
 QString asset(const QString &assetId)
 {
-    return QStringLiteral("/API/v1/Asset/") + escapedText(assetId, "%#?/");
+    return QStringLiteral("/API/v1/Asset/") + TavrinHelper::percentEncoded(assetId, "%#?/");
 }
 
 QString downloadServer()

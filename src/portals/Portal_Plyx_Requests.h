@@ -1,6 +1,6 @@
 // portals/Portal_Plyx_Requests.h
 //
-// The paths of the Plyx requests, as they go to the HTTP client. No input or output happens here.
+// The paths of the Plyx requests for httpClient. Ids and keywords are percent-encoded. Performs no input or output.
 
 #pragma once
 
@@ -10,18 +10,17 @@
 
 namespace PlyxRequests {
 
-/// Who is signed in.
+/// The signed-in user.
 QString member();
-/// Page \p pageNumber (the service counts from 1) of \p pageSize matches, the newest first. \p criteria name a gallery
-/// by its media type id under "Public", or the member's own models by "Home"; with neither the result names no place
-/// and does not begin with "/". The keywords stand under "SearchString"; the characters "&", "#" and "%", which would
-/// end or change them, are escaped.
+/// Page \p pageNumber (from 1) of the matches, newest first, with \p pageSize matches per page. \p criteria contain the
+/// media type id of a gallery in "Public" or select the user's models with "Home", and may contain keywords in
+/// "SearchString". Without "Public" and "Home" the result is invalid and does not begin with "/".
 QString search(const HeaderMap &criteria, int pageNumber, int pageSize);
-/// The description of an asset.
+/// The files of an asset.
 QString asset(const QString &assetId);
-/// Asks which host serves the next download.
+/// The server of the next download.
 QString downloadServer();
-/// A file of an asset, on a host that serves downloads.
+/// A file of an asset, on a download server.
 QString download(const QString &assetId, const QString &fileId);
 
 } // namespace PlyxRequests

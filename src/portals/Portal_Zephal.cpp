@@ -6,19 +6,19 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const PortalTraits traits{"Zephal_Portal_Unique_Identity_String", "Zephal", "corvane_zephal_icon.png",
-                          "TavrinSettings_ZephalAppBrowser", "fbx"};
+constexpr PortalTraits kTraits{"Zephal_Portal_Unique_Identity_String", "Zephal", "corvane_zephal_icon.png",
+                               "TavrinSettings_ZephalAppBrowser", "fbx"};
 
 } // namespace
 
 Portal_Zephal::Portal_Zephal(Portal_Zephal_Login *login, Portal_Zephal_IPortalBrowser *browser)
-    : PortalBase(traits, login, browser)
+    : PortalBase(kTraits, login, browser)
 {}
 
 ICloudItem *Portal_Zephal::CreateFolderHierarchy()
 {
     auto root = std::make_unique<Portal_Zephal_ICloudItem>(owner());
-    root->SetProperty("uniqueID", zephalRootFolderId);
+    root->SetProperty("uniqueID", kZephalRootFolderId);
     root->SetProperty("name", "My cloud documents");
     root->SetProperty("is_dir", "true");
     return root.release();
@@ -29,7 +29,7 @@ void Portal_Zephal::FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria)
     if (!folder)
         return;
     const KString id = folder->GetUniqueID();
-    if (id == zephalRootFolderId)
+    if (id == kZephalRootFolderId)
         criteria[L"Home"] = L"true";
     else
         criteria[L"SpecificFolder"] = id.wide();

@@ -10,6 +10,7 @@
 #include <QUuid>
 
 #include <memory>
+#include <optional>
 
 using namespace ICloudPortalApi;
 
@@ -17,32 +18,29 @@ std::map<std::wstring, ItemVector *> outSearchResults;
 
 namespace {
 
-const int replaceContent = 2;
+constexpr int kReplaceContent = 2;
 
 int64_t endPointOf(ILogin *login)
 {
     return static_cast<Portal_Zephal_Login *>(login)->GetStorageEndPoint();
 }
 
-/// The storage's id of \p folder, where a null one means the root.
+/// Returns the id of \p folder for a request; empty for the root and null.
 KString storageId(ICloudItem *folder)
 {
     const KString id = folder ? folder->GetUniqueID() : KString();
-    return id == zephalRootFolderId ? KString() : id;
+    return id == kZephalRootFolderId ? KString() : id;
 }
 
-/// False when \p criteria name no folder.
-bool readFolderId(const HeaderMap &criteria, KString &id)
+/// Returns the id of the folder for a request, or an empty optional if \p criteria contain no folder.
+std::optional<KString> folderIdOf(const HeaderMap &criteria)
 {
     const auto folder = criteria.find(L"SpecificFolder");
-    if (criteria.count(L"Home") != 0) {
-        id = KString();
-        return true;
-    }
+    if (criteria.count(L"Home") != 0)
+        return KString();
     if (folder == criteria.end())
-        return false;
-    id = KString(folder->second.c_str());
-    return true;
+        return {};
+    return KString(folder->second.c_str());
 }
 
 } // namespace
@@ -67,7 +65,7 @@ void contentCb(void *context, const char *id, const char *name, const char *modi
     if (type.isEmpty() && size == 0)
         item->SetProperty("is_dir", "true");
     results->second->push_back(item.get());
-    item.release(); // the caller of the listing owns it
+    item.release(); // owned by the caller of the listing
 }
 
 void progressCb(void *context, int64_t done, int64_t total)
@@ -82,16 +80,13 @@ void uploadCb(void *, int) {}
 
 bool Portal_Zephal_IPortalBrowser::GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results)
 {
-    KString folderId;
-    if (!login->IsLogin() || !readFolderId(criteria, folderId))
-        return false;
-    const int64_t endPoint = endPointOf(login);
-    if (endPoint < 0)
+    const std::optional<KString> folderId = folderIdOf(criteria);
+    if (!folderId || !login->IsLogin() || endPointOf(login) < 0)
         return false;
 
     ZephalListing listing{owner(), QUuid::createUuid().toString().toStdWString()};
     outSearchResults[listing.key] = &results;
-    const int count = Skein_Storage_listContents(endPoint, folderId.utf8(), contentCb, &listing);
+    const int count = Skein_Storage_listContents(endPointOf(login), folderId->utf8(), contentCb, &listing);
     outSearchResults.erase(listing.key);
     return count >= 0;
 }
@@ -100,8 +95,8 @@ bool Portal_Zephal_IPortalBrowser::DownloadCloudItem(ILogin *login, ICloudItem *
 {
     if (!item || !login->IsLogin())
         return false;
-    // The end point and the texts are taken before the host's command and the transfer, which may delete the item and
-    // sign out. The service knows the item by the name that it gave, which may be unfit for the local disk.
+    // Read first, because the host command and the transfer may delete the item and sign out the user. The name on the
+    // service may differ from the local file name.
     const int64_t endPoint = endPointOf(login);
     const KString parentId = storageId(item->GetParent());
     const KString name = item->GetDisplayName();
@@ -125,7 +120,7 @@ bool Portal_Zephal_IPortalBrowser::UploadFile(ILogin *login, ICloudItem *folder,
     Transfer transfer(Transfer::Kind::Upload, KQtUtil::toQString(fileName));
     if (existing) {
         const KString itemId = existing->GetUniqueID();
-        return Skein_Storage_updateFile(endPoint, folderId.utf8(), itemId.utf8(), replaceContent, localPath.utf8(),
+        return Skein_Storage_updateFile(endPoint, folderId.utf8(), itemId.utf8(), kReplaceContent, localPath.utf8(),
                                         progressCb, uploadCb, &transfer, nullptr) >= 1;
     }
     const char *const paths[] = {localPath.utf8()};

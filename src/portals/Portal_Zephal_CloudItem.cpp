@@ -2,8 +2,6 @@
 
 #include "TavrinHelper.h"
 
-const char zephalRootFolderId[] = "Root_Folder_Id_Of_Zephal_Portal__";
-
 KString Portal_Zephal_ICloudItem::GetDisplayName()
 {
     return propertyText("name");

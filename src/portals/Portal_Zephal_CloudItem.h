@@ -1,13 +1,13 @@
 // portals/Portal_Zephal_CloudItem.h
 //
-// A file or folder of the Zephal storage: one entry of a folder listing.
+// A file or folder of Zephal: one entry of a folder listing.
 
 #pragma once
 
-#include "cloud/portal/CloudItemBase.h"
+#include "cloud/portal/PortalBases.h"
 
-/// The unique id of the portal's root folder, which no listing contains. The storage's own id of it is empty.
-extern const char zephalRootFolderId[];
+/// The unique id of the root folder, which is not part of a listing. Requests use an empty id for it.
+constexpr char kZephalRootFolderId[] = "Root_Folder_Id_Of_Zephal_Portal__";
 
 class Portal_Zephal_ICloudItem : public ICloudPortalApi::CloudItemBase
 {
@@ -17,7 +17,6 @@ public:
     KString GetDisplayName() override;
     KString GetUniqueID() override;
     bool IsFolder() override;
-    /// The display names of the ancestors from the root down, each made safe and preceded by "/"; empty without a
-    /// parent.
+    /// Returns the path of the parent: safe display names from the root down, each preceded by "/".
     KString GetImportPathFolder() override;
 };

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "cloud/signin/LoginBase.h"
+#include "cloud/portal/PortalBases.h"
 
 #include <pelago/pelago.h>
 

@@ -5,10 +5,8 @@
 
 #pragma once
 
-#include "cloud/portal/CloudItemBase.h"
-#include "cloud/portal/PortalBrowserBase.h"
+#include "cloud/portal/PortalBases.h"
 #include "cloud/Portal_CloudBrowser.h"
-#include "cloud/signin/LoginBase.h"
 
 #include <QtCore>
 

@@ -129,13 +129,13 @@ private slots:
     void listedModelsAreDownloadedWithTheirTextures()
     {
         signIn();
-        QCOMPARE(found(PlyxFolders::lumoMobile), QString("-Red house, -50% #1 R&D car, 1 2 3"));
-        QCOMPARE(found(PlyxFolders::lumoMobile, L"% #1 &"), QString("-50% #1 R&D car, 1 1 1"));
-        QCOMPARE(found(PlyxFolders::home), QString("1 0 0"));
-        QCOMPARE(found(PlyxFolders::root), QString("failed -1 -1 -1"));
+        QCOMPARE(found(PlyxFolders::kLumoMobile), QString("-Red house, -50% #1 R&D car, 1 2 3"));
+        QCOMPARE(found(PlyxFolders::kLumoMobile, L"% #1 &"), QString("-50% #1 R&D car, 1 1 1"));
+        QCOMPARE(found(PlyxFolders::kHome), QString("1 0 0"));
+        QCOMPARE(found(PlyxFolders::kRoot), QString("failed -1 -1 -1"));
         QCOMPARE(found("", L"@files1.plyx.example/"), QString("failed -1 -1 -1"));
         m_fixture->cloud.addRule("*", "/API/v1/Search", "status=401", 1);
-        QCOMPARE(found(PlyxFolders::lumo), QString("failed -1 -1 -1"));
+        QCOMPARE(found(PlyxFolders::kLumo), QString("failed -1 -1 -1"));
         QCOMPARE(boxes().size(), 2);
         QCOMPARE(m_fixture->requests().size(), 5);
 
