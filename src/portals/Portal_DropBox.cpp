@@ -7,7 +7,7 @@ using namespace ICloudPortalApi;
 namespace {
 
 constexpr PortalTraits kTraits{"DropBox_Portal_Unique_Identity_String", "Dropbox", "dropbox-windows-8.png",
-                               Portal_DropBox_Login::settingsName, "fbx"};
+                               Portal_DropBox_Login::kSettingsName, "fbx"};
 constexpr char kRootName[] = "dropbox";
 
 } // namespace

@@ -16,24 +16,22 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const unsigned short preferredPort = 8080;
-const unsigned short fallbackPort = 80;
-const int answerLingerMs = 1000;
+constexpr unsigned short kPreferredPort = 8080;
+constexpr unsigned short kFallbackPort = 80;
+constexpr int kServerReleaseMs = 1000;
 
-const auto &globalCacheSize = DropBoxConfig::keyPool;
-const auto &globalCheckSum = DropBoxConfig::secretPool;
-const auto &globalCounter = DropBoxConfig::keyOrder;
-const auto &pluginRevision = DropBoxConfig::secretOrder;
+const auto &globalCacheSize = DropBoxConfig::kKeyPool;
+const auto &globalCheckSum = DropBoxConfig::kSecretPool;
+const auto &globalCounter = DropBoxConfig::kKeyOrder;
+const auto &pluginRevision = DropBoxConfig::kSecretOrder;
 
 } // namespace
-
-const char Portal_DropBox_Login::settingsName[] = "TavrinSettings_DropBoxAppBrowser_Kelda";
 
 void getCacheChecksum(KString &key, KString &secret)
 {
     std::string keyText;
     std::string secretText;
-    for (int i = 0; i < DropBoxConfig::credentialLength; ++i) {
+    for (int i = 0; i < DropBoxConfig::kCredentialLength; ++i) {
         keyText += globalCacheSize[globalCounter[i]];
         secretText += globalCheckSum[pluginRevision[i]];
     }
@@ -47,8 +45,8 @@ void ReceiveDropBoxCodeRequest(void *login, KString &code)
 }
 
 Portal_DropBox_Login::Portal_DropBox_Login()
-    : SessionLogin(settingsName), m_apiHost(DropBoxConfig::apiHost), m_contentHost(DropBoxConfig::contentHost),
-      m_webHost(DropBoxConfig::webHost)
+    : SessionLogin(kSettingsName), m_apiHost(DropBoxConfig::kApiHost), m_contentHost(DropBoxConfig::kContentHost),
+      m_webHost(DropBoxConfig::kWebHost)
 {
     m_loginUi.SetILogin(this);
     getCacheChecksum(m_appKey, m_appSecret);
@@ -61,14 +59,13 @@ Portal_DropBox_Login::~Portal_DropBox_Login()
 
 bool Portal_DropBox_Login::Login(IPortalOwnerCB *owner)
 {
-    const unsigned attempt = ++m_attempt;
-    m_owner = owner;
+    const SignInAttempt::Handle attempt = m_attempt.begin(owner);
     ResetServer(); // first, so that a redirect of an earlier sign-in cannot end this one
     loadSession();
-    const bool valid = IsSessionValid();
-    if (attempt != m_attempt)
+    const bool isValid = IsSessionValid();
+    if (attempt.expired())
         return false;
-    if (valid) {
+    if (isValid) {
         finish(true);
         return true;
     }
@@ -82,7 +79,7 @@ void Portal_DropBox_Login::waitForRedirect()
 {
     {
         SimpleHttpServer probe;
-        m_port = probe.tryListen(preferredPort) ? preferredPort : fallbackPort;
+        m_port = probe.tryListen(kPreferredPort) ? kPreferredPort : kFallbackPort;
     }
     m_server = new SimpleHttpServer(&m_serverParent);
     m_server->setCallback(ReceiveDropBoxCodeRequest, this);
@@ -99,16 +96,16 @@ void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
         return;
     }
 
-    const unsigned attempt = m_attempt;
+    const SignInAttempt::Handle attempt = m_attempt.current();
     httpClient client;
     client.setHost(m_apiHost.utf8(), 0);
-    QByteArray nothing;
+    QByteArray emptyBody;
     QByteArray body;
     const QString path =
         DropBoxRequests::token(KQtUtil::toQString(code), KQtUtil::toQString(m_appKey), KQtUtil::toQString(m_appSecret),
                                KQtUtil::toQString(GetOauthRedirectUri()));
-    client.post(path, nothing, HeaderMap(), true, body);
-    if (attempt != m_attempt)
+    client.post(path, emptyBody, HeaderMap(), true, body);
+    if (attempt.expired())
         return;
 
     const DropBoxReplies::Token token = DropBoxReplies::token(body);
@@ -122,10 +119,7 @@ void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
 void Portal_DropBox_Login::finish(bool success)
 {
     m_loginUi.loginDone();
-    IPortalOwnerCB *owner = m_owner;
-    m_owner = nullptr;
-    if (owner)
-        owner->LoginDoneCB(success);
+    m_attempt.end(success);
 }
 
 bool Portal_DropBox_Login::LoginUIDoneCB(const QUrl &)
@@ -135,19 +129,18 @@ bool Portal_DropBox_Login::LoginUIDoneCB(const QUrl &)
 
 bool Portal_DropBox_Login::Logout()
 {
-    ++m_attempt;
+    m_attempt.cancel();
     ResetServer();
-    m_owner = nullptr;
     forgetSession();
     return true;
 }
 
 bool Portal_DropBox_Login::IsLogin()
 {
-    const Standing standing = confirmSession();
-    if (standing == Standing::SignedOut)
+    const SessionCheck check = checkSession();
+    if (check == SessionCheck::Invalid)
         forgetSession();
-    return standing == Standing::SignedIn;
+    return check == SessionCheck::Valid;
 }
 
 bool Portal_DropBox_Login::IsSessionValid()
@@ -198,13 +191,13 @@ void Portal_DropBox_Login::retireServer()
     m_server = nullptr;
     server->stop();
 
-    // Its slot may be on the stack, and the browser still reading the answer.
+    // Delete the server later, because its slot may be on the stack and the browser may still receive the page.
     auto *release = new QTimer(server);
     QObject::connect(release, &QTimer::timeout, server, [server] {
         if (!RunningCall::isAny())
             server->deleteLater();
     });
-    release->start(answerLingerMs);
+    release->start(kServerReleaseMs);
 }
 
 KString Portal_DropBox_Login::GetOauthRedirectUri() const

@@ -1,7 +1,7 @@
 // portals/Portal_DropBox_Login.h
 //
-// Signing in to Dropbox: the user allows the access in the system browser, whose redirect brings a code to a server on
-// this machine; the code is exchanged for a token, which is kept in the settings file.
+// Sign-in to Dropbox: the user allows the access in the system browser. The browser's redirect passes a code to a
+// loopback server. The code is exchanged for a token, which is stored in the settings file.
 
 #pragma once
 
@@ -11,41 +11,41 @@
 
 class SimpleHttpServer;
 
-/// Puts the application's key and secret together, 15 characters each.
+/// Assembles the application's key and secret, 15 characters each.
 void getCacheChecksum(KString &key, KString &secret);
-/// Passes the code of a redirect on to the Portal_DropBox_Login that \p login points to.
+/// Callback of the loopback server. Calls LoginReceiveCode() of the Portal_DropBox_Login \p login.
 void ReceiveDropBoxCodeRequest(void *login, KString &code);
 
 class Portal_DropBox_Login : public ICloudPortalApi::SessionLogin
 {
 public:
-    /// Names the settings file that keeps the session.
-    static const char settingsName[];
+    /// The settings file that contains the session.
+    static constexpr char kSettingsName[] = "TavrinSettings_DropBoxAppBrowser_Kelda";
 
     Portal_DropBox_Login();
     ~Portal_DropBox_Login() override;
 
-    /// False when the browser was opened: \p owner (may be null) then hears the end, at most five minutes later, while
-    /// the host goes on. A sign-in that is still waiting is replaced. Spins the event loop while a stored token is
-    /// confirmed.
+    /// Returns true if the service accepts the stored token, after \p owner (may be null) was notified. Otherwise opens
+    /// the browser and returns false; \p owner is notified at the end, after five minutes at most. Supersedes an
+    /// earlier sign-in. Spins the event loop while the service confirms a stored token.
     bool Login(ICloudPortalApi::IPortalOwnerCB *owner) override;
-    /// This portal shows no page of its own: false.
+    /// Returns false, because this portal does not use LoginUi.
     bool LoginUIDoneCB(const QUrl &url) override;
-    /// Forgets the session, here and in the settings file, and a sign-in that is waiting, whose owner hears nothing.
+    /// Clears the session, also in the settings file. Ends a running sign-in without notifying its owner.
     bool Logout() override;
-    /// A stored token that the service refuses is forgotten. A sign-in that is waiting goes on.
+    /// Clears a stored token that the service rejects. Does not end a running sign-in.
     bool IsLogin() override;
-    /// False, without a request, when there is no token.
+    /// Returns false without a request if there is no token.
     bool GetUserInformation(HeaderMap &info) override;
-    /// Builds an address only while a token is held.
+    /// Returns -1 without a token.
     long CreateLoginRequest(char *buffer, unsigned long size) override;
 
-    /// Second half of the sign-in: exchanges \p code for a token and tells the owner. "timeout" ends the sign-in as a
-    /// failure. Spins the event loop.
+    /// Exchanges \p code for a token, stores it and notifies the owner. "timeout" ends the sign-in as a failure. Spins
+    /// the event loop.
     void LoginReceiveCode(const KString &code);
-    /// True when the service names a user for the token held.
+    /// Returns true if the service returns a user name for the current token.
     bool IsSessionValid() override;
-    /// Stops waiting for the redirect.
+    /// Deletes the loopback server.
     void ResetServer();
 
     KString GetOauthRedirectUri() const;
@@ -53,19 +53,18 @@ public:
 
     KString GetApiHost() const { return m_apiHost; }
     KString GetContentHost() const { return m_contentHost; }
-    /// The headers that carry the token.
+    /// Returns the header with the token.
     HeaderMap GetRequestHeaders() const;
 
 private:
     void waitForRedirect();
-    /// Stops listening like ResetServer(), but leaves the server to answer the browser whose code it just passed on.
+    /// Like ResetServer(), but deletes the server only after it has sent the page to the browser.
     void retireServer();
-    /// Ends the running sign-in; the owner is told last, since it may start another.
     void finish(bool success);
     bool accountName(KString &name) const;
 
     unsigned short m_port = 80;
-    ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
+    ICloudPortalApi::SignInAttempt m_attempt;
     ICloudPortalApi::LoginUi m_loginUi;
     KString m_tokenType;
     KString m_apiHost;
@@ -73,7 +72,6 @@ private:
     KString m_webHost;
     KString m_appKey;
     KString m_appSecret;
-    QObject m_serverParent; ///< takes along the servers that are closed but not yet gone
+    QObject m_serverParent; ///< owns all servers, also those of retireServer()
     QPointer<SimpleHttpServer> m_server;
-    unsigned m_attempt = 0; ///< changes with every Login and Logout, so that what an older one began can tell
 };

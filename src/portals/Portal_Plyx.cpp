@@ -8,7 +8,7 @@ using namespace ICloudPortalApi;
 namespace {
 
 constexpr PortalTraits kTraits{"Plyx_Portal_Unique_Identity_String", "Plyx", "plyx.png",
-                               Portal_Plyx_Login::settingsName, nullptr};
+                               Portal_Plyx_Login::kSettingsName, nullptr};
 
 struct Criterion
 {

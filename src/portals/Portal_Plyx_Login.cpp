@@ -1,22 +1,18 @@
 #include "portals/Portal_Plyx_Login.h"
 
-#include "cloud/RunningCall.h"
 #include "http/httpClient.h"
 #include "PlyxConfig.h"
 #include "portals/Portal_Plyx_Replies.h"
 #include "portals/Portal_Plyx_Requests.h"
 
-#include <QScopedValueRollback>
 #include <QUrl>
 #include <QUrlQuery>
-
-#include <utility>
 
 using namespace ICloudPortalApi;
 
 namespace {
 
-const char applicationCode[] = "QK4ZT8";
+constexpr char kApplicationCode[] = "QK4ZT8";
 
 KString valueOf(const QUrlQuery &query, const QString &name)
 {
@@ -25,8 +21,6 @@ KString valueOf(const QUrlQuery &query, const QString &name)
 
 } // namespace
 
-const char Portal_Plyx_Login::settingsName[] = "TavrinSettings_PlyxAppBrowser_Kelda";
-
 void uiLoginCallback(void *context, bool succeeded)
 {
     if (succeeded && context)
@@ -34,23 +28,21 @@ void uiLoginCallback(void *context, bool succeeded)
 }
 
 Portal_Plyx_Login::Portal_Plyx_Login()
-    : SessionLogin(settingsName), m_host(PlyxConfig::host), m_applicationCode(applicationCode)
+    : SessionLogin(kSettingsName), m_host(PlyxConfig::kHost), m_applicationCode(kApplicationCode)
 {
     m_loginUi.SetILogin(this);
 }
 
 bool Portal_Plyx_Login::Login(IPortalOwnerCB *owner)
 {
-    const unsigned attempt = ++m_attempt;
-    m_owner = owner;
-    m_isTelling = false;
+    const SignInAttempt::Handle attempt = m_attempt.begin(owner);
     loadSession();
     const bool isValid = IsSessionValid();
-    if (attempt != m_attempt)
+    if (attempt.expired())
         return false;
     if (isValid) {
         m_loginUi.CleanResources();
-        tellOwner();
+        m_attempt.end(true);
         return true;
     }
 
@@ -58,44 +50,33 @@ bool Portal_Plyx_Login::Login(IPortalOwnerCB *owner)
     m_loginUi.setCallback(uiLoginCallback, this);
     if (m_loginUi.login(owner ? owner->GetParentLoginWidget() : nullptr))
         return true;
-    if (attempt != m_attempt)
+    if (attempt.expired())
         return false;
-    // The dialog asks again whether somebody is signed in; the service may have been unreachable the first time only.
-    const bool isSignedIn = isConfirmed();
+    // LoginUi calls IsLogin() again. The session is valid then if the service was unreachable only at the first
+    // request.
     m_loginUi.CleanResources();
-    if (isSignedIn)
-        tellOwner();
-    else
-        m_owner = nullptr;
-    return isSignedIn;
+    if (!isConfirmed()) {
+        m_attempt.cancel();
+        return false;
+    }
+    m_attempt.end(true);
+    return true;
 }
 
 bool Portal_Plyx_Login::LoginUIDoneCB(const QUrl &url)
 {
     const QUrlQuery query(url);
-    if (m_isTelling || !query.hasQueryItem(QStringLiteral("Session")))
+    if (m_attempt.isNotifying() || !query.hasQueryItem(QStringLiteral("Session")))
         return false;
-    const RunningCall running;
-    ++m_attempt;
     SetSessionID(valueOf(query, QStringLiteral("Session")), valueOf(query, QStringLiteral("SecureSession")));
     SaveSessionSettings();
-    tellOwner();
+    m_attempt.end(true);
     return true;
-}
-
-void Portal_Plyx_Login::tellOwner()
-{
-    IPortalOwnerCB *owner = std::exchange(m_owner, nullptr);
-    if (!owner)
-        return;
-    const QScopedValueRollback<bool> telling(m_isTelling, true);
-    owner->LoginDoneCB(true);
 }
 
 bool Portal_Plyx_Login::Logout()
 {
-    ++m_attempt;
-    m_owner = nullptr;
+    m_attempt.cancel();
     m_loginUi.CleanResources();
     forgetSession();
     return true;

@@ -1,50 +1,48 @@
 // portals/Portal_Plyx_Login.h
 //
-// Signing in to Plyx on the service's own page, shown in a dialog. The address at which the page ends carries two
-// session identifiers, which are kept in the settings file and go with every request.
+// Sign-in to Plyx on the service's web page, shown in a dialog. The last address of the page contains two session
+// identifiers, which are stored in the settings file and sent with every request.
 
 #pragma once
 
 #include "cloud/signin/SessionLogin.h"
 
-/// Hears how the sign-in dialog ended; stores the session of the Portal_Plyx_Login that \p context points to.
+/// Callback of the sign-in dialog. After a success, stores the session of the Portal_Plyx_Login \p context.
 void uiLoginCallback(void *context, bool succeeded);
 
 class Portal_Plyx_Login : public ICloudPortalApi::SessionLogin
 {
 public:
-    /// Names the settings file that keeps the session.
-    static const char settingsName[];
+    /// The settings file that contains the session.
+    static constexpr char kSettingsName[] = "TavrinSettings_PlyxAppBrowser_Kelda";
 
     Portal_Plyx_Login();
 
-    /// A stored session that the service still knows signs in at once. Otherwise the dialog is shown, true too, and
-    /// \p owner (may be null) hears its success while the host goes on; it hears nothing when the user closes the
-    /// dialog. False when there is no dialog. Spins the event loop while a stored session is confirmed.
+    /// Returns true if the service accepts the stored session, after \p owner (may be null) was notified. Otherwise
+    /// shows the dialog and returns true; \p owner is notified later of a success, but not of a cancelled dialog.
+    /// Returns false without a dialog. Spins the event loop while the service confirms a stored session.
     bool Login(ICloudPortalApi::IPortalOwnerCB *owner) override;
-    /// True when \p url carries a session, which is stored then. What arrives while the owner is being told is ignored.
+    /// Returns true if \p url contains a session, after it was stored and the owner was notified. Ignores addresses
+    /// that arrive during this notification.
     bool LoginUIDoneCB(const QUrl &url) override;
-    /// Forgets the session, here and in the settings file, and closes the dialog, whose owner hears nothing.
+    /// Clears the session, also in the settings file, and closes the dialog without notifying its owner.
     bool Logout() override;
-    /// False, without a request, when there is no session.
+    /// Returns false without a request if there is no session.
     bool GetUserInformation(HeaderMap &info) override;
     long CreateLoginRequest(char *buffer, unsigned long size) override;
 
-    /// True when the service names a member for the session held.
+    /// Returns true if the service returns a member for the current session.
     bool IsSessionValid() override;
 
     KString GetHost() const { return m_host; }
-    /// The headers that carry the application code and the session.
+    /// Returns the headers with the application code and the session.
     HeaderMap GetRequestHeaders() const;
 
 private:
-    void tellOwner();
     QByteArray memberReply() const;
 
-    ICloudPortalApi::IPortalOwnerCB *m_owner = nullptr;
+    ICloudPortalApi::SignInAttempt m_attempt;
     ICloudPortalApi::LoginUi m_loginUi;
     KString m_host;
     KString m_applicationCode;
-    bool m_isTelling = false; ///< the owner is hearing of the last sign-in, which may spin the event loop
-    unsigned m_attempt = 0;   ///< changes with every sign-in and sign-out, so that what an older one began can tell
 };

@@ -13,9 +13,10 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-const Skein_Service_Deployment deployment = ZephalConfig::deployment;
-const int64_t noEndPoint = -1;
+const Skein_Service_Deployment deployment = ZephalConfig::kDeployment;
+constexpr int64_t kNoEndPoint = -1;
 
+/// Assembles the text of a credential; empty for an unknown deployment.
 template <std::size_t count>
 KString credentialOf(const ZephalConfig::Credential (&credentials)[count], Skein_Service_Deployment wanted)
 {
@@ -32,12 +33,12 @@ KString credentialOf(const ZephalConfig::Credential (&credentials)[count], Skein
 
 KString getTestConsumerKey(Skein_Service_Deployment wanted)
 {
-    return credentialOf(ZephalConfig::keys, wanted);
+    return credentialOf(ZephalConfig::kKeys, wanted);
 }
 
 KString getTestConsumerSecret(Skein_Service_Deployment wanted)
 {
-    return credentialOf(ZephalConfig::secrets, wanted);
+    return credentialOf(ZephalConfig::kSecrets, wanted);
 }
 
 Portal_Zephal_Login::Portal_Zephal_Login()
@@ -61,7 +62,7 @@ void Portal_Zephal_Login::openSession()
 
 Portal_Zephal_Login::~Portal_Zephal_Login()
 {
-    dropEndPoint();
+    destroyEndPoint();
     Skein_Auth_closeSession(m_session);
 }
 
@@ -69,9 +70,9 @@ bool Portal_Zephal_Login::Login(IPortalOwnerCB *owner)
 {
     m_owner = owner;
     m_loginUi.reset();
-    // The address may have been corrected since the session was opened.
+    // Open the session again, because its configuration may have changed.
     if (!IsLogin()) {
-        dropEndPoint();
+        destroyEndPoint();
         Skein_Auth_closeSession(m_session);
         openSession();
     }
@@ -130,17 +131,16 @@ long Portal_Zephal_Login::CreateLoginRequest(char *, unsigned long)
 
 void Portal_Zephal_Login::InitializeStorage()
 {
-    const bool isSignedIn = IsLogin();
-    if (!isSignedIn)
-        dropEndPoint();
+    if (!IsLogin())
+        destroyEndPoint();
     else if (m_endPoint < 0)
         m_endPoint = Skein_Storage_createEndPoint(m_session, Skein_Storage_getServerAddress(deployment), 0, "my", 0, 0);
 }
 
-void Portal_Zephal_Login::dropEndPoint()
+void Portal_Zephal_Login::destroyEndPoint()
 {
     if (m_endPoint < 0)
         return;
     Skein_Storage_destroyEndPoint(m_endPoint);
-    m_endPoint = noEndPoint;
+    m_endPoint = kNoEndPoint;
 }

@@ -1,7 +1,7 @@
 // portals/Portal_Zephal_Login.h
 //
-// Signing in to Zephal through the cloud library, which keeps the session in a file of the host's preference folder,
-// and the storage end point that belongs to a signed-in session.
+// Sign-in to Zephal with the cloud library, which stores the session in a file in the host's preferences folder, and
+// the storage end point of a signed-in session.
 
 #pragma once
 
@@ -15,46 +15,45 @@ namespace Skein {
 class LoginUi;
 }
 
-/// What names this application to a deployment: base64 of 172 characters, empty for an unknown deployment.
+/// The credentials of this application: 172 characters of base64, or an empty text for an unknown deployment.
 KString getTestConsumerKey(Skein_Service_Deployment deployment);
 KString getTestConsumerSecret(Skein_Service_Deployment deployment);
 
 class Portal_Zephal_Login : public ICloudPortalApi::LoginBase
 {
 public:
-    /// Opens the session; one remembered from an earlier run is signed in at once.
+    /// Opens the session. A session that was stored in an earlier run is signed in immediately.
     Portal_Zephal_Login();
     ~Portal_Zephal_Login() override;
     Portal_Zephal_Login(const Portal_Zephal_Login &) = delete;
     Portal_Zephal_Login &operator=(const Portal_Zephal_Login &) = delete;
 
-    /// Opens the session anew, so that corrected addresses count, and shows a new sign-in dialog in place of an earlier
-    /// one. \p owner (may be null) hears its success while the host
-    /// goes on; it hears nothing when the user closes the dialog. False when nothing was shown. May spin the event
-    /// loop.
+    /// Opens the session again, to use a changed configuration, and shows a sign-in dialog in place of an earlier one.
+    /// \p owner (may be null) is notified later of a success, but not of a cancelled dialog. Returns false without a
+    /// dialog. May spin the event loop.
     bool Login(ICloudPortalApi::IPortalOwnerCB *owner) override;
-    /// Tells the owner of a success whatever \p url is: true.
+    /// Notifies the owner of a success and returns true. Ignores \p url.
     bool LoginUIDoneCB(const QUrl &url) override;
-    /// False, and everything as before, when the library cannot sign out.
+    /// Returns false and changes nothing if the library fails to sign out.
     bool Logout() override;
-    /// Never asks the service.
+    /// Sends no request.
     bool IsLogin() override;
-    /// From what the session remembers of the user; false when it knows no name.
+    /// Reads the name from the session. Returns false if it contains none.
     bool GetUserInformation(HeaderMap &info) override;
-    /// The library's own dialog asks for the address: 0, and nothing is written.
+    /// Returns 0, because this portal does not use ICloudPortalApi::LoginUi.
     long CreateLoginRequest(char *buffer, unsigned long size) override;
 
-    /// Brings the storage end point in step with the sign-in: drops it when signed out, makes one when signed in.
+    /// Creates the storage end point if the user is signed in, or deletes it if not.
     void InitializeStorage();
-    /// Negative when there is none, or none could be made.
+    /// Returns a negative number if the end point does not exist or could not be created.
     int64_t GetStorageEndPoint() const { return m_endPoint; }
-    /// Identifies this login object: a UUID in braces.
+    /// Returns the identifier of this login object, a UUID in braces.
     KString GetClientIdentifier() const { return m_clientIdentifier; }
 
 private:
     static void signInEnded(void *context, bool success);
     void openSession();
-    void dropEndPoint();
+    void destroyEndPoint();
 
     int64_t m_session = -1;
     int64_t m_endPoint = -1;

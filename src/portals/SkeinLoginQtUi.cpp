@@ -8,15 +8,17 @@
 #include <QLabel>
 #include <QLineEdit>
 
+using ICloudPortalApi::SignInAttempt;
+
 namespace Skein {
 
 namespace {
 
-const int minimumFormWidth = 360;
+constexpr int kMinimumFormWidth = 360;
 
 } // namespace
 
-/// The dialog with the two fields. While the service is asked it takes no input and cannot be closed.
+/// During a request the form is disabled and cannot be closed.
 class LoginQtUi::Form : public QDialog
 {
 public:
@@ -33,7 +35,7 @@ public:
         m_error->setTextInteractionFlags(Qt::TextSelectableByMouse);
         m_error->setWordWrap(true);
         m_error->hide();
-        setMinimumWidth(minimumFormWidth);
+        setMinimumWidth(kMinimumFormWidth);
 
         auto *layout = new QFormLayout(this);
         layout->addRow(TavrinStrings::text(TavrinStrings::kCloudPortalUserName), m_user);
@@ -47,12 +49,12 @@ public:
     QByteArray user() const { return m_user->text().toUtf8(); }
     QByteArray password() const { return m_password->text().toUtf8(); }
 
-    void setAsking(bool asking)
+    void setBusy(bool isBusy)
     {
-        m_isAsking = asking;
+        m_isBusy = isBusy;
         for (QWidget *widget :
              {static_cast<QWidget *>(m_user), static_cast<QWidget *>(m_password), static_cast<QWidget *>(m_buttons)})
-            widget->setEnabled(!asking);
+            widget->setEnabled(!isBusy);
     }
     void showError(const QString &text)
     {
@@ -64,7 +66,7 @@ public:
     }
     void reject() override
     {
-        if (!m_isAsking)
+        if (!m_isBusy)
             QDialog::reject();
     }
 
@@ -73,91 +75,63 @@ private:
     QLineEdit *m_password = new QLineEdit(this);
     QLabel *m_error = new QLabel(this);
     QDialogButtonBox *m_buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    bool m_isAsking = false;
+    bool m_isBusy = false;
 };
 
 LoginQtUi::LoginQtUi(int64_t session) : m_session(session) {}
 
-LoginQtUi::~LoginQtUi()
-{
-    closeDialog();
-}
+LoginQtUi::~LoginQtUi() = default;
 
 void LoginQtUi::setCallback(Callback callback, void *context)
 {
-    m_callback = callback;
-    m_context = context;
+    m_attempt.begin(callback, context);
 }
 
 bool LoginQtUi::login(QWidget *parent, Skein_Auth_LoginViewMode mode)
 {
+    const SignInAttempt::Handle attempt = m_attempt.restart();
     auto *form = new Form(parent);
-    // Asked in the event loop, since the dialog may go while the service is asked, and its button must not be on the
-    // stack then.
-    connect(form->buttons(), &QDialogButtonBox::accepted, form, [form] { form->setAsking(true); });
+    form->setModal(mode != Skein_Auth_LoginViewMode_Window);
+    connect(form, &QDialog::rejected, this, [this] { end(false); });
+    connect(form->buttons(), &QDialogButtonBox::accepted, form, [form] { form->setBusy(true); });
+    // Queued, because the form may be deleted during the request, but its button is on the stack here.
     connect(
         form->buttons(), &QDialogButtonBox::accepted, this,
-        [this, asked = QPointer<Form>(form)] {
-            if (asked && asked == m_dialog)
-                submit(asked);
+        [this, attempt] {
+            if (!attempt.expired())
+                submit();
         },
         Qt::QueuedConnection);
-    show(form, mode);
-    // A session that could not be opened asks no server: the configuration is wrong.
+    m_form.open(form);
     if (m_session < 0)
         form->showError(signInMessage(static_cast<int>(m_session), lastFailure()));
     return true;
 }
 
-void LoginQtUi::submit(const QPointer<Form> &form)
+void LoginQtUi::submit()
 {
+    const Form *form = m_form.get();
+    if (!form)
+        return;
     const RunningCall running;
-    const QPointer<LoginQtUi> self(this);
+    const SignInAttempt::Handle attempt = m_attempt.current();
     if (m_session >= 0)
         forgetLastFailure();
     const int result = Skein_Auth_login(m_session, form->user().constData(), form->password().constData());
-    if (!self)
+    if (attempt.expired())
         return;
     if (result == 1) {
         end(true);
-    } else if (form) {
-        form->setAsking(false);
-        form->showError(signInMessage(result, lastFailure()));
+    } else if (m_form.get()) {
+        m_form.get()->setBusy(false);
+        m_form.get()->showError(signInMessage(result, lastFailure()));
     }
-}
-
-void LoginQtUi::show(QDialog *dialog, Skein_Auth_LoginViewMode mode)
-{
-    closeDialog();
-    m_dialog = dialog;
-    dialog->setModal(mode != Skein_Auth_LoginViewMode_Window);
-    connect(dialog, &QDialog::rejected, this, [this] { end(false); });
-    dialog->show();
-}
-
-void LoginQtUi::closeDialog()
-{
-    if (!m_dialog)
-        return;
-    // It may be the one whose signal is being handled, so it goes in the event loop.
-    QDialog *dialog = m_dialog;
-    m_dialog = nullptr;
-    dialog->disconnect(this);
-    dialog->hide();
-    dialog->deleteLater();
-}
-
-void LoginQtUi::tell(bool success)
-{
-    const RunningCall running;
-    if (m_callback)
-        m_callback(m_context, success);
 }
 
 void LoginQtUi::end(bool success)
 {
-    closeDialog();
-    tell(success);
+    m_form.close();
+    m_attempt.end(success);
 }
 
 } // namespace Skein

@@ -1,60 +1,49 @@
 // portals/SkeinLoginQtUi.h
 //
-// Signing in to the cloud library with a form for name and password.
+// Sign-in to the cloud library with a form for user name and password.
 
 #pragma once
 
+#include "cloud/signin/OpenDialog.h"
+#include "cloud/signin/SignInAttempt.h"
 #include "portals/SkeinTrace.h"
 
 #include <pelago/pelago.h>
 
-#include <QDialog>
 #include <QObject>
-#include <QPointer>
 
 #include <cstdint>
 
 namespace Skein {
 
-/// May be deleted at any time, by its own callback too; an open dialog then goes, and nobody hears of it.
+/// May be deleted at any time, also by its callback.
 class LoginQtUi : public QObject
 {
     Q_OBJECT
 public:
-    using Callback = void (*)(void *context, bool success);
+    using Callback = ICloudPortalApi::SignInAttempt::Callback;
 
-    /// \p session stays the caller's and outlives the sign-in.
+    /// \p session must stay open during the lifetime of this object. A negative \p session is the result of a failed
+    /// Skein_Auth_openSession().
     explicit LoginQtUi(int64_t session);
     ~LoginQtUi() override;
 
-    /// \p callback hears once how each dialog ended, with \p context as its first argument; null for none. It may spin
-    /// the event loop.
+    /// The next sign-in calls \p callback (may be null) once, with \p context and its result. The callback may spin the
+    /// event loop.
     void setCallback(Callback callback, void *context);
-
-    /// Shows the form over \p parent (may be null) in place of an open dialog and returns at once: true. A mode other
-    /// than a window makes it modal. A failure leaves the form open, with a line that gives its reason.
-    virtual bool login(QWidget *parent, Skein_Auth_LoginViewMode mode);
-
-protected:
-    int64_t session() const { return m_session; }
-    /// Takes \p dialog over and shows it in place of an open one; closing it ends the sign-in as a failure.
-    void show(QDialog *dialog, Skein_Auth_LoginViewMode mode);
-    /// Lets the open dialog go, without a word to anybody.
-    void closeDialog();
-    /// Tells the callback; this object may be gone afterwards.
-    void tell(bool success);
-    /// closeDialog(), then tell().
-    void end(bool success);
+    /// Shows the form over \p parent (may be null), in place of an open form, and returns true immediately. The form is
+    /// modal unless \p mode is a window. After a failure the form stays open and shows the reason.
+    bool login(QWidget *parent, Skein_Auth_LoginViewMode mode);
 
 private:
     class Form;
-    void submit(const QPointer<Form> &form);
+    void submit();
+    void end(bool success);
 
     int64_t m_session;
     HostTrace m_trace;
-    Callback m_callback = nullptr;
-    void *m_context = nullptr;
-    QPointer<QDialog> m_dialog;
+    ICloudPortalApi::SignInAttempt m_attempt;
+    ICloudPortalApi::OpenDialog<Form> m_form{this};
 };
 
 } // namespace Skein

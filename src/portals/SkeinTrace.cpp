@@ -13,13 +13,13 @@ namespace Skein {
 
 namespace {
 
-const int failures = 1;
-const int requests = 2;
+constexpr int kFailures = 1;
+constexpr int kRequests = 2;
 
-int traces = 0;
+int traceCount = 0;
 Failure last;
 
-/// Where the cause begins in \p line, the length of the line without one.
+/// Returns the start of the reason in \p line, or the length of the line.
 int causeStart(const QString &line)
 {
     const int start = line.lastIndexOf(QLatin1String(" ["));
@@ -29,7 +29,7 @@ int causeStart(const QString &line)
 void report(void *, int level, const char *text)
 {
     const QString line = QString::fromUtf8(text);
-    if (level > failures) {
+    if (level > kFailures) {
         KGlobal::displayInfo(KQtUtil::toKString(line));
         return;
     }
@@ -44,15 +44,15 @@ void report(void *, int level, const char *text)
 
 HostTrace::HostTrace()
 {
-    if (++traces > 1)
+    if (++traceCount > 1)
         return;
     SkeinTrace_setCallback(report, nullptr);
-    SkeinTrace_setLevel(qEnvironmentVariableIntValue("PELAGO_TRACE") >= requests ? requests : failures);
+    SkeinTrace_setLevel(qEnvironmentVariableIntValue("PELAGO_TRACE") >= kRequests ? kRequests : kFailures);
 }
 
 HostTrace::~HostTrace()
 {
-    if (--traces > 0)
+    if (--traceCount > 0)
         return;
     SkeinTrace_setLevel(0);
     SkeinTrace_setCallback(nullptr, nullptr);
@@ -70,7 +70,7 @@ void forgetLastFailure()
 
 QString signInMessage(int result, const Failure &failure)
 {
-    const std::pair<const char *, const KStringResourceId *> sentences[] = {
+    const std::pair<const char *, const KStringResourceId *> messages[] = {
         {"signed-out", &TavrinStrings::kCloudPortalLoginRefused},
         {"user-name", &TavrinStrings::kSignInUserName},
         {"certificate", &TavrinStrings::kSignInCertificate},
@@ -85,11 +85,12 @@ QString signInMessage(int result, const Failure &failure)
         {"sign-in-method", &TavrinStrings::kSignInMethod},
         {"configuration", &TavrinStrings::kSignInConfiguration},
     };
-    const auto *found = std::find_if(std::begin(sentences), std::end(sentences), [&failure](const auto &each) {
+    const auto *found = std::find_if(std::begin(messages), std::end(messages), [&failure](const auto &each) {
         return failure.cause == QLatin1String(each.first);
     });
-    if (found != std::end(sentences))
-        return TavrinStrings::text(*found->second) + failure.detail; // empty but for the sentences that end in a colon
+    if (found != std::end(messages))
+        return TavrinStrings::text(*found->second) +
+               failure.detail; // the detail is empty for a message without a colon
     return TavrinStrings::text(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
                                                                   : TavrinStrings::KHttpServerErrorGeneric);
 }

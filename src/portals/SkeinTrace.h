@@ -1,7 +1,6 @@
 // portals/SkeinTrace.h
 //
-// What the cloud library reports about calls that failed: lines for the host's output, and the reason for the sign-in
-// form.
+// Receives the trace of the cloud library: writes it to the host's output and stores the reason of the last failure.
 
 #pragma once
 
@@ -9,8 +8,8 @@
 
 namespace Skein {
 
-/// Writes the library's lines to the host's output for as long as one such object exists: one line per failed call, and
-/// with PELAGO_TRACE=2 in the environment one per request.
+/// Writes the library's trace to the host's output while at least one such object exists: one line per failed call, and
+/// one per request if the environment contains PELAGO_TRACE=2.
 class HostTrace
 {
 public:
@@ -20,18 +19,18 @@ public:
     HostTrace &operator=(const HostTrace &) = delete;
 };
 
-/// Why a call failed, as the library's line says at its end in square brackets.
+/// The reason of a failed call: the text in square brackets at the end of the library's line.
 struct Failure
 {
-    QString cause;  ///< one of the names in the library's README.md; empty for a line without any
-    QString detail; ///< what the cause is about, such as an address
+    QString cause;  ///< one of the names in the library's README.md; empty for a line without a reason
+    QString detail; ///< for example an address
 };
 
-/// The last one that was reported while a HostTrace existed.
+/// Returns the last failure that a HostTrace received.
 Failure lastFailure();
 void forgetLastFailure();
 
-/// The sentence that the sign-in form shows for \p result, a negative Skein_Result, and its reason.
+/// Returns the message of the sign-in form for \p result, a negative Skein_Result, and its reason.
 QString signInMessage(int result, const Failure &failure);
 
 } // namespace Skein

@@ -35,7 +35,7 @@ public:
         httpClient::setDefaultTimeouts(60000, 60000);
         SimpleHttpServer::setDefaultTimeouts(60000);
         QDesktopServices::setUrlHandler("https", this, "open");
-        for (const char *settingsName : {Portal_DropBox_Login::settingsName, Portal_Plyx_Login::settingsName})
+        for (const char *settingsName : {Portal_DropBox_Login::kSettingsName, Portal_Plyx_Login::kSettingsName})
             store(settingsName, {});
     }
     ~CloudFixture() override { QDesktopServices::unsetUrlHandler("https"); }

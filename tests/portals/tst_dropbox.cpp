@@ -113,7 +113,7 @@ private slots:
 
     void unwritableSettingsKeepTheSessionInMemory()
     {
-        const QString file = Tavrin::Settings(Portal_DropBox_Login::settingsName).path();
+        const QString file = Tavrin::Settings(Portal_DropBox_Login::kSettingsName).path();
         const QString folder = QFileInfo(file).path();
         QVERIFY(QDir(folder).removeRecursively());
         writeFile(folder, "a file, not a folder");

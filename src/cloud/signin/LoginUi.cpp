@@ -3,16 +3,10 @@
 #include "cloud/CloudPortalApi.h"
 #include "cloud/signin/WebPageDialog.h"
 
-#include <QWebView>
-
 namespace ICloudPortalApi {
 
 LoginUi::LoginUi() = default;
-
-LoginUi::~LoginUi()
-{
-    releaseDialog();
-}
+LoginUi::~LoginUi() = default;
 
 void LoginUi::SetILogin(ILogin *login)
 {
@@ -21,109 +15,73 @@ void LoginUi::SetILogin(ILogin *login)
 
 void LoginUi::setCallback(Callback callback, void *context)
 {
-    m_callback = callback;
-    m_context = context;
+    m_attempt.begin(callback, context);
 }
 
 bool LoginUi::login(QWidget *parent)
 {
-    const QPointer<LoginUi> self(this);
     const QPointer<QWidget> parentGuard(parent);
-    const unsigned request = ++m_request;
-    if (!m_login || m_login->IsLogin() || !self || request != m_request)
+    const SignInAttempt::Handle attempt = m_attempt.restart();
+    if (!m_login || m_login->IsLogin() || attempt.expired())
         return false;
 
-    releaseDialog();
+    m_dialog.close();
     QByteArray address;
-    RequestAddress([this](char *buffer, unsigned long size) { return m_login->CreateLoginRequest(buffer, size); },
+    requestAddress([this](char *buffer, unsigned long size) { return m_login->CreateLoginRequest(buffer, size); },
                    address);
     if (address.isEmpty())
         return false;
 
-    createDialog(parentGuard);
-    m_dialog->load(address);
+    auto *dialog = new WebPageDialog(parentGuard);
+    m_dialog.open(dialog);
+    connect(dialog, &QDialog::rejected, this, &LoginUi::loginCancelled);
+    connect(dialog, &WebPageDialog::addressChanged, this, &LoginUi::urlChanged);
+    connect(dialog, &WebPageDialog::loadFinished, this, &LoginUi::loadFinished);
+    dialog->load(address);
     return true;
-}
-
-void LoginUi::createDialog(QWidget *parent)
-{
-    m_dialog = new WebPageDialog(parent);
-    m_dialog->show();
-    connect(m_dialog, &QDialog::rejected, this, &LoginUi::loginCancelled);
-    connect(m_dialog, &WebPageDialog::addressChanged, this, &LoginUi::urlChanged);
-    connect(m_dialog->view(), &QWebView::loadFinished, this, &LoginUi::loadFinished);
-}
-
-void LoginUi::releaseDialog()
-{
-    if (!m_dialog)
-        return;
-    hideDialog();
-    // The view may be the one whose signal is being handled, so both go in the event loop.
-    m_dialog->deleteLater();
-    m_dialog = nullptr;
 }
 
 void LoginUi::urlChanged(const QUrl &url)
 {
-    const QPointer<LoginUi> self(this);
-    const QPointer<WebPageDialog> dialog(m_dialog);
-    if (!m_login || !m_login->LoginUIDoneCB(url) || !self || dialog != m_dialog)
+    const SignInAttempt::Handle attempt = m_attempt.current();
+    if (!m_login || !m_login->LoginUIDoneCB(url) || attempt.expired())
         return;
     emit loggedIn(true);
-    if (self)
+    if (!attempt.expired())
         loginDone();
 }
 
 void LoginUi::loginDone()
 {
-    finish(true);
+    m_dialog.hide();
+    m_attempt.end(true);
 }
 
 void LoginUi::loginCancelled()
 {
     const QPointer<LoginUi> self(this);
-    finish(false);
+    m_dialog.hide();
+    m_attempt.end(false);
     if (self)
         emit loggedIn(false);
 }
 
-void LoginUi::finish(bool success)
-{
-    const Callback callback = m_callback;
-    void *context = m_context;
-    CleanResources();
-    if (callback)
-        callback(context, success);
-}
-
 void LoginUi::CleanResources()
 {
-    ++m_request;
-    m_callback = nullptr;
-    m_context = nullptr;
-    hideDialog();
-}
-
-void LoginUi::hideDialog()
-{
-    if (!m_dialog)
-        return;
-    m_dialog->view()->disconnect(this);
-    m_dialog->disconnect(this);
-    m_dialog->hide();
+    m_attempt.cancel();
+    m_dialog.hide();
 }
 
 void LoginUi::loadFinished(bool ok)
 {
-    if (m_dialog)
-        m_dialog->pageLoaded(ok);
+    if (m_dialog.get())
+        m_dialog.get()->pageLoaded(ok);
 }
 
 void LoginUi::contentsSizeChanged(const QSize &size)
 {
-    if (m_dialog)
-        m_dialog->fitTo(size);
+    if (m_dialog.get())
+        m_dialog.get()->fitTo(size);
 }
 
 } // namespace ICloudPortalApi

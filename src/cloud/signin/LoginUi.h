@@ -1,11 +1,13 @@
 // cloud/signin/LoginUi.h
 //
-// The modal dialog that shows a portal's sign-in page and watches its address for the end of the sign-in.
+// A modal dialog that shows a portal's sign-in page and passes each address of the page to the portal's login object.
 
 #pragma once
 
+#include "cloud/signin/OpenDialog.h"
+#include "cloud/signin/SignInAttempt.h"
+
 #include <QObject>
-#include <QPointer>
 #include <QUrl>
 
 namespace ICloudPortalApi {
@@ -17,24 +19,25 @@ class LoginUi : public QObject
 {
     Q_OBJECT
 public:
-    using Callback = void (*)(void *context, bool success);
+    using Callback = SignInAttempt::Callback;
 
     LoginUi();
     ~LoginUi() override;
 
-    /// \p login builds the sign-in address and judges page addresses; not owned, must be set before login().
+    /// Sets the object that builds the sign-in address and recognises the last address of the sign-in. Not owned.
+    /// Required before login().
     void SetILogin(ILogin *login);
-    /// Calls \p callback (null for none) once, with \p context and the result, when the next dialog ends.
+    /// The next dialog calls \p callback (may be null) once, with \p context and its result, when it ends.
     void setCallback(Callback callback, void *context);
 
-    /// Shows the dialog over \p parent (which may be null) and returns at once; the page loads in the event loop, and
-    /// says why if it cannot be loaded.
-    /// False when nothing was opened: the user is signed in already, or no address could be built. The login object's
-    /// IsLogin() may spin the event loop first; another login() or a CleanResources() that comes then prevails.
+    /// Shows the dialog over \p parent (may be null) and returns immediately; the page loads in the event loop.
+    /// Returns false without a dialog if the user is already signed in or the address cannot be built.
+    /// IsLogin() of the login object may spin the event loop. Another login() or CleanResources() supersedes this call
+    /// then.
     bool login(QWidget *parent);
     /// Ends the dialog as a success: CleanResources(), then the callback, which may delete this object.
     void loginDone();
-    /// Forgets the callback and hides the dialog. The next login() or the destructor deletes the dialog.
+    /// Hides the dialog without calling the callback. The next login() or the destructor deletes the dialog.
     void CleanResources();
 
 signals:
@@ -43,22 +46,15 @@ signals:
 public slots:
     void urlChanged(const QUrl &url);
     void loadFinished(bool ok);
-    /// Fits the dialog to the page, as WebPageDialog::fitTo() does.
+    /// Fits the dialog to the page like WebPageDialog::fitTo().
     void contentsSizeChanged(const QSize &size);
     /// Ends the dialog as a failure: CleanResources(), the callback, then the signal.
     void loginCancelled();
 
 private:
-    void createDialog(QWidget *parent);
-    void hideDialog();
-    void releaseDialog();
-    void finish(bool success);
-
     ILogin *m_login = nullptr;
-    Callback m_callback = nullptr;
-    void *m_context = nullptr;
-    unsigned m_request = 0; ///< changes with what begins or ends a sign-in
-    QPointer<WebPageDialog> m_dialog;
+    SignInAttempt m_attempt;
+    OpenDialog<WebPageDialog> m_dialog{this};
 };
 
 } // namespace ICloudPortalApi

@@ -11,22 +11,22 @@ SessionLogin::SessionLogin(const char *settingsName) : m_settingsName(settingsNa
 
 bool SessionLogin::IsLogin()
 {
-    return confirmSession() == Standing::SignedIn;
+    return checkSession() == SessionCheck::Valid;
 }
 
-SessionLogin::Standing SessionLogin::confirmSession()
+SessionLogin::SessionCheck SessionLogin::checkSession()
 {
     loadSession();
     if (m_sessionId.isEmpty()) {
         m_isConfirmed = false;
     } else if (!m_isConfirmed) {
-        const KString asked = m_sessionId;
+        const KString checkedId = m_sessionId;
         const bool isValid = IsSessionValid();
-        if (m_sessionId != asked)
-            return Standing::Replaced;
+        if (m_sessionId != checkedId)
+            return SessionCheck::Superseded;
         m_isConfirmed = isValid;
     }
-    return m_isConfirmed ? Standing::SignedIn : Standing::SignedOut;
+    return m_isConfirmed ? SessionCheck::Valid : SessionCheck::Invalid;
 }
 
 void SessionLogin::SetSessionID(const KString &id)

@@ -1,7 +1,7 @@
 // cloud/signin/SessionLogin.h
 //
-// The login of a service that hands out a session: one or two identifiers, which go with every request, are kept in a
-// settings file, and are confirmed by the service once before they are trusted.
+// Base class for the login of a service with sessions: one or two identifiers that are sent with every request. They
+// are stored in a settings file, and the service must confirm them once before they are used.
 
 #pragma once
 
@@ -12,38 +12,37 @@ namespace ICloudPortalApi {
 class SessionLogin : public LoginBase
 {
 public:
-    /// The session is read from the settings file each time, so that a sign-out made elsewhere is seen. The service is
-    /// asked only until it has confirmed one.
+    /// Reads the settings file at each call, so that a sign-out of another process is detected. Calls IsSessionValid()
+    /// only until the service has confirmed a session.
     bool IsLogin() override;
-    /// True when the service knows the session held. Spins the event loop if it asks.
+    /// Returns true if the service accepts the current session. May spin the event loop.
     virtual bool IsSessionValid() = 0;
 
-    /// Sets what is held; the settings file is written by SaveSessionSettings() alone.
+    /// Changes the current session, but not the settings file.
     void SetSessionID(const KString &id);
     void SetSessionID(const KString &id, const KString &secureId);
     KString GetSessionID() const { return m_sessionId; }
     KString GetSecureSessionID() const { return m_secureSessionId; }
-    /// Writes both identifiers to the settings file. If the file cannot be written, they are kept in memory as long as
-    /// this object lives, and the first time a warning in the host's output names the file.
+    /// Writes the current session to the settings file. If that fails, this object keeps the session in memory, and the
+    /// first time writes a warning with the file's path to the host's output.
     void SaveSessionSettings();
 
 protected:
-    /// What confirmSession() found. A session that was replaced while the service was asked is neither: the answer says
-    /// nothing about the new one.
-    enum class Standing { SignedIn, SignedOut, Replaced };
+    /// Superseded: the session changed during the request, so the reply is not about the current session.
+    enum class SessionCheck { Valid, Invalid, Superseded };
 
-    /// \p settingsName, a literal, names the settings file.
+    /// \p settingsName is the name of the settings file and must be a literal.
     explicit SessionLogin(const char *settingsName);
 
-    /// The work of IsLogin().
-    Standing confirmSession();
-    /// True when the last confirmSession() found somebody signed in.
+    /// Does the work of IsLogin().
+    SessionCheck checkSession();
+    /// Returns true if the last checkSession() returned Valid.
     bool isConfirmed() const { return m_isConfirmed; }
-    /// Reads the session from the settings file, unless the last one could not be written there.
+    /// Reads the session from the settings file. Ignored if the file could not be written before.
     void loadSession();
-    /// Holds no session any more; the settings file keeps it.
+    /// Clears the current session, but not the settings file.
     void dropSession();
-    /// dropSession(), in the settings file too.
+    /// Clears the current session and the settings file.
     void forgetSession();
 
 private:
@@ -51,7 +50,7 @@ private:
     KString m_sessionId;
     KString m_secureSessionId;
     bool m_isConfirmed = false;
-    bool m_isInMemoryOnly = false; ///< the file could not be written and is not read any more
+    bool m_isInMemoryOnly = false; ///< true after the settings file could not be written
     bool m_isFailureShown = false;
 };
 

@@ -23,15 +23,15 @@ namespace ICloudPortalApi {
 
 namespace {
 
-constexpr int kAddressStep = 1000;
-constexpr long kLongestAddress = 1024 * 1024;
-const QSize kFirstSize(343, 368);
-const QSize kSmallestSize(200, 150);
-const QSize kLargestPage(32767, 32767);
-constexpr int kLongestMessage = 500;
+constexpr int kAddressStepBytes = 1000;
+constexpr long kMaxAddressBytes = 1024 * 1024;
+const QSize kInitialSize(343, 368);
+const QSize kMinimumSize(200, 150);
+const QSize kMaxPageSize(32767, 32767);
+constexpr int kMaxMessageLength = 500;
 
-/// Replaces the script dialogs of a window before the page's own scripts run. A script that opens them in an endless
-/// loop ends with the error. The native prompt shows the question of a confirm, too.
+/// Replaces the dialog functions of a window before the scripts of the page run. The error ends a script that opens
+/// dialogs in an endless loop. confirm() uses the native prompt, because showMessage() gets its text from there.
 const char kDialogLimit[] = R"((function () {
     var alert = window.alert, prompt = window.prompt, left = 100;
     function limited(dialog, answer) {
@@ -47,9 +47,8 @@ const char kDialogLimit[] = R"((function () {
     window.prompt = limited(prompt, null);
 })())";
 
-/// Shows why a page could not be loaded, where the toolkit's own class shows a blank page. A service's error page is
-/// shown as it is. Script dialogs are passed on and do not wait: a dialog inside the script would run the event loop,
-/// in which the page may be deleted.
+/// Shows the reason if a page could not be loaded (QWebPage shows a blank page), but not in place of the error page of
+/// a service. Script dialogs do not block the script, because a nested event loop could delete the page.
 class SignInPage : public QWebPage
 {
 public:
@@ -89,7 +88,7 @@ protected:
         m_onMessage(text, true);
         return false;
     }
-    /// Asks whether a page may be left; the page's own confirm was replaced.
+    /// Called only by onbeforeunload, because kDialogLimit replaces window.confirm.
     bool javaScriptConfirm(QWebFrame *, const QString &) override { return true; }
 
 private:
@@ -118,15 +117,15 @@ private:
 
 } // namespace
 
-long RequestAddress(const AddressWriter &write, QByteArray &address)
+long requestAddress(const AddressWriter &write, QByteArray &address)
 {
-    QByteArray buffer(kAddressStep, '\0');
+    QByteArray buffer(kAddressStepBytes, '\0');
     long needed = write(buffer.data(), static_cast<unsigned long>(buffer.size()));
-    while (needed > buffer.size() && needed <= kLongestAddress) {
-        buffer.fill('\0', buffer.size() + kAddressStep);
+    while (needed > buffer.size() && needed <= kMaxAddressBytes) {
+        buffer.fill('\0', buffer.size() + kAddressStepBytes);
         needed = write(buffer.data(), static_cast<unsigned long>(buffer.size()));
     }
-    if (needed >= 1 && needed <= kLongestAddress)
+    if (needed >= 1 && needed <= kMaxAddressBytes)
         address = QByteArray(buffer.constData());
     else
         address.clear();
@@ -134,7 +133,7 @@ long RequestAddress(const AddressWriter &write, QByteArray &address)
 }
 
 WebPageDialog::WebPageDialog(QWidget *parent)
-    // A page of the dock is no window; the base turns the flags of such a parent into those of a dialog.
+    // The parent may be a page of the dock. QDialog adds the window flags of a dialog.
     : QDialog(parent, (parent ? parent->windowFlags() : Qt::WindowFlags()) & ~Qt::WindowContextHelpButtonHint),
       m_scrollArea(new QScrollArea(this)), m_view(new QWebView(this))
 {
@@ -143,8 +142,7 @@ WebPageDialog::WebPageDialog(QWidget *parent)
     setWindowTitle(TavrinStrings::text(TavrinStrings::kCloudPortalLogIn));
     setModal(true);
 
-    // Queued, because the slots may spin the event loop and delete the view, which must not happen while the page's
-    // loader or a script of the page is on the stack.
+    // Queued, because the slots may delete the view, but the loader or a script of the page is on the stack here.
     const auto onFailure = [this] {
         QMetaObject::invokeMethod(this, &WebPageDialog::loadFailed, Qt::QueuedConnection);
     };
@@ -160,10 +158,11 @@ WebPageDialog::WebPageDialog(QWidget *parent)
                 emit addressChanged(url);
         },
         Qt::QueuedConnection);
+    connect(m_view, &QWebView::loadFinished, this, &WebPageDialog::loadFinished);
     m_view->setContextMenuPolicy(Qt::NoContextMenu);
     m_view->installEventFilter(this);
     hideScrollBars();
-    // For the Tab key: the web view does not scroll itself.
+    // Scrolls to the field that the Tab key focuses.
     connect(m_view->page(), &QWebPage::microFocusChanged, this, [this] {
         const QRect field = m_view->page()->mainFrame()->findFirstElement(QStringLiteral(":focus")).geometry();
         if (!field.isEmpty())
@@ -177,13 +176,13 @@ WebPageDialog::WebPageDialog(QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_scrollArea);
-    setMinimumSize(kSmallestSize);
-    resize(kFirstSize);
+    setMinimumSize(kMinimumSize);
+    resize(kInitialSize);
 }
 
 WebPageDialog::~WebPageDialog()
 {
-    // A view that goes while it loads reports the end of that load; nobody may hear it from a dialog that is half gone.
+    // A loading view emits loadFinished() in its destructor, when this dialog is already partly destroyed.
     m_view->disconnect();
     delete m_view;
 }
@@ -196,14 +195,14 @@ void WebPageDialog::load(const QByteArray &address)
 bool WebPageDialog::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Wheel) {
-        // The view always accepts the event; the page only if it has scrolled a part of itself.
+        // The view accepts every wheel event. The page accepts it only if it scrolls a part of the page.
         event->ignore();
         m_view->page()->event(event);
         if (!event->isAccepted())
             QCoreApplication::sendEvent(m_scrollArea->viewport(), event);
         return true;
     }
-    // The page takes the key when one of its fields has the focus.
+    // Handled here, because the page accepts the key if a field has the focus.
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel)) {
         QMetaObject::invokeMethod(this, &QDialog::reject, Qt::QueuedConnection);
         return true;
@@ -218,7 +217,7 @@ void WebPageDialog::hideEvent(QHideEvent *event)
     QDialog::hideEvent(event);
 }
 
-/// Those of the page itself. Once they are off, the toolkit cannot switch them on again for the same page.
+/// Hides the scroll bars of the page. Qt cannot show them again for the same page.
 void WebPageDialog::hideScrollBars()
 {
     QWebFrame *frame = m_view->page()->mainFrame();
@@ -249,7 +248,7 @@ void WebPageDialog::fitTo(const QSize &size)
     const bool isTall = size.height() > room.height();
     const bool isWide = size.width() + (isTall ? bar : 0) > room.width();
     const bool isClamped = isTall || isWide;
-    m_view->setMinimumSize(isClamped ? size.boundedTo(kLargestPage) : QSize(0, 0));
+    m_view->setMinimumSize(isClamped ? size.boundedTo(kMaxPageSize) : QSize(0, 0));
 
     const QSize wanted = size + QSize(isTall ? bar : 0, isWide ? bar : 0);
     const QSize fitting = wanted.expandedTo(minimumSize()).boundedTo(room);
@@ -282,7 +281,7 @@ void WebPageDialog::showMessage(const QString &text, bool isQuestion)
             connect(cancel, &QPushButton::clicked, this, &QDialog::reject, Qt::QueuedConnection);
         }
     }
-    m_message->setText(text.simplified().left(kLongestMessage));
+    m_message->setText(text.simplified().left(kMaxMessageLength));
     m_message->setInformativeText(isQuestion ? TavrinStrings::text(TavrinStrings::kCloudPortalLoginQuestion)
                                              : QString());
     m_message->open();

@@ -1,7 +1,6 @@
 // cloud/signin/WebPageDialog.h
 //
-// A modal dialog that shows one web page, without a context menu, at the page's size. Portals use it for a sign-in
-// page.
+// A modal dialog that shows a sign-in page at the page's size, without a context menu.
 
 #pragma once
 
@@ -18,42 +17,44 @@ class QWebView;
 
 namespace ICloudPortalApi {
 
-/// Writes an address into a buffer the way ILogin::CreateLoginRequest does, and returns what that returns.
+/// Writes an address and returns its length plus one, like ILogin::CreateLoginRequest().
 using AddressWriter = std::function<long(char *buffer, unsigned long size)>;
 
-/// Lets \p write fill a buffer that grows until the address fits; \p address stays empty on failure. Returns the last
-/// result of \p write.
-long RequestAddress(const AddressWriter &write, QByteArray &address);
+/// Calls \p write with a growing buffer until the address fits. Returns the last result of \p write. \p address is
+/// empty if \p write fails or the address is longer than 1 MiB.
+long requestAddress(const AddressWriter &write, QByteArray &address);
 
-/// Escape rejects the dialog wherever the keyboard focus is. An alert of the page opens a message box beside the
-/// running script, which does not wait for it; from the second one on, the box offers to reject the dialog. A confirm
-/// or prompt opens the same box and returns "Cancel" to the page. After 100 of them a call throws an error in the page.
-/// The toolkit cannot stop a page's script that never ends: it blocks the host.
+/// The Escape key rejects the dialog, whichever field has the focus. A script's alert opens a message box and does not
+/// block the script. From the second alert on, the box offers to reject the dialog. confirm() and prompt() open the
+/// same box and return "Cancel" to the script. After 100 calls they throw an error in the script. Qt cannot stop an
+/// endless script: it blocks the host.
 class WebPageDialog : public QDialog
 {
     Q_OBJECT
 public:
-    /// Not shown yet. \p parent may be null, or a widget that is no window.
+    /// \p parent may be null or any widget. The dialog is not shown yet.
     explicit WebPageDialog(QWidget *parent);
     ~WebPageDialog() override;
 
     QWebView *view() const { return m_view; }
-    /// \p address is percent-encoded. A page that cannot be loaded is replaced by one that says why.
+    /// \p address must be percent-encoded. If the page cannot be loaded, the dialog shows the reason.
     void load(const QByteArray &address);
 
 public slots:
-    /// When \p ok, takes the page's title for the window's and fits the dialog to the page.
+    /// Sets the window title to the page's title and fits the dialog to the page. Ignored if \p ok is false.
     void pageLoaded(bool ok);
-    /// Resizes the dialog to \p size, at least to its minimum size, and keeps its centre where it was. If the screen is
-    /// too small for that, moves the dialog into the screen's available area and shows scroll bars.
-    /// Ignored for an empty \p size, which a page has before its first layout, and for a page without text.
+    /// Resizes the dialog to \p size (at least its minimum size) around its centre. If the screen is too small, moves
+    /// the dialog into the available area and shows scroll bars. Ignored for a page without text and for an empty \p
+    /// size, which a page has before its first layout.
     void fitTo(const QSize &size);
 
 signals:
-    /// The page has moved, and the dialog is still shown. Comes when the page's loader is off the stack, so that a
-    /// slot may spin the event loop and delete the dialog.
+    /// Relayed from the view.
+    void loadFinished(bool ok);
+    /// The page has a new address. Emitted from the event loop while the dialog is visible, so a slot may spin the
+    /// event loop and delete the dialog.
     void addressChanged(const QUrl &url);
-    /// The page could not be loaded; otherwise as addressChanged.
+    /// The page could not be loaded. Emitted from the event loop like addressChanged().
     void loadFailed();
 
 protected:
@@ -62,7 +63,7 @@ protected:
 
 private:
     void hideScrollBars();
-    /// Shows \p text of the page; \p isQuestion if the page wants an answer.
+    /// Shows \p text of a script. \p isQuestion is true for confirm() and prompt().
     void showMessage(const QString &text, bool isQuestion);
 
     QScrollArea *m_scrollArea; ///< scrolls a page that is larger than the screen
