@@ -14,7 +14,7 @@ namespace {
 
 int signalPipe[2];
 
-/// Only what a signal handler may do: the event loop reads the other end.
+/// A signal handler may only write; the event loop reads the other end.
 void reportSignal(int)
 {
     const char byte = 0;
@@ -31,7 +31,7 @@ void quitOnSignals(KeldaProgram &program)
     std::signal(SIGTERM, reportSignal);
 }
 
-/// Without one the toolkit would end the process with a crash report.
+/// Without a display, Qt would abort the process.
 bool hasDisplay()
 {
     for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
@@ -41,7 +41,7 @@ bool hasDisplay()
     return false;
 }
 
-int refuse(const QString &reason)
+int failWith(const QString &reason)
 {
     std::fprintf(stderr, "kelda: error: %s\n", qUtf8Printable(reason));
     return 1;
@@ -57,7 +57,7 @@ int main(int argc, char **argv)
     KeldaOptions options;
     QString error;
     if (!KeldaOptions::parse(arguments, options, error)) {
-        refuse(error);
+        failWith(error);
         std::fputs(qPrintable(KeldaOptions::usage()), stderr);
         return 1;
     }
@@ -69,12 +69,12 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
     if (options.hasWindow() && !hasDisplay())
-        return refuse(QStringLiteral("there is no display; the modes batch and library need none"));
+        return failWith(QStringLiteral("the environment has no display; use --mode batch or --mode library"));
 
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kelda"));
     if (!KeldaProgram::prepareNetwork(options, error))
-        return refuse(error);
+        return failWith(error);
     KeldaProgram program(options);
     quitOnSignals(program);
     return program.run();

@@ -1,12 +1,15 @@
 // kelda/Steps.h
 //
-// Tables of commands and what becomes of them, one step on a line: "source => outcome", where "↵" is a line break.
+// Tables of commands and their outcomes, one step on a line, and the models of the host's tests.
 
 #pragma once
 
+#include "support/TestFiles.h"
+
 #include <QtTest>
 
-/// Compares each outcome in \p table with what \p play returns for its source; no text is the outcome "nothing".
+/// \p table has lines of the form "source => outcome". Compares each outcome with what \p play returns for the source.
+/// "↵" is a line break; the outcome "nothing" is an empty text.
 template <typename Play>
 void playSteps(Play play, const char *table)
 {
@@ -18,4 +21,12 @@ void playSteps(Play play, const char *table)
         result.append(source + " => " + (outcome.isEmpty() ? "nothing" : outcome));
     }
     QCOMPARE(result, expected);
+}
+
+/// Copies the files of models/ into \p folder: a box, a square with a texture, two squares, a placed triangle.
+inline void copyModels(const QString &folder)
+{
+    const QDir models(QFINDTESTDATA("models"));
+    for (const QString &name : models.entryList(QDir::Files))
+        QFile::copy(models.filePath(name), folder + '/' + name);
 }

@@ -1,11 +1,10 @@
 // kelda/TestHost.h
 //
-// A host without a window, with the commands on the scene, and with models in a folder of its own.
+// A host without a window, with the scene commands and with models in a temporary folder.
 
 #pragma once
 
 #include "host/KeldaHost.h"
-#include "kelda/Models.h"
 #include "kelda/Steps.h"
 #include "scene/FileOptions.h"
 #include "scene/Scene.h"
@@ -28,10 +27,9 @@ struct TestHost
 
     QString path(const QString &name) const { return folder.filePath(name); }
     void write(const QString &name, const QByteArray &content) const { writeFile(path(name), content); }
-    static QString quoted(QString text) { return '"' + text.replace('\\', "\\\\").replace('"', "\\\"") + '"'; }
 
-    /// What \p source posts and its result or failure, in order. "FOLDER" and "TAVRIN" stand for the folder and for the
-    /// plug-in's script. A failure that is not the last message is "unposted".
+    /// The messages of \p source and its result or failure, in order. "FOLDER" and "TAVRIN" stand for the folder and
+    /// the plug-in's script. A failure that is not the last message is "unposted".
     QString run(QString source)
     {
         KStatus status;
@@ -52,17 +50,15 @@ struct TestHost
         playSteps([this](const QString &source) { return run(source); }, table);
     }
 
-    /// Imports a file of the folder.
     QString import(const QString &file, const QString &flags = QString())
     {
-        return run("file -force -pr " + flags + " -i " + quoted(path(file)));
+        return run("file -force -pr " + flags + " -i " + quotedArgument(path(file)));
     }
-    /// Triangles, faces, vertices and the bounding box.
+    /// Triangles, vertices and the bounding box.
     QString measured()
     {
         return run(
-            "`sceneInfo -q -triangles` + \" \" + `sceneInfo -q -faces` + \" \" + `sceneInfo -q -vertices` + \" \" + "
-            "`sceneInfo -q -boundingBox`");
+            "`sceneInfo -q -triangles` + \" \" + `sceneInfo -q -vertices` + \" \" + `sceneInfo -q -boundingBox`");
     }
 
     QTemporaryDir folder;

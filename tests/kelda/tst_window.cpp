@@ -1,7 +1,6 @@
 // The host's window and its dialogs, driven by mouse and keyboard.
 
 #include "host/KeldaHost.h"
-#include "kelda/Models.h"
 #include "kelda/Steps.h"
 #include "ui/KeldaProgram.h"
 #include "ui/MainWindow.h"
@@ -22,7 +21,8 @@ private slots:
         options.userDir = m_dir->filePath("user");
         options.echo = false;
         m_program = std::make_unique<KeldaProgram>(options);
-        QVERIFY(m_program->start() && QTest::qWaitForWindowExposed(m_program->window()));
+        QVERIFY(m_program->start());
+        QVERIFY(QTest::qWaitForWindowExposed(m_program->window()));
     }
 
     void cleanup() { m_program.reset(); }
@@ -43,19 +43,17 @@ private slots:
         QCOMPARE(clicked(0, Qt::NoModifier), QStringList("box"));
         QCOMPARE(clicked(1, Qt::ControlModifier), QStringList({"box", "box1"}));
         scene.remove({"box"});
-        QVERIFY(list->count() == 1 && list->item(0)->isSelected());
+        QCOMPARE(list->count(), 1);
+        QVERIFY(list->item(0)->isSelected());
     }
 
     void viewportShowsColoursAndHidesWhatIsBehind()
     {
         const QImage empty = picture();
         import("square.obj");
-        for (const auto shading : {Rasterizer::Shading::Smooth, Rasterizer::Shading::Flat}) {
-            view()->setShading(shading);
-            QCOMPARE(colourAt(110, 130), QString("red"));
-            QCOMPARE(colourAt(190, 130), QString("blue"));
-            QCOMPARE(picture().pixelColor(2, 2), empty.pixelColor(2, 2));
-        }
+        QCOMPARE(colourAt(110, 130), QString("red"));
+        QCOMPARE(colourAt(190, 130), QString("blue"));
+        QCOMPARE(picture().pixelColor(2, 2), empty.pixelColor(2, 2));
         m_program->runCommand("file -force -new");
         import("two.obj");
         QCOMPARE(colourAt(150, 140), QString("green"));
@@ -71,7 +69,8 @@ private slots:
         QTest::mousePress(view(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
         QMouseEvent move(QEvent::MouseMove, QPointF(150, 80), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(view(), &move);
-        QVERIFY(view()->camera().yaw < framed.yaw && view()->camera().pitch < framed.pitch);
+        QVERIFY(view()->camera().yaw < framed.yaw);
+        QVERIFY(view()->camera().pitch < framed.pitch);
 
         QWheelEvent wheel({50, 50}, {50, 50}, {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QCoreApplication::sendEvent(view(), &wheel);
@@ -87,53 +86,45 @@ private slots:
         QAction *entry = menu->findChild<QAction *>("say");
         QCOMPARE(entry->text(), QString("Say && wait"));
         entry->trigger();
-        QCOMPARE(child<QLineEdit>("KeldaMessageLine")->text(), QString("said"));
+        QVERIFY(child<QPlainTextEdit>("KeldaMessages")->toPlainText().endsWith("\nsaid\nprint said"));
         m_program->runCommand("deleteUI \"say\"");
         QVERIFY(!menu->actions().contains(entry));
     }
 
-    void commandLineRemembersAndMessagesHaveTheirColours()
+    void commandLineHasAHistoryAndPostsResultsAndErrors()
     {
         auto *line = child<QLineEdit>("KeldaCommandLine");
         const auto pressed = [line](Qt::Key key) {
             QTest::keyClick(line, key);
             return line->text();
         };
-        for (const char *command : {"sceneInfo -q -objects", "frobnicate"}) {
+        for (const char *command : {"sceneInfo -q -objects", "<b>frob"}) {
             QTest::keyClicks(line, command);
             QCOMPARE(pressed(Qt::Key_Return), QString());
         }
-        const auto *messages = child<QPlainTextEdit>("KeldaMessages");
-        const QString log = messages->toPlainText();
-        QVERIFY2(log.contains("sceneInfo -q -objects\nResult: 0"), qPrintable(log));
-        QCOMPARE(log.count("unknown command"), 1);
-        QCOMPARE(pressed(Qt::Key_Up), QString("frobnicate"));
+        QCOMPARE(child<QPlainTextEdit>("KeldaMessages")->toPlainText(),
+                 QString("sceneInfo -q -objects\nResult: 0\n<b>frob\nline 1: unexpected '<'"));
+        QCOMPARE(pressed(Qt::Key_Up), QString("<b>frob"));
         QCOMPARE(pressed(Qt::Key_Up), QString("sceneInfo -q -objects"));
-        QCOMPARE(pressed(Qt::Key_Down), QString("frobnicate"));
+        QCOMPARE(pressed(Qt::Key_Down), QString("<b>frob"));
         QCOMPARE(pressed(Qt::Key_Down), QString());
-
-        QSet<QRgb> colours;
-        for (const auto show : {&KGlobal::displayInfo, &KGlobal::displayWarning, &KGlobal::displayError}) {
-            show("plain <b>text</b>");
-            colours.insert(child<QLineEdit>("KeldaMessageLine")->palette().color(QPalette::Text).rgb());
-        }
-        QCOMPARE(colours.size(), 3);
-        QCOMPARE(messages->toPlainText().count("plain <b>text</b>"), 3);
     }
 
-    /// "flags|button pressed", or Escape for none.
-    void confirmDialogAnswersTheButton()
+    /// "flags|button to press", or Escape without one.
+    void confirmDialogReturnsTheButton()
     {
         const auto answer = [this](const QString &step) {
             const QString press = step.section('|', 1);
             QTimer::singleShot(0, this, [&] {
                 auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-                QVERIFY(box->textFormat() == Qt::PlainText && box->text() == "<b>x</b>" && box->windowTitle() == "T");
+                QCOMPARE(box->textFormat(), Qt::PlainText);
+                QCOMPARE(box->text(), QString("<b>x</b>"));
+                QCOMPARE(box->windowTitle(), QString("T"));
                 for (QAbstractButton *button : box->buttons()) {
                     if (button->text() == press)
                         button->click();
                 }
-                QTest::keyClick(box, Qt::Key_Escape); // for those that nobody answered
+                QTest::keyClick(box, Qt::Key_Escape);
             });
             const QString command = "confirmDialog -title \"T\" -m \"<b>x</b>\" " + step.section('|', 0, 0);
             return KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(command)));
@@ -147,7 +138,7 @@ private slots:
 )");
     }
 
-    void buttonsSpeakTheHostsLanguage()
+    void qtTextsAreInTheHostsLanguage()
     {
         QStringList buttons;
         for (const char *language : {"de", "en"}) {
@@ -160,11 +151,12 @@ private slots:
         QCOMPARE(buttons, QStringList({"&Nein", "&No"}));
     }
 
-    void windowMayGoFirst()
+    void windowMayBeDeletedFirst()
     {
         import("box.obj");
         delete m_program->window();
-        QVERIFY(!m_program->window() && !KQtUtil::mainWindow());
+        QCOMPARE(m_program->window(), nullptr);
+        QCOMPARE(KQtUtil::mainWindow(), nullptr);
         QVERIFY(m_program->runCommand("select -all; delete"));
     }
 
@@ -176,7 +168,7 @@ private:
         return m_program->window()->findChild<W *>(QString::fromLatin1(name));
     }
     Viewport *view() const { return m_program->window()->viewport(); }
-    /// Seen along the z axis for a \p yaw of 0.
+    /// Along the z axis for a \p yaw of 0.
     QImage picture(float yaw = 0) const
     {
         Camera camera = view()->camera();
@@ -185,15 +177,15 @@ private:
         view()->setCamera(camera);
         return view()->render(QSize(300, 300));
     }
-    /// The one channel that shines there, else the colour's name.
+    /// The one bright channel of the pixel, or the colour's name.
     QString colourAt(int x, int y, float yaw = 0) const
     {
         const QColor colour = picture(yaw).pixelColor(x, y);
-        const auto shines = [](int one, int other, int third) { return one > 100 && other < 60 && third < 60; };
-        return shines(colour.red(), colour.green(), colour.blue())   ? "red"
-               : shines(colour.green(), colour.red(), colour.blue()) ? "green"
-               : shines(colour.blue(), colour.red(), colour.green()) ? "blue"
-                                                                     : colour.name();
+        const auto only = [](int one, int other, int third) { return one > 100 && other < 60 && third < 60; };
+        return only(colour.red(), colour.green(), colour.blue())   ? "red"
+               : only(colour.green(), colour.red(), colour.blue()) ? "green"
+               : only(colour.blue(), colour.red(), colour.green()) ? "blue"
+                                                                   : colour.name();
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;

@@ -1,15 +1,27 @@
 // host/CoreCommands.h
 //
-// The commands that every host offers, by subject. \p host must outlive its interpreter's use of them.
+// The commands of every host. \p host must outlive its interpreter's calls of them.
+//
+//   eval TEXT...                       runs the joined arguments as a program of their own
+//   source FILE                        runs a script file; relative names are searched in KeldaHost::scriptFolders()
+//   print TEXT...                      posts an information
+//   error TEXT...                      fails with the text
+//   commandEcho -q -state | -state on|off
+//   waitCursor -q -state | -state on|off
+//   quit [-exitCode N]
+//   callbacks -addCallback PROC | -removeCallback PROC  -hook HOOK -owner NAME
+//   menuItem -parent MENU -label TEXT [-command TEXT] ID | -exists ID
+//   deleteUI ID                        removes a menu item
+//   setStringResource PLUGIN KEY TEXT, getStringResource PLUGIN KEY
+//   loadPlugin FILE, unloadPlugin NAME
+//   pluginInfo -q -listPlugins | -version NAME
+//   internalVar -userAppDir | -userPrefDir
+//   getenv NAME
+//   about -uiLanguage
+//   sysFile -exists PATH | -delete PATH
 
 #pragma once
 
 class KeldaHost;
 
-/// eval, source, exists, print, info, warning, error, commandEcho, quit.
-void addScriptCommands(KeldaHost &host);
-/// callbacks, menuItem, deleteUI, waitCursor, setStringResource, getStringResource, loadPlugin, unloadPlugin,
-/// pluginInfo.
-void addInterfaceCommands(KeldaHost &host);
-/// internalVar, getenv, about, sysFile, getFileList.
-void addSystemCommands(KeldaHost &host);
+void addCoreCommands(KeldaHost &host);

@@ -1,6 +1,5 @@
 #include "host/KeldaHost.h"
 
-#include "host/CallbackRegistry.h"
 #include "host/CoreCommands.h"
 #include "host/MenuModel.h"
 #include "host/PluginManager.h"
@@ -28,10 +27,8 @@ KCommandResult commandResult(const Value &value)
     case Value::Kind::Int: {
         const qint64 integer = value.toInt();
         const bool fits = integer >= std::numeric_limits<int>::min() && integer <= std::numeric_limits<int>::max();
-        return fits ? KCommandResult(static_cast<int>(integer)) : KCommandResult(value.toDouble());
+        return fits ? KCommandResult(static_cast<int>(integer)) : KCommandResult(static_cast<double>(integer));
     }
-    case Value::Kind::Float:
-        return KCommandResult(value.toDouble());
     case Value::Kind::String:
         return KCommandResult(KQtUtil::toKString(value.toString()));
     case Value::Kind::StringArray: {
@@ -47,20 +44,12 @@ KCommandResult commandResult(const Value &value)
 } // namespace
 
 KeldaHost::KeldaHost(const Setup &setup)
-    : m_setup(setup), m_menus(std::make_unique<MenuModel>()), m_plugins(std::make_unique<PluginManager>(*this)),
-      m_callbacks(std::make_unique<CallbackRegistry>())
+    : m_setup(setup), m_menus(std::make_unique<MenuModel>()), m_plugins(std::make_unique<PluginManager>(*this))
 {
-    // Libraries that write model files print numbers with the C library, and QCoreApplication sets its locale from the
-    // environment. A decimal comma makes such files unreadable.
+    // The export library prints numbers with the C library. A decimal comma would make model files unreadable.
     std::setlocale(LC_NUMERIC, "C");
     qRegisterMetaType<KHost::MessageKind>();
-    addScriptCommands(*this);
-    addInterfaceCommands(*this);
-    addSystemCommands(*this);
-    m_interpreter.setCaughtHandler([this](const QString &failure) {
-        if (!isPosted(failure))
-            message(MessageKind::kError, KQtUtil::toKString(failure));
-    });
+    addCoreCommands(*this);
     KHost::install(this);
 }
 
@@ -98,18 +87,14 @@ KStatus KeldaHost::run(const QString &command, Value &result, bool display)
     if (echo)
         emit commandEchoed(command, result.toString());
 
-    if (failed && !isPosted(failure))
+    // The message of a failed command contains those of the commands that it ran.
+    const bool isPosted = std::any_of(m_reported.cbegin(), m_reported.cend(),
+                                      [&failure](const QString &posted) { return failure.contains(posted); });
+    if (failed && !isPosted)
         reportFailure(failure);
     --m_executing;
     m_reported = isOutermost ? QStringList() : reportedBefore + m_reported;
     return failed ? KStatus::failure(KQtUtil::toKString(failure)) : KStatus();
-}
-
-bool KeldaHost::isPosted(const QString &failure) const
-{
-    // The failure of what a command ran is part of the command's own.
-    return std::any_of(m_reported.cbegin(), m_reported.cend(),
-                       [&failure](const QString &posted) { return failure.contains(posted); });
 }
 
 void KeldaHost::reportFailure(const QString &reason)
@@ -126,9 +111,11 @@ void KeldaHost::message(MessageKind kind, const KString &text)
 
 void KeldaHost::executeCallbacks(const QString &hook)
 {
-    for (const QString &procedure : m_callbacks->procedures(hook)) {
+    const std::vector<Callback> callbacks = m_callbacks;
+    for (const Callback &callback : callbacks) {
         try {
-            m_interpreter.call(procedure, {});
+            if (callback.hook == hook)
+                m_interpreter.call(callback.procedure, {});
         } catch (const ScriptError &error) {
             reportFailure(error.message());
         }
@@ -197,7 +184,8 @@ bool KeldaHost::replaceString(const KStringResourceId &id, const KString &text)
 KStatus KeldaHost::describePlugin(KObject plugin, const KString &vendor, const KString &version,
                                   const KString &requiredApi)
 {
-    return m_plugins->describe(plugin, vendor, version, requiredApi);
+    Q_UNUSED(vendor)
+    return m_plugins->describe(plugin, version, requiredApi);
 }
 
 KStatus KeldaHost::registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure)

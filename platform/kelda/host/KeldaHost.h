@@ -1,7 +1,7 @@
 // host/KeldaHost.h
 //
 // The host without its window: command language, string table, plug-ins, callbacks and menu entries. Programs and
-// tests make one, add what they need (scene commands, a window) and install it with KHost::install.
+// tests add what they need, such as scene commands and a window.
 
 #pragma once
 
@@ -15,8 +15,8 @@
 #include <QWidget>
 
 #include <memory>
+#include <vector>
 
-class CallbackRegistry;
 class MenuModel;
 class PluginManager;
 
@@ -29,13 +29,25 @@ public:
     struct Setup
     {
         KGlobal::KeldaState state = KGlobal::kBatch;
-        QString location;   ///< answered by getenv "KELDA_LOCATION"
-        QString userDir;    ///< backs internalVar -userAppDir and -userPrefDir; made when missing
-        QString uiLanguage; ///< answered by about -uiLanguage; empty: KELDA_UI_LANGUAGE, else the locale's
+        QString location;   ///< the value of getenv "KELDA_LOCATION"
+        QString userDir;    ///< the folder of internalVar -userAppDir and -userPrefDir, which create it
+        QString uiLanguage; ///< the value of about -uiLanguage; empty: KELDA_UI_LANGUAGE, else the locale's
+    };
+    /// A procedure that runs at a hook.
+    struct Callback
+    {
+        QString hook;
+        QString procedure;
+        QString owner;
+
+        bool operator==(const Callback &other) const
+        {
+            return hook == other.hook && procedure == other.procedure && owner == other.owner;
+        }
     };
 
     /// Installs itself as the process's host and sets the process's LC_NUMERIC to "C". Construct it after the
-    /// QCoreApplication, which sets the locale of the environment.
+    /// QCoreApplication, which sets the locale from the environment.
     explicit KeldaHost(const Setup &setup);
     /// Unloads every plug-in that is still loaded, last loaded first.
     ~KeldaHost() override;
@@ -43,15 +55,16 @@ public:
     Interpreter &interpreter() { return m_interpreter; }
     MenuModel &menus() { return *m_menus; }
     PluginManager &plugins() { return *m_plugins; }
-    CallbackRegistry &callbacks() { return *m_callbacks; }
+    /// In the order in which they run.
+    std::vector<Callback> &callbacks() { return m_callbacks; }
     const Setup &setup() const { return m_setup; }
-    /// The language for texts, such as "de_DE" or "de".
+    /// The language of texts, such as "de_DE" or "de".
     QString uiLanguage() const;
-    /// Where source looks for a file with a relative name, first match first.
+    /// The folders of script files, in search order.
     QStringList scriptFolders() const;
-    /// Whether somebody sees windows and menus and can answer.
+    /// Whether the host has windows and menus.
     bool hasInterface() const { return m_setup.state == KGlobal::kInteractive || m_setup.state == KGlobal::kBaseUI; }
-    /// \p window stays the caller's; it may go before the host does.
+    /// The caller keeps \p window and may delete it before the host.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
 
     KStatus execute(const KString &command, KCommandResult &result, bool display, bool undo) override;
@@ -66,41 +79,37 @@ public:
     KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)()) override;
     KStatus deregisterCommand(KObject plugin, const KString &name) override;
 
-    /// Runs command text as execute() does, for the host's own use of the result; none on failure.
+    /// Runs command text as execute() does. \p result is none after a failure.
     KStatus run(const QString &command, Value &result, bool display);
-    /// Runs what is hooked to \p hook. A procedure that fails posts its error and does not stop the others.
+    /// Runs the callbacks of \p hook. A callback that fails posts its error and does not stop the others.
     void executeCallbacks(const QString &hook);
-    /// Posts \p reason as an error of the command that is running, so that its own failure is not posted again.
+    /// Posts \p reason as an error. A running command that fails with the same reason does not post it again.
     void reportFailure(const QString &reason);
-    /// False, and nothing changes, when no such text is registered.
+    /// Returns false if \p id is not registered.
     bool replaceString(const KStringResourceId &id, const KString &text);
-    /// While it is on, every command is echoed as if it were to be displayed.
+    /// If on, every command is echoed as if it ran with "display".
     bool commandEcho() const { return m_commandEcho; }
     void setCommandEcho(bool on) { m_commandEcho = on; }
     bool isWaiting() const { return m_waits > 0; }
-    /// The wait cursor shows until it was taken off as often as it was put on; taking it off once more does nothing.
+    /// Counts: the wait cursor is shown until it was switched off as often as on. Further calls with false are ignored.
     void setWaiting(bool on);
 
 signals:
-    /// Every message, in order, as displayed.
     void messagePosted(KHost::MessageKind kind, const QString &text);
-    /// A command that was to be displayed, with its result's text (empty for none).
+    /// A command ran with "display". \p result is empty if there is none.
     void commandEchoed(const QString &command, const QString &result);
-    /// The command quit ran. \p exitStatus as given, 0 when not.
+    /// The command quit ran. \p exitStatus is 0 to 255.
     void quitRequested(int exitStatus);
 
 private:
-    /// Whether \p failure is, or contains, an error that the running command has posted.
-    bool isPosted(const QString &failure) const;
-
     Setup m_setup;
     Interpreter m_interpreter;
     std::unique_ptr<MenuModel> m_menus;
     std::unique_ptr<PluginManager> m_plugins;
-    std::unique_ptr<CallbackRegistry> m_callbacks;
+    std::vector<Callback> m_callbacks;
     QHash<QString, KString> m_strings;
     QPointer<QWidget> m_mainWindow;
-    QStringList m_reported; ///< errors posted so far by what the running command runs
+    QStringList m_reported; ///< errors that the running command has posted
     bool m_commandEcho = false;
     int m_executing = 0;
     int m_waits = 0;

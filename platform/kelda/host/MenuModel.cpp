@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-MenuModel::MenuModel(QObject *parent) : QObject(parent) {}
-
 std::vector<MenuModel::Entry> MenuModel::entries(const QString &menu) const
 {
     std::vector<Entry> found;

@@ -1,6 +1,6 @@
 // host/MenuModel.h
 //
-// The menu entries that scripts add, apart from any widget. A window shows them and calls rebuild() before it does.
+// The menu entries that scripts add, without widgets. A window calls rebuild() before it shows them.
 
 #pragma once
 
@@ -18,29 +18,27 @@ public:
     struct Entry
     {
         QString id;
-        QString menu; ///< name of the menu it stands in, such as "FileMenu"
+        QString menu; ///< name of its menu, such as "FileMenu"
         QString label;
-        QString command; ///< command text to execute when it is chosen
+        QString command; ///< command text that choosing the entry executes
     };
-
-    explicit MenuModel(QObject *parent = nullptr);
 
     /// The entries of one menu in the order in which they were added.
     std::vector<Entry> entries(const QString &menu) const;
     bool contains(const QString &id) const;
-    /// Adds \p entry, or replaces the one of that id where it stands.
+    /// Appends \p entry, or replaces the entry with its id.
     void put(const Entry &entry);
-    /// False when there is no such entry.
+    /// Returns false if the entry does not exist.
     bool remove(const QString &id);
 
-    /// \p builder adds entries when rebuild() calls it.
+    /// rebuild() calls \p builder to add entries.
     void setBuilder(std::function<void()> builder) { m_builder = std::move(builder); }
-    /// Drops what the builder added before and runs it again, so that nothing outdated stays. Entries added otherwise
-    /// stay. Runs commands, so it may spin the event loop; a call from within itself does nothing.
+    /// Removes the entries that the builder added before and runs it again. Other entries stay. Runs commands, so it
+    /// may spin the event loop; nested calls are ignored.
     void rebuild();
 
 signals:
-    /// Entries were added, removed or replaced. A rebuild emits it once.
+    /// Entries were added, removed or replaced. Emitted once by rebuild().
     void changed();
 
 private:

@@ -14,8 +14,8 @@ namespace {
 
 using EntryPoint = KStatus (*)(KObject);
 
-/// The API version this host offers, beside "Any".
-const KString apiVersion("1.0");
+/// The API version of this host. Plug-ins may also require "Any".
+const KString kApiVersion("1.0");
 
 EntryPoint entryPoint(void *module, const char *name)
 {
@@ -27,7 +27,7 @@ KStatus failure(const QString &reason)
     return KStatus::failure(KQtUtil::toKString(reason));
 }
 
-/// Calls an entry point of foreign code, from which no exception may pass.
+/// Calls code of a plug-in and turns exceptions into failures.
 KStatus guarded(const std::function<KStatus()> &call)
 {
     try {
@@ -35,11 +35,11 @@ KStatus guarded(const std::function<KStatus()> &call)
     } catch (const std::exception &error) {
         return KStatus::failure(error.what());
     } catch (...) {
-        return KStatus::failure("it threw something that is no error");
+        return KStatus::failure("unknown exception");
     }
 }
 
-/// Counts one running command of a plug-in for its lifetime.
+/// Counts one running command of a plug-in during its lifetime.
 class RunningCommand
 {
 public:
@@ -58,14 +58,13 @@ struct PluginManager::Plugin
 {
     QString name;
     QString file;
-    QString vendor;
     QString version;
     void *module = nullptr;
     QStringList commands;
-    QStringList stringProcedures; ///< announced, not yet called because they were not defined
+    QStringList stringProcedures; ///< given to registerUIStrings() and not yet defined
     bool isLoading = true;
     bool isUnloading = false;
-    int running = 0; ///< commands of it that are being executed
+    int running = 0; ///< its running commands
 
     KObject handle() { return KObject(this); }
 };
@@ -96,20 +95,21 @@ KStatus PluginManager::load(const QString &file)
 {
     const QFileInfo info(file);
     if (!info.isFile())
-        return failure(QStringLiteral("there is no plug-in file %1").arg(file));
+        return failure(QStringLiteral("the plug-in file %1 does not exist").arg(file));
     auto plugin = std::make_unique<Plugin>();
     plugin->name = info.completeBaseName();
     plugin->file = info.absoluteFilePath();
     if (find(plugin->name))
-        return failure(QStringLiteral("a plug-in %1 is loaded already; %2 is not loaded").arg(plugin->name, file));
+        return failure(QStringLiteral("cannot load %2: a plug-in %1 is already loaded").arg(plugin->name, file));
 
     plugin->module = dlopen(QFile::encodeName(plugin->file).constData(), RTLD_NOW | RTLD_LOCAL);
     if (!plugin->module)
-        return failure(QStringLiteral("%1 is no plug-in: %2").arg(file, QString::fromLocal8Bit(dlerror())));
+        return failure(QStringLiteral("%1 is not a plug-in: %2").arg(file, QString::fromLocal8Bit(dlerror())));
     for (const char *name : {"initializePlugin", "uninitializePlugin"}) {
         if (!entryPoint(plugin->module, name)) {
             dlclose(plugin->module);
-            return failure(QStringLiteral("%1 is no plug-in: it has no entry point %2").arg(file, QLatin1String(name)));
+            return failure(
+                QStringLiteral("%1 is not a plug-in: the entry point %2 is missing").arg(file, QLatin1String(name)));
         }
     }
     Plugin &loading = *plugin;
@@ -122,7 +122,7 @@ KStatus PluginManager::initialize(Plugin &plugin)
     const KStatus status =
         guarded([&plugin] { return entryPoint(plugin.module, "initializePlugin")(plugin.handle()); });
     if (!status) {
-        const QString reason = QStringLiteral("%1 could not be initialised: %2")
+        const QString reason = QStringLiteral("the initialisation of %1 failed: %2")
                                    .arg(plugin.file, KQtUtil::toQString(status.errorString()));
         release(plugin);
         return failure(reason);
@@ -137,16 +137,16 @@ KStatus PluginManager::unload(const QString &name)
 {
     Plugin *plugin = find(name);
     if (!plugin || plugin->isLoading || plugin->isUnloading)
-        return failure(QStringLiteral("no plug-in %1 is loaded").arg(name));
+        return failure(QStringLiteral("the plug-in %1 is not loaded").arg(name));
     if (plugin->running > 0)
-        return failure(QStringLiteral("plug-in %1 stays loaded: one of its commands is running").arg(name));
+        return failure(QStringLiteral("cannot unload the plug-in %1: one of its commands is running").arg(name));
     plugin->isUnloading = true;
     const KStatus status =
         guarded([plugin] { return entryPoint(plugin->module, "uninitializePlugin")(plugin->handle()); });
     plugin->isUnloading = false;
     if (!status)
-        return failure(QStringLiteral("plug-in %1 stays loaded: %2 could not be uninitialised: %3")
-                           .arg(name, plugin->file, KQtUtil::toQString(status.errorString())));
+        return failure(
+            QStringLiteral("cannot unload the plug-in %1: %2").arg(name, KQtUtil::toQString(status.errorString())));
     release(*plugin);
     return KStatus();
 }
@@ -178,12 +178,6 @@ QStringList PluginManager::loaded() const
             names.append(plugin->name);
     }
     return names;
-}
-
-QString PluginManager::vendor(const QString &name) const
-{
-    const Plugin *plugin = find(name);
-    return plugin ? plugin->vendor : QString();
 }
 
 QString PluginManager::version(const QString &name) const
@@ -219,20 +213,18 @@ void PluginManager::runDefinedStringProcedures()
             m_host.reportFailure(error.message());
         }
     }
-    // Entries made before show the former texts.
+    // Existing entries show the former texts.
     if (!defined.isEmpty())
         m_host.menus().rebuild();
 }
 
-KStatus PluginManager::describe(KObject plugin, const KString &vendor, const KString &version,
-                                const KString &requiredApi)
+KStatus PluginManager::describe(KObject plugin, const KString &version, const KString &requiredApi)
 {
     Plugin *known = find(plugin);
     if (!known)
-        return KStatus::failure("the plug-in object is not one of this host");
-    if (requiredApi != "Any" && requiredApi != apiVersion)
+        return KStatus::failure("the plug-in object is not from this host");
+    if (requiredApi != "Any" && requiredApi != kApiVersion)
         return KStatus::failure("this host does not offer API version " + requiredApi);
-    known->vendor = KQtUtil::toQString(vendor);
     known->version = KQtUtil::toQString(version);
     return KStatus();
 }
@@ -241,7 +233,7 @@ KStatus PluginManager::registerUIStrings(KObject plugin, KStatus (*registration)
 {
     Plugin *known = find(plugin);
     if (!known)
-        return KStatus::failure("the plug-in object is not one of this host");
+        return KStatus::failure("the plug-in object is not from this host");
     const KStatus status = registration ? guarded(registration) : KStatus();
     if (!status)
         return status;
@@ -252,7 +244,7 @@ KStatus PluginManager::registerUIStrings(KObject plugin, KStatus (*registration)
 
 KStatus PluginManager::registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)())
 {
-    Q_UNUSED(syntax) // the command reads its arguments itself, mistakes included
+    Q_UNUSED(syntax) // the command parses its arguments itself
     Plugin *known = find(plugin);
     if (!known || name.isEmpty() || !creator)
         return KStatus::failure("a command needs a plug-in of this host, a name and a creator");
@@ -264,14 +256,14 @@ KStatus PluginManager::registerCommand(KObject plugin, const KString &name, void
         const RunningCommand running(known->running);
         const KStatus status = guarded([&] {
             const std::unique_ptr<KPxCommand> command(static_cast<KPxCommand *>(creator()));
-            return command ? command->doIt(arguments) : KStatus::failure("it could not be created");
+            return command ? command->doIt(arguments) : KStatus::failure("the command object could not be created");
         });
         if (!status)
             throw CommandError(text + QStringLiteral(": ") + KQtUtil::toQString(status.errorString()));
         return Value();
     };
     if (m_host.interpreter().hasProcedure(text) || !m_host.interpreter().addCommand(text, run))
-        return KStatus::failure("the name " + name + " is in use");
+        return KStatus::failure("the name " + name + " is already in use");
     known->commands.append(text);
     return KStatus();
 }

@@ -1,6 +1,6 @@
 // host/PluginManager.h
 //
-// Loads and unloads plug-in modules and keeps what they registered.
+// Loads and unloads plug-in modules, and keeps their registrations.
 
 #pragma once
 
@@ -19,31 +19,32 @@ class PluginManager
 public:
     /// \p host must outlive this object.
     explicit PluginManager(KeldaHost &host);
-    /// Forgets the plug-ins without calling them; see unloadAll().
+    /// Does not call the plug-ins; call unloadAll() before.
     ~PluginManager();
 
     /// Opens \p file (absolute, or relative to the current folder) and calls its initializePlugin. The plug-in's name
-    /// is the file's name without folder and suffix. A failure names the file, and leaves nothing behind.
+    /// is the file's name without folder and suffix. After a failure, whose status names the file, the module is
+    /// closed.
     KStatus load(const QString &file);
-    /// Calls uninitializePlugin, removes commands that the plug-in left, and closes the module. The plug-in stays
-    /// loaded when that entry point fails or while one of its commands runs.
+    /// Calls uninitializePlugin, removes the plug-in's remaining commands, and closes the module. Fails, and the
+    /// plug-in stays loaded, if that entry point fails or one of its commands is running.
     KStatus unload(const QString &name);
-    /// Unloads all, last loaded first. One that refuses is skipped; the host posts its error.
+    /// Unloads all, last loaded first. Posts an error for each plug-in that fails to unload.
     void unloadAll();
 
     /// Names in the order of loading.
     QStringList loaded() const;
     bool isLoaded(const QString &name) const { return loaded().contains(name); }
-    /// Null texts for a plug-in that is not loaded.
-    QString vendor(const QString &name) const;
+    /// Empty if the plug-in is not loaded.
     QString version(const QString &name) const;
-    /// Folder of the plug-in whose initializePlugin is running; empty when none is.
+    /// Folder of the plug-in whose initializePlugin is running; empty if there is none.
     QString loadingFolder() const;
 
-    /// Calls the text procedures of loading plug-ins that have been defined since they were announced.
+    /// Calls each procedure that a loading plug-in gave to registerUIStrings(), once, as soon as it is defined.
     void runDefinedStringProcedures();
 
-    KStatus describe(KObject plugin, const KString &vendor, const KString &version, const KString &requiredApi);
+    // The calls of KHost.
+    KStatus describe(KObject plugin, const KString &version, const KString &requiredApi);
     KStatus registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure);
     KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)());
     KStatus deregisterCommand(KObject plugin, const KString &name);

@@ -1,6 +1,6 @@
 // language/Ast.h
 //
-// What the parser makes of source text and the evaluator walks over.
+// The syntax tree that the parser builds and the evaluator runs.
 
 #pragma once
 
@@ -11,23 +11,7 @@
 #include <memory>
 #include <vector>
 
-/// What a variable, parameter or result is declared to be.
-enum class DeclaredType { Any, Int, Float, String, StringArray };
-
-enum class Operator {
-    None,
-    Add,
-    Subtract,
-    Multiply,
-    Divide,
-    Remainder,
-    Equal,
-    NotEqual,
-    Less,
-    Greater,
-    LessEqual,
-    GreaterEqual
-};
+enum class Operator { Add, Subtract, Multiply, Divide, Equal, NotEqual, Less, Greater, LessEqual, GreaterEqual };
 
 struct Expression;
 using ExpressionPtr = std::unique_ptr<Expression>;
@@ -44,15 +28,12 @@ struct Expression
         Binary, ///< operands[0] op operands[1]
         And,
         Or,
-        Conditional, ///< operands[0] ? operands[1] : operands[2]
-        Assign,      ///< operands[0] (op)= operands[1]; the target is a Variable or an Element
-        Catch,       ///< 1 if evaluating operands[0] fails, else 0
-        PostStep,    ///< adds operands[1] to operands[0]; the value is the one before
-        Call         ///< name with operands as arguments
+        Assign, ///< operands[0] = operands[1]; the target is a Variable or an Element
+        Call    ///< name with operands as arguments
     };
 
     Kind kind = Kind::Literal;
-    Operator op = Operator::None;
+    Operator op = Operator::Add; ///< for Kind::Binary
     int line = 0;
     int depth = 1; ///< levels of expressions including this one
     QString name;
@@ -65,26 +46,20 @@ struct Statement;
 using StatementPtr = std::unique_ptr<Statement>;
 using StatementList = std::vector<StatementPtr>;
 
-/// A declared name with its first value, which may be missing.
 struct Declaration
 {
     QString name;
     DeclaredType type = DeclaredType::Any;
-    ExpressionPtr value;
 };
 
 struct Statement
 {
-    enum class Kind { Expression, Declare, If, While, For, ForEach, Break, Continue, Return, Block, Procedure };
+    enum class Kind { Expression, Declare, If, ForEach, Break, Continue, Return, Procedure };
 
-    Kind kind = Kind::Block;
+    Kind kind = Kind::Expression;
     int line = 0;
-    bool global = false;                   ///< Declare: binds to the global variables
-    QString name;                          ///< ForEach: the variable
-    ExpressionPtr expression;              ///< the expression, condition, array or result; may be null
-    std::vector<ExpressionPtr> steps;      ///< For: evaluated after each round
-    std::vector<Declaration> declarations; ///< Declare
-    StatementList first;                   ///< For: run once before
+    Declaration declaration;  ///< Declare: the variable; ForEach: its name only
+    ExpressionPtr expression; ///< the expression, first value, condition, array or result; may be null
     StatementList body;
     StatementList otherwise; ///< If
     std::shared_ptr<const Procedure> procedure;
@@ -94,7 +69,7 @@ struct Procedure
 {
     QString name;
     QString file;                            ///< for error messages
-    DeclaredType result = DeclaredType::Any; ///< Any: it has no result
+    DeclaredType result = DeclaredType::Any; ///< Any: without a result
     std::vector<Declaration> parameters;
     StatementList body;
 };

@@ -1,6 +1,6 @@
 // language/Flags.h
 //
-// Reads a command's arguments as flags with a fixed number of values each, and the plain arguments between them.
+// Reads a command's arguments: flags with a fixed number of values each, and the plain arguments between them.
 
 #pragma once
 
@@ -8,7 +8,7 @@
 
 #include <initializer_list>
 
-/// One flag a command knows: both names with their dash, and how many values follow it.
+/// One flag of a command: both names with their dash, and the number of values that follow it.
 struct FlagSpec
 {
     const char *shortName;
@@ -19,17 +19,27 @@ struct FlagSpec
 class Flags
 {
 public:
-    /// Throws CommandError for an unknown flag or a missing value, naming command and flag. A value that begins with
-    /// a dash is still a value. A lone number such as -1 is a plain argument.
+    /// Throws CommandError for an unknown flag or a missing value. A value may begin with a dash. A number such as -1
+    /// is a plain argument.
     Flags(const CommandCall &call, std::initializer_list<FlagSpec> known);
 
     /// \p longName with its dash, as listed for the constructor.
-    bool has(const char *longName) const;
-    /// The \p index-th value of the flag; nothing when the flag is not set.
+    bool has(const char *longName) const { return m_set.contains(QString::fromLatin1(longName)); }
+    /// The value of the flag at \p index, which counts over repeated flags; none if there are fewer.
     Value value(const char *longName, int index = 0) const;
+    /// The first value of the flag as text. Throws CommandError if the flag is not set.
+    QString required(const char *longName) const;
+
     const std::vector<Value> &plain() const { return m_plain; }
+    /// The one plain argument as text. Throws CommandError unless there is exactly one.
+    QString onlyPlain() const;
 
 private:
+    QString m_command;
     QHash<QString, std::vector<Value>> m_set;
     std::vector<Value> m_plain;
 };
+
+/// Runs a command that switches one state: returns \p state for -query, else passes the value of -state to \p set.
+/// Throws CommandError unless that is on, true, 1, off, false or 0.
+Value runSwitch(const CommandCall &call, bool state, const std::function<void(bool)> &set);

@@ -1,31 +1,66 @@
 #include "language/Interpreter.h"
 
-#include "language/Builtins.h"
-#include "language/InterpreterPrivate.h"
-#include "language/Operators.h"
+#include "language/Evaluator.h"
 #include "language/Parser.h"
 
 #include <cstdlib>
 
 namespace {
 
-constexpr int deepestCall = 200;
-/// Bytes of stack that scripts may use; a main thread has 8 MiB, and commands need some of it.
-constexpr std::ptrdiff_t stackBudget = 4 * 1024 * 1024;
+/// Bytes of stack that scripts may use. A main thread has 8 MiB, and commands need some of it.
+constexpr std::ptrdiff_t kStackBudget = 4 * 1024 * 1024;
 
 const char *stackPosition()
 {
     return static_cast<const char *>(__builtin_frame_address(0));
 }
 
-/// Throws CommandError unless \p given is \p wanted.
+QString withPosition(const QString &reason, const SourcePosition &where)
+{
+    if (where.line <= 0)
+        return reason;
+    const QString start = where.file.isEmpty() ? QStringLiteral("line ") : where.file + QLatin1Char(':');
+    return start + QString::number(where.line) + QStringLiteral(": ") + reason;
+}
+
 void requireArguments(const QString &name, std::size_t wanted, std::size_t given)
 {
     if (given != wanted)
         throw CommandError(QStringLiteral("%1 takes %2 arguments, not %3").arg(name).arg(wanted).arg(given));
 }
 
+/// Characters of a string, elements of an array.
+Value size(const CommandCall &call)
+{
+    call.requireCount(1);
+    const Value &value = call.arguments[0];
+    return value.kind() == Value::Kind::String ? value.toString().size() : value.toStringList().size();
+}
+
+Value toLower(const CommandCall &call)
+{
+    call.requireCount(1);
+    return call.texts()[0].toLower();
+}
+
+/// tokenize(text, separators): the parts between any of the separator characters, without empty ones.
+Value tokenize(const CommandCall &call)
+{
+    call.requireCount(2);
+    const QString separators = call.texts()[1];
+    QString text = call.texts()[0];
+    for (QChar &character : text) {
+        if (separators.contains(character))
+            character = QChar::Null;
+    }
+    return text.split(QChar(QChar::Null), Qt::SkipEmptyParts);
+}
+
 } // namespace
+
+ScriptError::ScriptError(const QString &reason, const SourcePosition &where)
+    : std::runtime_error(withPosition(reason, where).toStdString())
+{}
 
 void CommandCall::requireCount(std::size_t count) const
 {
@@ -40,50 +75,47 @@ QStringList CommandCall::texts() const
     return all;
 }
 
-CallDepth::CallDepth(Interpreter::Private &state) : m_state(state)
+QString quotedArgument(QString text)
 {
-    if (m_state.depth >= deepestCall)
-        throw CommandError(QStringLiteral("calls are nested more than %1 deep").arg(deepestCall));
-    if (m_state.depth++ == 0) {
-        m_state.stackBase = stackPosition();
-        m_state.steps = 0;
-    }
+    text.replace(QLatin1Char('\\'), QStringLiteral("\\\\")).replace(QLatin1Char('"'), QStringLiteral("\\\""));
+    text.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
+    return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
-CallDepth::~CallDepth()
+Interpreter::Interpreter() : m_stackBase(stackPosition())
 {
-    --m_state.depth;
+    addCommand(QStringLiteral("size"), size);
+    addCommand(QStringLiteral("tolower"), toLower);
+    addCommand(QStringLiteral("tokenize"), tokenize);
 }
 
-void Interpreter::Private::step(const SourcePosition &where)
+bool Interpreter::addCommand(const QString &name, CommandFunction function)
 {
-    if (limits.steps > 0 && ++steps > limits.steps)
-        throw ScriptError(QStringLiteral("the program takes more than %1 steps").arg(limits.steps), where);
-    if (std::abs(stackBase - stackPosition()) > stackBudget)
-        throw ScriptError(QStringLiteral("calls and expressions are nested too deeply"), where);
+    if (hasCommand(name))
+        return false;
+    m_commands.insert(name, std::move(function));
+    return true;
 }
 
-void Interpreter::Private::checkLength(qint64 textLength, qint64 arrayLength) const
+Value Interpreter::evaluate(const QString &source, const QString &file)
 {
-    if (textLength > limits.textLength)
-        throw CommandError(QStringLiteral("a text cannot have more than %1 characters").arg(limits.textLength));
-    if (arrayLength > limits.arrayLength)
-        throw CommandError(QStringLiteral("an array cannot have more than %1 elements").arg(limits.arrayLength));
+    const StatementList program = Parser(source, file).parse();
+    Evaluator evaluator(*this, m_globals, file);
+    evaluator.run(program);
+    return evaluator.result();
 }
 
-Value Interpreter::Private::call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where)
+Value Interpreter::call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where)
 {
     try {
-        const CallDepth depthGuard(*this);
-        // Both are copied: what is called may redefine or remove itself.
-        if (const std::shared_ptr<const Procedure> procedure = procedures.value(name))
+        checkStack();
+        // Both are copied, because the callee may redefine or remove itself.
+        if (const std::shared_ptr<const Procedure> procedure = m_procedures.value(name))
             return callProcedure(*procedure, arguments);
-        const CommandFunction command = commands.value(name);
+        const CommandFunction command = m_commands.value(name);
         if (!command)
             throw CommandError(QStringLiteral("unknown command '%1'").arg(name));
-        const Value result = command({name, arguments});
-        checkLength(result.kind() == Value::Kind::String ? result.textLength() : 0, result.arrayLength());
-        return result;
+        return command({name, arguments});
     } catch (const ScriptError &) {
         throw;
     } catch (const CommandError &error) {
@@ -91,79 +123,31 @@ Value Interpreter::Private::call(const QString &name, const std::vector<Value> &
     } catch (const std::exception &error) {
         throw ScriptError(QStringLiteral("%1: %2").arg(name, QString::fromUtf8(error.what())), where);
     } catch (...) {
-        throw ScriptError(QStringLiteral("%1 threw something that is no error").arg(name), where);
+        throw ScriptError(QStringLiteral("%1: unknown exception").arg(name), where);
     }
 }
 
-Value Interpreter::Private::callProcedure(const Procedure &procedure, const std::vector<Value> &arguments)
+Value Interpreter::callProcedure(const Procedure &procedure, const std::vector<Value> &arguments)
 {
     requireArguments(procedure.name, procedure.parameters.size(), arguments.size());
     try {
-        Frame frame;
+        Variables variables;
         for (std::size_t i = 0; i < arguments.size(); ++i) {
             const Declaration &parameter = procedure.parameters[i];
-            frame.locals[parameter.name] = {converted(arguments[i], parameter.type), parameter.type};
+            variables[parameter.name] = {arguments[i].converted(parameter.type), parameter.type};
         }
-        Evaluator evaluator(*this, procedure.file, &frame);
+        Evaluator evaluator(*this, variables, procedure.file);
         const bool returned = evaluator.run(procedure.body) == Evaluator::Flow::Return;
         if (procedure.result == DeclaredType::Any)
             return Value();
-        return converted(returned ? evaluator.result() : Value(), procedure.result);
+        return (returned ? evaluator.result() : Value()).converted(procedure.result);
     } catch (const CommandError &error) {
         throw CommandError(QStringLiteral("%1: %2").arg(procedure.name, error.reason()));
     }
 }
 
-Interpreter::Interpreter() : d(std::make_unique<Private>())
+void Interpreter::checkStack() const
 {
-    addBuiltins(*this);
-}
-
-Interpreter::~Interpreter() = default;
-
-bool Interpreter::addCommand(const QString &name, CommandFunction function)
-{
-    if (hasCommand(name))
-        return false;
-    d->commands.insert(name, std::move(function));
-    return true;
-}
-
-bool Interpreter::removeCommand(const QString &name)
-{
-    return d->commands.remove(name) > 0;
-}
-
-bool Interpreter::hasCommand(const QString &name) const
-{
-    return d->commands.contains(name);
-}
-
-bool Interpreter::hasProcedure(const QString &name) const
-{
-    return d->procedures.contains(name);
-}
-
-void Interpreter::setLimits(const Limits &limits)
-{
-    d->limits = limits;
-}
-
-void Interpreter::setCaughtHandler(std::function<void(const QString &)> handler)
-{
-    d->caughtHandler = std::move(handler);
-}
-
-Value Interpreter::evaluate(const QString &source, const QString &file)
-{
-    const CallDepth depthGuard(*d);
-    const StatementList program = Parser(source, file).parse();
-    Evaluator evaluator(*d, file, nullptr);
-    evaluator.run(program);
-    return evaluator.result();
-}
-
-Value Interpreter::call(const QString &name, const std::vector<Value> &arguments)
-{
-    return d->call(name, arguments, SourcePosition());
+    if (std::abs(m_stackBase - stackPosition()) > kStackBudget)
+        throw CommandError(QStringLiteral("calls are nested too deeply"));
 }

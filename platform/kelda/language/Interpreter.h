@@ -1,6 +1,7 @@
 // language/Interpreter.h
 //
-// The command language: runs source text, keeps global variables and procedures, and calls the host's commands.
+// The command language: runs source text, keeps variables and procedures, and calls the host's commands. The language
+// has integers, strings and arrays of strings; its only loop runs over the elements of an array.
 
 #pragma once
 
@@ -12,33 +13,36 @@
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <unordered_map>
 #include <vector>
 
-/// Where a piece of source stands. Lines count from 1; an empty file name means typed text.
+struct Procedure;
+
+/// A place in source text. Lines count from 1; an empty file name means typed text.
 struct SourcePosition
 {
     QString file;
     int line = 0;
 };
 
-/// Any failure of a script: syntax, unknown command, failed command. what() is UTF-8 and already carries
-/// "file:line: " in front (or "line N: " for typed text).
+/// A syntax error, an unknown command or a failed command. The message begins with "file:line: ", or with "line N: "
+/// for typed text.
 class ScriptError : public std::runtime_error
 {
 public:
     ScriptError(const QString &reason, const SourcePosition &where);
-    QString message() const;
+    QString message() const { return QString::fromUtf8(what()); }
 };
 
-/// Thrown by a command to fail; the interpreter turns it into a ScriptError that names the command's place.
+/// Thrown by a command that fails. The interpreter turns it into a ScriptError with the position of the call.
 class CommandError : public std::runtime_error
 {
 public:
-    explicit CommandError(const QString &reason);
-    QString reason() const;
+    explicit CommandError(const QString &reason) : std::runtime_error(reason.toStdString()) {}
+    QString reason() const { return QString::fromUtf8(what()); }
 };
 
-/// One call of a command, arguments evaluated. In command syntax ("file -force -i x") bare words arrive as texts.
+/// One call of a command. In command syntax ("file -force -i x") bare words arrive as strings.
 struct CommandCall
 {
     QString name;
@@ -46,43 +50,46 @@ struct CommandCall
 
     /// Throws CommandError unless there are exactly \p count arguments.
     void requireCount(std::size_t count) const;
-    /// The arguments as texts.
+    /// The arguments as strings.
     QStringList texts() const;
 };
 
+/// \p text between double quotes, as one argument of a command.
+QString quotedArgument(QString text);
+
 using CommandFunction = std::function<Value(const CommandCall &)>;
+
+struct Variable
+{
+    Value value;
+    DeclaredType type = DeclaredType::Any;
+};
+using Variables = std::unordered_map<QString, Variable>;
 
 class Interpreter
 {
 public:
-    /// A program fails when it goes beyond one of them.
-    struct Limits
-    {
-        qint64 steps = 0;                  ///< statements, expressions and rounds of a loop; 0 is no limit
-        int textLength = 16 * 1024 * 1024; ///< UTF-16 units
-        int arrayLength = 1000000;
-    };
-
     Interpreter();
-    ~Interpreter();
 
-    /// False, and nothing changes, when a command of that name exists.
+    /// Returns false and changes nothing if a command of that name exists.
     bool addCommand(const QString &name, CommandFunction function);
-    bool removeCommand(const QString &name);
-    bool hasCommand(const QString &name) const;
-    bool hasProcedure(const QString &name) const;
+    bool removeCommand(const QString &name) { return m_commands.remove(name) > 0; }
+    bool hasCommand(const QString &name) const { return m_commands.contains(name); }
+    bool hasProcedure(const QString &name) const { return m_procedures.contains(name); }
 
-    /// Parses all of \p source, then runs it; the result is that of the last statement. Throws ScriptError.
-    /// Re-entrant: commands may evaluate. Nesting deeper than 200 calls fails instead of overflowing the stack.
+    /// Parses all of \p source, then runs it and returns the value of its last statement. Commands may call this.
+    /// Throws ScriptError, also for calls that are nested so deeply that the stack would overflow.
     Value evaluate(const QString &source, const QString &file = QString());
-    void setLimits(const Limits &limits);
-    /// \p handler is called with the message of each error that "catch" ends, before the program goes on.
-    void setCaughtHandler(std::function<void(const QString &message)> handler);
-    /// Calls a procedure or command by name. Throws ScriptError.
-    Value call(const QString &name, const std::vector<Value> &arguments);
-
-    class Private;
+    /// Calls a procedure or a command. \p where is the position for error messages. Throws ScriptError.
+    Value call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where = {});
 
 private:
-    std::unique_ptr<Private> d;
+    friend class Evaluator;
+    Value callProcedure(const Procedure &procedure, const std::vector<Value> &arguments);
+    void checkStack() const;
+
+    QHash<QString, CommandFunction> m_commands;
+    QHash<QString, std::shared_ptr<const Procedure>> m_procedures;
+    Variables m_globals;
+    const char *m_stackBase; ///< stack position of the constructor
 };

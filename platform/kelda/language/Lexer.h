@@ -1,7 +1,7 @@
 // language/Lexer.h
 //
-// Splits source text into tokens, on demand: what a run of characters is depends on whether the parser reads an
-// expression or the bare words of a command.
+// Splits source text into tokens when the parser needs them, because the same characters form other tokens in an
+// expression than among the bare words of a command.
 
 #pragma once
 
@@ -9,13 +9,12 @@
 
 struct Token
 {
-    enum class Kind { End, Word, Variable, Integer, Float, String, Symbol };
+    enum class Kind { End, Word, Variable, Integer, String, Symbol };
 
     Kind kind = Kind::End;
-    QString text; ///< a word's or symbol's characters, a variable's name without "$", a string's unescaped content
+    QString text; ///< the characters of a word or symbol, a variable's name without "$", a string's unescaped content
     int line = 0;
-    int begin = 0; ///< offset of its first character in the source
-    int end = 0;   ///< offset behind its last one
+    int end = 0; ///< offset of the first character behind it
 
     bool isSymbol(const char *symbol) const { return kind == Kind::Symbol && text == QLatin1String(symbol); }
     bool isWord(const char *word) const { return kind == Kind::Word && text == QLatin1String(word); }
@@ -26,33 +25,32 @@ class Lexer
 public:
     enum class Mode { Expression, Argument };
 
-    /// \p file is for error messages only. Both texts must outlive the lexer.
-    Lexer(const QString &source, const QString &file);
+    /// \p file is for error messages. Both must outlive the lexer.
+    Lexer(const QString &source, const QString &file) : m_source(source), m_file(file) {}
 
-    /// The next token without taking it. Throws ScriptError for what is no token.
+    /// Returns the next token without consuming it. Throws ScriptError for an invalid one.
     const Token &peek(Mode mode = Mode::Expression);
-    /// Takes the token that peek() showed last, or the next one.
+    /// Consumes the next token.
     Token take(Mode mode = Mode::Expression);
-    /// The character that directly follows the token peek() showed; null at the end.
+    /// The character that directly follows the token of the last peek(); null at the end.
     QChar following() const { return at(m_token.end); }
 
 private:
     QChar at(int offset) const { return offset < m_source.size() ? m_source.at(offset) : QChar(); }
-    [[noreturn]] void fail(const QString &reason, int line) const;
+    [[noreturn]] void fail(const QString &reason) const;
     void skipBlanks();
     void read(Mode mode);
     void readString();
-    void readNumber();
     void readSymbol();
+    template <typename Belongs>
+    void readWhile(Token::Kind kind, Belongs belongs);
 
     const QString &m_source;
     const QString &m_file;
-    int m_offset = 0; ///< behind the last token taken
+    int m_offset = 0; ///< behind the last token consumed
     int m_line = 1;
-    Token m_token; ///< valid when m_peeked
+    Token m_token; ///< valid if m_peeked
     Mode m_mode = Mode::Expression;
-    int m_lineAfterToken = 1;
     bool m_peeked = false;
     int m_scan = 0;
-    int m_scanLine = 1;
 };

@@ -1,9 +1,10 @@
 #include "language/Parser.h"
 
 #include "language/Interpreter.h"
-#include "language/ParserNesting.h"
 
 namespace {
+
+constexpr int kDeepestNesting = 150;
 
 StatementPtr statement(Statement::Kind kind, int line)
 {
@@ -13,15 +14,24 @@ StatementPtr statement(Statement::Kind kind, int line)
     return made;
 }
 
-bool isType(const Token &token)
-{
-    return token.isWord("int") || token.isWord("float") || token.isWord("string");
-}
-
 } // namespace
 
 Parser::Parser(const QString &source, const QString &file) : m_source(source), m_file(file), m_lexer(m_source, m_file)
 {}
+
+Parser::Nesting::Nesting(Parser &parser, bool inBackquotes) : m_parser(parser), m_outerBackquotes(parser.m_inBackquotes)
+{
+    if (m_parser.m_nesting >= kDeepestNesting)
+        m_parser.fail(QStringLiteral("the text is nested too deeply"), m_parser.m_lexer.peek().line);
+    ++m_parser.m_nesting;
+    m_parser.m_inBackquotes = inBackquotes;
+}
+
+Parser::Nesting::~Nesting()
+{
+    --m_parser.m_nesting;
+    m_parser.m_inBackquotes = m_outerBackquotes;
+}
 
 StatementList Parser::parse()
 {
@@ -40,16 +50,10 @@ void Parser::fail(const QString &reason, int line) const
 
 void Parser::failAt(const Token &token) const
 {
-    switch (token.kind) {
-    case Token::Kind::End:
+    if (token.kind == Token::Kind::End)
         fail(QStringLiteral("unexpected end of the text"), token.line);
-    case Token::Kind::String:
-        fail(QStringLiteral("unexpected text \"%1\"").arg(token.text), token.line);
-    case Token::Kind::Variable:
-        fail(QStringLiteral("unexpected '$%1'").arg(token.text), token.line);
-    default:
-        fail(QStringLiteral("unexpected '%1'").arg(token.text), token.line);
-    }
+    const QString sign = token.kind == Token::Kind::Variable ? QStringLiteral("$") : QString();
+    fail(QStringLiteral("unexpected '%1'").arg(sign + token.text), token.line);
 }
 
 bool Parser::accept(const char *symbol)
@@ -69,6 +73,14 @@ void Parser::expect(const char *symbol)
         failAt(token);
 }
 
+QString Parser::expectVariable()
+{
+    const Token &token = m_lexer.peek();
+    if (token.kind != Token::Kind::Variable)
+        failAt(token);
+    return m_lexer.take().text;
+}
+
 void Parser::endStatement()
 {
     const Token &token = m_lexer.peek();
@@ -78,17 +90,10 @@ void Parser::endStatement()
 
 StatementPtr Parser::parseStatement()
 {
+    const Nesting nesting(*this, false);
     const Token token = m_lexer.peek();
-    const Nesting nesting(*this, token.line, false);
-    if (token.isSymbol("{")) {
-        StatementPtr block = statement(Statement::Kind::Block, token.line);
-        block->body = parseBraces();
-        return block;
-    }
     if (token.isWord("if"))
         return parseIf();
-    if (token.isWord("while"))
-        return parseWhile();
     if (token.isWord("for"))
         return parseFor();
     if (token.isWord("return"))
@@ -99,13 +104,9 @@ StatementPtr Parser::parseStatement()
         return parseJump(Statement::Kind::Continue);
     if (token.isWord("else") || token.isWord("in"))
         failAt(token);
-    if (token.isWord("proc"))
+    if (token.isWord("proc") || token.isWord("global"))
         return parseProcedure();
-    if (token.isWord("global")) {
-        m_lexer.take();
-        return m_lexer.peek().isWord("proc") ? parseProcedure() : parseDeclaration(true);
-    }
-    return isType(token) ? parseDeclaration(false) : parseSimple();
+    return token.isWord("string") ? parseDeclaration() : parseSimple();
 }
 
 StatementList Parser::parseBraces()
@@ -113,8 +114,7 @@ StatementList Parser::parseBraces()
     StatementList statements;
     expect("{");
     while (!accept("}")) {
-        const Token &token = m_lexer.peek();
-        if (token.kind == Token::Kind::End)
+        if (m_lexer.peek().kind == Token::Kind::End)
             expect("}");
         if (!accept(";"))
             statements.push_back(parseStatement());
@@ -132,26 +132,12 @@ StatementList Parser::parseBody()
     return single;
 }
 
-StatementList Parser::parseLoopBody()
-{
-    ++m_loops;
-    StatementList body = parseBody();
-    --m_loops;
-    return body;
-}
-
-ExpressionPtr Parser::parseCondition()
-{
-    expect("(");
-    ExpressionPtr condition = parseExpression();
-    expect(")");
-    return condition;
-}
-
 StatementPtr Parser::parseIf()
 {
     StatementPtr made = statement(Statement::Kind::If, m_lexer.take().line);
-    made->expression = parseCondition();
+    expect("(");
+    made->expression = parseExpression();
+    expect(")");
     made->body = parseBody();
     if (m_lexer.peek().isWord("else")) {
         m_lexer.take();
@@ -160,53 +146,19 @@ StatementPtr Parser::parseIf()
     return made;
 }
 
-StatementPtr Parser::parseWhile()
-{
-    StatementPtr made = statement(Statement::Kind::While, m_lexer.take().line);
-    made->expression = parseCondition();
-    made->body = parseLoopBody();
-    return made;
-}
-
 StatementPtr Parser::parseFor()
 {
-    StatementPtr made = statement(Statement::Kind::For, m_lexer.take().line);
+    StatementPtr made = statement(Statement::Kind::ForEach, m_lexer.take().line);
     expect("(");
-    if (isType(m_lexer.peek())) {
-        made->first.push_back(parseDeclaredNames());
-    } else if (!m_lexer.peek().isSymbol(";")) {
-        do {
-            StatementPtr first = statement(Statement::Kind::Expression, m_lexer.peek().line);
-            first->expression = parseExpression();
-            made->first.push_back(std::move(first));
-        } while (accept(","));
-    }
-
-    if (m_lexer.peek().isWord("in") && made->first.size() == 1) {
-        const Statement &first = *made->first.front();
-        const bool declared = first.kind == Statement::Kind::Declare;
-        if (declared ? first.declarations.size() != 1 || first.declarations.front().value
-                     : first.expression->kind != Expression::Kind::Variable)
-            failAt(m_lexer.peek());
-        made->kind = Statement::Kind::ForEach;
-        made->name = declared ? first.declarations.front().name : first.expression->name;
-        if (!declared)
-            made->first.clear();
-        m_lexer.take();
-        made->expression = parseExpression();
-    } else {
-        expect(";");
-        if (!m_lexer.peek().isSymbol(";"))
-            made->expression = parseExpression();
-        expect(";");
-        if (!m_lexer.peek().isSymbol(")")) {
-            do
-                made->steps.push_back(parseExpression());
-            while (accept(","));
-        }
-    }
+    made->declaration.name = expectVariable();
+    if (!m_lexer.peek().isWord("in"))
+        failAt(m_lexer.peek());
+    m_lexer.take();
+    made->expression = parseExpression();
     expect(")");
-    made->body = parseLoopBody();
+    ++m_loops;
+    made->body = parseBody();
+    --m_loops;
     return made;
 }
 
@@ -229,107 +181,64 @@ StatementPtr Parser::parseJump(Statement::Kind kind)
 {
     const Token token = m_lexer.take();
     if (m_loops == 0)
-        fail(QStringLiteral("'%1' stands outside a loop").arg(token.text), token.line);
+        fail(QStringLiteral("'%1' outside a loop").arg(token.text), token.line);
     endStatement();
     return statement(kind, token.line);
 }
 
 DeclaredType Parser::parseType()
 {
-    const Token token = m_lexer.peek();
-    if (!isType(token))
+    const Token token = m_lexer.take();
+    if (!token.isWord("string"))
         failAt(token);
-    m_lexer.take();
-    if (token.isWord("string") && accept("[")) {
-        expect("]");
-        return DeclaredType::StringArray;
-    }
-    return token.isWord("string") ? DeclaredType::String
-           : token.isWord("int")  ? DeclaredType::Int
-                                  : DeclaredType::Float;
+    if (!accept("["))
+        return DeclaredType::String;
+    expect("]");
+    return DeclaredType::StringArray;
 }
 
-Declaration Parser::parseDeclaredName(DeclaredType type, int line)
+StatementPtr Parser::parseDeclaration()
 {
-    const Token token = m_lexer.peek();
-    if (token.kind != Token::Kind::Variable)
-        failAt(token);
-    m_lexer.take();
-    Declaration made;
-    made.name = token.text;
-    made.type = type;
-    if (accept("[")) {
-        if (m_lexer.peek().kind == Token::Kind::Integer)
-            m_lexer.take(); // a size, which arrays do not need
-        expect("]");
-        if (type != DeclaredType::String)
-            fail(QStringLiteral("only texts can form an array"), line);
-        made.type = DeclaredType::StringArray;
-    }
+    StatementPtr made = statement(Statement::Kind::Declare, m_lexer.peek().line);
+    made->declaration.type = parseType();
+    made->declaration.name = expectVariable();
     if (accept("="))
-        made.value = parseExpression();
-    return made;
-}
-
-StatementPtr Parser::parseDeclaredNames()
-{
-    const int line = m_lexer.peek().line;
-    StatementPtr made = statement(Statement::Kind::Declare, line);
-    const DeclaredType type = parseType();
-    do
-        made->declarations.push_back(parseDeclaredName(type, line));
-    while (accept(","));
-    return made;
-}
-
-StatementPtr Parser::parseDeclaration(bool global)
-{
-    StatementPtr made = parseDeclaredNames();
-    made->global = global;
+        made->expression = parseExpression();
     endStatement();
     return made;
 }
 
-void Parser::parseParameters(Procedure &procedure)
-{
-    expect("(");
-    if (accept(")"))
-        return;
-    do {
-        const int line = m_lexer.peek().line;
-        Declaration parameter = parseDeclaredName(parseType(), line);
-        if (parameter.value)
-            fail(QStringLiteral("a parameter cannot have a default"), line);
-        procedure.parameters.push_back(std::move(parameter));
-    } while (accept(","));
-    expect(")");
-}
-
 StatementPtr Parser::parseProcedure()
 {
-    const Token start = m_lexer.take();
+    const int line = m_lexer.peek().line;
+    if (m_lexer.peek().isWord("global")) // every procedure is global
+        m_lexer.take();
+    const Token keyword = m_lexer.take();
+    if (!keyword.isWord("proc"))
+        failAt(keyword);
     if (m_nesting > 1)
-        fail(QStringLiteral("a procedure cannot stand inside a block"), start.line);
+        fail(QStringLiteral("a procedure inside a block"), line);
     const auto procedure = std::make_shared<Procedure>();
-    if (isType(m_lexer.peek()))
+    if (m_lexer.peek().isWord("string"))
         procedure->result = parseType();
-    const Token name = m_lexer.peek();
+    const Token name = m_lexer.take();
     if (name.kind != Token::Kind::Word)
         failAt(name);
-    m_lexer.take();
     procedure->name = name.text;
     procedure->file = m_file;
-    // "string Name[](...)" is the other way to write an array result.
-    if (procedure->result == DeclaredType::String && accept("[")) {
-        expect("]");
-        procedure->result = DeclaredType::StringArray;
+    expect("(");
+    if (!accept(")")) {
+        do {
+            const DeclaredType type = parseType();
+            procedure->parameters.push_back({expectVariable(), type});
+        } while (accept(","));
+        expect(")");
     }
-    parseParameters(*procedure);
     m_procedure = procedure.get();
     procedure->body = parseBraces();
     m_procedure = nullptr;
 
-    StatementPtr made = statement(Statement::Kind::Procedure, start.line);
+    StatementPtr made = statement(Statement::Kind::Procedure, line);
     made->procedure = procedure;
     return made;
 }

@@ -18,7 +18,6 @@ public:
     Builder(const Translator &translator, const OptionValues &options)
         : m_translator(translator), m_scale(options.value(QStringLiteral("scale"), 1.0).toFloat()),
           m_zUp(options.value(QStringLiteral("upAxis")).toString() == QLatin1String("Z")),
-          m_normals(options.value(QStringLiteral("normals"), true).toBool()),
           m_embedTextures(options.value(QStringLiteral("textures")).toBool())
     {}
 
@@ -39,7 +38,6 @@ private:
     const Translator &m_translator;
     float m_scale;
     bool m_zUp;
-    bool m_normals;
     bool m_embedTextures;
     QSet<QString> m_materialNames;
     QHash<qint64, int> m_textureNumbers;
@@ -77,8 +75,8 @@ std::unique_ptr<aiScene> Builder::build(const std::vector<SceneObject> &objects)
     return scene;
 }
 
-/// One line, without what the text kinds cannot express: a quotation mark in FBX, which gives up on it, and a
-/// backslash at the end of an OBJ line, which would join it with the next.
+/// \p text on one line, without a quotation mark in FBX, which the importer rejects, and without a backslash at the end
+/// of an OBJ line, which would join it with the next line.
 aiString Builder::name(const QString &text) const
 {
     QString line = text.simplified();
@@ -89,7 +87,7 @@ aiString Builder::name(const QString &text) const
     return aiString(line.toStdString());
 }
 
-/// Some kinds know materials by their names alone.
+/// Some kinds of files identify materials by name.
 QString Builder::uniqueMaterialName(const QString &wanted)
 {
     const QString base = wanted.simplified().isEmpty() ? QStringLiteral("material") : wanted;
@@ -110,7 +108,7 @@ aiMesh *Builder::mesh(const SceneObject &object, unsigned materialIndex) const
     mesh->mVertices = new aiVector3D[source.positions.size()];
     std::transform(source.positions.begin(), source.positions.end(), mesh->mVertices,
                    [this](const QVector3D &from) { return point(from) * m_scale; });
-    if (m_normals && !source.normals.empty()) {
+    if (!source.normals.empty()) {
         mesh->mNormals = new aiVector3D[source.normals.size()];
         std::transform(source.normals.begin(), source.normals.end(), mesh->mNormals,
                        [this](const QVector3D &from) { return point(from); });
@@ -151,8 +149,8 @@ aiMaterial *Builder::material(const Material &source)
     return material;
 }
 
-/// \p image as the content of a PNG file. The FBX exporter pads base64 wrongly when the number of bytes is a multiple
-/// of three, so one zero byte, which image readers ignore, follows such a file.
+/// \p image as the content of a PNG file. Assimp's FBX exporter pads base64 wrongly if the number of bytes is a
+/// multiple of three, so a zero byte is appended then. Image readers ignore it.
 QByteArray Builder::imageFile(const QImage &image) const
 {
     QBuffer buffer;
@@ -164,10 +162,10 @@ QByteArray Builder::imageFile(const QImage &image) const
     return bytes;
 }
 
-/// The image inside the file, else its name where the kind has no room for it.
+/// A reference to the embedded image, or the image's name if this kind of file cannot contain it.
 aiString Builder::textureReference(const Material &source)
 {
-    if (!ExportScene::holdsTextures(m_translator))
+    if (!m_translator.holdsTextures())
         return name(source.textureName);
     if (!m_embedTextures || source.texture.isNull())
         return aiString();
@@ -187,12 +185,6 @@ aiString Builder::textureReference(const Material &source)
 }
 
 } // namespace
-
-bool ExportScene::holdsTextures(const Translator &translator)
-{
-    return translator.exportId.startsWith("gltf") || translator.exportId.startsWith("glb") ||
-           translator.exportId == "fbxa";
-}
 
 std::unique_ptr<aiScene> ExportScene::build(const std::vector<SceneObject> &objects, const Translator &translator,
                                             const OptionValues &options)

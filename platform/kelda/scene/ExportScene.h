@@ -1,6 +1,6 @@
 // scene/ExportScene.h
 //
-// Makes the export library's scene of the host's objects, in a form that the chosen file kind can hold.
+// Converts the host's objects into a scene of Assimp, limited to what the chosen kind of file supports.
 
 #pragma once
 
@@ -15,10 +15,7 @@ struct Translator;
 
 namespace ExportScene {
 
-/// True when files of this kind carry images inside.
-bool holdsTextures(const Translator &translator);
-
-/// \p options as OptionStore::specs() lists them for an export by \p translator. The result owns all of its parts.
+/// \p options has the keys that OptionStore::specs() lists for an export by \p translator.
 std::unique_ptr<aiScene> build(const std::vector<SceneObject> &objects, const Translator &translator,
                                const OptionValues &options);
 

@@ -1,6 +1,6 @@
 // scene/FileOptions.h
 //
-// The options of file import and export: what there is to set, and the host's current values per action and translator.
+// The options of file import and export, and their current values for each action and translator.
 
 #pragma once
 
@@ -15,7 +15,7 @@
 
 struct Translator;
 
-/// Thrown for anything that a file operation refuses; what() is UTF-8, one line, for the user.
+/// Thrown when a file operation fails. what() is UTF-8, one line, for the user.
 class FileError : public std::runtime_error
 {
 public:
@@ -23,7 +23,6 @@ public:
     QString reason() const { return QString::fromUtf8(what()); }
 };
 
-/// One thing to set.
 struct OptionSpec
 {
     enum class Kind { Bool, Number, Choice };
@@ -43,22 +42,15 @@ enum class FileAction { Import, Export };
 class OptionStore
 {
 public:
-    static constexpr double smallestScale = 1e-6;
-    static constexpr double largestScale = 1e6;
-
-    /// "Import", "ExportAll" and "ExportActive"; both exports share their options. Throws FileError for another name.
+    /// "Import", "ExportAll" or "ExportActive"; both exports share their options. Throws FileError for another name.
     static FileAction actionNamed(const QString &name);
-    /// What can be set; throws FileError when \p translator does not do \p action.
+    /// Throws FileError if \p translator does not support \p action.
     static std::vector<OptionSpec> specs(FileAction action, const Translator &translator);
 
-    /// The current values: every key of specs().
+    /// The current value of every key of specs().
     OptionValues values(FileAction action, const Translator &translator) const;
-    /// Sets one value. Throws FileError for an unknown key or a value that does not fit.
+    /// \p key and \p value must fit one of specs().
     void set(FileAction action, const Translator &translator, const QString &key, const QVariant &value);
-    /// \p values with the entries of \p text ("key=value;key=value") in place of theirs. Throws FileError as set()
-    /// does.
-    static OptionValues overridden(FileAction action, const Translator &translator, OptionValues values,
-                                   const QString &text);
 
 private:
     QHash<QString, OptionValues> m_set;

@@ -1,6 +1,5 @@
 #include "scene/IsolatedReader.h"
 
-#include "scene/ReadRequest.h"
 #include "scene/Translators.h"
 
 #include <QFile>
@@ -18,19 +17,19 @@
 
 namespace {
 
-/// How much more memory than the host has the process may take: some for every file, and a multiple of the file's
-/// size. A file that refers to itself in a circle would fill the machine otherwise.
-constexpr rlim_t basicMemory = rlim_t(512) << 20;
-constexpr rlim_t memoryPerByte = 150;
+/// The memory limit of the process, in addition to the host's current use. A file that refers to itself would fill the
+/// machine otherwise.
+constexpr rlim_t kBasicMemory = rlim_t(512) << 20;
+constexpr rlim_t kMemoryPerByte = 150; ///< of the file
 
-/// A file without a name that carries the request to the process and its answer back.
+/// An unnamed file in memory that passes the request to the process and the result back.
 class SharedMemoryFile
 {
 public:
     SharedMemoryFile() : m_handle(memfd_create("kelda-import", MFD_CLOEXEC))
     {
         if (m_handle < 0 || !m_file.open(m_handle, QIODevice::ReadWrite))
-            throw FileError(QStringLiteral("there is no memory for it"));
+            throw FileError(QStringLiteral("out of memory"));
     }
     ~SharedMemoryFile()
     {
@@ -42,11 +41,11 @@ public:
     SharedMemoryFile &operator=(const SharedMemoryFile &) = delete;
 
     int handle() const { return m_handle; }
-    /// At its beginning.
+    /// The file, positioned at its beginning.
     QFile &rewound()
     {
         if (!m_file.seek(0))
-            throw FileError(QStringLiteral("its contents got lost"));
+            throw FileError(QStringLiteral("the result of the reader is incomplete"));
         return m_file;
     }
 
@@ -69,7 +68,7 @@ rlim_t addressSpaceInUse()
     return file.readLine().split(' ').first().toULongLong() * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// The reader beside the running program, or in the folder bin beside that program's own.
+/// kelda_reader in the folder of the running program, or in the folder "bin" beside that folder.
 QByteArray readerProgram()
 {
     const QString own = QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
@@ -85,8 +84,8 @@ void startTimer(__itimer_which kind, int milliseconds)
     setitimer(kind, &limit, nullptr);
 }
 
-/// Turns the forked process into the reader. Another thread of the host may hold any lock at this moment, so nothing
-/// here allocates. The limits outlive the change; its death is quiet: no core file, nothing on the terminal.
+/// Turns the forked process into the reader. Must not allocate, because another thread of the host may have held a lock
+/// during the fork. The limits survive execv(). A crash leaves neither a core file nor output on the terminal.
 [[noreturn]] void becomeReader(char *const *arguments, int handle, const Limits &limits)
 {
     sigset_t none;
@@ -95,7 +94,7 @@ void startTimer(__itimer_which kind, int milliseconds)
     for (const int number : {SIGPROF, SIGALRM, SIGINT, SIGTERM})
         std::signal(number, SIG_DFL);
     startTimer(ITIMER_PROF, limits.computingMs);
-    startTimer(ITIMER_REAL, limits.computingMs * 6); // for a file that never yields its bytes
+    startTimer(ITIMER_REAL, limits.computingMs * 6); // for a file system that blocks
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
     const rlimit space{limits.memory, limits.memory};
@@ -106,7 +105,7 @@ void startTimer(__itimer_which kind, int milliseconds)
     _exit(EXIT_FAILURE);
 }
 
-/// How the process ended.
+/// Returns the status of waitpid().
 int runReader(int handle, const Limits &limits)
 {
     QByteArray program = readerProgram();
@@ -116,7 +115,7 @@ int runReader(int handle, const Limits &limits)
         throw FileError(QStringLiteral("the program %1 is missing").arg(QFile::decodeName(program)));
     const pid_t child = fork();
     if (child < 0)
-        throw FileError(QStringLiteral("no process can be started to read it"));
+        throw FileError(QStringLiteral("the reader process cannot be started"));
     if (child == 0)
         becomeReader(arguments, handle, limits);
     int status = 0;
@@ -127,36 +126,31 @@ int runReader(int handle, const Limits &limits)
 
 } // namespace
 
-int IsolatedReader::s_patienceMs = IsolatedReader::defaultPatienceMs;
-
-void IsolatedReader::setPatience(int milliseconds)
-{
-    s_patienceMs = milliseconds;
-}
+int IsolatedReader::s_timeoutMs = IsolatedReader::kDefaultTimeoutMs;
 
 ModelData IsolatedReader::read(const QString &path, const Translator *translator, const OptionValues &options)
 {
     SharedMemoryFile memory;
     QDataStream request(&memory.rewound());
     request << ReadRequest{path, translator ? translator->name : QString(), options};
-    memory.rewound(); // flushes it, and both ends share the place
+    memory.rewound(); // also flushes; both processes share the position
 
     const qint64 size = QFileInfo(path).size();
     const int status =
-        runReader(memory.handle(), {s_patienceMs + static_cast<int>(size >> 8),
-                                    addressSpaceInUse() + basicMemory + memoryPerByte * static_cast<rlim_t>(size)});
+        runReader(memory.handle(), {s_timeoutMs + static_cast<int>(size >> 8),
+                                    addressSpaceInUse() + kBasicMemory + kMemoryPerByte * static_cast<rlim_t>(size)});
     if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGPROF || WTERMSIG(status) == SIGALRM))
-        throw FileError(QStringLiteral("reading it does not come to an end, it is probably damaged"));
+        throw FileError(QStringLiteral("reading takes too long, the file is probably damaged"));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS)
         throw FileError(QStringLiteral("it is damaged"));
 
-    QDataStream answer(&memory.rewound());
+    QDataStream result(&memory.rewound());
     QString problem;
     ModelData model;
-    answer >> problem >> model;
+    result >> problem >> model;
     if (!problem.isEmpty())
         throw FileError(problem);
-    if (answer.status() != QDataStream::Ok)
-        throw FileError(QStringLiteral("its contents got lost"));
+    if (result.status() != QDataStream::Ok)
+        throw FileError(QStringLiteral("the result of the reader is incomplete"));
     return model;
 }

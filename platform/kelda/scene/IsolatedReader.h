@@ -1,25 +1,46 @@
 // scene/IsolatedReader.h
 //
-// Reads a model file in a process of its own, the program kelda_reader. The import library trusts its input more than
-// files from anywhere deserve: a damaged one can crash it or keep it busy for ever.
+// Reads a model file in a process of its own, the program kelda_reader, because a damaged file can crash Assimp or make
+// it loop for ever.
 
 #pragma once
 
 #include "scene/FileOptions.h"
 #include "scene/ModelData.h"
 
+#include <QDataStream>
+
 struct Translator;
+
+/// The request that the host sends to kelda_reader.
+struct ReadRequest
+{
+    QString path;
+    QString translator; ///< its name; empty for the kind that the file's first bytes suggest
+    OptionValues options;
+};
+
+inline QDataStream &operator<<(QDataStream &stream, const ReadRequest &request)
+{
+    return stream << request.path << request.translator << request.options;
+}
+
+inline QDataStream &operator>>(QDataStream &stream, ReadRequest &request)
+{
+    return stream >> request.path >> request.translator >> request.options;
+}
 
 class IsolatedReader
 {
 public:
-    /// As ModelReader::read; blocks until the process has ended. A process that crashes, takes more memory than the
-    /// file's size explains, or computes longer than the patience and four seconds per MiB of the file, throws
-    /// FileError. That is some twenty times what sound files take.
+    static constexpr int kDefaultTimeoutMs = 20'000;
+
+    /// As ModelReader::read. Blocks until the process ends, without the event loop. Throws FileError also if the
+    /// process crashes, exceeds its memory limit, or computes longer than the time-out plus four seconds per MiB of the
+    /// file.
     static ModelData read(const QString &path, const Translator *translator, const OptionValues &options);
-    static void setPatience(int milliseconds);
-    static constexpr int defaultPatienceMs = 20'000;
+    static void setTimeout(int milliseconds) { s_timeoutMs = milliseconds; }
 
 private:
-    static int s_patienceMs;
+    static int s_timeoutMs;
 };

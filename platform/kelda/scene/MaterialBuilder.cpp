@@ -12,17 +12,17 @@
 
 namespace {
 
-constexpr int largestSide = 8192;
-constexpr qint64 mostPixels = qint64(1) << 26;
+constexpr int kLargestSide = 8192;
+constexpr qint64 kMostPixels = qint64(1) << 26;
 
-/// A larger image would only serve to exhaust the memory.
-bool isSensible(const QSize &size)
+/// Larger images could exhaust the memory.
+bool isAcceptable(const QSize &size)
 {
-    return size.isValid() && std::max(size.width(), size.height()) <= largestSide &&
-           qint64(size.width()) * size.height() <= mostPixels;
+    return size.isValid() && std::max(size.width(), size.height()) <= kLargestSide &&
+           qint64(size.width()) * size.height() <= kMostPixels;
 }
 
-/// Reads the image file in \p device, which is closed. Null for what is no image of a sensible size.
+/// Reads the image file in \p device, which must be closed. Returns null if it is not an image of an acceptable size.
 QImage readBounded(QIODevice &device)
 {
     if (!device.open(QIODevice::ReadOnly))
@@ -31,11 +31,11 @@ QImage readBounded(QIODevice &device)
     QImageReader reader(&device);
     reader.setDecideFormatFromContent(true);
     QSize size = reader.size();
-    // The plug-in for TGA files does not give the size in advance: two little-endian numbers of 16 bits.
+    // Qt's plug-in for TGA files does not return the size in advance. It is two little-endian 16-bit numbers.
     if (reader.format() == "tga" && header.size() == 16)
         size = QSize(qFromLittleEndian<quint16>(header.constData() + 12),
                      qFromLittleEndian<quint16>(header.constData() + 14));
-    return isSensible(size) ? reader.read().convertToFormat(QImage::Format_ARGB32) : QImage();
+    return isAcceptable(size) ? reader.read().convertToFormat(QImage::Format_ARGB32) : QImage();
 }
 
 QString shortName(const QString &reference)
@@ -59,7 +59,7 @@ Material MaterialBuilder::build(const MaterialData &data)
     return material;
 }
 
-void MaterialBuilder::noteMissingFile(const QString &name)
+void MaterialBuilder::addMissingFile(const QString &name)
 {
     warnOnce(QStringLiteral("material file \"%1\" was not found beside the model").arg(shortName(name)));
 }
@@ -91,14 +91,14 @@ QImage MaterialBuilder::textureInside(const MaterialData &data)
         QByteArray bytes = data.textureBytes;
         QBuffer buffer(&bytes);
         image = readBounded(buffer);
-    } else if (isSensible(data.texelSize)) {
-        // Blue, green, red, alpha: the memory order of ARGB32 on little-endian machines.
+    } else if (isAcceptable(data.texelSize)) {
+        // The bytes are blue, green, red, alpha, which is ARGB32 on little-endian machines.
         image = QImage(reinterpret_cast<const uchar *>(data.textureBytes.constData()), data.texelSize.width(),
                        data.texelSize.height(), QImage::Format_ARGB32)
                     .copy();
     }
     if (image.isNull())
-        warnOnce(QStringLiteral("a texture inside the file cannot be read as an image"));
+        warnOnce(QStringLiteral("an embedded texture cannot be read as an image"));
     m_textures.insert(key, image);
     return image;
 }

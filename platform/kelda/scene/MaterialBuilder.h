@@ -1,6 +1,6 @@
 // scene/MaterialBuilder.h
 //
-// Makes the scene's materials of what a model file says, with textures from the file itself or from beside it.
+// Builds the scene's materials from those of a model file, with embedded textures or files beside the model.
 
 #pragma once
 
@@ -16,9 +16,9 @@ public:
     explicit MaterialBuilder(const ModelFolder &folder) : m_folder(folder) {}
 
     Material build(const MaterialData &data);
-    /// \p name is the material file's; the model's materials are plain without it.
-    void noteMissingFile(const QString &name);
-    /// About textures that are missing or unreadable, one line each.
+    /// Warns about the missing material file \p name.
+    void addMissingFile(const QString &name);
+    /// Missing or unreadable files and textures, one line each.
     const QStringList &warnings() const { return m_warnings; }
 
 private:

@@ -11,7 +11,7 @@
 
 class QDataStream;
 
-/// An axis-aligned box; empty until something was added.
+/// An axis-aligned box. Empty until a point is added.
 struct Bounds
 {
     QVector3D low;
@@ -30,22 +30,22 @@ class Mesh
 public:
     std::vector<QVector3D> positions;
     std::vector<QVector3D> normals; ///< as many as positions, or none
-    std::vector<QVector2D> uvs;     ///< as many as positions, or none; v grows upwards
+    std::vector<QVector2D> uvs;     ///< as many as positions, or none; v increases upwards
 
     /// \p corners are indices into positions, at least three of them.
     void addFace(const std::vector<quint32> &corners);
     int faceCount() const { return static_cast<int>(m_faceEnds.size()); }
-    /// Faces with exactly three corners; a polygon that was not triangulated counts none.
+    /// Number of faces with exactly three corners.
     int triangleCount() const { return m_triangles; }
-    /// The face's corners: \p count of them, valid until the mesh changes.
+    /// The \p count corners of a face. Valid until the mesh changes.
     const quint32 *face(int index, int &count) const;
     const Bounds &bounds() const { return m_bounds; }
-    /// Call once all positions stand.
+    /// Call after positions has changed.
     void updateBounds();
 
-    /// In this machine's own byte order: for another process, not for a file.
+    /// Uses this machine's byte order: for another process, not for files.
     void save(QDataStream &stream) const;
-    /// The stream's status tells whether everything was there.
+    /// Sets the stream's status if data is missing.
     void load(QDataStream &stream);
 
 private:

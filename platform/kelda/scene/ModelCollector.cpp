@@ -12,7 +12,7 @@
 
 namespace {
 
-/// One node still to be visited, with the transformation of everything above it.
+/// A node to visit, with the transformation of its parent.
 struct Visit
 {
     const aiNode *node;
@@ -22,7 +22,7 @@ struct Visit
 bool usable(const aiVector3D &point)
 {
     const auto fits = [](float value) {
-        return std::isfinite(value) && std::abs(value) <= ModelReader::largestCoordinate;
+        return std::isfinite(value) && std::abs(value) <= ModelReader::kLargestCoordinate;
     };
     return fits(point.x) && fits(point.y) && fits(point.z);
 }
@@ -34,10 +34,10 @@ int toByte(float channel)
 
 void takeEmbedded(const aiTexture &texture, MaterialData &material)
 {
-    // Without a height the texels are an image file's bytes, and the width counts them.
+    // If the height is 0, pcData holds an image file of mWidth bytes.
     const bool isFile = texture.mHeight == 0;
     const quint64 size = isFile ? texture.mWidth : quint64(texture.mWidth) * texture.mHeight * sizeof(aiTexel);
-    if (size > static_cast<quint64>(ModelFolder::largestFile))
+    if (size > static_cast<quint64>(ModelFolder::kLargestFile))
         return;
     material.texture = QString::fromUtf8(texture.mFilename.C_Str());
     material.textureBytes = QByteArray(reinterpret_cast<const char *>(texture.pcData), static_cast<int>(size));
@@ -54,7 +54,7 @@ public:
         std::size_t size = 16;
         while (size < 2 * mesh.positions.size())
             size *= 2;
-        m_slots.assign(size, free);
+        m_slots.assign(size, kFree);
     }
 
     /// Returns the kept point that equals \p point. If there is no such point, keeps \p point and returns it.
@@ -62,7 +62,7 @@ public:
     {
         const std::size_t mask = m_slots.size() - 1;
         for (std::size_t slot = hash(point) & mask;; slot = (slot + 1) & mask) {
-            if (m_slots[slot] == free)
+            if (m_slots[slot] == kFree)
                 m_slots[slot] = point;
             if (equal(m_slots[slot], point))
                 return m_slots[slot];
@@ -70,23 +70,22 @@ public:
     }
 
 private:
-    static constexpr quint32 free = ~quint32(0);
+    static constexpr quint32 kFree = ~quint32(0);
 
-    /// Positions must agree exactly, since the table is ordered by them. What a file says of normals and texture
-    /// coordinates is often rounded.
+    /// Positions must be equal, because the hash depends on them. Files often round normals and texture coordinates.
     bool equal(std::size_t one, std::size_t other) const
     {
-        constexpr float difference = 1e-5F * 1e-5F;
+        constexpr float kDifference = 1e-5F * 1e-5F;
         return m_mesh.positions[one] == m_mesh.positions[other] &&
                (m_mesh.normals.empty() ||
-                (m_mesh.normals[one] - m_mesh.normals[other]).lengthSquared() <= difference) &&
-               (m_mesh.uvs.empty() || (m_mesh.uvs[one] - m_mesh.uvs[other]).lengthSquared() <= difference);
+                (m_mesh.normals[one] - m_mesh.normals[other]).lengthSquared() <= kDifference) &&
+               (m_mesh.uvs.empty() || (m_mesh.uvs[one] - m_mesh.uvs[other]).lengthSquared() <= kDifference);
     }
     std::size_t hash(std::size_t at) const
     {
         quint64 sum = 0;
         for (int axis = 0; axis < 3; ++axis) {
-            const float value = m_mesh.positions[at][axis] + 0.0F; // zero has two forms, which are equal
+            const float value = m_mesh.positions[at][axis] + 0.0F; // turns -0 into 0
             quint32 bits = 0;
             std::memcpy(&bits, &value, sizeof bits);
             sum = (sum ^ bits) * 0x9E3779B97F4A7C15U;
@@ -113,7 +112,7 @@ std::vector<quint32> joinPoints(const aiMesh &source, Mesh &mesh)
     for (std::size_t at = 0; at < indices.size(); ++at) {
         if (!used[at])
             continue;
-        // The points below kept are final, so the one at the place of the next may be overwritten.
+        // Points below kept are final; at >= kept, so this overwrites no point that is still needed.
         mesh.positions[kept] = mesh.positions[at];
         if (!mesh.normals.empty())
             mesh.normals[kept] = mesh.normals[at];
@@ -132,9 +131,7 @@ std::vector<quint32> joinPoints(const aiMesh &source, Mesh &mesh)
 class Collector
 {
 public:
-    Collector(const aiScene &scene, double scale, bool join)
-        : m_scene(scene), m_scale(static_cast<float>(scale)), m_join(join)
-    {}
+    Collector(const aiScene &scene, double scale) : m_scene(scene), m_scale(static_cast<float>(scale)) {}
 
     /// Throws FileError.
     ModelData collect();
@@ -147,14 +144,13 @@ private:
 
     const aiScene &m_scene;
     float m_scale;
-    bool m_join;
     qint64 m_corners = 0;
     ModelData m_result;
 };
 
 ModelData Collector::collect()
 {
-    // Depth is up to the file, so no recursion.
+    // The file decides how deep nodes are nested, so this is not recursive.
     std::vector<Visit> open{{m_scene.mRootNode, aiMatrix4x4()}};
     while (!open.empty()) {
         const Visit visit = open.back();
@@ -162,15 +158,15 @@ ModelData Collector::collect()
         const aiMatrix4x4 transform = visit.above * visit.node->mTransformation;
         addNode(*visit.node, transform);
         for (unsigned child = visit.node->mNumChildren; child-- > 0;) {
-            if (visit.node->mChildren[child]) // some readers of the library leave holes
+            if (visit.node->mChildren[child]) // some of Assimp's readers leave null children
                 open.push_back({visit.node->mChildren[child], transform});
         }
     }
     if (m_result.parts.empty()) {
         const bool empty = std::all_of(m_scene.mMeshes, m_scene.mMeshes + m_scene.mNumMeshes,
                                        [](const aiMesh *mesh) { return mesh->mNumVertices == 0; });
-        throw FileError(empty ? QStringLiteral("it holds no surfaces")
-                              : QStringLiteral("it holds only points or lines, no surfaces"));
+        throw FileError(empty ? QStringLiteral("it has no surfaces")
+                              : QStringLiteral("it has only points or lines, no surfaces"));
     }
     for (unsigned at = 0; at < m_scene.mNumMaterials; ++at)
         m_result.materials.push_back(material(*m_scene.mMaterials[at]));
@@ -218,19 +214,18 @@ Mesh Collector::converted(const aiMesh &source, const aiMatrix4x4 &transform)
 {
     Mesh mesh;
     addCorners(source, transform, mesh);
-    const std::vector<quint32> indices = m_join ? joinPoints(source, mesh) : std::vector<quint32>();
+    const std::vector<quint32> indices = joinPoints(source, mesh);
     std::vector<quint32> corners;
     for (unsigned at = 0; at < source.mNumFaces; ++at) {
         const aiFace &face = source.mFaces[at];
         if (face.mNumIndices < 3)
             continue;
         m_corners += face.mNumIndices;
-        if (m_corners > ModelReader::mostCorners)
-            throw FileError(QStringLiteral("it holds too many polygons"));
-        corners.assign(face.mIndices, face.mIndices + face.mNumIndices);
-        if (m_join)
-            std::transform(corners.begin(), corners.end(), corners.begin(),
-                           [&indices](quint32 corner) { return indices[corner]; });
+        if (m_corners > ModelReader::kMostCorners)
+            throw FileError(QStringLiteral("it has too many polygons"));
+        corners.resize(face.mNumIndices);
+        std::transform(face.mIndices, face.mIndices + face.mNumIndices, corners.begin(),
+                       [&indices](unsigned corner) { return indices[corner]; });
         mesh.addFace(corners);
     }
     mesh.updateBounds();
@@ -239,13 +234,13 @@ Mesh Collector::converted(const aiMesh &source, const aiMatrix4x4 &transform)
 
 void Collector::addCorners(const aiMesh &source, const aiMatrix4x4 &transform, Mesh &mesh) const
 {
-    if (source.mNumVertices > ModelReader::mostCorners)
-        throw FileError(QStringLiteral("it holds too many points"));
+    if (source.mNumVertices > ModelReader::kMostCorners)
+        throw FileError(QStringLiteral("it has too many points"));
     mesh.positions.reserve(source.mNumVertices);
     for (unsigned at = 0; at < source.mNumVertices; ++at) {
         const aiVector3D point = (transform * source.mVertices[at]) * m_scale;
         if (!usable(point))
-            throw FileError(QStringLiteral("it holds coordinates that are no numbers or out of range"));
+            throw FileError(QStringLiteral("it has invalid coordinates or coordinates out of range"));
         mesh.positions.emplace_back(point.x, point.y, point.z);
     }
     if (source.HasNormals()) {
@@ -267,7 +262,7 @@ void Collector::addCorners(const aiMesh &source, const aiMatrix4x4 &transform, M
 
 } // namespace
 
-ModelData ModelCollector::collect(const aiScene &scene, double scale, bool join)
+ModelData ModelCollector::collect(const aiScene &scene, double scale)
 {
-    return Collector(scene, scale, join).collect();
+    return Collector(scene, scale).collect();
 }

@@ -1,6 +1,6 @@
 // scene/ModelCollector.h
 //
-// Turns the import library's scene into the host's model data: one part for each use of a mesh, in world coordinates.
+// Converts a scene of Assimp into the host's model data: one part for each use of a mesh, in world coordinates.
 
 #pragma once
 
@@ -10,9 +10,9 @@ struct aiScene;
 
 namespace ModelCollector {
 
-/// \p scene must have a root, and no face of it may refer to a missing point. Multiplies coordinates by \p scale. With
-/// \p join, points of the same position become one if their normals and texture coordinates differ by 1e-5 at most, and
-/// points without a face are left out. Throws FileError for coordinates out of range and for a scene without faces.
-ModelData collect(const aiScene &scene, double scale, bool join);
+/// \p scene must have a root and valid point indices. Multiplies coordinates by \p scale. Joins points of the same
+/// position if their normals and texture coordinates differ by 1e-5 at most, and drops points without a face. Throws
+/// FileError for coordinates out of range and for a scene without faces.
+ModelData collect(const aiScene &scene, double scale);
 
 } // namespace ModelCollector

@@ -1,6 +1,6 @@
 // scene/ModelData.h
 //
-// What a model file says, free of the library that read it, in a form that passes between processes.
+// The content of a model file, independent of Assimp, in a form that passes between processes.
 
 #pragma once
 
@@ -17,9 +17,9 @@ struct MaterialData
 {
     QString name;
     QRgb diffuse = qRgb(180, 180, 180);
-    QString texture;         ///< as the file refers to it; empty without one
-    QByteArray textureBytes; ///< a texture that the file carries: an image file's content, or texels
-    QSize texelSize;         ///< valid when textureBytes are ARGB32 texels
+    QString texture;         ///< as written in the file; empty without a texture
+    QByteArray textureBytes; ///< an embedded texture: the content of an image file, or texels
+    QSize texelSize;         ///< valid if textureBytes are ARGB32 texels
 };
 
 struct ModelData
@@ -33,9 +33,9 @@ struct ModelData
 
     std::vector<MaterialData> materials;
     std::vector<Part> parts;
-    QString missingMaterials; ///< name of a material file that was not there; empty when all is well
+    QString missingMaterials; ///< name of a material file that does not exist, or empty
 };
 
 QDataStream &operator<<(QDataStream &stream, const ModelData &model);
-/// The stream's status tells whether everything was there.
+/// Sets the stream's status if data is missing.
 QDataStream &operator>>(QDataStream &stream, ModelData &model);

@@ -6,7 +6,6 @@
 #include <assimp/config.h>
 #include <assimp/Exporter.hpp>
 #include <assimp/material.h>
-#include <assimp/postprocess.h>
 #include <QDir>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -16,11 +15,11 @@
 
 namespace {
 
-/// What the exporter calls its file; the real name appears in nothing it writes but a reference to a material file.
-const char blobName[] = "model";
-constexpr std::size_t largestText = std::numeric_limits<int>::max();
+/// The name that Assimp's exporter gives its file.
+const char kBlobName[] = "model";
+constexpr std::size_t kLargestText = std::numeric_limits<int>::max();
 
-/// A file that appears under its name with all of its bytes or not at all.
+/// A file that appears under its name only after all of its bytes are written.
 class OutputFile
 {
 public:
@@ -28,25 +27,25 @@ public:
     {
         const QFileInfo info(path);
         if (info.isDir())
-            throw FileError(QStringLiteral("a folder of that name is in the way"));
+            throw FileError(QStringLiteral("a folder has this name"));
         if (info.exists() && !info.isFile())
-            throw FileError(QStringLiteral("something that is no file is in the way"));
+            throw FileError(QStringLiteral("the name belongs to something other than a file"));
         if (!info.dir().exists())
-            throw FileError(QStringLiteral("there is no such folder"));
+            throw FileError(QStringLiteral("the folder does not exist"));
         if (!m_file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
             throw FileError(m_file.errorString());
     }
 
-    /// On a disk that fills up, a write may take some of the bytes and call that no error; only the next one fails.
-    /// A buffer would hide it.
+    /// When the disk becomes full, one write stores only some of the bytes and only the next one fails. The device is
+    /// unbuffered, because a buffer would hide that.
     void write(const char *bytes, qint64 size)
     {
         while (size > 0) {
-            const qint64 taken = m_file.write(bytes, size);
-            if (taken <= 0)
+            const qint64 written = m_file.write(bytes, size);
+            if (written <= 0)
                 throw FileError(m_file.errorString());
-            bytes += taken;
-            size -= taken;
+            bytes += written;
+            size -= written;
         }
     }
     void write(const QByteArray &bytes) { write(bytes.constData(), bytes.size()); }
@@ -64,73 +63,37 @@ private:
     QSaveFile m_file;
 };
 
-/// Null when the exporter made no such file.
-const aiExportDataBlob *sideFile(const aiExportDataBlob &main, const char *suffix)
-{
-    for (const aiExportDataBlob *blob = main.next; blob; blob = blob->next) {
-        if (QByteArray(blob->name.C_Str()).endsWith(suffix))
-            return blob;
-    }
-    return nullptr;
-}
-
-/// A text glTF refers to a second file with the numbers; carried inside as base64, one file is all there is.
+/// A text glTF refers to a second file with the numbers. Embeds them as base64, so that the export is a single file.
 void writeWithBuffers(const aiExportDataBlob &text, OutputFile &out)
 {
-    const aiExportDataBlob *numbers = sideFile(text, ".bin");
+    const aiExportDataBlob *numbers = text.next;
     if (!numbers) {
         out.write(text);
         return;
     }
-    // Quotation marks inside a name are escaped, so this stands nowhere else.
-    const QByteArray reference = QByteArray("\"uri\": \"") + blobName + ".bin\"";
+    // Unique in the file, because quotation marks inside names are escaped.
+    const QByteArray reference = QByteArray("\"uri\": \"") + kBlobName + ".bin\"";
     const auto json = QByteArray::fromRawData(static_cast<const char *>(text.data),
-                                              static_cast<int>(std::min(text.size, largestText)));
+                                              static_cast<int>(std::min(text.size, kLargestText)));
     const int at = json.indexOf(reference);
-    if (at < 0 || text.size > largestText)
-        throw FileError(QStringLiteral("its buffers cannot be put inside"));
+    if (at < 0 || text.size > kLargestText)
+        throw FileError(QStringLiteral("its buffers cannot be embedded"));
     out.write(json.constData(), at);
     out.write("\"uri\": \"data:application/octet-stream;base64,");
-    constexpr std::size_t slice = 3 << 18; // a multiple of three needs no padding
-    for (std::size_t from = 0; from < numbers->size; from += slice) {
+    constexpr std::size_t kSlice = 3 << 18; // a multiple of three, which needs no padding
+    for (std::size_t from = 0; from < numbers->size; from += kSlice) {
         const auto *bytes = static_cast<const char *>(numbers->data) + from;
-        const auto size = static_cast<int>(std::min(slice, numbers->size - from));
+        const auto size = static_cast<int>(std::min(kSlice, numbers->size - from));
         out.write(QByteArray::fromRawData(bytes, size).toBase64());
     }
     out.write("\"");
     out.write(json.constData() + at + reference.size(), json.size() - at - reference.size());
 }
 
-QString materialFileName(const QString &target)
+QByteArray exporterId(const Translator &translator)
 {
-    return QFileInfo(target).completeBaseName().simplified() + QStringLiteral(".mtl");
-}
-
-void writeMaterials(const aiExportDataBlob &main, const QString &path)
-{
-    try {
-        OutputFile out(path);
-        if (const aiExportDataBlob *content = sideFile(main, ".mtl"))
-            out.write(*content);
-        out.commit();
-    } catch (const FileError &problem) {
-        throw FileError(
-            QStringLiteral("its material file \"%1\": %2").arg(QFileInfo(path).fileName(), problem.reason()));
-    }
-}
-
-bool wantsMaterialFile(const Translator &translator, const OptionValues &options)
-{
-    return translator.exportId == "obj" && options.value(QStringLiteral("materials")).toBool();
-}
-
-QByteArray exporterId(const Translator &translator, const OptionValues &options)
-{
-    if (translator.exportId == "obj")
-        return wantsMaterialFile(translator, options) ? "obj" : "objnomtl";
-    if (options.value(QStringLiteral("format")).toString() == QLatin1String("text"))
-        return translator.exportId == "stlb" ? "stl" : "ply";
-    return translator.exportId;
+    // Without a material file, since an upload takes the model file alone.
+    return translator.exportId == "obj" ? QByteArray("objnomtl") : translator.exportId;
 }
 
 void writeChecked(const std::vector<SceneObject> &objects, const QString &target, const Translator &translator,
@@ -138,38 +101,33 @@ void writeChecked(const std::vector<SceneObject> &objects, const QString &target
 {
     OutputFile out(target);
     const std::unique_ptr<aiScene> scene = ExportScene::build(objects, translator, options);
-    const QString materials = wantsMaterialFile(translator, options) ? materialFileName(target) : QString();
     Assimp::ExportProperties properties;
-    // The reference to the material file is made of this name.
-    properties.SetPropertyString(AI_CONFIG_EXPORT_BLOB_NAME, materials.isEmpty() ? blobName : materials.toStdString());
-    const unsigned steps = options.value(QStringLiteral("triangulate")).toBool() ? aiProcess_Triangulate : 0U;
+    properties.SetPropertyString(AI_CONFIG_EXPORT_BLOB_NAME, kBlobName);
     Assimp::Exporter exporter;
     const aiExportDataBlob *blob =
-        exporter.ExportToBlob(scene.get(), exporterId(translator, options).constData(), steps, &properties);
+        exporter.ExportToBlob(scene.get(), exporterId(translator).constData(), 0U, &properties);
     if (!blob || blob->size == 0) {
         const QString reason = QString::fromUtf8(exporter.GetErrorString()).simplified();
-        throw FileError(reason.isEmpty() ? QStringLiteral("it cannot be put into such a file") : reason);
+        throw FileError(reason.isEmpty() ? QStringLiteral("this kind of file cannot contain the scene") : reason);
     }
     if (translator.exportId == "gltf2")
         writeWithBuffers(*blob, out);
     else
         out.write(*blob);
-    if (!materials.isEmpty())
-        writeMaterials(*blob, QFileInfo(target).dir().filePath(materials));
     out.commit();
 }
 
-/// False for the grey that a file without materials gets.
+/// False for the default material of files without materials.
 bool isPainted(const Material &material)
 {
     const bool grey = material.diffuse.saturation() == 0;
     return !grey || !(material.name.isEmpty() || material.name == QLatin1String(AI_DEFAULT_MATERIAL_NAME));
 }
 
-/// The names of the objects' images, also of those that were not found, each once, or as many as fit into a line.
+/// The distinct names of the objects' images, including missing ones, five at most.
 QString imageNames(const std::vector<SceneObject> &objects)
 {
-    constexpr int most = 5;
+    constexpr int kMost = 5;
     QStringList names;
     for (const SceneObject &object : objects) {
         const Material &material = *object.material;
@@ -178,17 +136,16 @@ QString imageNames(const std::vector<SceneObject> &objects)
         if (hasImage && !names.contains(name))
             names.append(name);
     }
-    if (names.size() <= most)
+    if (names.size() <= kMost)
         return names.join(QStringLiteral(", "));
-    return QStringList(names.mid(0, most)).join(QStringLiteral(", ")) +
-           QStringLiteral(" and %1 more").arg(names.size() - most);
+    return QStringList(names.mid(0, kMost)).join(QStringLiteral(", ")) +
+           QStringLiteral(" and %1 more").arg(names.size() - kMost);
 }
 
-/// An upload is one file, so what would need a second one is lost to whoever downloads it.
-QStringList losses(const std::vector<SceneObject> &objects, const QString &target, const Translator &translator,
-                   const OptionValues &options)
+/// What the file does not contain, one line each.
+QStringList losses(const std::vector<SceneObject> &objects, const Translator &translator)
 {
-    if (ExportScene::holdsTextures(translator))
+    if (translator.holdsTextures())
         return {};
     const bool painted = std::any_of(objects.begin(), objects.end(),
                                      [](const SceneObject &object) { return isPainted(*object.material); });
@@ -196,26 +153,14 @@ QStringList losses(const std::vector<SceneObject> &objects, const QString &targe
                                       [](const SceneObject &object) { return !object.material->texture.isNull(); });
     if (translator.exportId == "collada") {
         const QString names = imageNames(objects);
-        return names.isEmpty()
-                   ? QStringList()
-                   : QStringList(QStringLiteral("textures are left out, their names are written in place of "
-                                                "the materials' colours: ") +
-                                 names);
-    }
-    if (wantsMaterialFile(translator, options)) {
-        QStringList lines{
-            QStringLiteral("materials are in \"%1\" beside it, which an upload of the one file leaves behind")
-                .arg(materialFileName(target))};
-        if (textured)
-            lines.append(QStringLiteral("textures are left out, only their names are written: ") + imageNames(objects));
-        return lines;
+        if (names.isEmpty())
+            return {};
+        return {QStringLiteral("textures are left out, their names replace the colours of the materials: ") + names};
     }
     if (!painted && !textured)
         return {};
-    const QString what = textured ? QStringLiteral("colours and textures") : QStringLiteral("colours");
-    if (translator.exportId == "obj")
-        return {QStringLiteral("%1 are left out, they would need files beside it").arg(what)};
-    return {QStringLiteral("%1 are left out, %2 files hold shapes only").arg(what, translator.name)};
+    return {QStringLiteral("%1 are left out, the exported %2 file contains only shapes")
+                .arg(textured ? QStringLiteral("colours and textures") : QStringLiteral("colours"), translator.name)};
 }
 
 } // namespace
@@ -224,7 +169,7 @@ QString ModelExporter::targetPath(const QString &path, const Translator &transla
 {
     const QString name = QFileInfo(path).fileName();
     if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
-        throw FileError(QStringLiteral("cannot export \"%1\": this names no file").arg(path));
+        throw FileError(QStringLiteral("cannot export \"%1\": the file name is missing").arg(path));
     if (QFileInfo(path).suffix().toLower() == translator.extension())
         return path;
     return path + QLatin1Char('.') + translator.extension();
@@ -236,12 +181,12 @@ QStringList ModelExporter::write(const std::vector<SceneObject> &objects, const 
     const QString failed = QStringLiteral("cannot export \"%1\": %2");
     try {
         if (objects.empty())
-            throw FileError(QStringLiteral("there is nothing to write"));
+            throw FileError(QStringLiteral("there are no objects to export"));
         writeChecked(objects, target, translator, options);
     } catch (const std::bad_alloc &) {
-        throw FileError(failed.arg(target, QStringLiteral("it needs more memory than there is")));
+        throw FileError(failed.arg(target, QStringLiteral("out of memory")));
     } catch (const std::exception &problem) {
         throw FileError(failed.arg(target, QString::fromUtf8(problem.what())));
     }
-    return losses(objects, target, translator, options);
+    return losses(objects, translator);
 }

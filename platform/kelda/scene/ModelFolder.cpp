@@ -24,7 +24,7 @@ public:
         if (size == 0 || count > static_cast<std::size_t>(std::numeric_limits<qint64>::max()) / size)
             return 0;
         const qint64 got = m_file.read(static_cast<char *>(buffer), static_cast<qint64>(size * count));
-        if (got <= 0 && ++m_emptyReads > mostEmptyReads)
+        if (got <= 0 && ++m_emptyReads > kMostEmptyReads)
             throw std::runtime_error("it ends too early");
         return got < 0 ? 0 : static_cast<std::size_t>(got) / size;
     }
@@ -46,8 +46,8 @@ public:
     void Flush() override {}
 
 private:
-    /// Some readers ask for ever when a file ends before what it announced.
-    static constexpr int mostEmptyReads = 1000;
+    /// Some of Assimp's readers loop for ever if a file ends too early.
+    static constexpr int kMostEmptyReads = 1000;
 
     QFile m_file;
     int m_emptyReads = 0;
@@ -56,7 +56,7 @@ private:
 bool isReadableFile(const QString &path)
 {
     const QFileInfo info(path);
-    return info.isFile() && info.size() <= ModelFolder::largestFile;
+    return info.isFile() && info.size() <= ModelFolder::kLargestFile;
 }
 
 } // namespace
@@ -84,10 +84,10 @@ QString ModelFolder::resolve(const QString &reference) const
     if (isReadableFile(prefix + last))
         return prefix + last;
     const QStringList names = QDir(m_folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-    const auto alike = std::find_if(names.begin(), names.end(), [&](const QString &name) {
+    const auto found = std::find_if(names.begin(), names.end(), [&](const QString &name) {
         return name.compare(last, Qt::CaseInsensitive) == 0 && isReadableFile(prefix + name);
     });
-    return alike == names.end() ? QString() : prefix + *alike;
+    return found == names.end() ? QString() : prefix + *found;
 }
 
 bool ModelFolder::Exists(const char *file) const
@@ -105,7 +105,7 @@ Assimp::IOStream *ModelFolder::Open(const char *file, const char *mode)
     auto stream = std::make_unique<FileStream>(path);
     const bool opened = !path.isEmpty() && stream->open();
     if (name.endsWith(QLatin1String(".mtl"), Qt::CaseInsensitive)) {
-        // When a name leads nowhere, the importer tries the model's own name as well.
+        // If this fails, Assimp also tries the model's own name.
         if (opened)
             m_missingMaterials.clear();
         else if (m_missingMaterials.isEmpty())

@@ -13,12 +13,12 @@ void checkFile(const QString &path)
 {
     const QFileInfo info(path);
     if (!info.exists())
-        throw FileError(QStringLiteral("there is no such file"));
+        throw FileError(QStringLiteral("the file does not exist"));
     if (!info.isFile())
         throw FileError(QStringLiteral("it is not a file"));
     if (info.size() == 0)
         throw FileError(QStringLiteral("it is empty"));
-    if (info.size() > ModelFolder::largestFile)
+    if (info.size() > ModelFolder::kLargestFile)
         throw FileError(QStringLiteral("it is larger than 2 GiB"));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -32,17 +32,17 @@ ImportResult readChecked(const QString &path, const Translator *translator, cons
     const ModelFolder folder(path, path);
     MaterialBuilder builder(folder);
     if (!model.missingMaterials.isEmpty())
-        builder.noteMissingFile(model.missingMaterials);
+        builder.addMissingFile(model.missingMaterials);
     std::vector<std::shared_ptr<const Material>> materials;
     for (const MaterialData &data : model.materials)
         materials.push_back(std::make_shared<Material>(builder.build(data)));
-    const auto plain = std::make_shared<const Material>();
+    const auto defaultMaterial = std::make_shared<const Material>();
 
     ImportResult result;
     for (ModelData::Part &part : model.parts) {
         const auto index = static_cast<std::size_t>(part.material);
         result.objects.push_back({part.name, std::make_shared<const Mesh>(std::move(part.mesh)),
-                                  index < materials.size() ? materials[index] : plain});
+                                  index < materials.size() ? materials[index] : defaultMaterial});
     }
     result.warnings = builder.warnings();
     return result;
@@ -56,7 +56,7 @@ ImportResult ModelImporter::read(const QString &path, const Translator *translat
     try {
         return readChecked(path, translator, options);
     } catch (const std::bad_alloc &) {
-        throw FileError(failed.arg(path, QStringLiteral("it needs more memory than there is")));
+        throw FileError(failed.arg(path, QStringLiteral("out of memory")));
     } catch (const std::exception &problem) {
         throw FileError(failed.arg(path, QString::fromUtf8(problem.what()).simplified()));
     }

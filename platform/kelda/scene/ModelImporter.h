@@ -1,6 +1,6 @@
 // scene/ModelImporter.h
 //
-// Turns a model file into scene objects. Files come from anywhere: whatever they hold, the outcome is objects or one
+// Reads a model file into scene objects. The file is not trusted: whatever its content, the result is objects or one
 // error that names the file.
 
 #pragma once
@@ -13,12 +13,13 @@ struct Translator;
 struct ImportResult
 {
     std::vector<SceneObject> objects; ///< at least one
-    QStringList warnings;             ///< missing textures and the like, one line each
+    QStringList warnings;             ///< such as missing textures, one line each
 };
 
 class ModelImporter
 {
 public:
-    /// Reads \p path as \p translator does; null tries what the file's first bytes suggest. Throws FileError.
+    /// Reads \p path as a file of \p translator, or of the kind that its first bytes suggest if that is null. Blocks
+    /// without the event loop. Throws FileError.
     static ImportResult read(const QString &path, const Translator *translator, const OptionValues &options);
 };

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The name that makes the library choose the wanted reader, whatever the file is called.
+/// A name with an extension of \p translator, by which Assimp chooses its reader.
 QString aliasFor(const QString &path, const Translator *translator)
 {
     const QFileInfo info(path);
@@ -26,7 +26,7 @@ QString aliasFor(const QString &path, const Translator *translator)
     return info.absoluteFilePath() + QLatin1Char('.') + translator->extension();
 }
 
-/// Throws FileError for a corner that would make the library's steps, or the collector, read beyond an array.
+/// Throws FileError for a point index out of range, which Assimp does not check.
 void checkMeshes(const aiScene &scene)
 {
     for (unsigned at = 0; at < scene.mNumMeshes; ++at) {
@@ -46,25 +46,24 @@ QString errorOf(const Assimp::Importer &importer)
     return reason.isEmpty() ? QStringLiteral("it cannot be read") : reason;
 }
 
-/// What \p importer has read. Throws FileError.
+/// Converts the scene of \p importer. Throws FileError.
 ModelData collected(Assimp::Importer &importer, const OptionValues &options)
 {
     const aiScene *scene = importer.GetScene();
     if (!scene->mRootNode)
-        throw FileError(QStringLiteral("it holds no surfaces"));
+        throw FileError(QStringLiteral("it has no surfaces"));
     checkMeshes(*scene);
     if (options.value(QStringLiteral("triangulate"), true).toBool())
         scene = importer.ApplyPostProcessing(aiProcess_Triangulate);
     if (!scene)
         throw FileError(errorOf(importer));
-    const bool join = options.value(QStringLiteral("joinVertices"), true).toBool();
-    return ModelCollector::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble(), join);
+    return ModelCollector::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble());
 }
 
-/// \p reason, or what the file's first bytes say about its kind where that helps more.
+/// \p reason, with the kind of file that its first bytes suggest if that explains the failure.
 QString explained(const QString &reason, const QString &path, const Translator *translator)
 {
-    // Kinds that are certain, and that no translator reads as they are.
+    // Kinds that are detected reliably and that no translator reads.
     static const QRegularExpression foreign(
         QStringLiteral("^(image|audio|video)/|/(html|pdf|gzip|x-xz|x-bzip|x-7z-compressed|vnd.rar)$"));
     const QMimeType kind = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
@@ -73,7 +72,7 @@ QString explained(const QString &reason, const QString &path, const Translator *
     QString failure = reason;
     if (reason.startsWith(QLatin1String("No suitable reader")))
         failure =
-            translator ? QStringLiteral("it is no %1 file").arg(translator->name) : QStringLiteral("it is damaged");
+            translator ? QStringLiteral("it is not a %1 file").arg(translator->name) : QStringLiteral("it is damaged");
     if (translator) {
         const bool other = foreign.match(kind.name()).hasMatch() && !suffixes.contains(translator->extension());
         return other ? failure + QStringLiteral("; ") + content : failure;
@@ -81,9 +80,9 @@ QString explained(const QString &reason, const QString &path, const Translator *
     if (std::any_of(suffixes.begin(), suffixes.end(), Translators::forExtension))
         return failure;
     if (QStringList{"application/octet-stream", "application/xml", "text/plain"}.contains(kind.name()))
-        return QStringLiteral("its kind is recognised neither by its name nor by its content; give it the extension of "
-                              "its kind");
-    return content + QStringLiteral(", which cannot be read");
+        return QStringLiteral(
+            "neither its name nor its content shows the kind of file; rename it with the right extension");
+    return content + QStringLiteral(", which the host does not read");
 }
 
 } // namespace
@@ -93,10 +92,10 @@ ModelData ModelReader::read(const QString &path, const Translator *translator, c
     const QString alias = aliasFor(path, translator);
     auto *folder = new ModelFolder(QFileInfo(path).absoluteFilePath(), alias);
     Assimp::Importer importer;
-    importer.SetIOHandler(folder); // deletes it in the end
+    importer.SetIOHandler(folder); // takes ownership
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
-    // The library's own validation would refuse a model for a fault in an animation or a light.
+    // Assimp's validation step is off, because it rejects models for errors in animations and lights.
     if (!importer.ReadFile(alias.toStdString(), 0))
         throw FileError(explained(errorOf(importer), path, translator));
     try {
@@ -104,7 +103,7 @@ ModelData ModelReader::read(const QString &path, const Translator *translator, c
         model.missingMaterials = folder->missingMaterials();
         return model;
     } catch (const FileError &problem) {
-        // Without a translator the library has found the kind by the content.
+        // Without a translator, Assimp has detected the kind of file.
         throw FileError(translator ? explained(problem.reason(), path, translator) : problem.reason());
     }
 }

@@ -1,7 +1,7 @@
 // scene/ModelReader.h
 //
-// Reads a model file with the import library. A damaged file can crash that library or keep it busy for ever, so the
-// host calls this through IsolatedReader only.
+// Reads a model file with Assimp. A damaged file can crash Assimp or make it loop for ever, so the host uses
+// IsolatedReader instead.
 
 #pragma once
 
@@ -13,12 +13,12 @@ struct Translator;
 class ModelReader
 {
 public:
-    /// More corners or points than this in one file are refused.
-    static constexpr qint64 mostCorners = 100'000'000;
-    /// Coordinates beyond this, after scaling, are refused.
-    static constexpr float largestCoordinate = 1e15F;
+    /// Maximal number of corners, and of points of a mesh.
+    static constexpr qint64 kMostCorners = 100'000'000;
+    /// Maximal absolute coordinate after scaling.
+    static constexpr float kLargestCoordinate = 1e15F;
 
-    /// Reads \p path as \p translator does; null tries what the file's first bytes suggest. At least one part. Throws
-    /// FileError, and whatever the library throws.
+    /// Reads \p path as a file of \p translator, or of the kind that its first bytes suggest if that is null. The
+    /// result has at least one part. Throws FileError and the exceptions of Assimp.
     static ModelData read(const QString &path, const Translator *translator, const OptionValues &options);
 };

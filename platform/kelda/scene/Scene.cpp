@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Names travel through the command language and lists: one line, no control characters, a sensible length.
+/// \p name on one line, with at most 200 characters and without control characters, for commands and lists.
 QString tidied(const QString &name)
 {
     QString text = name.left(200).simplified();
@@ -71,20 +71,20 @@ QStringList Scene::add(std::vector<SceneObject> objects)
 
 void Scene::remove(const QStringList &names)
 {
-    const QSet<QString> gone(names.begin(), names.end());
+    const QSet<QString> removed(names.begin(), names.end());
     const std::size_t before = m_objects.size();
-    bool selectedGone = false;
+    bool selectionChanges = false;
     const auto end = std::remove_if(m_objects.begin(), m_objects.end(), [&](const SceneObject &object) {
-        const bool goes = gone.contains(object.name);
-        selectedGone = selectedGone || (goes && object.selected);
-        return goes;
+        const bool isRemoved = removed.contains(object.name);
+        selectionChanges = selectionChanges || (isRemoved && object.selected);
+        return isRemoved;
     });
     m_objects.erase(end, m_objects.end());
     if (m_objects.size() == before)
         return;
     rebuildIndex();
     emit changed();
-    if (selectedGone)
+    if (selectionChanges)
         emit selectionChanged();
 }
 
@@ -109,11 +109,6 @@ void Scene::setSelection(const QStringList &names)
 qint64 Scene::triangleCount() const
 {
     return total(m_objects, [](const Mesh &mesh) { return mesh.triangleCount(); });
-}
-
-qint64 Scene::faceCount() const
-{
-    return total(m_objects, [](const Mesh &mesh) { return mesh.faceCount(); });
 }
 
 qint64 Scene::vertexCount() const

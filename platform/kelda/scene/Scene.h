@@ -1,6 +1,6 @@
 // scene/Scene.h
 //
-// What the host is working on: named objects with geometry, material and selection.
+// The host's document: named objects with geometry, material and selection.
 
 #pragma once
 
@@ -19,8 +19,8 @@ struct Material
 {
     QString name;
     QColor diffuse = QColor(180, 180, 180);
-    QImage texture;      ///< null without one
-    QString textureName; ///< file name of the texture, also when the file was missing
+    QImage texture;      ///< null if the material has no texture
+    QString textureName; ///< file name of the texture, even if the file was missing
 };
 
 struct SceneObject
@@ -38,12 +38,12 @@ public:
     explicit Scene(QObject *parent = nullptr);
 
     const std::vector<SceneObject> &objects() const { return m_objects; }
-    /// Null when there is no object of that name; valid until the scene changes.
+    /// Null if the object does not exist. Valid until the scene changes.
     const SceneObject *find(const QString &name) const;
     QStringList names() const;
     QStringList selection() const;
 
-    /// Adds all objects, making empty, blank or taken names unique by a number at the end. Returns the names given.
+    /// Appends a number to names that are in use, and names unnamed objects "object". Returns the resulting names.
     QStringList add(std::vector<SceneObject> objects);
     /// Unknown names are ignored.
     void remove(const QStringList &names);
@@ -52,14 +52,13 @@ public:
     void setSelection(const QStringList &names);
 
     qint64 triangleCount() const;
-    qint64 faceCount() const;
     qint64 vertexCount() const;
-    /// Different texture images in use.
+    /// Number of different texture images.
     int textureCount() const;
     Bounds bounds() const;
 
 signals:
-    /// Objects came or went.
+    /// Objects were added or removed.
     void changed();
     void selectionChanged();
 

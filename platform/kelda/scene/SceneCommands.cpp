@@ -15,7 +15,7 @@
 
 namespace {
 
-/// All plain arguments, arrays taken apart.
+/// All plain arguments, and the elements of those that are arrays.
 QStringList plainNames(const Flags &flags)
 {
     QStringList names;
@@ -24,15 +24,15 @@ QStringList plainNames(const Flags &flags)
     return names;
 }
 
-void requireKnown(const Scene &scene, const QStringList &names)
+void requireObjects(const Scene &scene, const QStringList &names)
 {
     for (const QString &name : names) {
         if (!scene.find(name))
-            throw CommandError(QStringLiteral("there is no object named \"%1\"").arg(name));
+            throw CommandError(QStringLiteral("the object \"%1\" does not exist").arg(name));
     }
 }
 
-/// The one given by -type, else the one that \p path suggests; null when there is none.
+/// The translator of -type, else the one for the extension of \p path, which may be null.
 const Translator *translatorFor(const Flags &flags, const QString &path)
 {
     return flags.has("-type") ? &Translators::named(flags.value("-type").toString())
@@ -52,7 +52,6 @@ private:
     Value import(const Flags &flags, const QString &path);
     Value exportTo(const Flags &flags, const QString &path, bool selectionOnly);
     void warn(const QString &path, const QStringList &warnings);
-    OptionValues effectiveOptions(FileAction action, const Translator &translator, const Flags &flags) const;
 
     KeldaHost &m_host;
     Scene &m_scene;
@@ -72,6 +71,8 @@ Value FileCommand::run(const CommandCall &call)
     const int tasks = flags.has("-import") + flags.has("-exportAll") + flags.has("-exportSelected") + flags.has("-new");
     if (tasks != 1 || !flags.plain().empty())
         throw CommandError(QStringLiteral("file needs one of -i PATH, -ea PATH, -es PATH and -new"));
+    if (!flags.value("-options").toString().isEmpty())
+        throw CommandError(QStringLiteral("file: -options must be empty; the option dialogs set the options"));
     if (flags.has("-import"))
         return import(flags, flags.value("-import").toString());
     if (flags.has("-new")) {
@@ -87,7 +88,7 @@ Value FileCommand::import(const Flags &flags, const QString &path)
     const Translator *translator = translatorFor(flags, path);
     OptionValues options;
     if (translator)
-        options = effectiveOptions(FileAction::Import, *translator, flags);
+        options = m_options.values(FileAction::Import, *translator);
     ImportResult result = ModelImporter::read(path, translator, options);
     m_scene.add(std::move(result.objects));
     warn(path, result.warnings);
@@ -105,8 +106,8 @@ Value FileCommand::exportTo(const Flags &flags, const QString &path, bool select
     const Translator *translator = translatorFor(flags, path);
     if (!translator)
         throw CommandError(
-            QStringLiteral("cannot export \"%1\": no translator given or known by its extension").arg(path));
-    const OptionValues options = effectiveOptions(FileAction::Export, *translator, flags);
+            QStringLiteral("cannot export \"%1\": -type is missing and the extension is unknown").arg(path));
+    const OptionValues options = m_options.values(FileAction::Export, *translator);
     const QString target = ModelExporter::targetPath(path, *translator);
     if (!flags.has("-force") && QFileInfo::exists(target))
         throw CommandError(QStringLiteral("cannot export \"%1\": the file exists and -force is not given").arg(target));
@@ -116,15 +117,9 @@ Value FileCommand::exportTo(const Flags &flags, const QString &path, bool select
                  [&](const SceneObject &object) { return !selectionOnly || object.selected; });
     if (objects.empty())
         throw CommandError(QStringLiteral("cannot export \"%1\": %2")
-                               .arg(target, selectionOnly ? "nothing is selected" : "the scene is empty"));
+                               .arg(target, selectionOnly ? "the selection is empty" : "the scene is empty"));
     warn(target, ModelExporter::write(objects, target, *translator, options));
     return target;
-}
-
-OptionValues FileCommand::effectiveOptions(FileAction action, const Translator &translator, const Flags &flags) const
-{
-    return OptionStore::overridden(action, translator, m_options.values(action, translator),
-                                   flags.value("-options").toString());
 }
 
 Value fileTranslator(const CommandCall &call)
@@ -136,7 +131,7 @@ Value fileTranslator(const CommandCall &call)
                              {"-rs", "-readSupport", 1},
                              {"-ws", "-writeSupport", 1}});
     if (!flags.has("-query"))
-        throw CommandError(QStringLiteral("fileTranslator only answers queries (-q)"));
+        throw CommandError(QStringLiteral("fileTranslator needs -q"));
     if (flags.has("-list")) {
         QStringList names;
         for (const Translator &translator : Translators::all())
@@ -155,45 +150,13 @@ Value fileTranslator(const CommandCall &call)
                                       "and -writeSupport"));
 }
 
-Value fromOption(const QVariant &value)
-{
-    if (value.type() == QVariant::Bool)
-        return value.toBool();
-    if (value.type() == QVariant::Double)
-        return value.toDouble();
-    return value.toString();
-}
-
-Value fileOption(const CommandCall &call, OptionStore &options)
-{
-    const Flags flags(call, {{"-q", "-query", 1}, {"-s", "-set", 2}});
-    if (flags.plain().size() != 2 || flags.has("-query") == flags.has("-set"))
-        throw CommandError(QStringLiteral("fileOption needs ACTION TRANSLATOR and one of -set KEY VALUE and -q KEY"));
-    const FileAction action = OptionStore::actionNamed(flags.plain()[0].toString());
-    const Translator &translator = Translators::named(flags.plain()[1].toString());
-    if (flags.has("-set")) {
-        options.set(action, translator, flags.value("-set").toString(), flags.value("-set", 1).toString());
-        return Value();
-    }
-    const QString key = flags.value("-query").toString();
-    const OptionValues values = options.values(action, translator);
-    if (!values.contains(key))
-        throw CommandError(QStringLiteral("%1 has no option \"%2\"").arg(translator.name, key));
-    return fromOption(values.value(key));
-}
-
 Value select(const CommandCall &call, Scene &scene)
 {
-    const Flags flags(call, {{"-q", "-query"},
-                             {"-all", "-allObjects"},
-                             {"-cl", "-clear"},
-                             {"-add", "-addTo"},
-                             {"-tgl", "-toggle"},
-                             {"-r", "-replace"}});
+    const Flags flags(call, {{"-q", "-query"}, {"-all", "-allObjects"}, {"-cl", "-clear"}, {"-add", "-addTo"}});
     if (flags.has("-query"))
         return scene.selection();
     const QStringList names = plainNames(flags);
-    requireKnown(scene, names);
+    requireObjects(scene, names);
     QStringList wanted = names;
     if (flags.has("-allObjects"))
         wanted = scene.names();
@@ -201,29 +164,17 @@ Value select(const CommandCall &call, Scene &scene)
         wanted.clear();
     else if (flags.has("-addTo"))
         wanted += scene.selection();
-    else if (flags.has("-toggle")) {
-        wanted = scene.selection();
-        for (const QString &name : names) {
-            if (wanted.removeAll(name) == 0)
-                wanted.append(name);
-        }
-    } else if (names.isEmpty())
+    else if (names.isEmpty())
         throw CommandError(QStringLiteral("select needs names, -all, -clear or -q"));
     scene.setSelection(wanted);
     return Value();
-}
-
-Value list(const CommandCall &call, const Scene &scene)
-{
-    const Flags flags(call, {{"-sl", "-selection"}});
-    return flags.has("-selection") ? scene.selection() : scene.names();
 }
 
 Value deleteObjects(const CommandCall &call, Scene &scene)
 {
     const Flags flags(call, {});
     QStringList names = plainNames(flags);
-    requireKnown(scene, names);
+    requireObjects(scene, names);
     if (names.isEmpty())
         names = scene.selection();
     scene.remove(names);
@@ -246,7 +197,6 @@ Value sceneInfo(const CommandCall &call, const Scene &scene)
 {
     const Flags flags(call, {{"-q", "-query"},
                              {"-t", "-triangles"},
-                             {"-fc", "-faces"},
                              {"-v", "-vertices"},
                              {"-o", "-objects"},
                              {"-tx", "-textures"},
@@ -254,8 +204,6 @@ Value sceneInfo(const CommandCall &call, const Scene &scene)
     if (flags.has("-query")) {
         if (flags.has("-triangles"))
             return scene.triangleCount();
-        if (flags.has("-faces"))
-            return scene.faceCount();
         if (flags.has("-vertices"))
             return scene.vertexCount();
         if (flags.has("-objects"))
@@ -265,14 +213,13 @@ Value sceneInfo(const CommandCall &call, const Scene &scene)
         if (flags.has("-boundingBox"))
             return boundingBoxText(scene.bounds());
     }
-    throw CommandError(
-        QStringLiteral("sceneInfo needs -q and one of -triangles, -faces, -vertices, -objects, -textures "
-                       "and -boundingBox"));
+    throw CommandError(QStringLiteral("sceneInfo needs -q and one of -triangles, -vertices, -objects, -textures "
+                                      "and -boundingBox"));
 }
 
 } // namespace
 
-CommandFunction refusing(CommandFunction function)
+CommandFunction withFileErrors(CommandFunction function)
 {
     return [function = std::move(function)](const CommandCall &call) {
         try {
@@ -287,12 +234,10 @@ void registerSceneCommands(KeldaHost &host, Scene &scene, OptionStore &options)
 {
     Interpreter &interpreter = host.interpreter();
     auto file = std::make_shared<FileCommand>(host, scene, options);
-    interpreter.addCommand("file", refusing([file](const CommandCall &call) { return file->run(call); }));
-    interpreter.addCommand("fileTranslator", refusing(fileTranslator));
-    interpreter.addCommand("fileOption",
-                           refusing([&options](const CommandCall &call) { return fileOption(call, options); }));
+    interpreter.addCommand("file", withFileErrors([file](const CommandCall &call) { return file->run(call); }));
+    interpreter.addCommand("fileTranslator", withFileErrors(fileTranslator));
     interpreter.addCommand("select", [&scene](const CommandCall &call) { return select(call, scene); });
-    interpreter.addCommand("ls", [&scene](const CommandCall &call) { return list(call, scene); });
+    interpreter.addCommand("ls", [&scene](const CommandCall &) { return Value(scene.names()); });
     interpreter.addCommand("delete", [&scene](const CommandCall &call) { return deleteObjects(call, scene); });
     interpreter.addCommand("sceneInfo", [&scene](const CommandCall &call) { return sceneInfo(call, scene); });
 }

@@ -1,6 +1,6 @@
 // scene/Translators.h
 //
-// The file kinds that the host reads and writes, by their names in commands and menus.
+// The kinds of files that the host reads and writes, with their names in commands and menus.
 
 #pragma once
 
@@ -11,23 +11,25 @@
 struct Translator
 {
     QString name;
-    QByteArray exportId;    ///< the exporter's id; empty when this kind is only read
+    QByteArray exportId;    ///< id of Assimp's exporter; empty if the host only reads this kind
     QStringList extensions; ///< lower case, without a dot; the first one is written
     bool reads = true;
 
     bool writes() const { return !exportId.isEmpty(); }
+    /// Whether exported files of this kind contain their images.
+    bool holdsTextures() const { return exportId == "gltf2" || exportId == "glb2" || exportId == "fbxa"; }
     QString extension() const { return extensions.first(); }
 };
 
 namespace Translators {
 
-/// In the order of menus; the kinds that are also written come first.
+/// In the order of menus. The kinds that the host also writes come first.
 const std::vector<Translator> &all();
-/// Null for an unknown name. Case counts.
+/// Returns null for an unknown name. Case-sensitive.
 const Translator *find(const QString &name);
 /// Throws FileError for an unknown name.
 const Translator &named(const QString &name);
-/// The reading translator for \p extension, which may be in any case and have no dot; null when there is none.
+/// The translator that reads files with \p extension, in any case and without a dot; null if there is none.
 const Translator *forExtension(const QString &extension);
 
 } // namespace Translators

@@ -1,7 +1,8 @@
-// The reader process of the host: answers the one request in the file whose handle is its argument, in that same file.
+// kelda_reader, the host's reader process. Reads one ReadRequest from the file whose handle is its argument and
+// replaces it by the result.
 
+#include "scene/IsolatedReader.h"
 #include "scene/ModelReader.h"
-#include "scene/ReadRequest.h"
 #include "scene/Translators.h"
 
 #include <QFile>
@@ -11,14 +12,14 @@
 
 namespace {
 
-/// The reason for a failure; empty for success.
+/// Returns the reason of a failure, or an empty text.
 QString readInto(ModelData &model, const ReadRequest &request)
 {
     try {
         model = ModelReader::read(request.path, Translators::find(request.translator), request.options);
         return QString();
     } catch (const std::bad_alloc &) {
-        return QStringLiteral("it needs more memory than there is");
+        return QStringLiteral("out of memory");
     } catch (const std::exception &error) {
         return QString::fromUtf8(error.what());
     } catch (...) {
@@ -30,7 +31,7 @@ QString readInto(ModelData &model, const ReadRequest &request)
 
 int main(int argc, char **argv)
 {
-    QLocale::setDefault(QLocale::c()); // messages name kinds of files in English, as all of the host's
+    QLocale::setDefault(QLocale::c()); // the MIME database names kinds of files in this language
     QFile file;
     if (argc != 2 || !file.open(QByteArray(argv[1]).toInt(), QIODevice::ReadWrite))
         return EXIT_FAILURE;
@@ -42,6 +43,6 @@ int main(int argc, char **argv)
     if (stream.status() != QDataStream::Ok || !file.resize(0) || !file.seek(0))
         return EXIT_FAILURE;
     stream << problem << model;
-    // Straight out: what a damaged file left in the library may not survive an orderly end.
+    // Destructors are skipped, because a damaged file may have left Assimp in a state that crashes them.
     std::_Exit(file.flush() && stream.status() == QDataStream::Ok ? EXIT_SUCCESS : EXIT_FAILURE);
 }

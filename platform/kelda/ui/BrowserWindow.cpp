@@ -16,7 +16,7 @@ bool isWebAddress(const QUrl &url)
            (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
 }
 
-/// Pages that ask for a window of their own get this one.
+/// Shows pages that open a new window in the same view.
 class SingleView : public QWebView
 {
 public:
@@ -55,7 +55,7 @@ BrowserWindow::BrowserWindow() : m_view(new SingleView(this)), m_address(new QLi
 void BrowserWindow::prepareWebPages()
 {
     QApplication::setPalette(QApplication::style()->standardPalette(), "QWebView");
-    // Controls ask the application's palette for their colours, past the view's.
+    // Form controls use the application's palette, not that of the view.
     QWebSettings::globalSettings()->setUserStyleSheetUrl(
         QUrl(QStringLiteral("data:text/css;charset=utf-8;base64,") +
              QString::fromLatin1(QByteArray("button,input,select,textarea{color:#000}").toBase64())));
@@ -72,7 +72,7 @@ void BrowserWindow::load(const QUrl &url)
 void BrowserWindow::showAddress(const QUrl &url)
 {
     m_address->setText(url.toString(QUrl::RemovePassword));
-    m_address->setCursorPosition(0); // whose page it is matters most
+    m_address->setCursorPosition(0); // the host name must be visible
 }
 
 InternalBrowser::InternalBrowser(QObject *parent) : QObject(parent)

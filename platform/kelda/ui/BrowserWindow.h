@@ -1,6 +1,6 @@
 // ui/BrowserWindow.h
 //
-// A small web browser of the host's own, for web addresses that would otherwise go to the system's browser.
+// A small web browser for addresses that would otherwise open in the system's browser.
 
 #pragma once
 
@@ -18,8 +18,7 @@ class BrowserWindow : public QMainWindow
 public:
     BrowserWindow();
 
-    /// Makes web pages of the whole process, those in plug-ins' dialogs too, black on white where they give no colours
-    /// of their own. Call after the dark look was set.
+    /// Makes all web pages of the process black on white by default. Call after MainWindow::applyDarkStyle().
     static void prepareWebPages();
 
     void load(const QUrl &url);
@@ -31,7 +30,7 @@ private:
     QLineEdit *m_address;
 };
 
-/// While it lives, QDesktopServices::openUrl opens http and https addresses in one BrowserWindow.
+/// During its lifetime, QDesktopServices::openUrl opens http and https addresses in one BrowserWindow.
 class InternalBrowser : public QObject
 {
     Q_OBJECT

@@ -1,7 +1,6 @@
-#include "ui/ConfirmDialog.h"
-
 #include "host/KeldaHost.h"
 #include "language/Flags.h"
+#include "ui/DialogCommands.h"
 
 #include <QCloseEvent>
 #include <QKeyEvent>
@@ -11,7 +10,7 @@
 
 namespace {
 
-/// Text-exact on a button: no letter becomes a shortcut.
+/// \p text for a button, without a mnemonic.
 QString buttonLabel(QString text)
 {
     return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
@@ -30,7 +29,7 @@ void alignText(QMessageBox &box, const QString &where)
         label->setAlignment(alignments.value(where) | Qt::AlignVCenter);
 }
 
-/// A message box that can always be closed, whatever buttons it has; then none of them counts as clicked.
+/// A message box that can be closed whatever buttons it has. clickedButton() is null then.
 class ClosableBox : public QMessageBox
 {
 public:
@@ -47,10 +46,10 @@ protected:
     }
 };
 
-/// Shows the question and returns the pressed button's text, \p closed when there was none.
+/// Shows the question and returns the pressed button's text, or \p closed. Spins the event loop.
 QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, const QString &closed)
 {
-    // The parent may go while the box is open, and takes it along.
+    // The parent may be deleted, and the box with it, while it is open.
     const QPointer<QMessageBox> box = new ClosableBox(parent);
     box->setObjectName(QStringLiteral("KeldaConfirmDialog"));
     box->setWindowTitle(flags.value("-title").toString());
@@ -67,9 +66,9 @@ QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, con
     box->exec();
     if (!box)
         return closed;
-    const QString answer = texts.value(box->clickedButton(), closed);
+    const QString text = texts.value(box->clickedButton(), closed);
     box->deleteLater();
-    return answer;
+    return text;
 }
 
 } // namespace
@@ -82,8 +81,7 @@ void registerConfirmDialog(KeldaHost &host)
                                  {"-ma", "-messageAlign", 1},
                                  {"-b", "-button", 1},
                                  {"-db", "-defaultButton", 1},
-                                 {"-cb", "-cancelButton", 1},
-                                 {"-icn", "-icon", 1}});
+                                 {"-cb", "-cancelButton", 1}});
         QStringList buttons;
         for (int at = 0; !flags.value("-button", at).isNone(); ++at)
             buttons.append(flags.value("-button", at).toString());

@@ -6,8 +6,8 @@
 
 namespace {
 
-/// Where an installation has its scripts, icons and plug-ins, below its prefix.
-const char installedLocation[] = "lib/kelda";
+/// The folder with scripts, icons and plug-ins below the prefix of an installation.
+const char kInstalledLocation[] = "lib/kelda";
 
 bool isLocation(const QString &folder)
 {
@@ -79,8 +79,8 @@ QString KeldaOptions::findLocation(const QString &programFolder)
     for (int level = 0; level <= 3; ++level) {
         if (isLocation(folder.path()))
             return folder.path();
-        if (isLocation(folder.filePath(installedLocation)))
-            return folder.filePath(installedLocation);
+        if (isLocation(folder.filePath(kInstalledLocation)))
+            return folder.filePath(kInstalledLocation);
         if (!folder.cdUp())
             break;
     }

@@ -13,10 +13,10 @@
 
 struct KeldaOptions
 {
-    /// One thing to do after load, in the order given.
+    /// A command or script to run after loading, in the order given.
     struct Task
     {
-        bool isScript = false; ///< text is a file to run, else a command
+        bool isScript = false; ///< text is the file of a script, else a command
         QString text;
     };
 
@@ -29,14 +29,14 @@ struct KeldaOptions
     std::vector<Task> tasks;
     bool quit = false;
     bool help = false;
-    bool echo = true; ///< results and messages go to stdout
+    bool echo = true; ///< print results and messages to stdout
 
     bool hasWindow() const { return mode == KGlobal::kInteractive || mode == KGlobal::kBaseUI; }
 
-    /// \p arguments without the program's name. False, with one line in \p error, for anything not understood.
+    /// \p arguments without the program's name. Returns false, with one line in \p error, for invalid arguments.
     static bool parse(const QStringList &arguments, KeldaOptions &options, QString &error);
     static QString usage();
-    /// The nearest folder at or above \p programFolder, three levels at most, that holds scripts and icons, or that has
-    /// them in lib/kelda; \p programFolder itself when there is none.
+    /// The nearest folder at or above \p programFolder, three levels at most, that contains scripts and icons, or its
+    /// folder lib/kelda if that contains them; else \p programFolder.
     static QString findLocation(const QString &programFolder);
 };

@@ -5,10 +5,8 @@
 #include "host/PluginManager.h"
 #include "scene/SceneCommands.h"
 #include "ui/BrowserWindow.h"
-#include "ui/CommandText.h"
-#include "ui/ConfirmDialog.h"
+#include "ui/DialogCommands.h"
 #include "ui/MainWindow.h"
-#include "ui/OptionBox.h"
 
 #include <QApplication>
 #include <QDir>
@@ -44,13 +42,13 @@ const char *prefixOf(KHost::MessageKind kind)
     return kind == KHost::MessageKind::kWarning ? "warning: " : "info: ";
 }
 
-/// Gives the toolkit's own words, such as those on the buttons of a message box, in \p language while \p owner lives.
-/// Where no such table is installed they stay English.
-void translateToolkit(const QString &language, QObject *owner)
+/// Translates Qt's own texts, such as the buttons of message boxes, into \p language during the lifetime of \p owner.
+/// They stay English if the translation is not installed.
+void translateQt(const QString &language, QObject *owner)
 {
-    auto *words = new QTranslator(owner);
-    if (words->load(QStringLiteral("qtbase_") + language, QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
-        QCoreApplication::installTranslator(words);
+    auto *translator = new QTranslator(owner);
+    if (translator->load(QStringLiteral("qtbase_") + language, QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(translator);
 }
 
 } // namespace
@@ -89,8 +87,8 @@ MainWindow *KeldaProgram::window() const
 
 void KeldaProgram::buildWindow()
 {
-    translateToolkit(m_host->uiLanguage(), this);
-    MainWindow::applyDarkLook();
+    translateQt(m_host->uiLanguage(), this);
+    MainWindow::applyDarkStyle();
     BrowserWindow::prepareWebPages();
     QApplication::setQuitOnLastWindowClosed(false);
     m_window = new MainWindow(*m_host, m_scene);
@@ -107,15 +105,15 @@ bool KeldaProgram::prepareNetwork(const KeldaOptions &options, QString &error)
         return true;
     QFile file(options.caFile);
     if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read the authority file \"%1\": %2").arg(options.caFile, file.errorString());
+        error = QStringLiteral("cannot read the certificate file \"%1\": %2").arg(options.caFile, file.errorString());
         return false;
     }
     const QList<QSslCertificate> certificates = QSslCertificate::fromDevice(&file);
     if (certificates.isEmpty()) {
-        error = QStringLiteral("the authority file \"%1\" holds no certificate").arg(options.caFile);
+        error = QStringLiteral("the file \"%1\" has no certificate").arg(options.caFile);
         return false;
     }
-    // Spelled out: any list that is set replaces the system's.
+    // The list replaces that of the system, so it contains the latter.
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + certificates);
     QSslConfiguration::setDefaultConfiguration(configuration);
@@ -124,26 +122,26 @@ bool KeldaProgram::prepareNetwork(const KeldaOptions &options, QString &error)
 
 bool KeldaProgram::start()
 {
-    bool held = true;
+    bool succeeded = true;
     for (const QString &file : qAsConst(m_options.plugIns))
-        held = loadPlugIn(file) && held;
-    held = loadInstalledPlugIns() && held;
+        succeeded = loadPlugIn(file) && succeeded;
+    succeeded = loadInstalledPlugIns() && succeeded;
     if (m_options.hasWindow())
         m_host->menus().rebuild();
     for (const KeldaOptions::Task &task : m_options.tasks) {
         if (m_quitting)
             break;
-        held = (task.isScript ? runScript(task.text) : runCommand(task.text)) && held;
+        succeeded = (task.isScript ? runScript(task.text) : runCommand(task.text)) && succeeded;
     }
-    return held;
+    return succeeded;
 }
 
 int KeldaProgram::run()
 {
-    const bool held = start();
+    const bool succeeded = start();
     if (m_window && !m_options.quit && !m_quitting)
         QCoreApplication::exec();
-    return held ? m_exitStatus : 1;
+    return succeeded ? m_exitStatus : 1;
 }
 
 bool KeldaProgram::loadPlugIn(const QString &file)
@@ -156,13 +154,13 @@ bool KeldaProgram::loadPlugIn(const QString &file)
 
 bool KeldaProgram::loadInstalledPlugIns()
 {
-    bool held = true;
+    bool succeeded = true;
     const QDir folder(m_host->setup().location + QStringLiteral("/plug-ins"));
     for (const QFileInfo &file : folder.entryInfoList({QStringLiteral("*.so")}, QDir::Files, QDir::Name)) {
         if (!m_host->plugins().isLoaded(file.completeBaseName()))
-            held = loadPlugIn(file.filePath()) && held;
+            succeeded = loadPlugIn(file.filePath()) && succeeded;
     }
-    return held;
+    return succeeded;
 }
 
 bool KeldaProgram::runCommand(const QString &text)

@@ -1,7 +1,7 @@
 // ui/KeldaProgram.h
 //
-// The whole host in one object: command language, scene, options, and in the modes with a user interface the window.
-// The kelda program, the end-to-end tests and the tour run the same one. Needs a QApplication, one at a time.
+// The whole host in one object: command language, scene, options, and a window in the modes that have one. Used by the
+// kelda program, the end-to-end tests and the tour. Requires a QApplication; one object at a time.
 
 #pragma once
 
@@ -24,33 +24,32 @@ class KeldaProgram : public QObject
 {
     Q_OBJECT
 public:
-    /// Builds everything and shows the window; loads no plug-in yet.
+    /// Shows the window. Does not load plug-ins; start() does.
     explicit KeldaProgram(const KeldaOptions &options);
-    /// Unloads the plug-ins while window and scene still stand.
+    /// Unloads the plug-ins, then deletes the window.
     ~KeldaProgram() override;
 
-    /// What must be set before the first connection: proxy from the environment, extra authority from the options.
-    /// False, with one line in \p error, when the authority's file cannot be used.
+    /// Sets the proxy from the environment and the certificate authority from the options. Call before the first
+    /// connection. Returns false, with one line in \p error, if the authority's file cannot be used.
     static bool prepareNetwork(const KeldaOptions &options, QString &error);
 
-    /// Loads the plug-ins of the options, then those of the location's folder plug-ins that are not loaded yet; builds
-    /// the menus, and runs the tasks until one of them quits. False when anything failed; it was posted as an error.
-    /// May spin the event loop.
+    /// Loads the plug-ins of the options and of the location's folder plug-ins, builds the menus, and runs the tasks
+    /// until one of them quits. Returns false if anything failed; errors are posted. May spin the event loop.
     bool start();
-    /// start(), then, with a window and without the option to quit, the event loop until the user leaves. Returns the
-    /// exit status: 1 when anything failed, else what quit was given.
+    /// Calls start(), then, with a window and without the option to quit, runs the event loop until the host quits.
+    /// Returns the exit status: 1 if anything failed, else that of quit().
     int run();
 
     KeldaHost &host() { return *m_host; }
     Scene &scene() { return m_scene; }
-    /// Null in batch and library mode, and when the window was destroyed.
+    /// Null in batch and library mode, and after the window was deleted.
     MainWindow *window() const;
 
-    /// Runs one command as --command does, with its result and errors echoed. Returns its success.
+    /// Runs one command as --command does. Returns false if it failed.
     bool runCommand(const QString &text);
 
 public slots:
-    /// Leaves the event loop of run() and skips the tasks still to come.
+    /// Ends the event loop of run() and skips the remaining tasks.
     void quit(int exitStatus = 0);
 
 private:

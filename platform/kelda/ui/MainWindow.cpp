@@ -2,9 +2,9 @@
 
 #include "host/KeldaHost.h"
 #include "host/MenuModel.h"
+#include "language/Interpreter.h"
 #include "scene/Scene.h"
 #include "scene/Translators.h"
-#include "ui/CommandText.h"
 #include "ui/Viewport.h"
 
 #include <QApplication>
@@ -21,18 +21,18 @@
 
 namespace {
 
-const QColor infoColour(200, 205, 210);
-const QColor warningColour(235, 190, 80);
-const QColor errorColour(240, 105, 95);
-const QColor commandColour(125, 175, 235);
+const QColor kInfoColour(200, 205, 210);
+const QColor kWarningColour(235, 190, 80);
+const QColor kErrorColour(240, 105, 95);
+const QColor kCommandColour(125, 175, 235);
 
-constexpr int longestMessage = 4000;
+constexpr int kLongestMessage = 4000;
 
 QColor messageColour(KHost::MessageKind kind)
 {
     if (kind == KHost::MessageKind::kError)
-        return errorColour;
-    return kind == KHost::MessageKind::kWarning ? warningColour : infoColour;
+        return kErrorColour;
+    return kind == KHost::MessageKind::kWarning ? kWarningColour : kInfoColour;
 }
 
 QString filterOf(const Translator &translator)
@@ -81,17 +81,11 @@ void MainWindow::buildMenus()
     m_fileMenu->addSeparator();
     m_entriesEnd = m_fileMenu->addSeparator();
     add(m_fileMenu, "KeldaQuit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
-    // What scripts add may depend on what they find by then.
+    // Scripts may add other entries than before.
     connect(m_fileMenu, &QMenu::aboutToShow, this, [this] { m_host.menus().rebuild(); });
 
     QMenu *view = menuBar()->addMenu(tr("&View"));
     add(view, "KeldaFrameAll", tr("&Frame All"), QKeySequence(), [this] { m_viewport->frameAll(); });
-    QAction *smooth = view->addAction(tr("&Smooth Shading"));
-    smooth->setObjectName(QStringLiteral("KeldaSmoothShading"));
-    smooth->setCheckable(true);
-    smooth->setChecked(true);
-    connect(smooth, &QAction::toggled, m_viewport,
-            [this](bool on) { m_viewport->setShading(on ? Rasterizer::Shading::Smooth : Rasterizer::Shading::Flat); });
 }
 
 QDockWidget *MainWindow::addDock(const QString &title, const QString &name, QWidget *content, Qt::DockWidgetArea area)
@@ -112,7 +106,7 @@ void MainWindow::buildObjectDock()
     m_objects->setUniformItemSizes(true);
     QDockWidget *dock = addDock(tr("Objects"), QStringLiteral("KeldaObjectDock"), m_objects, Qt::LeftDockWidgetArea);
     resizeDocks({dock}, {190}, Qt::Horizontal);
-    connect(m_objects, &QListWidget::itemSelectionChanged, this, &MainWindow::takeSelection);
+    connect(m_objects, &QListWidget::itemSelectionChanged, this, &MainWindow::applySelection);
 }
 
 void MainWindow::buildCommandDock()
@@ -132,14 +126,8 @@ void MainWindow::buildCommandDock()
     m_commandLine->setAccessibleName(tr("Command line"));
     m_commandLine->setPlaceholderText(tr("Type a command and press Return"));
     m_commandLine->installEventFilter(this);
-    m_messageLine = new QLineEdit(panel);
-    m_messageLine->setObjectName(QStringLiteral("KeldaMessageLine"));
-    m_messageLine->setAccessibleName(tr("Latest message"));
-    m_messageLine->setReadOnly(true);
-    m_messageLine->setFocusPolicy(Qt::ClickFocus);
     layout->addWidget(m_messages);
     layout->addWidget(m_commandLine);
-    layout->addWidget(m_messageLine);
     QDockWidget *dock = addDock(tr("Command"), QStringLiteral("KeldaCommandDock"), panel, Qt::BottomDockWidgetArea);
     resizeDocks({dock}, {170}, Qt::Vertical);
     connect(m_commandLine, &QLineEdit::returnPressed, this, &MainWindow::runTypedCommand);
@@ -147,7 +135,7 @@ void MainWindow::buildCommandDock()
 
 void MainWindow::refreshFileMenu()
 {
-    // The entry that is just running its command may be among them.
+    // One of these actions may be running this command, so they are deleted later.
     for (QAction *action : qAsConst(m_entryActions)) {
         m_fileMenu->removeAction(action);
         action->deleteLater();
@@ -192,7 +180,7 @@ void MainWindow::showSelection()
     m_syncing = false;
 }
 
-void MainWindow::takeSelection()
+void MainWindow::applySelection()
 {
     if (m_syncing)
         return;
@@ -264,18 +252,13 @@ void MainWindow::recall(int step)
 void MainWindow::showMessage(KHost::MessageKind kind, const QString &text)
 {
     append(text, messageColour(kind));
-    QPalette palette = m_messageLine->palette();
-    palette.setColor(QPalette::Text, messageColour(kind));
-    m_messageLine->setPalette(palette);
-    m_messageLine->setText(text.left(longestMessage).simplified());
-    m_messageLine->setCursorPosition(0);
 }
 
 void MainWindow::showEcho(const QString &command, const QString &result)
 {
-    append(command, commandColour);
+    append(command, kCommandColour);
     if (!result.isEmpty())
-        append(tr("Result: %1").arg(result), infoColour);
+        append(tr("Result: %1").arg(result), kInfoColour);
 }
 
 void MainWindow::append(const QString &text, const QColor &colour)
@@ -286,7 +269,7 @@ void MainWindow::append(const QString &text, const QColor &colour)
     cursor.movePosition(QTextCursor::End);
     if (!m_messages->document()->isEmpty())
         cursor.insertBlock();
-    cursor.insertText(text.left(longestMessage), format);
+    cursor.insertText(text.left(kLongestMessage), format);
     m_messages->setTextCursor(cursor);
     m_messages->ensureCursorVisible();
 }
@@ -310,7 +293,7 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     return QMainWindow::eventFilter(watched, event);
 }
 
-void MainWindow::applyDarkLook()
+void MainWindow::applyDarkStyle()
 {
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QPalette palette;
@@ -327,8 +310,8 @@ void MainWindow::applyDarkLook()
     palette.setColor(QPalette::PlaceholderText, QColor(135, 139, 145));
     palette.setColor(QPalette::Button, QColor(72, 75, 80));
     palette.setColor(QPalette::ButtonText, text);
-    palette.setColor(QPalette::BrightText, errorColour);
-    palette.setColor(QPalette::Link, commandColour);
+    palette.setColor(QPalette::BrightText, kErrorColour);
+    palette.setColor(QPalette::Link, kCommandColour);
     palette.setColor(QPalette::Highlight, QColor(62, 112, 174));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})

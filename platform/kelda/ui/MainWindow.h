@@ -19,7 +19,7 @@ class Viewport;
 
 /// Object names: "KeldaMainWindow"; menu "KeldaFileMenu" with actions "KeldaNew", "KeldaImport", "KeldaExportAll",
 /// "KeldaQuit" and, for each entry that a script added, an action named like the entry; "KeldaObjectList",
-/// "KeldaViewport", "KeldaCommandLine", "KeldaMessages", and "KeldaMessageLine" for the latest message.
+/// "KeldaViewport", "KeldaCommandLine" and "KeldaMessages".
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -28,11 +28,11 @@ public:
     MainWindow(KeldaHost &host, Scene &scene);
 
     Viewport *viewport() const { return m_viewport; }
-    /// Runs \p text as if typed into the command line. May spin the event loop.
+    /// Runs \p text like a typed command. May spin the event loop.
     void runCommand(const QString &text);
 
-    /// Fusion with dark greys, for every window of the process.
-    static void applyDarkLook();
+    /// Sets the style Fusion with a dark palette for the whole process.
+    static void applyDarkStyle();
 
 public slots:
     void showMessage(KHost::MessageKind kind, const QString &text);
@@ -54,7 +54,7 @@ private:
     void refreshFileMenu();
     void refreshObjects();
     void showSelection();
-    void takeSelection();
+    void applySelection();
     void importFile();
     void exportFile();
     void runTypedCommand();
@@ -70,7 +70,6 @@ private:
     QListWidget *m_objects = nullptr;
     QPlainTextEdit *m_messages = nullptr;
     QLineEdit *m_commandLine = nullptr;
-    QLineEdit *m_messageLine = nullptr;
     QStringList m_history;
     int m_historyPosition = 0;
     bool m_syncing = false;

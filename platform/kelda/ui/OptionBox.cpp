@@ -1,8 +1,8 @@
-#include "ui/OptionBox.h"
-
 #include "host/KeldaHost.h"
+#include "scene/FileOptions.h"
 #include "scene/SceneCommands.h"
 #include "scene/Translators.h"
+#include "ui/DialogCommands.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -12,11 +12,42 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QPointer>
 #include <QVBoxLayout>
+
+namespace {
+
+const QString kPanelName = QStringLiteral("KeldaOptionPanel");
+
+/// The widgets for the options of one action.
+class OptionPanel : public QWidget
+{
+public:
+    explicit OptionPanel(FileAction action);
+
+    FileAction action() const { return m_action; }
+    /// Replaces the widgets by those for \p translator and sets them to \p values.
+    void show(const Translator &translator, const OptionValues &values);
+    /// Shows the name of the file. "." and an empty text hide it.
+    void setFile(const QString &path);
+    /// Stores the values of the widgets. Throws FileError before show().
+    void store(OptionStore &options) const;
+    /// Null before show().
+    const Translator *translator() const { return m_translator; }
+
+private:
+    QWidget *createWidget(const OptionSpec &spec, const QVariant &value) const;
+
+    FileAction m_action;
+    const Translator *m_translator = nullptr;
+    QGroupBox *m_box;
+    QLabel *m_file;
+    QPointer<QWidget> m_options;
+};
 
 OptionPanel::OptionPanel(FileAction action) : m_action(action), m_box(new QGroupBox(this)), m_file(new QLabel(m_box))
 {
-    setObjectName(QStringLiteral("KeldaOptionPanel"));
+    setObjectName(kPanelName);
     auto *outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(m_box);
@@ -34,43 +65,38 @@ void OptionPanel::show(const Translator &translator, const OptionValues &values)
     m_translator = &translator;
     m_box->setTitle((m_action == FileAction::Import ? tr("%1 import") : tr("%1 export")).arg(translator.name));
     m_options = new QWidget(m_box);
-    m_form = new QFormLayout(m_options);
-    m_form->setContentsMargins(0, 0, 0, 0);
-    for (const OptionSpec &spec : specs)
-        addRow(spec, values.value(spec.key, spec.initial));
+    auto *form = new QFormLayout(m_options);
+    form->setContentsMargins(0, 0, 0, 0);
+    for (const OptionSpec &spec : specs) {
+        QWidget *widget = createWidget(spec, values.value(spec.key, spec.initial));
+        widget->setObjectName(QStringLiteral("KeldaOption_") + spec.key);
+        if (spec.kind == OptionSpec::Kind::Bool)
+            form->addRow(widget);
+        else
+            form->addRow(spec.label, widget);
+    }
     m_box->layout()->addWidget(m_options);
 }
 
-void OptionPanel::addRow(const OptionSpec &spec, const QVariant &value)
+QWidget *OptionPanel::createWidget(const OptionSpec &spec, const QVariant &value) const
 {
-    const QString name = QStringLiteral("KeldaOption_") + spec.key;
-    switch (spec.kind) {
-    case OptionSpec::Kind::Bool: {
-        auto *box = new QCheckBox(spec.label);
-        box->setObjectName(name);
+    if (spec.kind == OptionSpec::Kind::Bool) {
+        auto *box = new QCheckBox(spec.label, m_options);
         box->setChecked(value.toBool());
-        m_form->addRow(box);
-        break;
+        return box;
     }
-    case OptionSpec::Kind::Number: {
-        auto *box = new QDoubleSpinBox;
-        box->setObjectName(name);
+    if (spec.kind == OptionSpec::Kind::Number) {
+        auto *box = new QDoubleSpinBox(m_options);
         box->setDecimals(6);
-        box->setRange(OptionStore::smallestScale, OptionStore::largestScale);
+        box->setRange(1e-6, 1e6);
         box->setStepType(QAbstractSpinBox::AdaptiveDecimalStepType);
         box->setValue(value.toDouble());
-        m_form->addRow(spec.label, box);
-        break;
+        return box;
     }
-    case OptionSpec::Kind::Choice: {
-        auto *box = new QComboBox;
-        box->setObjectName(name);
-        box->addItems(spec.choices);
-        box->setCurrentText(value.toString());
-        m_form->addRow(spec.label, box);
-        break;
-    }
-    }
+    auto *box = new QComboBox(m_options);
+    box->addItems(spec.choices);
+    box->setCurrentText(value.toString());
+    return box;
 }
 
 void OptionPanel::setFile(const QString &path)
@@ -84,23 +110,17 @@ void OptionPanel::setFile(const QString &path)
 void OptionPanel::store(OptionStore &options) const
 {
     if (!m_translator)
-        throw FileError(QStringLiteral("no translator's options are shown"));
+        throw FileError(QStringLiteral("the translator of the options was not set"));
     for (const OptionSpec &spec : OptionStore::specs(m_action, *m_translator)) {
         const auto *widget = m_options->findChild<QWidget *>(QStringLiteral("KeldaOption_") + spec.key);
-        QVariant value;
-        if (const auto *check = qobject_cast<const QCheckBox *>(widget))
-            value = check->isChecked();
-        else if (const auto *number = qobject_cast<const QDoubleSpinBox *>(widget))
-            value = number->value();
-        else if (const auto *choice = qobject_cast<const QComboBox *>(widget))
-            value = choice->currentText();
-        options.set(m_action, *m_translator, spec.key, value);
+        const char *property = spec.kind == OptionSpec::Kind::Bool     ? "checked"
+                               : spec.kind == OptionSpec::Kind::Number ? "value"
+                                                                       : "currentText";
+        options.set(m_action, *m_translator, spec.key, widget->property(property));
     }
 }
 
-namespace {
-
-/// The option box commands and the panels they made, by layout name.
+/// The option box commands and their panels by layout name.
 class OptionBox
 {
 public:
@@ -118,8 +138,8 @@ private:
     QHash<QString, QPointer<OptionPanel>> m_panels;
 };
 
-/// A closed dialog may wait for its deletion and still hold a layout of that name, with a panel in it: a layout
-/// without a panel goes first, then one that shows.
+/// A closed dialog that is not yet deleted may have a layout of the same name. A layout without a panel is preferred,
+/// then a visible one.
 QLayout *OptionBox::findLayout(const QString &name)
 {
     QLayout *best = nullptr;
@@ -131,7 +151,7 @@ QLayout *OptionBox::findLayout(const QString &name)
             const QWidget *owner = layout->parentWidget();
             if (!owner)
                 continue;
-            const bool fresh = !owner->findChild<OptionPanel *>();
+            const bool fresh = !owner->findChild<QWidget *>(kPanelName);
             const int rank = (fresh ? 2 : 0) + (owner->isVisible() ? 1 : 0);
             if (rank > bestRank) {
                 best = layout;
@@ -140,15 +160,14 @@ QLayout *OptionBox::findLayout(const QString &name)
         }
     }
     if (!best)
-        throw CommandError(QStringLiteral("there is no layout named \"%1\"").arg(name));
+        throw CommandError(QStringLiteral("the layout \"%1\" does not exist").arg(name));
     return best;
 }
 
 void OptionBox::setUp(FileAction action, const QString &layoutName)
 {
     QLayout *layout = findLayout(layoutName);
-    if (auto *old = layout->parentWidget()->findChild<OptionPanel *>())
-        delete old;
+    delete layout->parentWidget()->findChild<QWidget *>(kPanelName);
     auto *panel = new OptionPanel(action);
     layout->addWidget(panel);
     m_panels.insert(layoutName, panel);
@@ -158,9 +177,10 @@ OptionPanel &OptionBox::panel(FileAction action, const QString &layoutName)
 {
     const QPointer<OptionPanel> panel = m_panels.value(layoutName);
     if (!panel)
-        throw CommandError(QStringLiteral("no options were set up in a layout named \"%1\"").arg(layoutName));
+        throw CommandError(
+            QStringLiteral("fileOperationsOptionsUISetup was not called for the layout \"%1\"").arg(layoutName));
     if (panel->action() != action)
-        throw CommandError(QStringLiteral("the options in \"%1\" belong to another action").arg(layoutName));
+        throw CommandError(QStringLiteral("the options in the layout \"%1\" belong to another action").arg(layoutName));
     return *panel;
 }
 
@@ -172,10 +192,10 @@ void OptionBox::showTranslator(FileAction action, const QString &layoutName, con
         box.show(translator, m_options.values(action, translator));
 }
 
-/// Hands ACTION and all texts, \p count of them, to \p body.
+/// A command with \p count arguments, the first of which is ACTION. \p body gets all arguments as texts.
 CommandFunction procedure(std::size_t count, std::function<void(FileAction, const QStringList &)> body)
 {
-    return refusing([count, body = std::move(body)](const CommandCall &call) {
+    return withFileErrors([count, body = std::move(body)](const CommandCall &call) {
         call.requireCount(count);
         const QStringList texts = call.texts();
         body(OptionStore::actionNamed(texts.first()), texts);

@@ -8,8 +8,8 @@
 
 namespace {
 
-/// From where to where, as shares of \p way, a line that begins at \p first lies inside the picture; the first is the
-/// greater one when no part of it does.
+/// The part of the line from \p first along \p way that is inside the picture, as shares of \p way from start to end.
+/// The start is greater than the end if the line is outside.
 std::pair<double, double> visibleShares(const QPointF &first, const QPointF &way, double width, double height)
 {
     double start = 0;
@@ -29,7 +29,7 @@ std::pair<double, double> visibleShares(const QPointF &first, const QPointF &way
     return {start, end};
 }
 
-constexpr QRgb highlightColour = 0xff5aa9ff;
+constexpr QRgb kHighlight = 0xff5aa9ff;
 
 float mixed(int from, int to, float share)
 {
@@ -72,7 +72,7 @@ Rasterizer::Rasterizer(const QSize &size, const Camera &camera)
       m_depth(static_cast<std::size_t>(m_image.width()) * static_cast<std::size_t>(m_image.height()), 0.0F),
       m_transform(camera.viewProjection(m_image.size())), m_near(camera.distance * 0.01F)
 {
-    // A light above the viewer's left shoulder, so that faces of a box differ from every side.
+    // A light from the upper left of the camera, so that the visible faces of a box have different shades.
     Camera lamp = camera;
     lamp.yaw -= 25;
     lamp.pitch = std::min(camera.pitch + 25, 89.0F);
@@ -103,28 +103,13 @@ void Rasterizer::drawGrid(float step, int count, const QColor &colour)
     }
 }
 
-void Rasterizer::drawBox(const Bounds &bounds, const QColor &colour)
-{
-    QVector3D corners[8];
-    for (int at = 0; at < 8; ++at)
-        corners[at] =
-            QVector3D((at & 1) ? bounds.high.x() : bounds.low.x(), (at & 2) ? bounds.high.y() : bounds.low.y(),
-                      (at & 4) ? bounds.high.z() : bounds.low.z());
-    for (int at = 0; at < 8; ++at) {
-        for (const int axis : {1, 2, 4}) {
-            if (!(at & axis))
-                drawLine(corners[at], corners[at | axis], colour.rgb());
-        }
-    }
-}
-
-void Rasterizer::drawObject(const SceneObject &object, Shading shading)
+void Rasterizer::drawObject(const SceneObject &object)
 {
     const Mesh &mesh = *object.mesh;
     const Material &material = *object.material;
     const bool textured = material.texture.depth() == 32 && !mesh.uvs.empty();
-    const bool smooth = shading == Shading::Smooth && !mesh.normals.empty();
-    // A texture on a black material is meant to be seen, not multiplied away.
+    const bool smooth = !mesh.normals.empty();
+    // A black material would make its texture invisible.
     const QColor base = textured && material.diffuse.value() == 0 ? QColor(Qt::white) : material.diffuse;
     const Surface surface{base.rgb(), textured ? &material.texture : nullptr, object.selected ? 0.35F : 0.0F};
 
@@ -165,7 +150,7 @@ Rasterizer::Corner Rasterizer::corner(const QVector3D &point) const
 
 float Rasterizer::brightness(const QVector3D &normal) const
 {
-    // Both sides are lit: models from anywhere do not agree on which side is out.
+    // Both sides are lit, because models differ in which side is the outer one.
     return 0.28F + 0.72F * std::abs(QVector3D::dotProduct(normal, m_light));
 }
 
@@ -219,7 +204,7 @@ void Rasterizer::fillTriangle(const Corner &a, const Corner &b, const Corner &c,
     const int top = limited(std::ceil(std::min({y[0], y[1], y[2]}) - 0.5), m_image.height());
     const int bottom = limited(std::floor(std::max({y[0], y[1], y[2]}) - 0.5) + 1, m_image.height());
 
-    // Shares of the three corners: linear in the picture, so one addition per pixel.
+    // The shares of the three corners are linear in the picture, so one addition per pixel is enough.
     const double stepB = (y[2] - y[0]) / area;
     const double stepC = (y[0] - y[1]) / area;
     for (int row = top; row < bottom; ++row) {
@@ -264,9 +249,9 @@ QRgb Rasterizer::shaded(const Surface &surface, float shade, float u, float v)
         blue *= static_cast<float>(qBlue(texel)) / 255;
     }
     if (surface.highlight > 0) {
-        red += (static_cast<float>(qRed(highlightColour)) - red) * surface.highlight;
-        green += (static_cast<float>(qGreen(highlightColour)) - green) * surface.highlight;
-        blue += (static_cast<float>(qBlue(highlightColour)) - blue) * surface.highlight;
+        red += (static_cast<float>(qRed(kHighlight)) - red) * surface.highlight;
+        green += (static_cast<float>(qGreen(kHighlight)) - green) * surface.highlight;
+        blue += (static_cast<float>(qBlue(kHighlight)) - blue) * surface.highlight;
     }
     return qRgb(toByte(red * shade), toByte(green * shade), toByte(blue * shade));
 }
@@ -305,7 +290,7 @@ void Rasterizer::drawLine(const QVector3D &from, const QVector3D &to, QRgb colou
         const float nearness = static_cast<float>(1 - share) / a.w + static_cast<float>(share) / b.w;
         float &depth = m_depth[static_cast<std::size_t>(row) * static_cast<std::size_t>(m_image.width()) +
                                static_cast<std::size_t>(column)];
-        // A little nearer than the surface it lies on, so that edges on it show.
+        // A little nearer than it is, so that a line on a surface is visible.
         if (nearness * 1.002F < depth)
             continue;
         depth = nearness;

@@ -1,6 +1,6 @@
 // ui/Rasterizer.h
 //
-// Draws scene objects into an image on the processor: depth buffer, flat or smooth shading, textures by nearest sample.
+// Draws scene objects into an image on the CPU: depth buffer, smooth shading, textures with nearest sampling.
 
 #pragma once
 
@@ -11,7 +11,7 @@
 
 #include <vector>
 
-/// Looks at a target from a distance; angles in degrees, pitch above the ground is positive.
+/// Looks at a target from a distance. Angles are in degrees; a positive pitch looks from above.
 struct Camera
 {
     QVector3D target;
@@ -22,29 +22,25 @@ struct Camera
 
     QVector3D eye() const;
     QMatrix4x4 viewProjection(const QSize &size) const;
-    /// Moves target and distance so that all of \p bounds is in sight; a small default for an empty or flat box.
+    /// Moves target and distance so that all of \p bounds is visible. An empty or flat box gets a default distance.
     void frame(const Bounds &bounds);
 };
 
 class Rasterizer
 {
 public:
-    enum class Shading { Flat, Smooth };
-
     /// \p size in pixels, at least 1 by 1.
     Rasterizer(const QSize &size, const Camera &camera);
 
     void fillBackground(const QColor &top, const QColor &bottom);
-    /// Lines on the ground (y = 0) around the origin, \p count to each side.
+    /// Lines on the ground (y = 0) around the origin, \p count on each side.
     void drawGrid(float step, int count, const QColor &colour);
-    /// A texture must have 32 bits per pixel, or it is left out. A selected object is tinted.
-    void drawObject(const SceneObject &object, Shading shading);
-    /// The edges of the box, in front of what lies behind them only.
-    void drawBox(const Bounds &bounds, const QColor &colour);
+    /// Ignores a texture without 32 bits per pixel. Tints a selected object.
+    void drawObject(const SceneObject &object);
     const QImage &image() const { return m_image; }
 
 private:
-    /// A corner before the division: position seen from the camera, brightness 0 to 1, texture coordinate.
+    /// A corner in clip coordinates, with brightness 0 to 1 and texture coordinates.
     struct Corner
     {
         float x, y, w;
@@ -66,7 +62,7 @@ private:
     static QRgb shaded(const Surface &surface, float shade, float u, float v);
 
     QImage m_image;
-    std::vector<float> m_depth; ///< 1/w of the nearest surface so far
+    std::vector<float> m_depth; ///< 1/w of the nearest surface
     QMatrix4x4 m_transform;
     QVector3D m_light;
     float m_near;

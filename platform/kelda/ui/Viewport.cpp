@@ -10,8 +10,8 @@
 
 namespace {
 
-/// Up to this many triangles the picture is drawn at double size and reduced, which smooths its edges.
-constexpr qint64 mostSmoothedTriangles = 300000;
+/// Up to this many triangles, the picture is drawn at double size and scaled down, which smooths edges.
+constexpr qint64 kMostSmoothedTriangles = 300000;
 
 /// The power of ten that divides the scene into about ten squares.
 float gridStep(const Bounds &bounds)
@@ -40,12 +40,6 @@ void Viewport::setCamera(const Camera &camera)
     invalidate();
 }
 
-void Viewport::setShading(Rasterizer::Shading shading)
-{
-    m_shading = shading;
-    invalidate();
-}
-
 void Viewport::frameAll()
 {
     m_camera.frame(m_scene.bounds());
@@ -56,11 +50,8 @@ QImage Viewport::render(const QSize &size) const
 {
     Rasterizer picture(size, m_camera);
     picture.fillBackground(QColor(86, 93, 102), QColor(38, 41, 46));
-    for (const SceneObject &object : m_scene.objects()) {
-        picture.drawObject(object, m_shading);
-        if (object.selected)
-            picture.drawBox(object.mesh->bounds(), QColor(120, 190, 255));
-    }
+    for (const SceneObject &object : m_scene.objects())
+        picture.drawObject(object);
     picture.drawGrid(gridStep(m_scene.bounds()), 20, QColor(96, 102, 110));
     return picture.image();
 }
@@ -69,7 +60,7 @@ void Viewport::paintEvent(QPaintEvent *)
 {
     if (m_stale) {
         const QSize pixels = size() * devicePixelRatioF();
-        const bool smoothed = !m_dragging && m_scene.triangleCount() <= mostSmoothedTriangles;
+        const bool smoothed = !m_dragging && m_scene.triangleCount() <= kMostSmoothedTriangles;
         m_image = smoothed ? render(pixels * 2).scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
                            : render(pixels);
         m_image.setDevicePixelRatio(devicePixelRatioF());

@@ -1,7 +1,7 @@
 // ui/Viewport.h
 //
-// Shows the scene: drag with the left button to orbit, with the middle one to move, turn the wheel to zoom, press F to
-// see everything. Draws only when something changed.
+// Shows the scene. Dragging with the left button orbits, with the middle button moves, the wheel zooms, and F frames
+// all objects. Draws only after changes.
 
 #pragma once
 
@@ -18,8 +18,7 @@ public:
 
     const Camera &camera() const { return m_camera; }
     void setCamera(const Camera &camera);
-    void setShading(Rasterizer::Shading shading);
-    /// The picture as of now at \p size pixels, without the text on top.
+    /// Draws the picture with \p size pixels, without the text.
     QImage render(const QSize &size) const;
     QSize sizeHint() const override { return {640, 480}; }
 
@@ -41,7 +40,6 @@ private:
 
     Scene &m_scene;
     Camera m_camera;
-    Rasterizer::Shading m_shading = Rasterizer::Shading::Smooth;
     QImage m_image;
     bool m_stale = true;
     bool m_dragging = false;

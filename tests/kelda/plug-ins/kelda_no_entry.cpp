@@ -1,4 +1,4 @@
-// A module that is no plug-in: it has only one of the two entry points.
+// A module that is not a plug-in: it has only one of the two entry points.
 
 #include <openkelda/openkelda.h>
 

@@ -1,4 +1,4 @@
-// A small plug-in as the host sees any other: a text, two commands, a script beside it.
+// A plug-in with a text, two commands and a script beside it.
 
 #include <openkelda/openkelda.h>
 
@@ -27,9 +27,9 @@ struct SampleCommand : KPxCommand
             return KStatus::failure("as asked");
         if (what == "throw")
             throw std::runtime_error("thrown as asked");
-        if (what == "execute") // the failure is handed on, as most plug-ins do
+        if (what == "execute") // returns the failure
             return KGlobal::executeCommand(arguments[1]);
-        if (what == "ignore") // twice the same failure, and the plug-in does not mind
+        if (what == "ignore") // ignores the same failure twice
             return KGlobal::executeCommand(arguments[1]), KGlobal::executeCommand(arguments[1]), KStatus();
         KGlobal::displayInfo(currentGreeting() + alive + " " + what);
         return KStatus();
