@@ -1,13 +1,13 @@
 #include "DavClient.h"
 
 #include "Deployments.h"
-#include "NoDelay.h"
 #include "ReplyLoop.h"
 #include "Trace.h"
 
 #include <pelago/pelago.h>
 
 #include <QAuthenticator>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QIODevice>
 #include <QNetworkReply>
@@ -15,18 +15,21 @@
 #include <QSslError>
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <limits>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 namespace pelago {
 
 namespace {
 
-constexpr qint64 sliceBytes = 1024 * 1024;
-constexpr qint64 readBufferBytes = 4 * sliceBytes;
-constexpr qint64 largestErrorPage = sliceBytes;
-constexpr int putAwayFactor = 5;
-constexpr qint64 slowestBytesPerMs = 128;
-constexpr int cleanUpMs = 5000;
+constexpr qint64 kSliceBytes = 1024 * 1024;
+constexpr qint64 kReadBufferBytes = 4 * kSliceBytes;
+constexpr qint64 kMaxErrorPageBytes = kSliceBytes;
+constexpr int kStoreTimeoutFactor = 5;
+constexpr qint64 kSlowestBytesPerMs = 128;
+constexpr int kCleanUpTimeoutMs = 5000;
 
 int resultOf(int status)
 {
@@ -64,15 +67,10 @@ QByteArray basicValue(const Credentials &credentials)
     return "Basic " + (credentials.user + QLatin1Char(':') + credentials.secret).toUtf8().toBase64();
 }
 
-int statusOf(const QNetworkReply &reply)
+/// Sets the members of \p result that come from the reply's headers.
+void readHeaders(const QNetworkReply &reply, DavResult *result)
 {
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-}
-
-/// What the headers tell.
-void readHead(const QNetworkReply &reply, DavResult *result)
-{
-    result->status = statusOf(reply);
+    result->status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     result->allow = reply.rawHeader("Allow");
     result->dav = reply.rawHeader("DAV");
     result->challenges = reply.rawHeader("WWW-Authenticate");
@@ -81,7 +79,8 @@ void readHead(const QNetworkReply &reply, DavResult *result)
     result->announced = length.isValid() ? length.toLongLong() : -1;
 }
 
-/// The address that \p reply redirects to, without what may be secret; empty without one.
+/// The address that \p reply redirects to, without user name, query and fragment, which may be secret. Empty if the
+/// reply has none.
 QUrl redirectTarget(const QNetworkReply &reply)
 {
     const QByteArray location = reply.rawHeader("Location");
@@ -90,65 +89,49 @@ QUrl redirectTarget(const QNetworkReply &reply)
                               : target.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
 }
 
-/// The address of the request with a slash at the end of its path if that is where \p reply redirects to, otherwise an
-/// empty one. The scheme and the port do not count: behind a proxy many servers name their own.
+/// The request's address with a slash appended to its path if \p reply redirects there, otherwise an empty one. The
+/// scheme and the port of the redirect are ignored, because many servers behind a proxy write their own.
 QUrl slashFormOf(const QNetworkReply &reply, int status)
 {
-    QUrl asked = reply.request().url();
-    const QString path = asked.path(QUrl::FullyEncoded) + QLatin1Char('/');
+    QUrl requested = reply.request().url();
+    const QString path = requested.path(QUrl::FullyEncoded) + QLatin1Char('/');
     const bool redirects = status == 301 || status == 302 || status == 307 || status == 308;
-    const QUrl target = asked.resolved(QUrl::fromEncoded(reply.rawHeader("Location")));
+    const QUrl target = requested.resolved(QUrl::fromEncoded(reply.rawHeader("Location")));
     const bool plain = !target.hasQuery() && !target.hasFragment() && target.userInfo().isEmpty();
-    if (!redirects || !plain || target.path(QUrl::FullyEncoded) != path || target.host() != asked.host())
+    if (!redirects || !plain || target.path(QUrl::FullyEncoded) != path || target.host() != requested.host())
         return QUrl();
-    asked.setPath(path, QUrl::TolerantMode);
-    return asked;
+    requested.setPath(path, QUrl::TolerantMode);
+    return requested;
 }
 
-/// How long a server may be silent once it has been given all of a change. Behind a proxy that moment comes when the
-/// toolkit has taken the file, which then still has to travel.
-int putAwayMs(int idleMs, qint64 bodyBytes)
+/// The time-out after the whole body was sent. Behind a proxy, Qt reports that when the proxy has taken the file, which
+/// the proxy then still has to send.
+int storeTimeoutMs(int idleTimeoutMs, qint64 bodyBytes)
 {
-    const qint64 travelMs = std::min<qint64>(bodyBytes / slowestBytesPerMs, std::numeric_limits<int>::max() / 2);
-    return putAwayFactor * idleMs + static_cast<int>(travelMs);
+    const qint64 proxyMs = std::min<qint64>(bodyBytes / kSlowestBytesPerMs, std::numeric_limits<int>::max() / 2);
+    return kStoreTimeoutFactor * idleTimeoutMs + static_cast<int>(proxyMs);
 }
 
-/// Moves what has arrived to where it belongs, one piece at a time.
-class Receiver
+/// Reads at most one slice of the body. Returns false if the rest of the reply is not needed.
+bool readSlice(const DavCall &call, QNetworkReply &reply, DavResult *result)
 {
-public:
-    Receiver(const DavCall &call, QNetworkReply &reply, DavResult *result)
-        : m_call(call), m_reply(reply), m_result(result)
-    {}
+    readHeaders(reply, result);
+    const QByteArray bytes = reply.read(std::min(reply.bytesAvailable(), kSliceBytes));
+    result->received += bytes.size();
+    if (!isExpected(call, result->status))
+        return result->received <= kMaxErrorPageBytes;
+    return !call.sink || bytes.isEmpty() || call.sink(result->announced, bytes);
+}
 
-    bool hasMore() const { return m_reply.bytesAvailable() > 0; }
-    /// False when the rest of the reply is of no more use.
-    bool take()
-    {
-        readHead(m_reply, m_result);
-        const QByteArray bytes = m_reply.read(std::min(m_reply.bytesAvailable(), sliceBytes));
-        m_result->received += bytes.size();
-        if (!isExpected(m_call, m_result->status))
-            return m_result->received <= largestErrorPage;
-        return !m_call.sink || bytes.isEmpty() || m_call.sink(m_result->announced, bytes);
-    }
-
-private:
-    const DavCall &m_call;
-    QNetworkReply &m_reply;
-    DavResult *m_result;
-};
-
-/// The host names of \p certificate, as a user would write them.
-QString hostNames(const QSslCertificate &certificate)
+QString hostName(const QSslCertificate &certificate)
 {
     const QStringList names =
         certificate.subjectAlternativeNames().values() + certificate.subjectInfo(QSslCertificate::CommonName);
     return names.isEmpty() ? QString() : names.first();
 }
 
-/// Why a reply without a status failed.
-void explainBreak(const QNetworkReply &reply, const QList<QSslError> &tlsErrors, DavResult *result)
+/// Sets the cause of a failure without a status.
+void setNetworkCause(const QNetworkReply &reply, const QList<QSslError> &tlsErrors, DavResult *result)
 {
     const QUrl url = reply.request().url();
     const auto untrusted = std::find_if(tlsErrors.begin(), tlsErrors.end(), [](const QSslError &each) {
@@ -159,7 +142,7 @@ void explainBreak(const QNetworkReply &reply, const QList<QSslError> &tlsErrors,
         result->detail = untrusted->errorString();
     } else if (!tlsErrors.isEmpty()) {
         result->cause = "host-name";
-        result->detail = hostNames(tlsErrors.first().certificate());
+        result->detail = hostName(tlsErrors.first().certificate());
     } else if (reply.error() == QNetworkReply::SslHandshakeFailedError) {
         result->cause = "tls";
     } else if (reply.error() == QNetworkReply::HostNotFoundError) {
@@ -176,49 +159,46 @@ void explainBreak(const QNetworkReply &reply, const QList<QSslError> &tlsErrors,
     }
 }
 
-/// The result of a reply that has ended by itself.
-int finishedResult(const DavCall &call, const QNetworkReply &reply, const DavResult &so)
+/// The result of a finished reply whose headers and body were read into \p read.
+int finishedResult(const DavCall &call, const QNetworkReply &reply, const DavResult &read)
 {
-    if (so.status == 0)
+    if (read.status == 0)
         return Skein_Result_Network;
-    if (!isExpected(call, so.status))
-        return resultOf(so.status);
+    if (!isExpected(call, read.status))
+        return resultOf(read.status);
     // Qt sometimes reports success when the connection closes early.
-    const bool isShort = so.status != 204 && so.announced > so.received;
+    const bool isShort = read.status != 204 && read.announced > read.received;
     return reply.error() != QNetworkReply::NoError || isShort ? Skein_Result_Network : 1;
 }
 
-/// The best scheme that \p challenges offer for \p url, Unknown without one. The toolkit computes Digest with MD5 only.
-AuthScheme offeredScheme(const QByteArray &challenges, const QUrl &url)
+/// The port of the peer of \p descriptor; 0 if it is not a connected TCP socket.
+quint16 peerPort(int descriptor)
 {
-    bool basic = false;
-    bool digest = false;
-    QByteArray scheme;
-    for (const QByteArray &part : challenges.toLower().split(',')) {
-        const QByteArray word = part.trimmed().split(' ').value(0);
-        if (!word.contains('='))
-            scheme = word;
-        basic = basic || scheme == "basic";
-        digest = digest || scheme == "digest";
-        const int algorithm = part.indexOf("algorithm=");
-        if (algorithm >= 0 && scheme == "digest")
-            digest = part.mid(algorithm + 10).trimmed().replace('"', "").startsWith("md5");
-    }
-    if (digest && !(basic && isProtected(url)))
-        return AuthScheme::Digest;
-    return basic ? AuthScheme::Basic : AuthScheme::Unknown;
+    int type = 0;
+    socklen_t typeSize = sizeof(type);
+    if (getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 || type != SOCK_STREAM)
+        return 0;
+    sockaddr_storage peer{};
+    socklen_t size = sizeof(peer);
+    if (getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &size) != 0)
+        return 0;
+    if (peer.ss_family == AF_INET)
+        return ntohs(reinterpret_cast<const sockaddr_in *>(&peer)->sin_port);
+    return peer.ss_family == AF_INET6 ? ntohs(reinterpret_cast<const sockaddr_in6 *>(&peer)->sin6_port) : quint16{0};
 }
 
-/// The names of the schemes in \p challenges, for the user.
-QString schemeNames(const QByteArray &challenges)
+/// Sets TCP_NODELAY on this process's connections to any server's \p port, so that a kept connection sends the next
+/// request at once. Qt writes headers and body separately and has no setting for this; without it the kernel delays the
+/// body by about 40 ms (Nagle's algorithm with delayed acknowledgements). Ignored on systems without /proc.
+void disableSendDelay(int port)
 {
-    QStringList names;
-    for (const QByteArray &part : challenges.split(',')) {
-        const QString word = QString::fromLatin1(part.trimmed().split(' ').value(0));
-        if (!word.isEmpty() && !word.contains(QLatin1Char('=')))
-            names << word;
+    const QStringList descriptors = QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System);
+    for (const QString &name : descriptors) {
+        const int descriptor = name.toInt();
+        const int on = 1;
+        if (port != 0 && peerPort(descriptor) == port)
+            setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
     }
-    return names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -233,13 +213,11 @@ void DavClient::close()
 
 DavResult DavClient::send(const DavCall &call)
 {
-    if (!call.credentials)
-        return follow(call);
-    const bool asks = call.credentials->scheme == AuthScheme::Unknown;
-    DavResult result = follow(call);
-    if (result.status != 401 || !asks)
+    const bool sentCredentials = !call.credentials || call.credentials->scheme != AuthScheme::Unknown;
+    DavResult result = sendFollowingSlash(call);
+    if (result.status != 401 || sentCredentials)
         return result;
-    if (call.credentials->scheme == AuthScheme::Unknown)
+    if (call.credentials->scheme == AuthScheme::Unknown) // a nested call may have set it
         call.credentials->scheme = offeredScheme(result.challenges, call.url);
     if (call.credentials->scheme == AuthScheme::Unknown) {
         result.cause = "sign-in-method";
@@ -247,16 +225,16 @@ DavResult DavClient::send(const DavCall &call)
         return result;
     }
     if (!call.file || call.file->seek(0))
-        return follow(call);
+        return sendFollowingSlash(call);
     result.result = Skein_Result_LocalFile;
     return result;
 }
 
-/// Sends \p call, and once more if the server wants a slash at the end of the path.
-DavResult DavClient::follow(const DavCall &call)
+/// Sends \p call, and once more if the server redirects to the same path with a slash.
+DavResult DavClient::sendFollowingSlash(const DavCall &call)
 {
     QUrl slashForm;
-    // A file has no slash form: what GET finds there is a page about a folder.
+    // Not for GET: a path with a slash is a folder, for which servers send an HTML page.
     DavResult result = sendOnce(call, call.verb == "GET" ? nullptr : &slashForm);
     if (!slashForm.isValid())
         return result;
@@ -269,13 +247,12 @@ DavResult DavClient::follow(const DavCall &call)
     return sendOnce(again, nullptr);
 }
 
-/// One exchange. \p slashForm, if not null, receives where to ask again, and stays empty when that is of no use.
+/// Sends \p call once. Sets \p slashForm, if not null, if the server redirects to that form of the address.
 DavResult DavClient::sendOnce(const DavCall &call, QUrl *slashForm)
 {
-    const bool cleansUp = call.kind == DavCall::Kind::CleanUp;
     DavResult result;
     result.result = Skein_Result_Closed;
-    if (m_closed && !cleansUp)
+    if (m_closed && call.kind != DavCall::Kind::CleanUp)
         return result;
 
     QElapsedTimer clock;
@@ -286,16 +263,16 @@ DavResult DavClient::sendOnce(const DavCall &call, QUrl *slashForm)
             [&tlsErrors](const QList<QSslError> &errors) { tlsErrors = errors; });
     bool answered = false;
     connect(&m_manager, &QNetworkAccessManager::authenticationRequired, reply.get(),
-            [&](QNetworkReply *asking, QAuthenticator *authenticator) {
+            [&](QNetworkReply *challenged, QAuthenticator *authenticator) {
                 const bool usesDigest = call.credentials && call.credentials->scheme == AuthScheme::Digest;
-                if (asking != reply.get() || !usesDigest || std::exchange(answered, true))
+                if (challenged != reply.get() || !usesDigest || std::exchange(answered, true))
                     return;
                 authenticator->setUser(call.credentials->user);
                 authenticator->setPassword(call.credentials->secret);
             });
     exchange(call, *reply, &result);
     if (result.result == Skein_Result_Network && result.status == 0)
-        explainBreak(*reply, tlsErrors, &result);
+        setNetworkCause(*reply, tlsErrors, &result);
     if (result.result == Skein_Result_Redirected)
         result.detail = redirectTarget(*reply).toString();
     if (slashForm && result.result == Skein_Result_Redirected)
@@ -307,35 +284,35 @@ DavResult DavClient::sendOnce(const DavCall &call, QUrl *slashForm)
     return result;
 }
 
-/// Serves \p reply until it has ended or is of no more use.
+/// Reads \p reply until it has finished, failed, or is not needed any more.
 void DavClient::exchange(const DavCall &call, QNetworkReply &reply, DavResult *result)
 {
     const bool cleansUp = call.kind == DavCall::Kind::CleanUp;
     const qint64 bodyBytes = call.file ? call.file->size() : call.body.size();
     ReplyLoop loop(*this, reply, cleansUp ? ReplyLoop::Closing::IsIgnored : ReplyLoop::Closing::Ends);
-    Receiver receiver(call, reply, result);
-    qint64 told = 0;
+    qint64 reported = 0;
     for (;;) {
-        const bool putsAway = call.kind == DavCall::Kind::Change && loop.sent() >= bodyBytes;
-        const int idleMs = putsAway ? putAwayMs(m_idleTimeoutMs, bodyBytes) : m_idleTimeoutMs;
-        const ReplyLoop::Event event =
-            receiver.hasMore() ? loop.look() : loop.wait(cleansUp ? std::min(idleMs, cleanUpMs) : idleMs);
+        const bool isStoring = call.kind == DavCall::Kind::Change && loop.sent() >= bodyBytes;
+        const int idleMs = isStoring ? storeTimeoutMs(m_idleTimeoutMs, bodyBytes) : m_idleTimeoutMs;
+        const ReplyLoop::Event event = reply.bytesAvailable() > 0
+                                           ? loop.poll()
+                                           : loop.wait(cleansUp ? std::min(idleMs, kCleanUpTimeoutMs) : idleMs);
         if (event == ReplyLoop::Event::TimedOut || event == ReplyLoop::Event::Closed) {
             result->result = event == ReplyLoop::Event::Closed ? Skein_Result_Closed : Skein_Result_TimedOut;
             return;
         }
-        if (call.sent && loop.sent() > told) {
-            told = loop.sent();
-            call.sent(told);
+        if (call.sent && loop.sent() > reported) {
+            reported = loop.sent();
+            call.sent(reported);
         }
-        if (!receiver.take()) {
+        if (!readSlice(call, reply, result)) {
             result->result = resultOf(result->status);
             return;
         }
-        if (event == ReplyLoop::Event::Finished && !receiver.hasMore()) {
+        if (event == ReplyLoop::Event::Finished && reply.bytesAvailable() == 0) {
             result->result = finishedResult(call, reply, *result);
-            // The toolkit does not report the end of a body that is answered at once.
-            if (call.sent && result->isSuccess() && told < bodyBytes)
+            // Qt does not report the end of a body that is answered at once.
+            if (call.sent && result->isSuccess() && reported < bodyBytes)
                 call.sent(bodyBytes);
             return;
         }
@@ -348,7 +325,7 @@ QNetworkReply *DavClient::start(const DavCall &call)
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     const AuthScheme scheme = call.credentials ? call.credentials->scheme : AuthScheme::Unknown;
-    // What the manager remembers serves Digest only, for the present credentials.
+    // The manager's cache is used for Digest only, and must not contain older credentials.
     if (scheme == AuthScheme::Digest && std::exchange(m_cached, call.credentials) != call.credentials)
         m_manager.clearAccessCache();
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute,
@@ -358,9 +335,9 @@ QNetworkReply *DavClient::start(const DavCall &call)
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    sendWithoutDelay(static_cast<quint16>(call.url.port(call.url.scheme() == QLatin1String("https") ? 443 : 80)));
+    disableSendDelay(call.url.port(call.url.scheme() == QLatin1String("https") ? 443 : 80));
     request.setRawHeader("User-Agent", "pelago");
-    // What is stored is what arrives, and its length is the one that the server announced.
+    // The announced length is that of the stored bytes only without a content encoding.
     request.setRawHeader("Accept-Encoding", "identity");
     for (const auto &[name, value] : call.headers)
         request.setRawHeader(name, value);
@@ -371,7 +348,7 @@ QNetworkReply *DavClient::start(const DavCall &call)
     } else {
         reply = m_manager.sendCustomRequest(request, call.verb, call.body);
     }
-    reply->setReadBufferSize(readBufferBytes);
+    reply->setReadBufferSize(kReadBufferBytes);
     return reply;
 }
 

@@ -1,13 +1,12 @@
 // pelago/DavClient.h
 //
-// Blocking WebDAV requests. While one runs, timers, paints and sockets are served and user input waits; requests may
-// run inside one another. Everything a request reports, it reports from its own stack frame and never from a socket's
-// signal.
+// Blocking WebDAV requests. While a request runs, the event loop processes timers, paint events and sockets, but no
+// user input; requests may be nested. Callbacks of a request are called by send() itself, never by a signal.
 
 #pragma once
 
+#include "Credentials.h"
 #include "Outcome.h"
-#include "SessionFile.h"
 
 #include <QByteArray>
 #include <QList>
@@ -21,51 +20,52 @@
 
 class QIODevice;
 class QNetworkReply;
-class QNetworkRequest;
 
 namespace pelago {
 
 struct DavCall
 {
-    /// A server may take longer to answer once it has got all of a Change.
-    enum class Kind { Question, Change, CleanUp };
+    /// A Change has a longer time-out once the server has received all of it. CleanUp is sent by a closed client too,
+    /// with a short time-out.
+    enum class Kind { Query, Change, CleanUp };
 
     QByteArray verb;
     QUrl url;
-    std::shared_ptr<Credentials> credentials; ///< null sends none; the client sets their scheme
-    Kind kind = Kind::Question;
+    std::shared_ptr<Credentials> credentials; ///< null sends none; send() sets their scheme
+    Kind kind = Kind::Query;
     QList<QPair<QByteArray, QByteArray>> headers;
     QByteArray body;
-    QIODevice *file = nullptr; ///< the body instead, read as it is sent; open, not owned
-    int expected = 0;          ///< the only status to accept; 0 for 200, 201 and 204
-    /// Gets the bytes of an accepted reply in pieces of at most 1 MiB, and the announced length of them all, -1 when
-    /// unknown. False ends the call with BadReply.
+    QIODevice *file = nullptr; ///< sent instead of \a body if not null; open, owned by the caller
+    int expected = 0;          ///< the only accepted status; 0 accepts 200, 201 and 204
+    /// Receives the body of an accepted reply in pieces of at most 1 MiB, and the announced length of the body, -1 when
+    /// unknown. The call fails with BadReply if it returns false.
     std::function<bool(qint64 announced, const QByteArray &bytes)> sink;
-    /// Gets how much of the body has been sent.
+    /// Receives how many bytes of the request's body have been sent.
     std::function<void(qint64 bytes)> sent;
 };
 
 struct DavResult : Outcome
 {
-    qint64 announced = -1;  ///< bytes of the reply's body, -1 when unknown
-    qint64 received = 0;    ///< bytes of it that were read
-    QByteArray allow;       ///< the header of that name
-    QByteArray dav;         ///< likewise
-    QByteArray challenges;  ///< the header WWW-Authenticate
-    bool hasFileId = false; ///< whether the reply names the file's identity, as groupware servers do
+    qint64 announced = -1;  ///< length of the reply's body in bytes, -1 when unknown
+    qint64 received = 0;    ///< bytes of the reply's body that were read
+    QByteArray allow;       ///< header Allow
+    QByteArray dav;         ///< header DAV
+    QByteArray challenges;  ///< header WWW-Authenticate
+    bool hasFileId = false; ///< whether the reply has a header OC-ETag or OC-FileId
 };
 
 class DavClient : public QObject
 {
     Q_OBJECT
 public:
-    /// A call fails with TimedOut when nothing has moved for \p idleTimeoutMs.
+    /// A call fails with TimedOut if no byte is sent or received for \p idleTimeoutMs.
     explicit DavClient(int idleTimeoutMs);
 
-    /// Spins the event loop. The caller keeps the client alive. A redirect that only adds a slash is repeated once, any
-    /// other one fails. Credentials of an unknown scheme are sent after the server has asked for them.
+    /// Sends \p call; spins the event loop, and the client must exist until it returns. A redirect that only appends a
+    /// slash to the path is followed once; any other redirect fails. Credentials of an unknown scheme are sent only
+    /// after the server has asked for them.
     DavResult send(const DavCall &call);
-    /// Ends what runs and whatever is sent later, but for CleanUp calls, which then wait for a short time only.
+    /// Ends running calls, except CleanUp calls, with Closed; later calls fail with Closed.
     void close();
     bool isClosed() const { return m_closed; }
 
@@ -73,13 +73,13 @@ signals:
     void closed();
 
 private:
-    DavResult follow(const DavCall &call);
+    DavResult sendFollowingSlash(const DavCall &call);
     DavResult sendOnce(const DavCall &call, QUrl *slashForm);
     void exchange(const DavCall &call, QNetworkReply &reply, DavResult *result);
     QNetworkReply *start(const DavCall &call);
 
     QNetworkAccessManager m_manager;
-    std::shared_ptr<Credentials> m_cached; ///< which the manager may remember
+    std::shared_ptr<Credentials> m_cached; ///< the Digest credentials that m_manager may have cached
     int m_idleTimeoutMs;
     bool m_closed = false;
 };

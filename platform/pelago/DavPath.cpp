@@ -9,34 +9,22 @@ namespace pelago::DavPath {
 
 namespace {
 
-int hexDigit(char digit)
-{
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    const char small = static_cast<char>(digit | 0x20);
-    return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
-}
-
-/// Decodes once; what is no escape stays as it is.
+/// Decodes escapes once. A "%" without two hexadecimal digits stays as it is.
 QByteArray decoded(const QByteArray &text)
 {
     QByteArray bytes;
     bytes.reserve(text.size());
     for (int at = 0; at < text.size(); ++at) {
-        const bool complete = text[at] == '%' && at + 2 < text.size();
-        const int high = complete ? hexDigit(text[at + 1]) : -1;
-        const int low = complete ? hexDigit(text[at + 2]) : -1;
-        if (high < 0 || low < 0) {
-            bytes.append(text[at]);
-        } else {
-            bytes.append(static_cast<char>(high * 16 + low));
-            at += 2;
-        }
+        const QByteArray digits = text[at] == '%' ? text.mid(at + 1, 2).toLower() : QByteArray();
+        const QByteArray byte = QByteArray::fromHex(digits);
+        const bool isEscape = byte.size() == 1 && byte.toHex() == digits;
+        bytes += isEscape ? byte[0] : text[at];
+        at += isEscape ? 2 : 0;
     }
     return bytes;
 }
 
-/// The decoded names of an escaped path. Split before decoding, so that an escaped slash does not separate.
+/// The decoded names of an escaped path. It is split before decoding, so that an escaped slash stays part of a name.
 QByteArrayList namesOf(const QByteArray &path)
 {
     QByteArrayList names;
@@ -47,7 +35,7 @@ QByteArrayList namesOf(const QByteArray &path)
     return names;
 }
 
-/// \p bytes as text; false when they are no UTF-8, because no identifier would lead back to them.
+/// Converts UTF-8 to \p text. Returns false for other bytes, because an identifier could not address them.
 bool readUtf8(const QByteArray &bytes, QString *text)
 {
     QTextCodec::ConverterState state;
@@ -79,7 +67,7 @@ QString parent(const QString &id)
     return id.left(std::max(0, id.lastIndexOf(QLatin1Char('/'))));
 }
 
-QString unusedName()
+QString temporaryName()
 {
     return QStringLiteral("pelago-") + QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".tmp");
 }
@@ -105,7 +93,7 @@ Folder::Member Folder::find(const QByteArray &href, QString *name) const
     if (authority >= 0) {
         const int pathStart = href.indexOf('/', authority + 3);
         const QUrl server = QUrl::fromEncoded(href.left(pathStart));
-        // A server behind a gateway often writes another scheme or port than the one that leads to it.
+        // The scheme and the port are ignored, because servers behind a gateway often write their own.
         if (server.host(QUrl::FullyEncoded).toLatin1().toLower() != m_host)
             return Member::Other;
         path = pathStart < 0 ? QByteArray("/") : href.mid(pathStart);

@@ -1,7 +1,7 @@
 // pelago/DavPath.h
 //
-// Identifiers of files and folders, and what they are on the wire. An identifier holds names separated by "/", as plain
-// text; on the wire each name is escaped by itself.
+// Identifiers of files and folders, and their addresses. An identifier consists of names separated by "/", not escaped;
+// in an address each name is percent-escaped.
 
 #pragma once
 
@@ -11,23 +11,23 @@
 
 namespace pelago::DavPath {
 
-/// Whether \p name can be one part of an identifier: not empty, ".", or "..", and without "/" and zero characters.
+/// Whether \p name can be part of an identifier: not empty, ".", or "..", and without "/" and NUL.
 bool isName(const QString &name);
-/// Whether \p id is made of such names; the empty one is.
+/// Whether \p id is empty or consists of such names.
 bool isIdentifier(const QString &id);
 /// The identifier of \p name in \p folder.
 QString child(const QString &folder, const QString &name);
-/// The identifier of the folder that holds \p id.
+/// The identifier of the folder that contains \p id.
 QString parent(const QString &id);
-/// A new name for a file that is still on its way. Without a leading dot, because many servers deny such names.
-QString unusedName();
+/// A new name for an incomplete file. It has no leading dot, because many servers refuse such names.
+QString temporaryName();
 
 enum class Form { File, Folder };
 
-/// The address of \p id below \p root, whose path ends in "/"; a folder's ends in "/" too.
+/// The address of \p id below \p root, whose path ends in "/". With Form::Folder, the result ends in "/" too.
 QUrl address(const QUrl &root, const QString &id, Form form);
 
-/// Tells what the addresses in a folder's listing mean.
+/// Classifies the addresses in a folder's listing.
 class Folder
 {
 public:
@@ -35,8 +35,8 @@ public:
 
     explicit Folder(const QUrl &address);
 
-    /// \p href is a path or a full address, escaped in any way. Itself and Child lie on the folder's host and path; \p
-    /// name is the child's then. Other is everything else, names that no identifier can hold included.
+    /// \p href is a path or a full address, escaped in any way. Itself and Child have the folder's host and path; for a
+    /// Child, \p name is set. Other is everything else, including names that cannot be part of an identifier.
     Member find(const QByteArray &href, QString *name) const;
 
 private:

@@ -14,7 +14,7 @@ namespace pelago {
 
 namespace {
 
-constexpr int longestTimeoutMs = 60 * 60 * 1000;
+constexpr int kMaxTimeoutMs = 60 * 60 * 1000;
 
 int effectivePort(const QUrl &address)
 {
@@ -37,7 +37,7 @@ Deployment builtIn(const QString &name)
 
 using Section = QHash<QString, QString>;
 
-/// The value of a line: all that follows the sign "=", with or without double quotes around it.
+/// Removes the double quotes around \p text, if any.
 QString unquoted(const QString &text)
 {
     const bool quoted = text.size() > 1 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"'));
@@ -67,7 +67,7 @@ std::optional<QHash<QString, Section>> readSections(QFile &file, QString *proble
     return sections;
 }
 
-/// \p address if \p deployment may use it; otherwise an invalid one, with the deployment's problem.
+/// Returns \p address if \p deployment may use it; otherwise an invalid one, and sets the deployment's problem.
 QUrl checked(const QUrl &address, const QString &key, Deployment *deployment)
 {
     if (address.isValid() && (deployment->plainHttp || isProtected(address)))
@@ -90,7 +90,7 @@ Deployment readSection(const Section &section, const QString &name)
     read.plainHttp = QVariant(value("allowPlainHttp")).toBool();
     const int timeoutMs = value("idleTimeoutMs").toInt();
     if (timeoutMs > 0)
-        read.idleTimeoutMs = std::min(timeoutMs, longestTimeoutMs);
+        read.idleTimeoutMs = std::min(timeoutMs, kMaxTimeoutMs);
     read.storage = checked(folderAddress(value("storage")), QStringLiteral("storage"), &read);
     if (value("signIn").isEmpty() && read.kind == SignInKind::Password)
         read.signIn = read.storage;

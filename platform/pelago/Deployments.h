@@ -1,6 +1,6 @@
 // pelago/Deployments.h
 //
-// Which servers there are: the user's pelago.ini, or the built-in addresses.
+// The servers: the sections of the user's pelago.ini, or the built-in addresses.
 
 #pragma once
 
@@ -12,46 +12,46 @@ namespace pelago {
 
 enum class SignInKind { Web, Password };
 
-/// How an upload replaces a file. Auto puts in place where the server says that it replaces files in one step.
+/// How an upload replaces a file. Auto uses Put for servers that replace files in one step, otherwise Move.
 enum class Replacing { Auto, Move, Put };
 
 struct Deployment
 {
     QString name;
-    QUrl signIn;  ///< invalid when the file gives none that can be used
+    QUrl signIn;  ///< invalid if the file has no usable address
     QUrl storage; ///< likewise; its path ends in "/"
     SignInKind kind = SignInKind::Web;
-    bool plainHttp = false; ///< whether hosts other than this machine may be asked without TLS
+    bool plainHttp = false; ///< whether other machines may be used without TLS
     int idleTimeoutMs = 60000;
     Replacing replacing = Replacing::Auto;
-    QString problem; ///< where the file is wrong, if an address is invalid: "line 3", "production/storage", or its path
+    QString problem; ///< the faulty place if an address is invalid: "line 3", "production/storage", or the file's path
 };
 
 class Deployments
 {
 public:
-    /// The file that PELAGO_CONFIG names, otherwise pelago.ini in the user's configuration folder.
+    /// The file named by PELAGO_CONFIG, otherwise pelago.ini in the user's configuration folder.
     static QString path();
     static Deployments load() { return Deployments(path()); }
-    /// A file that does not exist gives the built-in addresses, one that cannot be read none at all.
+    /// If the file does not exist, the built-in addresses are used; if it cannot be read, all addresses are invalid.
     explicit Deployments(const QString &path);
 
-    /// \p number as in Skein_Service_Deployment; one without addresses for any other.
+    /// \p number as in Skein_Service_Deployment. For any other number, the addresses are invalid.
     Deployment at(int number) const { return m_all.value(number); }
-    /// The first one that signs in at \p signIn, otherwise one with defaults and without addresses.
+    /// The first deployment with this sign-in address; if there is none, one with defaults and invalid addresses.
     Deployment forSignIn(const QUrl &signIn) const;
-    /// Whether credentials may go to \p address: TLS, or this machine, or allowed by the file for that origin.
+    /// Whether credentials may be sent to \p address: with TLS, to this machine, or if the file allows its origin.
     bool isAllowed(const QUrl &address) const;
 
 private:
     QVector<Deployment> m_all;
 };
 
-/// \p text as an address without name, password, query or fragment; invalid when it is none for http or https.
+/// Converts \p text to an address. Invalid unless it is http or https without user name, query and fragment.
 QUrl serverAddress(const QString &text);
-/// The same, with a path that ends in "/".
+/// The same, with a slash appended to the path if it has none.
 QUrl folderAddress(const QString &text);
-/// Whether what is sent to \p address stays secret: TLS, or this machine.
+/// Whether other machines cannot read what is sent to \p address: TLS, or this machine.
 bool isProtected(const QUrl &address);
 bool sameOrigin(const QUrl &one, const QUrl &other);
 

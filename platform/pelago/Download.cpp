@@ -1,6 +1,5 @@
 #include "EndPoint.h"
-#include "Listing.h"
-#include "Transfer.h"
+#include "Storage.h"
 
 #include <pelago/pelago.h>
 
@@ -14,12 +13,12 @@ namespace pelago {
 
 namespace {
 
-/// A file beside \p target that takes its place in the end, or goes.
+/// A temporary file in the folder of \p target: replaces it in keep(), and is removed otherwise.
 class PartFile
 {
 public:
     explicit PartFile(const QString &target)
-        : m_target(target), m_file(QFileInfo(target).dir().filePath(DavPath::unusedName()))
+        : m_target(target), m_file(QFileInfo(target).dir().filePath(DavPath::temporaryName()))
     {}
     ~PartFile()
     {
@@ -29,7 +28,7 @@ public:
 
     bool open() { return !QFileInfo(m_target).isDir() && m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly); }
     bool write(const QByteArray &bytes) { return m_file.write(bytes) == bytes.size(); }
-    /// Replaces a link, not what it leads to.
+    /// If the target is a link, the link is replaced.
     bool keep()
     {
         const bool written = m_file.flush() && m_file.error() == QFile::NoError;
@@ -43,8 +42,8 @@ private:
     QFile m_file;
 };
 
-/// A reply without a length ends when the connection does, whole or not.
-Outcome compareWithListing(EndPoint &endPoint, const QString &id, qint64 received)
+/// Fails with Network if the listed size differs. A reply without a length ends with the connection, complete or not.
+Outcome checkListedSize(EndPoint &endPoint, const QString &id, qint64 received)
 {
     DavEntry entry;
     const Outcome found = findEntry(endPoint, id, &entry);
@@ -76,7 +75,7 @@ Outcome downloadFile(EndPoint &endPoint, const QString &id, const QString &targe
     const DavResult got = endPoint.send(call);
     Outcome result = got;
     if (got.isSuccess() && got.announced < 0)
-        result = compareWithListing(endPoint, id, done);
+        result = checkListedSize(endPoint, id, done);
     if (!written || (result.isSuccess() && !file.keep()))
         return failure(Skein_Result_LocalFile);
     return result;

@@ -16,8 +16,8 @@ QList<QByteArray> tokens(const QByteArray &header)
     return words;
 }
 
-/// Whether the tokens of a DAV header name a server that replaces a file in one step.
-bool namesGroupware(const QByteArray &header)
+/// Whether a header DAV has the tokens of a groupware server, which replaces a file in one step.
+bool isGroupwareHeader(const QByteArray &header)
 {
     const QList<QByteArray> words = tokens(header.toLower());
     return std::any_of(words.begin(), words.end(), [](const QByteArray &word) {
@@ -25,8 +25,8 @@ bool namesGroupware(const QByteArray &header)
     });
 }
 
-/// Whether a server refuses to say what it can do, though it takes other requests.
-bool refusesQuestion(const DavResult &result)
+/// Whether a server refuses OPTIONS but may accept other requests.
+bool refusesOptions(const DavResult &result)
 {
     const bool isRequestError = result.status >= 400 && result.status < 500;
     const bool isTemporary = result.status == 408 || result.status == 429;
@@ -59,21 +59,22 @@ DavResult EndPoint::send(DavCall call)
     if (!call.credentials)
         return result;
     result = m_client.send(call);
-    m_isGroupware = m_isGroupware || result.hasFileId || namesGroupware(result.dav);
+    m_isGroupware = m_isGroupware || result.hasFileId || isGroupwareHeader(result.dav);
     if (result.status == 401)
-        settleRefusal(call, &result);
+        checkRefusal(call, &result);
     return result;
 }
 
-/// Some servers answer 401, not 403, to a user who lacks the right to one folder.
-void EndPoint::settleRefusal(const DavCall &call, DavResult *result)
+/// Signs out only if the root refuses the credentials too: some servers answer 401 instead of 403 to a signed-in user
+/// who lacks the right to one folder.
+void EndPoint::checkRefusal(const DavCall &call, DavResult *result)
 {
     int status = 401;
     if (call.url != m_root || call.verb != "PROPFIND") {
         MultiStatus reply([](const DavEntry &) {});
-        DavCall question = reply.question(m_root, "0");
-        question.credentials = call.credentials;
-        const DavResult root = m_client.send(question);
+        DavCall rootCall = reply.request(m_root, "0");
+        rootCall.credentials = call.credentials;
+        const DavResult root = m_client.send(rootCall);
         status = root.status;
         if (status == 0 || status >= 500)
             static_cast<Outcome &>(*result) = root;
@@ -84,16 +85,16 @@ void EndPoint::settleRefusal(const DavCall &call, DavResult *result)
         result->result = Skein_Result_Forbidden;
 }
 
-DavResult EndPoint::ask(const QUrl &url, const char *depth, const MultiStatus::Sink &sink)
+DavResult EndPoint::propfind(const QUrl &url, const char *depth, const MultiStatus::Sink &sink)
 {
     MultiStatus reply(sink);
-    DavResult result = send(reply.question(url, depth));
+    DavResult result = send(reply.request(url, depth));
     if (result.isSuccess() && !reply.isComplete())
         result.result = Skein_Result_BadReply;
     return result;
 }
 
-Outcome EndPoint::learn()
+Outcome EndPoint::queryCapabilities()
 {
     DavResult result;
     result.result = 1;
@@ -101,9 +102,9 @@ Outcome EndPoint::learn()
         return result;
     DavCall call;
     call.verb = "OPTIONS";
-    call.url = m_root; // some servers give no answer for folders that do not exist
+    call.url = m_root; // some servers do not answer for folders that do not exist
     result = send(call);
-    if (!result.isSuccess() && !refusesQuestion(result))
+    if (!result.isSuccess() && !refusesOptions(result))
         return result;
     m_isKnown = true;
     if (result.isSuccess() && tokens(result.allow).contains("MOVE")) {
@@ -115,7 +116,7 @@ Outcome EndPoint::learn()
     return result;
 }
 
-void EndPoint::renamedWith(Destination form)
+void EndPoint::preferDestination(Destination form)
 {
     if (m_destinations.removeOne(form))
         m_destinations.prepend(form);

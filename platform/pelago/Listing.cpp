@@ -1,6 +1,5 @@
-#include "Listing.h"
-
 #include "EndPoint.h"
+#include "Storage.h"
 
 #include <QCollator>
 
@@ -11,7 +10,7 @@ namespace pelago {
 
 namespace {
 
-/// UTF-8, in which large folders take half the memory.
+/// In UTF-8, which takes half the memory of QString in large folders.
 struct Item
 {
     QByteArray name;
@@ -29,7 +28,7 @@ Item itemOf(const QString &name, const DavEntry &entry)
     return {name.toUtf8(), entry.modified.toUtf8(), mediaType, entry.size};
 }
 
-/// The user's locale; the one named "C" knows no order of letters.
+/// The user's locale, or English for the locale "C", which sorts by code points.
 QLocale sortingLocale()
 {
     const QLocale user = QLocale::system();
@@ -67,7 +66,7 @@ Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb 
     bool isFile = false;
     bool found = false;
     std::vector<Item> items;
-    DavResult result = endPoint.ask(url, "1", [&](const DavEntry &entry) {
+    DavResult result = endPoint.propfind(url, "1", [&](const DavEntry &entry) {
         QString name;
         const DavPath::Folder::Member member = folder.find(entry.href, &name);
         if (member == DavPath::Folder::Member::Other)
@@ -84,12 +83,12 @@ Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb 
         return failure(isFile ? Skein_Result_NotFound : Skein_Result_BadReply);
 
     sort(&items);
-    const QByteArray before = folderId.isEmpty() ? QByteArray() : folderId.toUtf8() + '/';
+    const QByteArray prefix = folderId.isEmpty() ? QByteArray() : folderId.toUtf8() + '/';
     for (const Item &item : items) {
         if (endPoint.isClosed())
             return failure(Skein_Result_Closed);
         if (contentCb) {
-            contentCb(context, (before + item.name).constData(), item.name.constData(), item.modified.constData(),
+            contentCb(context, (prefix + item.name).constData(), item.name.constData(), item.modified.constData(),
                       item.mediaType.constData(), item.size);
         }
     }
@@ -100,13 +99,13 @@ Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb 
 Outcome findEntry(EndPoint &endPoint, const QString &id, DavEntry *entry)
 {
     const QUrl url = endPoint.address(id, DavPath::Form::File);
-    const DavPath::Folder place(url);
+    const DavPath::Folder item(url);
     bool found = false;
-    DavResult result = endPoint.ask(url, "0", [&](const DavEntry &each) {
+    DavResult result = endPoint.propfind(url, "0", [&](const DavEntry &listed) {
         QString name;
-        if (place.find(each.href, &name) != DavPath::Folder::Member::Itself)
+        if (item.find(listed.href, &name) != DavPath::Folder::Member::Itself)
             return;
-        *entry = each;
+        *entry = listed;
         found = true;
     });
     if (result.isSuccess() && !found)

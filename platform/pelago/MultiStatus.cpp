@@ -6,10 +6,25 @@ namespace pelago {
 
 namespace {
 
-constexpr int deepest = 64;
-constexpr int largestTokenBytes = 1024 * 1024;
+constexpr int kMaxDepth = 64;
+constexpr int kMaxElementBytes = 1024 * 1024;
+constexpr int kMaxNameLength = 32; ///< longer than the names of all elements that are read
+// Small pieces, so that an endless element is detected before it fills the memory.
+constexpr int kPieceBytes = 64 * 1024;
 
-/// Whether a status line says 2xx.
+const QByteArray kRoot = "/multistatus";
+const QByteArray kResponse = kRoot + "/response";
+const QByteArray kHref = kResponse + "/href";
+const QByteArray kPropStat = kResponse + "/propstat";
+const QByteArray kStatus = kPropStat + "/status";
+const QByteArray kProp = kPropStat + "/prop";
+const QByteArray kCollection = kProp + "/resourcetype/collection";
+const QByteArray kSize = kProp + "/getcontentlength";
+const QByteArray kModified = kProp + "/getlastmodified";
+const QByteArray kMediaType = kProp + "/getcontenttype";
+const QByteArray kETag = kProp + "/getetag";
+
+/// Whether a line like "HTTP/1.1 200 OK" has a 2xx status.
 bool isSuccess(const QString &statusLine)
 {
     return statusLine.section(QLatin1Char(' '), 1, 1, QString::SectionSkipEmpty).startsWith(QLatin1Char('2'));
@@ -24,14 +39,7 @@ qint64 sizeOf(const QString &text)
 
 } // namespace
 
-struct MultiStatus::Step
-{
-    Element parent;
-    const char *name;
-    Element element;
-};
-
-DavCall MultiStatus::question(const QUrl &url, const char *depth)
+DavCall MultiStatus::request(const QUrl &url, const char *depth)
 {
     DavCall call;
     call.verb = "PROPFIND";
@@ -47,121 +55,85 @@ DavCall MultiStatus::question(const QUrl &url, const char *depth)
 
 bool MultiStatus::read(const QByteArray &bytes)
 {
-    // Small pieces, so that an element that never ends is noticed before it fills the memory.
-    constexpr int pieceBytes = 64 * 1024;
-    for (int at = 0; at < bytes.size() && !m_refused; at += pieceBytes) {
-        const QByteArray piece = bytes.mid(at, pieceBytes);
+    for (int at = 0; at < bytes.size() && !m_refused; at += kPieceBytes) {
+        const QByteArray piece = bytes.mid(at, kPieceBytes);
         m_xml.addData(piece);
-        m_sinceToken += piece.size();
-        while (!m_refused && !m_xml.atEnd()) {
-            switch (m_xml.readNext()) {
-            case QXmlStreamReader::DTD:
-                m_refused = true;
-                break;
-            case QXmlStreamReader::StartElement:
-                start();
-                break;
-            case QXmlStreamReader::EndElement:
-                end();
-                break;
-            case QXmlStreamReader::EndDocument:
-                m_complete = true;
-                break;
-            case QXmlStreamReader::Characters:
-                m_text += m_xml.text();
-                break;
-            default:
-                break;
-            }
-        }
+        m_bytesSinceElement += piece.size();
+        while (!m_refused && !m_xml.atEnd())
+            readToken();
         const bool broken = m_xml.hasError() && m_xml.error() != QXmlStreamReader::PrematureEndOfDocumentError;
-        m_refused = m_refused || broken || m_sinceToken > largestTokenBytes;
+        m_refused = m_refused || broken || m_bytesSinceElement > kMaxElementBytes;
     }
     return !m_refused;
 }
 
-MultiStatus::Element MultiStatus::elementBelow(Element parent, const QStringRef &name)
+void MultiStatus::readToken()
 {
-    static const Step steps[] = {
-        {Element::Document, "multistatus", Element::MultiStatus},
-        {Element::MultiStatus, "response", Element::Response},
-        {Element::Response, "href", Element::Href},
-        {Element::Response, "propstat", Element::PropStat},
-        {Element::PropStat, "status", Element::PropStatStatus},
-        {Element::PropStat, "prop", Element::Prop},
-        {Element::Prop, "resourcetype", Element::ResourceType},
-        {Element::ResourceType, "collection", Element::Collection},
-        {Element::Prop, "getcontentlength", Element::ContentLength},
-        {Element::Prop, "getlastmodified", Element::Modified},
-        {Element::Prop, "getcontenttype", Element::MediaType},
-        {Element::Prop, "getetag", Element::ETag},
-    };
-    for (const Step &step : steps) {
-        if (step.parent == parent && name == QLatin1String(step.name))
-            return step.element;
+    switch (m_xml.readNext()) {
+    case QXmlStreamReader::DTD:
+        m_refused = true;
+        break;
+    case QXmlStreamReader::StartElement:
+        startElement();
+        break;
+    case QXmlStreamReader::EndElement:
+        endElement();
+        break;
+    case QXmlStreamReader::EndDocument:
+        m_complete = true;
+        break;
+    case QXmlStreamReader::Characters:
+        m_text += m_xml.text();
+        break;
+    default:
+        break;
     }
-    return Element::Unknown;
 }
 
-void MultiStatus::start()
+void MultiStatus::startElement()
 {
-    m_sinceToken = 0;
+    m_bytesSinceElement = 0;
     m_text.clear();
-    const Element parent = m_open.isEmpty() ? Element::Document : m_open.last();
-    const bool known = m_xml.namespaceUri() == QLatin1String("DAV:");
-    const Element element = known ? elementBelow(parent, m_xml.name()) : Element::Unknown;
-    m_refused = m_open.size() >= deepest || (m_open.isEmpty() && element != Element::MultiStatus);
-    m_open.append(element);
-    if (element == Element::Response) {
+    const bool isDav = m_xml.namespaceUri() == QLatin1String("DAV:");
+    const QByteArray parent = m_paths.isEmpty() ? QByteArray() : m_paths.last();
+    const QByteArray path = parent + '/' + (isDav ? m_xml.name().left(kMaxNameLength).toUtf8() : QByteArray("?"));
+    m_refused = m_paths.size() >= kMaxDepth || (m_paths.isEmpty() && path != kRoot);
+    m_paths.append(path);
+    if (path == kResponse) {
         m_entry = DavEntry();
-        m_entryFits = false;
-    } else if (element == Element::PropStat) {
+        m_isEntryValid = false;
+    } else if (path == kPropStat) {
         m_found = m_entry;
-        m_statusFits = true;
-    } else if (element == Element::Collection) {
+        m_isStatusSuccess = true;
+    } else if (path == kCollection) {
         m_found.folder = true;
     }
 }
 
-void MultiStatus::end()
+void MultiStatus::endElement()
 {
-    m_sinceToken = 0;
-    const Element element = m_open.takeLast();
+    m_bytesSinceElement = 0;
+    const QByteArray path = m_paths.takeLast();
     const QString text = m_text.trimmed();
     m_text.clear();
-    switch (element) {
-    case Element::Href:
-        if (m_entry.href.isEmpty())
-            m_entry.href = text.toUtf8();
-        break;
-    case Element::ContentLength:
+    if (path == kHref && m_entry.href.isEmpty()) {
+        m_entry.href = text.toUtf8();
+    } else if (path == kSize) {
         m_found.size = sizeOf(text);
-        break;
-    case Element::Modified:
+    } else if (path == kModified) {
         m_found.modified = text;
-        break;
-    case Element::MediaType:
+    } else if (path == kMediaType) {
         m_found.mediaType = text;
-        break;
-    case Element::ETag:
+    } else if (path == kETag) {
         m_found.etag = text.toUtf8();
-        break;
-    case Element::PropStatStatus:
-        m_statusFits = isSuccess(text);
-        break;
-    case Element::PropStat:
-        if (m_statusFits) {
-            m_found.href = m_entry.href;
-            m_entry = m_found;
-            m_entryFits = true;
-        }
-        break;
-    case Element::Response:
-        if (m_entryFits && !m_entry.href.isEmpty())
-            m_sink(m_entry);
-        break;
-    default:
-        break;
+    } else if (path == kStatus) {
+        m_isStatusSuccess = isSuccess(text);
+    } else if (path == kPropStat && m_isStatusSuccess) {
+        m_found.href = m_entry.href;
+        m_entry = m_found;
+        m_isEntryValid = true;
+    } else if (path == kResponse && m_isEntryValid && !m_entry.href.isEmpty()) {
+        m_sink(m_entry);
     }
 }
 

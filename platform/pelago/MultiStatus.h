@@ -1,7 +1,7 @@
 // pelago/MultiStatus.h
 //
-// Asks for properties, and reads the body of the 207 reply while its bytes arrive. Documents with a DOCTYPE, deep
-// nesting or huge elements are refused: nothing of the kind belongs into a listing.
+// The request PROPFIND and a parser for its reply (status 207), which reads the bytes as they arrive. Documents with a
+// DOCTYPE, deep nesting or huge elements are refused.
 
 #pragma once
 
@@ -18,10 +18,10 @@ namespace pelago {
 
 struct DavCall;
 
-/// One element "response": the properties that the server gave with a status 2xx.
+/// One element "response" with the properties that have a 2xx status.
 struct DavEntry
 {
-    QByteArray href; ///< as written
+    QByteArray href; ///< as the server wrote it
     bool folder = false;
     qint64 size = -1; ///< bytes, -1 when unknown
     QString modified;
@@ -34,49 +34,30 @@ class MultiStatus
 public:
     using Sink = std::function<void(const DavEntry &)>;
 
-    /// \p sink gets each entry as soon as it is complete. An entry without any property that the server gave is left
-    /// out.
+    /// \p sink receives each entry as soon as it is complete. Entries without a property of status 2xx are skipped.
     explicit MultiStatus(Sink sink) : m_sink(std::move(sink)) {}
 
-    /// Takes the next bytes. False once the document is refused, which is final.
+    /// Parses the next bytes. Returns false if the document is refused, also for all later bytes.
     bool read(const QByteArray &bytes);
-    /// Whether the document came to its proper end.
+    /// Whether the whole document was read and accepted.
     bool isComplete() const { return m_complete && !m_refused; }
-    /// A PROPFIND that asks for what DavEntry holds. Its reply goes to this object, which outlives the call.
-    DavCall question(const QUrl &url, const char *depth);
+    /// A PROPFIND for the properties of DavEntry. This object parses its reply, and must exist during the call.
+    DavCall request(const QUrl &url, const char *depth);
 
 private:
-    enum class Element {
-        Unknown,
-        Document,
-        MultiStatus,
-        Response,
-        Href,
-        PropStat,
-        PropStatStatus,
-        Prop,
-        ResourceType,
-        Collection,
-        ContentLength,
-        Modified,
-        MediaType,
-        ETag
-    };
-    struct Step;
-
-    static Element elementBelow(Element parent, const QStringRef &name);
-    void start();
-    void end();
+    void readToken();
+    void startElement();
+    void endElement();
 
     Sink m_sink;
     QXmlStreamReader m_xml;
-    QVector<Element> m_open;
-    QString m_text; ///< of the innermost element that has a value
+    QVector<QByteArray> m_paths; ///< of the open elements, the innermost one last
+    QString m_text;              ///< of the innermost element
     DavEntry m_entry;
-    DavEntry m_found;         ///< the properties of the present propstat
-    bool m_statusFits = true; ///< of the present propstat
-    bool m_entryFits = false;
-    int m_sinceToken = 0; ///< bytes
+    DavEntry m_found;              ///< m_entry with the properties of the current propstat
+    bool m_isStatusSuccess = true; ///< of the current propstat
+    bool m_isEntryValid = false;
+    int m_bytesSinceElement = 0;
     bool m_complete = false;
     bool m_refused = false;
 };

@@ -1,6 +1,6 @@
 // pelago/Outcome.h
 //
-// How a call ended, and the line that tells the user why it failed.
+// The result of a call.
 
 #pragma once
 
@@ -12,18 +12,17 @@ namespace pelago {
 struct Outcome
 {
     int result = 0;   ///< 1 or more, or a negative Skein_Result
-    int status = 0;   ///< of HTTP; 0 if the server sent none
-    QByteArray cause; ///< one of the names in the table of Outcome.cpp; empty if \a result says enough
-    QString detail;   ///< what the cause is about: an address, a certificate's error, a file name
+    int status = 0;   ///< HTTP status; 0 if the server sent none
+    QByteArray cause; ///< a name from the table in Trace.cpp; empty if \a result is specific enough
+    QString detail;   ///< of the cause: an address, a TLS error or a file name
 
     bool isSuccess() const { return result > 0; }
 };
 
-/// A failure with \p result, which is negative.
-Outcome failure(int result, const QByteArray &cause = QByteArray(), const QString &detail = QString());
-
-/// Reports \p outcome of \p what ("Upload of \"cup.obj\"") as a line of TraceLevel::Failures. Ignored for a success
-/// and for a call that the application ended.
-void traceFailure(const QString &what, const Outcome &outcome);
+/// An outcome with the negative \p result.
+inline Outcome failure(int result, const QByteArray &cause = QByteArray(), const QString &detail = QString())
+{
+    return {result, 0, cause, detail};
+}
 
 } // namespace pelago

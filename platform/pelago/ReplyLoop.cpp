@@ -6,61 +6,57 @@
 
 namespace pelago {
 
-namespace {
-
-constexpr int timedOutCode = 1;
-
-} // namespace
+static constexpr int kTimedOutCode = 1;
 
 ReplyLoop::ReplyLoop(const DavClient &client, QNetworkReply &reply, Closing closing)
     : m_client(client), m_reply(reply), m_closing(closing)
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, [this] { m_loop.exit(timedOutCode); });
-    connect(&reply, &QNetworkReply::readyRead, this, &ReplyLoop::notice);
-    connect(&reply, &QNetworkReply::metaDataChanged, this, &ReplyLoop::notice);
-    connect(&reply, &QNetworkReply::finished, this, &ReplyLoop::notice);
+    connect(&m_timer, &QTimer::timeout, this, [this] { m_loop.exit(kTimedOutCode); });
+    connect(&reply, &QNetworkReply::readyRead, this, &ReplyLoop::wake);
+    connect(&reply, &QNetworkReply::metaDataChanged, this, &ReplyLoop::wake);
+    connect(&reply, &QNetworkReply::finished, this, &ReplyLoop::wake);
     connect(&reply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64) {
         m_sent = sent;
-        notice();
+        wake();
     });
     if (closing == Closing::Ends)
-        connect(&client, &DavClient::closed, this, &ReplyLoop::notice);
+        connect(&client, &DavClient::closed, this, &ReplyLoop::wake);
 }
 
 ReplyLoop::Event ReplyLoop::wait(int idleMs)
 {
     int code = 0;
-    if (!m_progress && !m_reply.isFinished()) {
+    if (!m_hasEvent && !m_reply.isFinished()) {
         m_timer.start(idleMs);
         code = m_loop.exec(QEventLoop::ExcludeUserInputEvents);
         m_timer.stop();
     }
-    if (code < 0) // the application ends: no loop runs any more
+    if (code < 0) // the application is ending, and loops return at once
         return Event::Closed;
-    // While another call ran inside this one, time may have passed and bytes may have come as well.
-    const bool timedOut = code == timedOutCode && !m_progress && !m_reply.isFinished();
-    return timedOut ? Event::TimedOut : standing();
+    // A nested call may have used up the time, and the reply may have had an event meanwhile.
+    const bool timedOut = code == kTimedOutCode && !m_hasEvent && !m_reply.isFinished();
+    return timedOut ? Event::TimedOut : currentState();
 }
 
-ReplyLoop::Event ReplyLoop::look()
+ReplyLoop::Event ReplyLoop::poll()
 {
     m_loop.processEvents(QEventLoop::ExcludeUserInputEvents);
-    return standing();
+    return currentState();
 }
 
-ReplyLoop::Event ReplyLoop::standing()
+ReplyLoop::Event ReplyLoop::currentState()
 {
-    m_progress = false;
+    m_hasEvent = false;
     if (m_closing == Closing::Ends && m_client.isClosed())
         return Event::Closed;
     return m_reply.isFinished() ? Event::Finished : Event::Progress;
 }
 
-void ReplyLoop::notice()
+void ReplyLoop::wake()
 {
-    m_progress = true;
+    m_hasEvent = true;
     m_loop.exit(0);
 }
 

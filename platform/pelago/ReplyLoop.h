@@ -1,6 +1,6 @@
 // pelago/ReplyLoop.h
 //
-// Waits for the next thing to happen to one reply.
+// A nested event loop, without user input, that waits for the next event of one reply.
 
 #pragma once
 
@@ -17,23 +17,23 @@ class ReplyLoop : public QObject
 {
     Q_OBJECT
 public:
+    /// Progress: bytes were sent or received, or the headers have arrived.
     enum class Event { Progress, Finished, TimedOut, Closed };
     enum class Closing { Ends, IsIgnored };
 
-    /// \p client and \p reply outlive the loop.
+    /// \p client and \p reply must outlive the loop. With Closing::Ends, closing the client ends a wait.
     ReplyLoop(const DavClient &client, QNetworkReply &reply, Closing closing);
 
-    /// Returns at once when something happened since the last call; otherwise spins the event loop without user input
-    /// for \p idleMs at most. Progress means bytes were sent or have arrived.
+    /// Blocks until the next event, at most \p idleMs. Returns at once if there was one since the last call.
     Event wait(int idleMs);
-    /// Serves what is pending and says how things stand, for a caller that has enough to do by itself.
-    Event look();
-    /// Bytes of the request's body that have gone out.
+    /// Processes pending events without blocking. Returns Progress if the reply has neither finished nor been closed.
+    Event poll();
+    /// Bytes of the request's body that have been sent.
     qint64 sent() const { return m_sent; }
 
 private:
-    void notice();
-    Event standing();
+    void wake();
+    Event currentState();
 
     const DavClient &m_client;
     QNetworkReply &m_reply;
@@ -41,7 +41,7 @@ private:
     QEventLoop m_loop;
     QTimer m_timer;
     qint64 m_sent = 0;
-    bool m_progress = false;
+    bool m_hasEvent = false;
 };
 
 } // namespace pelago

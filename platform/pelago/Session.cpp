@@ -2,6 +2,7 @@
 
 #include "DavClient.h"
 #include "MultiStatus.h"
+#include "Trace.h"
 
 #include <pelago/pelago.h>
 
@@ -13,7 +14,7 @@ namespace pelago {
 
 namespace {
 
-/// The path that the sign-in page ends on.
+/// The path of the sign-in page's final address.
 QString donePath(const QUrl &server)
 {
     QString path = server.path(QUrl::FullyEncoded);
@@ -26,14 +27,14 @@ QString donePath(const QUrl &server)
 
 Session::Session(const QString &file, const QUrl &server) : m_file(file), m_server(server)
 {
-    if (const std::optional<Credentials> kept = m_file.read(server))
-        setCredentials(*kept);
+    if (const std::optional<Credentials> stored = m_file.read(server))
+        setCredentials(*stored);
 }
 
 void Session::setCredentials(const Credentials &credentials)
 {
     m_credentials = std::make_shared<Credentials>(credentials);
-    // What a sign-in page issues is a password for Basic. Other servers are asked.
+    // A sign-in page issues a password for Basic. Other servers list their schemes in a reply 401.
     if (deployment().kind == SignInKind::Web && m_credentials->scheme == AuthScheme::Unknown)
         m_credentials->scheme = AuthScheme::Basic;
 }
@@ -77,7 +78,7 @@ Outcome Session::login(const QString &user, const QString &password)
     connect(this, &Session::closed, &client, &DavClient::close);
     bool folder = false;
     MultiStatus reply([&folder](const DavEntry &entry) { folder = folder || entry.folder; });
-    DavCall call = reply.question(storage(), "0");
+    DavCall call = reply.request(storage(), "0");
     call.credentials = std::make_shared<Credentials>(Credentials{user, password, QString(), user});
     DavResult result = client.send(call);
     if (m_closed)
@@ -105,8 +106,8 @@ void Session::signOut(const std::shared_ptr<Credentials> &refused)
     if (!refused || refused != m_credentials)
         return;
     m_credentials.reset();
-    const std::optional<Credentials> kept = m_file.read(m_server);
-    if (kept && kept->user == refused->user && kept->secret == refused->secret)
+    const std::optional<Credentials> stored = m_file.read(m_server);
+    if (stored && stored->user == refused->user && stored->secret == refused->secret)
         m_file.remove();
 }
 
@@ -121,8 +122,8 @@ void Session::signIn(const Credentials &credentials)
     setCredentials(credentials);
     if (m_file.write(m_server, credentials))
         return;
-    traceFailure(QStringLiteral("Keeping the sign-in for the next start"), failure(Skein_Result_LocalFile));
-    // What it holds belongs to somebody else's sign-in.
+    traceFailure(QStringLiteral("Storing the sign-in for the next start"), failure(Skein_Result_LocalFile));
+    // The old content belongs to another sign-in.
     m_file.remove();
 }
 

@@ -1,11 +1,11 @@
 // pelago/Session.h
 //
-// One user's sign-in with one sign-in service.
+// A session with one sign-in service.
 
 #pragma once
 
+#include "Credentials.h"
 #include "Deployments.h"
-#include "SessionFile.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -22,34 +22,35 @@ class Session : public QObject
 {
     Q_OBJECT
 public:
-    /// Picks up what \p file remembers for \p server.
+    /// Reads the credentials that \p file stores for \p server.
     Session(const QString &file, const QUrl &server);
 
     bool isSignedIn() const { return m_credentials != nullptr; }
-    /// Null when not signed in; a new object for each sign-in.
+    /// Null if not signed in; a new object after each sign-in.
     std::shared_ptr<Credentials> credentials() const { return m_credentials; }
-    /// The deployment that this session belongs to, as the file of deployments has it now.
+    /// The deployment of this session, read from pelago.ini at each call.
     Deployment deployment() const { return Deployments::load().forSignIn(m_server); }
     const QUrl &server() const { return m_server; }
-    /// Whether the credentials may go to \p storage.
+    /// Whether the credentials may be sent to \p storage.
     bool mayUse(const QUrl &storage) const;
 
-    /// 1 when \p finalAddress is the one that ends the page's work and signs in, 0 when it is another one.
+    /// Signs in with \p finalAddress, the last address of the sign-in page, and returns 1. Returns 0 for any other
+    /// address, and Skein_Result_NotSignedIn if the final address has no credentials.
     int completeLogin(const QUrl &finalAddress);
-    /// Asks the storage; spins the event loop.
+    /// Signs in if the storage accepts the password. Spins the event loop.
     Outcome login(const QString &user, const QString &password);
-    /// Where login() signs in.
+    /// The address that login() uses.
     QUrl storage() const;
-    /// False when the session file cannot be removed; the user stays signed in then.
+    /// Returns false if the session file cannot be removed; the user stays signed in then.
     bool logout();
-    /// Signs out if \p refused, which a server refused, are still the present credentials. The session file is
-    /// removed only if it holds them: programs that share it may have signed in anew.
+    /// Signs out if \p refused, which a server refused, are still the current credentials. Removes the session file
+    /// only if it contains them, because another program that shares it may have signed in again.
     void signOut(const std::shared_ptr<Credentials> &refused);
-    /// Ends what runs with these credentials.
+    /// Ends the calls that use these credentials.
     void close();
 
-    QByteArray firstNameText; ///< what callers of the flat interface hold
-    QByteArray lastNameText;  ///< likewise
+    QByteArray firstNameText; ///< the text that Skein_Auth_getUserFirstName returned
+    QByteArray lastNameText;  ///< likewise for the last name
 
 signals:
     void closed();

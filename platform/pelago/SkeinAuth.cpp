@@ -10,16 +10,16 @@ namespace pelago {
 
 HandleTable<Session> &sessions()
 {
-    // For as long as the process lives, since the end points hold sessions.
-    static auto *const table = new HandleTable<Session>(int64_t{1} << 32);
-    return *table;
+    // Never deleted, because the end points use sessions.
+    static auto *const kTable = new HandleTable<Session>(int64_t{1} << 32);
+    return *kTable;
 }
 
 } // namespace pelago
 
 namespace {
 
-/// \p name of the user of \p handle, held in \p text of the session.
+/// The member \p name of the session's credentials, stored in its member \p text.
 const char *nameText(int64_t handle, QString Credentials::*name, QByteArray Session::*text) noexcept
 {
     const char *result = "";
@@ -71,7 +71,7 @@ int64_t Skein_Auth_openSession(const char *, const char *, const char *sessionFi
 
 void Skein_Auth_closeSession(int64_t handle)
 {
-    giveUp(sessions, handle);
+    closeHandle(sessions, handle);
 }
 
 int Skein_Auth_isUserLoggedIn(int64_t session)

@@ -1,12 +1,11 @@
 // pelago/SkeinCall.h
 //
-// What every function of the flat interface needs: the objects behind the handles, and a wall for exceptions.
+// Shared by the functions of the flat interface: the objects behind the handles, and the conversion of exceptions.
 
 #pragma once
 
 #include "Deployments.h"
 #include "EndPoint.h"
-#include "HandleTable.h"
 #include "Session.h"
 #include "Trace.h"
 
@@ -15,12 +14,40 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <map>
+
 namespace pelago {
+
+/// Objects by the numbers that callers hold instead of pointers.
+template <class Object>
+class HandleTable
+{
+public:
+    /// Numbers start above \p base and are never used twice.
+    explicit HandleTable(int64_t base) : m_last(base) {}
+
+    int64_t add(std::shared_ptr<Object> object)
+    {
+        m_objects.emplace(++m_last, std::move(object));
+        return m_last;
+    }
+    /// Null for an unknown number. The returned pointer keeps the object alive while a call on it runs.
+    std::shared_ptr<Object> find(int64_t handle) const
+    {
+        const auto found = m_objects.find(handle);
+        return found == m_objects.end() ? nullptr : found->second;
+    }
+    void remove(int64_t handle) { m_objects.erase(handle); }
+
+private:
+    int64_t m_last;
+    std::map<int64_t, std::shared_ptr<Object>> m_objects;
+};
 
 HandleTable<Session> &sessions();
 
-/// Runs \p call and returns its result. Nothing it throws gets through, and without the application object of this
-/// thread it does not run.
+/// Runs \p call and returns its result, or Skein_Result_Internal if it throws, if there is no application object, or in
+/// a thread other than that object's.
 template <class Call>
 int64_t guarded(const Call &call) noexcept
 {
@@ -44,18 +71,18 @@ int withObject(HandleTable<Object> &(*table)(), int64_t handle, const Call &call
     }));
 }
 
-/// Forgets \p handle and ends what runs on its object.
+/// Invalidates \p handle and ends the calls that run on its object.
 template <class Object>
-void giveUp(HandleTable<Object> &(*table)(), int64_t handle) noexcept
+void closeHandle(HandleTable<Object> &(*table)(), int64_t handle) noexcept
 {
-    guarded([&]() -> int64_t {
-        if (const std::shared_ptr<Object> object = table().take(handle))
-            object->close();
+    withObject(table, handle, [&](Object &object) {
+        table().remove(handle);
+        object.close();
         return 1;
     });
 }
 
-/// One address of \p deployment, kept in the text of that number; empty for an unknown deployment.
+/// The text of one address of \p deployment, stored in \p texts; empty if it is unknown or cannot be used.
 const char *addressText(Skein_Service_Deployment deployment, QUrl Deployment::*address,
                         QByteArray (&texts)[3]) noexcept;
 

@@ -1,6 +1,5 @@
-#include "Listing.h"
 #include "SkeinCall.h"
-#include "Transfer.h"
+#include "Storage.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -12,24 +11,24 @@ using namespace pelago;
 
 namespace {
 
-constexpr int replaceMode = 2;
+constexpr int kReplaceMode = 2;
 
 HandleTable<EndPoint> &endPoints()
 {
-    // For as long as the process lives: network objects must not go after the application object.
-    static auto *const table = new HandleTable<EndPoint>(int64_t{1} << 33);
-    return *table;
+    // Never deleted, because network objects must not be deleted after the application object.
+    static auto *const kTable = new HandleTable<EndPoint>(int64_t{1} << 33);
+    return *kTable;
 }
 
-/// \p what and the name \p id, for a line about a failure.
-QString nameOf(const char *what, const QString &id)
+/// \p what followed by the quoted \p id, for a line about a failure.
+QString withName(const char *what, const QString &id)
 {
     return QLatin1String(what) +
            (id.isEmpty() ? QStringLiteral("the top folder") : QLatin1Char('"') + id + QLatin1Char('"'));
 }
 
-/// The result of \p outcome, whose failure is reported.
-int reported(const QString &what, const Outcome &outcome)
+/// Traces \p outcome if it is a failure, and returns its result.
+int traced(const QString &what, const Outcome &outcome)
 {
     traceFailure(what, outcome);
     return outcome.result;
@@ -49,26 +48,27 @@ int transfer(int64_t handle, Skein_TransferCb transferCb, void *context, const C
     return result;
 }
 
-/// Passes on what has been moved, \p before included, as long as it grows.
+/// Calls the progress callback of one transfer with the sum over its files, only when it grows.
 class Meter
 {
 public:
     Meter(Skein_ProgressCb callback, void *context) : m_callback(callback), m_context(context) {}
 
-    Progress from(qint64 before, qint64 knownTotal)
+    /// The progress of one file, after \p before bytes of other files. \p knownTotal, if not -1, is the total of all.
+    Progress forFile(qint64 before, qint64 knownTotal)
     {
         return [=](qint64 done, qint64 total) {
-            if (!m_callback || before + done <= m_told)
+            if (!m_callback || before + done <= m_reported)
                 return;
-            m_told = before + done;
-            m_callback(m_context, m_told, knownTotal >= 0 ? knownTotal : total);
+            m_reported = before + done;
+            m_callback(m_context, m_reported, knownTotal >= 0 ? knownTotal : total);
         };
     }
 
 private:
     Skein_ProgressCb m_callback;
     void *m_context;
-    qint64 m_told = -1;
+    qint64 m_reported = -1;
 };
 
 QString text(const char *utf8)
@@ -76,8 +76,8 @@ QString text(const char *utf8)
     return QString::fromUtf8(utf8);
 }
 
-int storeAll(EndPoint &endPoint, const QString &folder, const QStringList &paths, const QStringList &names,
-             Meter &meter)
+int uploadAll(EndPoint &endPoint, const QString &folder, const QStringList &paths, const QStringList &names,
+              Meter &meter)
 {
     qint64 total = 0;
     for (const QString &path : paths)
@@ -85,8 +85,8 @@ int storeAll(EndPoint &endPoint, const QString &folder, const QStringList &paths
     qint64 before = 0;
     for (int at = 0; at < paths.size(); ++at) {
         const QString id = DavPath::child(folder, names[at]);
-        const Outcome stored = uploadNew(endPoint, id, paths[at], meter.from(before, total));
-        traceFailure(nameOf("Upload of ", id), stored);
+        const Outcome stored = uploadNew(endPoint, id, paths[at], meter.forFile(before, total));
+        traceFailure(withName("Upload of ", id), stored);
         if (!stored.isSuccess())
             return at > 0 ? at : stored.result;
         before += QFileInfo(paths[at]).size();
@@ -110,23 +110,23 @@ int64_t Skein_Storage_createEndPoint(int64_t session, const char *storageAddress
         if (!found)
             return Skein_Result_UnknownHandle;
         const QUrl storage = folderAddress(text(storageAddress));
-        const bool usual = options == 0 && firstReserved == 0 && secondReserved == 0;
-        if (!usual || !space || std::strcmp(space, "my") != 0 || !found->mayUse(storage))
-            return reported(nameOf("Use of the storage ", text(storageAddress)), failure(Skein_Result_BadArgument));
+        const bool isSupported = options == 0 && firstReserved == 0 && secondReserved == 0;
+        if (!isSupported || !space || std::strcmp(space, "my") != 0 || !found->mayUse(storage))
+            return traced(withName("Use of the storage ", text(storageAddress)), failure(Skein_Result_BadArgument));
         return endPoints().add(std::make_shared<EndPoint>(found, storage));
     });
 }
 
 void Skein_Storage_destroyEndPoint(int64_t handle)
 {
-    giveUp(endPoints, handle);
+    closeHandle(endPoints, handle);
 }
 
 int Skein_Storage_listContents(int64_t handle, const char *folderId, Skein_ContentCb contentCb, void *context)
 {
     return withObject(endPoints, handle, [&](EndPoint &endPoint) -> int {
         const QString folder = text(folderId);
-        return reported(nameOf("List of ", folder), DavPath::isIdentifier(folder)
+        return traced(withName("List of ", folder), DavPath::isIdentifier(folder)
                                                         ? listFolder(endPoint, folder, contentCb, context)
                                                         : failure(Skein_Result_BadArgument));
     });
@@ -141,12 +141,12 @@ int Skein_Storage_downloadFile(int64_t handle, const char *folderId, const char 
         const QString name = text(fileName);
         const QString target = text(localName);
         const QString id = DavPath::child(folder, name);
-        const QString what = nameOf("Download of ", id);
-        const bool named = DavPath::isIdentifier(folder) && DavPath::isName(name) && DavPath::isName(target);
-        if (!named || text(localFolder).isEmpty())
-            return reported(what, failure(Skein_Result_BadArgument));
+        const QString what = withName("Download of ", id);
+        const bool hasValidNames = DavPath::isIdentifier(folder) && DavPath::isName(name) && DavPath::isName(target);
+        if (!hasValidNames || text(localFolder).isEmpty())
+            return traced(what, failure(Skein_Result_BadArgument));
         Meter meter(progressCb, progressContext);
-        return reported(what, downloadFile(endPoint, id, QDir(text(localFolder)).filePath(target), meter.from(0, -1)));
+        return traced(what, downloadFile(endPoint, id, QDir(text(localFolder)).filePath(target), meter.forFile(0, -1)));
     });
 }
 
@@ -156,9 +156,9 @@ int Skein_Storage_uploadFiles(int64_t handle, const char *folderId, const char *
 {
     return transfer(handle, uploadCb, uploadContext, [&](EndPoint &endPoint) -> int {
         const QString folder = text(folderId);
-        const QString what = nameOf("Upload into ", folder);
+        const QString what = withName("Upload into ", folder);
         if (!DavPath::isIdentifier(folder) || !localPaths || !fileNames || count < 1)
-            return reported(what, failure(Skein_Result_BadArgument));
+            return traced(what, failure(Skein_Result_BadArgument));
         QStringList paths;
         QStringList names;
         for (int at = 0; at < count; ++at) {
@@ -166,9 +166,9 @@ int Skein_Storage_uploadFiles(int64_t handle, const char *folderId, const char *
             names.append(text(fileNames[at]));
         }
         if (!std::all_of(names.begin(), names.end(), DavPath::isName))
-            return reported(what, failure(Skein_Result_BadArgument));
+            return traced(what, failure(Skein_Result_BadArgument));
         Meter meter(progressCb, progressContext);
-        return storeAll(endPoint, folder, paths, names, meter);
+        return uploadAll(endPoint, folder, paths, names, meter);
     });
 }
 
@@ -178,11 +178,11 @@ int Skein_Storage_updateFile(int64_t handle, const char *folderId, const char *i
 {
     return transfer(handle, uploadCb, uploadContext, [&](EndPoint &endPoint) -> int {
         const QString item = text(itemId);
-        const QString what = nameOf("Replacement of ", item);
-        const bool known = !item.isEmpty() && DavPath::isIdentifier(item);
-        if (!known || DavPath::parent(item) != text(folderId) || mode != replaceMode)
-            return reported(what, failure(Skein_Result_BadArgument));
+        const QString what = withName("Replacement of ", item);
+        const bool isValid = !item.isEmpty() && DavPath::isIdentifier(item);
+        if (!isValid || DavPath::parent(item) != text(folderId) || mode != kReplaceMode)
+            return traced(what, failure(Skein_Result_BadArgument));
         Meter meter(progressCb, progressContext);
-        return reported(what, uploadReplacing(endPoint, item, text(localPath), meter.from(0, -1)));
+        return traced(what, uploadReplacing(endPoint, item, text(localPath), meter.forFile(0, -1)));
     });
 }

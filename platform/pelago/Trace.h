@@ -1,21 +1,21 @@
 // pelago/Trace.h
 //
-// Where the library tells what it does. Lines hold no secret, no query and no content of a file.
+// Lines about failed calls and about requests, for the callback of SkeinTrace_setCallback. A line contains no secret,
+// no query and no file content.
 
 #pragma once
 
-#include <QString>
+#include "Outcome.h"
 
 namespace pelago {
 
-enum class TraceLevel { Nothing = 0, Failures = 1, Requests = 2 };
+enum class TraceLevel { Failures = 1, Requests = 2 };
 
-using TraceCallback = void (*)(void *context, int level, const char *line);
-
-/// The TraceLevel up to which lines are told.
-void setTraceLevel(int level);
-/// Null for the standard error output.
-void setTraceCallback(TraceCallback callback, void *context);
+/// Writes \p line unless the level of SkeinTrace_setLevel is lower than \p level.
 void trace(TraceLevel level, const QString &line);
+
+/// Writes a line of TraceLevel::Failures: what failed (\p what, for example "Upload of \"cup.obj\""), why, and what to
+/// do. Ignored if \p outcome is a success or Skein_Result_Closed.
+void traceFailure(const QString &what, const Outcome &outcome);
 
 } // namespace pelago

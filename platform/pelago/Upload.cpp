@@ -1,6 +1,5 @@
 #include "EndPoint.h"
-#include "Listing.h"
-#include "Transfer.h"
+#include "Storage.h"
 
 #include <pelago/pelago.h>
 
@@ -13,15 +12,15 @@ namespace pelago {
 
 namespace {
 
-constexpr int lockedRetryMs = 300;
+constexpr int kLockedRetryMs = 300;
 
-/// \p tag without the mark of a weak one.
+/// \p tag without the prefix of a weak tag.
 QByteArray opaque(const QByteArray &tag)
 {
     return tag.startsWith("W/") ? tag.mid(2) : tag;
 }
 
-/// What is under a name on the server.
+/// The state of one name on the server.
 struct State
 {
     enum class Kind { Unknown, Absent, Present };
@@ -31,9 +30,9 @@ struct State
 
     bool isPresent() const { return kind == Kind::Present; }
     bool isAbsent() const { return kind == Kind::Absent; }
-    /// Some servers call a tag weak during the second after a change.
+    /// Compares weakly: some servers mark a tag as weak during the first second after a change.
     bool hasTag(const QByteArray &tag) const { return isPresent() && opaque(entry.etag) == opaque(tag); }
-    /// Empty if the server gave none that may be used in a condition.
+    /// The tag for a condition; empty if the server sent no strong one.
     QByteArray strongTag() const
     {
         const QByteArray &tag = entry.etag;
@@ -42,14 +41,14 @@ struct State
     }
 };
 
-/// Whether the server may have carried out the request: it did not answer, a gateway answered, or the status is not
+/// Whether the server may have performed the request: it did not answer, a gateway answered, or the status is not
 /// defined for the request.
 bool isUnknown(const Outcome &outcome)
 {
     if (outcome.status == 0)
         return outcome.result == Skein_Result_Network || outcome.result == Skein_Result_TimedOut;
-    const bool isServersOwn = outcome.status == 501 || outcome.status == 507;
-    return outcome.status == 408 || outcome.status < 300 || (outcome.status >= 500 && !isServersOwn);
+    const bool isDefinite = outcome.status == 501 || outcome.status == 507;
+    return outcome.status == 408 || outcome.status < 300 || (outcome.status >= 500 && !isDefinite);
 }
 
 /// Whether another form of Destination may help after this answer to MOVE.
@@ -58,7 +57,7 @@ bool mayDependOnDestination(int status)
     return status == 400 || status == 403 || status == 405 || status == 409 || status == 501 || status == 502;
 }
 
-/// One file on its way to one name.
+/// The upload of one file.
 class Upload
 {
 public:
@@ -66,23 +65,23 @@ public:
         : m_endPoint(endPoint), m_id(id), m_file(localPath), m_progress(progress)
     {}
 
-    /// Whether the local file can be read.
+    /// Opens the local file. Returns false if it cannot be read.
     bool open() { return QFileInfo(m_file.fileName()).isFile() && m_file.open(QIODevice::ReadOnly); }
     Outcome storeNew();
     Outcome replace();
 
 private:
-    Outcome storeBeside();
+    Outcome storeAndRename();
     Outcome storeInPlace(const QString &part);
     Outcome putPart(const QString &part);
     Outcome renamePart(const QString &part);
     Outcome put(const QString &id, const QPair<QByteArray, QByteArray> &condition);
     Outcome move(const QString &part, Destination form, bool conditional);
-    Outcome keepPart(Outcome outcome, const QString &part);
-    void remove(const QString &part);
-    Outcome look(const QString &id, State *state);
-    State look(const QString &id);
-    bool hasArrived(const Outcome &moved, const State &part, const State &target) const;
+    Outcome unfinished(Outcome outcome, const QString &part);
+    void removePart(const QString &part);
+    Outcome query(const QString &id, State *state);
+    State query(const QString &id);
+    bool wasRenamed(const Outcome &moved, const State &part, const State &target) const;
     bool wasChanged(const State &target) const;
     Outcome truncated(const State &stored) const;
 
@@ -90,51 +89,51 @@ private:
     QString m_id;
     QFile m_file;
     const Progress &m_progress;
-    State m_target; ///< before the upload; Unknown for a name that should be free
+    State m_target; ///< before the upload; Unknown for a name that must not exist yet
 };
 
 Outcome Upload::storeNew()
 {
-    const Outcome known = m_endPoint.learn();
+    const Outcome known = m_endPoint.queryCapabilities();
     if (!known.isSuccess())
         return known;
-    return m_endPoint.destinations().isEmpty() ? storeInPlace(QString()) : storeBeside();
+    return m_endPoint.destinations().isEmpty() ? storeInPlace(QString()) : storeAndRename();
 }
 
 Outcome Upload::replace()
 {
-    const Outcome found = look(m_id, &m_target);
+    const Outcome found = query(m_id, &m_target);
     if (m_target.kind == State::Kind::Unknown)
         return found;
     if (m_target.isPresent() && m_target.entry.folder)
         return failure(Skein_Result_Conflict);
-    const Outcome known = m_endPoint.learn();
+    const Outcome known = m_endPoint.queryCapabilities();
     if (!known.isSuccess())
         return known;
     const bool inPlace = m_endPoint.destinations().isEmpty() || (m_target.isPresent() && m_endPoint.replacesInPlace());
-    return inPlace ? storeInPlace(QString()) : storeBeside();
+    return inPlace ? storeInPlace(QString()) : storeAndRename();
 }
 
 /// Stores the file under a temporary name, then renames it.
-Outcome Upload::storeBeside()
+Outcome Upload::storeAndRename()
 {
-    const QString part = DavPath::child(DavPath::parent(m_id), DavPath::unusedName());
+    const QString part = DavPath::child(DavPath::parent(m_id), DavPath::temporaryName());
     const Outcome stored = putPart(part);
     if (stored.isSuccess())
         return renamePart(part);
-    remove(part);
+    removePart(part);
     return stored;
 }
 
-/// 1 once the server has all bytes under the name \p part.
+/// Stores the file under the name \p part. Succeeds only if the server has all bytes.
 Outcome Upload::putPart(const QString &part)
 {
     const Outcome stored = put(part, {"If-None-Match", "*"});
-    // A refused condition means that the toolkit has sent the file twice: the name is used once.
+    // The name is unique, so 412 means that Qt has sent the file twice.
     if (!stored.isSuccess() && !isUnknown(stored) && stored.status != 412)
         return stored;
     State state;
-    const Outcome found = look(part, &state);
+    const Outcome found = query(part, &state);
     if (state.isPresent() && state.entry.size == m_file.size())
         return found;
     if (!stored.isSuccess())
@@ -144,7 +143,7 @@ Outcome Upload::putPart(const QString &part)
     return truncated(state);
 }
 
-/// Gives \p part its name. After a refusal that may be due to the form of the address, tries the other forms and then
+/// Renames \p part to the target. If the server may have refused the form of the address, tries the other forms, then
 /// stores the file in place. Removes \p part only if the server has definitely not renamed it.
 Outcome Upload::renamePart(const QString &part)
 {
@@ -155,18 +154,18 @@ Outcome Upload::renamePart(const QString &part)
         if (moved.result == Skein_Result_Closed)
             return moved;
         if (!moved.isSuccess()) {
-            const State left = look(part);
-            const State target = look(m_id);
-            if (hasArrived(moved, left, target))
+            const State left = query(part);
+            const State target = query(m_id);
+            if (wasRenamed(moved, left, target))
                 moved.result = 1;
             else if (!left.isPresent() || target.kind == State::Kind::Unknown)
-                return left.isAbsent() ? moved : keepPart(moved, part);
+                return left.isAbsent() ? moved : unfinished(moved, part);
             else if (moved.status == 412 && std::exchange(conditional, false) && !wasChanged(target))
-                continue; // some servers know the condition for locks only
+                continue; // some servers support the condition for locks only
             else if (isUnknown(moved) && (moved.status != 502 || (m_target.isPresent() && wasChanged(target))))
-                return keepPart(moved, part);
+                return unfinished(moved, part);
             else if (wasChanged(target) || !mayDependOnDestination(moved.status)) {
-                remove(part);
+                removePart(part);
                 return wasChanged(target) ? failure(Skein_Result_Conflict) : moved;
             } else {
                 m_target = target;
@@ -175,19 +174,19 @@ Outcome Upload::renamePart(const QString &part)
             }
         }
         if (moved.isSuccess()) {
-            m_endPoint.renamedWith(forms.first());
+            m_endPoint.preferDestination(forms.first());
             return moved;
         }
     }
     return storeInPlace(part);
 }
 
-/// Stores the file under its own name at once. \p part, if not empty, holds its bytes already; it is removed unless it
-/// may be the only whole copy.
+/// Stores the file under its own name. \p part, if not empty, is a complete copy; it is removed unless it may be the
+/// only one.
 Outcome Upload::storeInPlace(const QString &part)
 {
     if (m_target.kind == State::Kind::Unknown) {
-        const Outcome found = look(m_id, &m_target);
+        const Outcome found = query(m_id, &m_target);
         if (!m_target.isAbsent())
             return m_target.isPresent() ? failure(Skein_Result_Conflict) : found;
     }
@@ -196,7 +195,7 @@ Outcome Upload::storeInPlace(const QString &part)
                                                    : qMakePair(QByteArray("If-Match"), tag));
     const bool unknown = !stored.isSuccess() && isUnknown(stored);
     if (stored.isSuccess() || unknown) {
-        const State now = look(m_id);
+        const State now = query(m_id);
         const bool fits = now.isPresent() && (now.entry.size == m_file.size() || now.entry.size < 0);
         if (unknown && fits && (m_target.isAbsent() || !now.hasTag(m_target.entry.etag)))
             stored.result = 1;
@@ -206,10 +205,10 @@ Outcome Upload::storeInPlace(const QString &part)
     if (part.isEmpty())
         return stored;
     if (stored.isSuccess())
-        m_endPoint.cannotRename();
+        m_endPoint.disableRenaming();
     else if (unknown || stored.cause == "truncated" || stored.result == Skein_Result_Closed)
-        return keepPart(stored, part);
-    remove(part);
+        return unfinished(stored, part);
+    removePart(part);
     return stored;
 }
 
@@ -243,16 +242,16 @@ Outcome Upload::move(const QString &part, Destination form, bool conditional)
     return m_endPoint.send(call);
 }
 
-/// \p outcome, for an upload whose bytes stay on the server under the name \p part.
-Outcome Upload::keepPart(Outcome outcome, const QString &part)
+/// \p outcome with the cause of an upload whose complete copy \p part stays on the server.
+Outcome Upload::unfinished(Outcome outcome, const QString &part)
 {
     outcome.cause = "unfinished";
     outcome.detail = part;
     return outcome;
 }
 
-/// Asks once more if the name is locked, which it is for a moment after a PUT that was cut.
-void Upload::remove(const QString &part)
+/// Tries again once if \p part is locked, because servers lock a file for a moment after an interrupted PUT.
+void Upload::removePart(const QString &part)
 {
     DavCall call;
     call.verb = "DELETE";
@@ -261,12 +260,12 @@ void Upload::remove(const QString &part)
     if (m_endPoint.send(call).status != 423)
         return;
     QEventLoop wait;
-    QTimer::singleShot(lockedRetryMs, &wait, &QEventLoop::quit);
+    QTimer::singleShot(kLockedRetryMs, &wait, &QEventLoop::quit);
     wait.exec(QEventLoop::ExcludeUserInputEvents);
     m_endPoint.send(call);
 }
 
-Outcome Upload::look(const QString &id, State *state)
+Outcome Upload::query(const QString &id, State *state)
 {
     const Outcome found = findEntry(m_endPoint, id, &state->entry);
     if (found.isSuccess())
@@ -276,15 +275,15 @@ Outcome Upload::look(const QString &id, State *state)
     return found;
 }
 
-State Upload::look(const QString &id)
+State Upload::query(const QString &id)
 {
     State state;
-    look(id, &state);
+    query(id, &state);
     return state;
 }
 
-/// Whether the file was renamed, whatever the server answered.
-bool Upload::hasArrived(const Outcome &moved, const State &part, const State &target) const
+/// Whether the file was renamed, although the server reported a failure.
+bool Upload::wasRenamed(const Outcome &moved, const State &part, const State &target) const
 {
     if (!target.isPresent() || (target.entry.size >= 0 && target.entry.size != m_file.size()))
         return false;
@@ -292,8 +291,8 @@ bool Upload::hasArrived(const Outcome &moved, const State &part, const State &ta
     return part.isAbsent() || (isUnknown(moved) && hasNewTag);
 }
 
-/// Whether somebody else stored something under the name meanwhile. A file that is gone may have been deleted by the
-/// refused request itself.
+/// Whether another client has stored a file under the name. A missing file does not count: the refused request may have
+/// deleted it.
 bool Upload::wasChanged(const State &target) const
 {
     return target.isPresent() && !(m_target.isPresent() && target.hasTag(m_target.entry.etag));

@@ -1,10 +1,10 @@
 // The pieces of the library that need no server.
 
+#include "Credentials.h"
 #include "DavClient.h"
 #include "DavPath.h"
 #include "Deployments.h"
 #include "MultiStatus.h"
-#include "SessionFile.h"
 #include "support/TestFiles.h"
 
 #include <QtTest>

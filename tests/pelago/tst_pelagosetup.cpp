@@ -13,7 +13,7 @@ private slots:
     void serverIsTriedAndWritten_data()
     {
         QTest::addColumn<QStringList>("lines"); // that it prints among others
-        const QString beside = "New files    stored beside and renamed (MOVE)";
+        const QString beside = "New files    stored under a temporary name, then renamed (MOVE)";
         QTest::newRow("apache") << QStringList{"Sign-in      Basic", "WebDAV       class 1,2", beside};
         QTest::newRow("digest") << QStringList{"Sign-in      Digest", beside};
         QTest::newRow("rclone") << QStringList{"Sign-in      Basic", beside};

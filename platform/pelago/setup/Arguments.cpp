@@ -8,15 +8,15 @@
 
 namespace {
 
-const QStringList sections = {QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("development")};
+const QStringList kSections = {QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("development")};
 
-const char usage[] =
+const char kUsage[] =
     "Usage: pelago-setup ADDRESS [--section production|staging|development] [--ca-file PEM] [--allow-plain-http]\n"
-    "Tries the WebDAV server at ADDRESS and writes it into pelago.ini. Asks for the user name and the password, or "
-    "takes\n"
-    "them from the environment: PELAGO_USER, PELAGO_PASSWORD. The password is not stored.\n";
+    "Tests the WebDAV server at ADDRESS and writes the address to pelago.ini. Reads the user name and the password "
+    "from\n"
+    "PELAGO_USER and PELAGO_PASSWORD in the environment, or asks for them. The password is not stored.\n";
 
-/// One line of the standard input, which a terminal does not show if \p isSecret.
+/// Reads one line of the standard input, without echo if \p isSecret.
 QString ask(const char *question, bool isSecret)
 {
     std::fprintf(stderr, "%s", question);
@@ -43,9 +43,9 @@ bool Arguments::parse(const QStringList &commandLine)
     for (int at = 1; at < commandLine.size(); ++at) {
         const QString &word = commandLine[at];
         if (word == QLatin1String("--allow-plain-http"))
-            m_allowsPlainHttp = true;
+            allowsPlainHttp = true;
         else if (word == QLatin1String("--section") && at + 1 < commandLine.size())
-            section = commandLine[++at];
+            section = kSections.indexOf(commandLine[++at]);
         else if (word == QLatin1String("--ca-file") && at + 1 < commandLine.size())
             caFile = commandLine[++at];
         else if (!word.startsWith(QLatin1Char('-')) && address.isEmpty())
@@ -53,18 +53,18 @@ bool Arguments::parse(const QStringList &commandLine)
         else
             return false;
     }
-    return !address.isEmpty() && sections.contains(section);
+    return !address.isEmpty() && section >= 0;
 }
 
 bool Arguments::read(const QStringList &commandLine)
 {
     if (commandLine.contains(QStringLiteral("--help")) || commandLine.contains(QStringLiteral("-h"))) {
-        std::printf("%s", usage);
-        m_exitStatus = 0;
+        std::printf("%s", kUsage);
+        exitStatus = 0;
         return false;
     }
     if (!parse(commandLine)) {
-        std::fprintf(stderr, "%s", usage);
+        std::fprintf(stderr, "%s", kUsage);
         return false;
     }
     if (!address.contains(QLatin1String("://")))
@@ -75,16 +75,7 @@ bool Arguments::read(const QStringList &commandLine)
     return true;
 }
 
-int Arguments::number() const
+QString Arguments::sectionName() const
 {
-    return sections.indexOf(section);
-}
-
-QVector<QPair<QString, QString>> Arguments::values() const
-{
-    QVector<QPair<QString, QString>> lines = {{QStringLiteral("kind"), QStringLiteral("password")},
-                                              {QStringLiteral("storage"), address}};
-    if (m_allowsPlainHttp)
-        lines.append({QStringLiteral("allowPlainHttp"), QStringLiteral("true")});
-    return lines;
+    return kSections[section];
 }

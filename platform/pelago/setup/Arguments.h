@@ -1,35 +1,28 @@
 // setup/Arguments.h
 //
-// What the user of pelago-setup wants: the command line, and the name and password that are asked for.
+// The command line of pelago-setup, and the user name and the password.
 
 #pragma once
 
-#include <QPair>
 #include <QString>
 #include <QStringList>
-#include <QVector>
 
-class Arguments
+struct Arguments
 {
-public:
-    /// Reads the command line and asks for what is missing. False if the program must end with exitStatus().
+    /// Parses the command line, then reads the user name and the password from the environment or the standard input.
+    /// Returns false if the program must end with exitStatus.
     bool read(const QStringList &commandLine);
-    int exitStatus() const { return m_exitStatus; }
-
-    /// The number of the section in Skein_Service_Deployment.
-    int number() const;
-    /// The lines of the section.
-    QVector<QPair<QString, QString>> values() const;
 
     QString address;
-    QString section = QStringLiteral("production");
-    QString caFile;
+    int section = 0; ///< as in Skein_Service_Deployment
+    bool allowsPlainHttp = false;
+    QString caFile; ///< empty if not given
     QString user;
     QString password;
+    int exitStatus = 2;
+
+    QString sectionName() const;
 
 private:
     bool parse(const QStringList &commandLine);
-
-    bool m_allowsPlainHttp = false;
-    int m_exitStatus = 2;
 };

@@ -1,23 +1,23 @@
 // setup/main.cpp
 //
-// pelago-setup: tries a WebDAV server with a user's name and password, prints what it can do, and writes its address
-// into pelago.ini. The password is not stored.
+// pelago-setup: tests a WebDAV server with a user name and a password, prints its capabilities, and writes its address
+// to pelago.ini. The password is not stored.
 
 #include "Arguments.h"
-#include "ConfigFile.h"
 #include "Deployments.h"
 #include "EndPoint.h"
-#include "Listing.h"
 #include "Session.h"
+#include "Storage.h"
 #include "Trace.h"
-#include "Transfer.h"
 
 #include <pelago/pelago.h>
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QFile>
+#include <QDir>
+#include <QFileInfo>
 #include <QNetworkProxyFactory>
+#include <QSaveFile>
 #include <QSslConfiguration>
 #include <QSslSocket>
 #include <QTemporaryDir>
@@ -28,21 +28,21 @@ using namespace pelago;
 
 namespace {
 
-constexpr int certificateWaitMs = 10000;
+constexpr int kCertificateTimeoutMs = 10000;
 
 void print(const char *what, const QString &found)
 {
     std::printf("%-12s %s\n", what, qPrintable(found));
 }
 
-/// Prints a line of the library without the cause at its end, which is for programs.
+/// Prints a line of the library without the cause in brackets at its end.
 void printFailure(void *, int, const char *line)
 {
     const QString text = QString::fromUtf8(line);
     std::fprintf(stderr, "pelago-setup: %s\n", qPrintable(text.left(text.lastIndexOf(QLatin1String(" [")))));
 }
 
-/// Shows the certificate that the server sends. The sign-in has checked it.
+/// Prints the server's certificate, which the sign-in has verified.
 void printCertificate(const QUrl &server)
 {
     if (server.scheme() != QLatin1String("https")) {
@@ -51,7 +51,7 @@ void printCertificate(const QUrl &server)
     }
     QSslSocket socket;
     socket.connectToHostEncrypted(server.host(), static_cast<quint16>(server.port(443)));
-    if (!socket.waitForEncrypted(certificateWaitMs))
+    if (!socket.waitForEncrypted(kCertificateTimeoutMs))
         return;
     const QSslCertificate certificate = socket.peerCertificate();
     const QStringList issuer =
@@ -63,19 +63,19 @@ void printCertificate(const QUrl &server)
 QString tagKind(const QByteArray &tag)
 {
     if (tag.isEmpty())
-        return QStringLiteral("none: a change by somebody else is not noticed");
+        return QStringLiteral("none: changes by other users are not detected");
     return tag.startsWith("W/") ? QStringLiteral("weak") : QStringLiteral("strong");
 }
 
-/// Stores, replaces and deletes a small file, and prints how the server does it.
-void tryUpload(EndPoint &endPoint)
+/// Stores, replaces and deletes a small file, and prints how the library does it.
+void testUpload(EndPoint &endPoint)
 {
     const QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("trial")));
     if (!file.open(QIODevice::WriteOnly) || file.write("pelago-setup") < 0)
         return;
     file.close();
-    const QString name = DavPath::unusedName();
+    const QString name = DavPath::temporaryName();
     const Progress ignore = [](qint64, qint64) {};
     Outcome stored = uploadNew(endPoint, name, file.fileName(), ignore);
     DavEntry entry;
@@ -88,22 +88,22 @@ void tryUpload(EndPoint &endPoint)
     cleanUp.url = endPoint.address(name, DavPath::Form::File);
     endPoint.send(cleanUp);
     if (!stored.isSuccess()) {
-        traceFailure(QStringLiteral("A trial upload"), stored);
-        print("Uploads", QStringLiteral("not possible; import works"));
+        traceFailure(QStringLiteral("A test upload"), stored);
+        print("Uploads", QStringLiteral("not possible; downloads work"));
         return;
     }
     const bool moves = !endPoint.destinations().isEmpty();
-    print("New files", moves ? QStringLiteral("stored beside and renamed (MOVE)")
-                             : QStringLiteral("stored in place (PUT), because the server does not rename"));
+    print("New files", moves ? QStringLiteral("stored under a temporary name, then renamed (MOVE)")
+                             : QStringLiteral("stored in place (PUT), because the server cannot rename"));
     print("Replacing", moves && !endPoint.replacesInPlace()
-                           ? QStringLiteral("by MOVE: the old content stays until the new one is whole")
+                           ? QStringLiteral("by MOVE: the old content stays until the new one is complete")
                            : QStringLiteral("in place (PUT with If-Match): versions and shares are kept"));
 }
 
-/// Signs in with the configuration that PELAGO_CONFIG names and prints what the server can do.
-bool trySignIn(const Arguments &arguments)
+/// Signs in with the file named by PELAGO_CONFIG and prints the server's capabilities.
+bool testServer(const Arguments &arguments)
 {
-    const Deployment deployment = Deployments::load().at(arguments.number());
+    const Deployment deployment = Deployments::load().at(arguments.section);
     if (!deployment.storage.isValid()) {
         traceFailure(QStringLiteral("Use of ") + arguments.address,
                      failure(Skein_Result_BadArgument, "configuration", deployment.problem));
@@ -120,14 +120,54 @@ bool trySignIn(const Arguments &arguments)
     printCertificate(deployment.storage);
 
     EndPoint endPoint(session, deployment.storage);
-    DavCall question;
-    question.verb = "OPTIONS";
-    question.url = deployment.storage;
-    const DavResult answer = endPoint.send(question);
-    print("WebDAV",
-          answer.dav.isEmpty() ? QStringLiteral("says no class") : "class " + QString::fromLatin1(answer.dav));
-    tryUpload(endPoint);
+    DavCall options;
+    options.verb = "OPTIONS";
+    options.url = deployment.storage;
+    const QString davClass = QString::fromLatin1(endPoint.send(options).dav);
+    print("WebDAV", davClass.isEmpty() ? QStringLiteral("class unknown") : QStringLiteral("class ") + davClass);
+    testUpload(endPoint);
     return true;
+}
+
+/// Removes the lines of [\p section] from \p content.
+QByteArray withoutSection(const QByteArray &content, const QByteArray &section)
+{
+    QByteArray kept;
+    bool inside = false;
+    for (const QByteArray &line : content.split('\n')) {
+        const QByteArray text = line.trimmed();
+        if (text.startsWith('[') && text.endsWith(']'))
+            inside = text.mid(1, text.size() - 2).trimmed() == section;
+        if (!inside)
+            kept += line + '\n';
+    }
+    return kept.trimmed().isEmpty() ? QByteArray() : kept.trimmed() + "\n\n";
+}
+
+/// Writes the content of \p source, which may be missing, to \p target with a new section for \p arguments. Other
+/// sections and their comments stay. Only the user can read the result. On failure it prints a message and returns
+/// false, and the old target stays.
+bool writeConfig(const QString &source, const QString &target, const Arguments &arguments)
+{
+    QFile old(source);
+    if (old.exists() && !old.open(QIODevice::ReadOnly)) {
+        std::fprintf(stderr, "pelago-setup: cannot read %s: %s\n", qPrintable(source), qPrintable(old.errorString()));
+        return false;
+    }
+    const QByteArray section = arguments.sectionName().toUtf8();
+    QByteArray content = withoutSection(old.isOpen() ? old.readAll() : QByteArray(), section);
+    content += '[' + section + "]\nkind=password\nstorage=" + arguments.address.toUtf8() + '\n';
+    if (arguments.allowsPlainHttp)
+        content += "allowPlainHttp=true\n";
+
+    QDir().mkpath(QFileInfo(target).path());
+    QSaveFile file(target);
+    const bool written = file.open(QIODevice::WriteOnly) &&
+                         file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) &&
+                         file.write(content) == content.size() && file.commit();
+    if (!written)
+        std::fprintf(stderr, "pelago-setup: cannot write %s: %s\n", qPrintable(target), qPrintable(file.errorString()));
+    return written;
 }
 
 } // namespace
@@ -136,12 +176,12 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     QNetworkProxyFactory::setUseSystemConfiguration(true);
-    setTraceCallback(printFailure, nullptr);
-    setTraceLevel(static_cast<int>(TraceLevel::Failures));
+    SkeinTrace_setCallback(printFailure, nullptr);
+    SkeinTrace_setLevel(static_cast<int>(TraceLevel::Failures));
 
     Arguments arguments;
     if (!arguments.read(application.arguments()))
-        return arguments.exitStatus();
+        return arguments.exitStatus;
     if (!arguments.caFile.isEmpty()) {
         QSslConfiguration trust = QSslConfiguration::defaultConfiguration();
         if (!trust.addCaCertificates(arguments.caFile)) {
@@ -151,15 +191,15 @@ int main(int argc, char **argv)
         QSslConfiguration::setDefaultConfiguration(trust);
     }
 
-    // The server is tried with the very file that is written in the end.
+    // Test the server with a copy of the file that is written in the end.
     const QTemporaryDir folder;
     const QString target = Deployments::path();
     const QString trial = folder.filePath(QStringLiteral("pelago.ini"));
-    if (!ConfigFile::write(target, trial, arguments.section, arguments.values()))
+    if (!writeConfig(target, trial, arguments))
         return 1;
     qputenv("PELAGO_CONFIG", QFile::encodeName(trial));
-    if (!trySignIn(arguments) || !ConfigFile::write(target, target, arguments.section, arguments.values()))
+    if (!testServer(arguments) || !writeConfig(target, target, arguments))
         return 1;
-    print("Written", '[' + arguments.section + QStringLiteral("] of ") + target);
+    print("Written", '[' + arguments.sectionName() + QStringLiteral("] of ") + target);
     return 0;
 }
