@@ -1,6 +1,6 @@
 // pelago/Cloud.h
 //
-// One user at one storage address, through the flat interface only.
+// A session and an end point for one storage address, through the flat interface only.
 
 #pragma once
 
@@ -34,12 +34,19 @@ public:
         Skein_Auth_closeSession(session);
     }
 
-    /// Signs in as demo and makes the end point.
+    /// Signs in as demo and creates the end point.
     int signIn(const char *password = "demo")
     {
         const int result = Skein_Auth_login(session, "demo", password);
         endPoint = Skein_Storage_createEndPoint(session, storage, 0, "my", 0, 0);
         return result;
+    }
+    /// Replaces the end point by one with this time-out. Keep it long for requests that must succeed.
+    void setIdleTimeout(const QByteArray &ms)
+    {
+        write("pelago.ini", readFile(local("pelago.ini")) + "idleTimeoutMs=" + ms + '\n');
+        Skein_Storage_destroyEndPoint(endPoint);
+        endPoint = Skein_Storage_createEndPoint(session, storage, 0, "my", 0, 0);
     }
     int list(const QByteArray &folder)
     {
@@ -50,17 +57,17 @@ public:
         };
         return Skein_Storage_listContents(endPoint, folder, collect, this);
     }
-    /// Into the local file "got".
+    /// Downloads to the local file "got".
     int download(const QByteArray &folder, const QByteArray &name)
     {
         const QByteArray to = m_home.path().toUtf8();
         done = -1;
         return Skein_Storage_downloadFile(endPoint, folder, name, to, "got", progress, finished, this, this);
     }
-    /// Stores \p content; the local file "local" as it is when that is null.
+    /// Writes \p content to the local file "local", unless it is null, and uploads that file.
     int upload(const QByteArray &folder, const QByteArray &name, const QByteArray &content = QByteArray())
     {
-        const QByteArray path = content.isNull() ? local("local") : write("local", content);
+        const QByteArray path = localFile(content);
         const char *const paths[] = {path.constData()};
         const char *const names[] = {name.constData()};
         done = -1;
@@ -68,7 +75,7 @@ public:
     }
     int replace(const QByteArray &folder, const QByteArray &name, const QByteArray &content = QByteArray())
     {
-        const QByteArray path = content.isNull() ? local("local") : write("local", content);
+        const QByteArray path = localFile(content);
         const QByteArray id = folder.isEmpty() ? name : folder + '/' + name;
         done = -1;
         return Skein_Storage_updateFile(endPoint, folder, id, 2, path, progress, finished, this, this);
@@ -86,10 +93,14 @@ public:
     int64_t endPoint = -1;
     QByteArray storage;
     QVector<Entry> entries;      ///< of the last listing
-    qint64 done = -1, total = 0; ///< what the last transfer told last
-    QVector<int> results;        ///< of the transfer call-backs
+    qint64 done = -1, total = 0; ///< the last progress of the last transfer
+    QVector<int> results;        ///< of the transfer callbacks
 
 private:
+    QByteArray localFile(const QByteArray &content) const
+    {
+        return content.isNull() ? local("local") : write("local", content);
+    }
     static void progress(void *context, int64_t done, int64_t total)
     {
         auto *cloud = static_cast<Cloud *>(context);

@@ -1,6 +1,6 @@
 // pelago/ScriptedCloud.h
 //
-// A small WebDAV server that does what each case needs, and the tests of a user who is signed in to it.
+// A small WebDAV server whose replies a test can script, and a fixture with a user who is signed in to it.
 
 #pragma once
 
@@ -23,27 +23,28 @@ inline Reply entry(const QByteArray &href, const QByteArray &properties)
 }
 
 const QByteArray kFolderProperty = "<resourcetype><collection/></resourcetype>";
-const Reply folder = entry("/dav/", kFolderProperty);
-const Reply unauthorized = Reply(401).header("WWW-Authenticate", "Basic realm=x");
+const Reply kFolder = entry("/dav/", kFolderProperty);
+const Reply kUnauthorized = Reply(401).header("WWW-Authenticate", "Basic realm=x");
 
-/// What the server does before it answers: what the status says, all, half of it (a PUT that is cut, a MOVE that only
-/// deletes its target), or nothing.
-enum class Effect { AsAnswered, All, Half, None };
+/// What the server does before it replies. ByStatus performs the request if the status is a success; Half stores half
+/// of a PUT, or deletes the target of a MOVE.
+enum class Effect { ByStatus, All, Half, None };
 
 struct Answer
 {
-    Answer(int status, Effect what = Effect::AsAnswered) : reply(status), effect(what) {}
-    Answer(const Reply &scripted, Effect what = Effect::AsAnswered) : reply(scripted), effect(what) {}
+    Answer(int status, Effect what = Effect::ByStatus) : reply(status), effect(what) {}
+    Answer(const Reply &scripted, Effect what = Effect::ByStatus) : reply(scripted), effect(what) {}
 
     Reply reply;
     Effect effect;
 };
-using Answers = QVector<Answer>;
-using Script = QHash<QByteArray, Answers>;
+/// The answers per method; the last one is repeated.
+using Script = QHash<QByteArray, QVector<Answer>>;
 
 Q_DECLARE_METATYPE(Script)
 
-/// A folder of files at "/dav" that fails by script. Requests without credentials are refused.
+/// A folder of files at "/dav". Requests without credentials are refused. Names that contain "pelago-" are temporary
+/// names of the library.
 class ScriptedCloud : public LocalServer
 {
 public:
@@ -51,15 +52,17 @@ public:
     {
         answerOthers([this](const Request &request) {
             if (!request.hasHeader("Authorization"))
-                return unauthorized;
-            Answers &answers = script[request.method];
+                return kUnauthorized;
+            if (onRequest)
+                onRequest(request);
+            QVector<Answer> &answers = script[request.method];
             if (answers.isEmpty())
                 return serve(request);
             const Answer answer = answers.size() > 1 ? answers.takeFirst() : answers.first();
-            const bool answersSuccess = answer.reply.status() >= 200 && answer.reply.status() < 300;
+            const bool isSuccess = answer.reply.status() >= 200 && answer.reply.status() < 300;
             if (answer.effect == Effect::Half)
                 serveHalf(request);
-            else if (answer.effect == Effect::All || (answer.effect == Effect::AsAnswered && answersSuccess))
+            else if (answer.effect == Effect::All || (answer.effect == Effect::ByStatus && isSuccess))
                 serve(request);
             return answer.reply;
         });
@@ -71,7 +74,7 @@ public:
         files["/dav/" + name] = content;
         tags["/dav/" + name] = '"' + QByteArray::number(++m_changes) + '"';
     }
-    /// The names and contents, with a star for a name made up.
+    /// The files as "name=content", with "*" for a temporary name.
     QString stored() const
     {
         QStringList words;
@@ -79,8 +82,9 @@ public:
             words << (file.key().contains("pelago-") ? "*" : file.key().mid(5)) + '=' + file.value();
         return words.join(' ');
     }
-    /// The methods since the first sign-in that had credentials, with a star where the target is a name made up.
-    QString story() const
+    /// The methods of the requests with credentials after the first sign-in, with "*" behind the method if the target
+    /// is a temporary name.
+    QString methods() const
     {
         QStringList words;
         for (const Request &request : requests()) {
@@ -90,10 +94,10 @@ public:
         return words.mid(1).join(' ');
     }
 
-    Script script; ///< by method: each answer once, the last one for ever; a method without any is served
-    QMap<QByteArray, QByteArray> files;
-    QMap<QByteArray, QByteArray> tags;
+    Script script;
+    QMap<QByteArray, QByteArray> files, tags; ///< by path
     QByteArray dav = "1, 2";
+    std::function<void(const Request &)> onRequest; ///< called before a request with credentials is performed
 
 private:
     static QByteArray destinationOf(const Request &request)
@@ -107,7 +111,7 @@ private:
         const bool mustBeFree = request.header("If-None-Match") == "*" || request.header("Overwrite") == "F";
         return (mustBeFree && files.contains(target)) || (!state.isEmpty() && !state.contains(tags.value(target, "-")));
     }
-    void forget(const QByteArray &path)
+    void remove(const QByteArray &path)
     {
         files.remove(path);
         tags.remove(path);
@@ -117,7 +121,7 @@ private:
         if (request.method == "PUT")
             store(request.path().mid(5), request.body.left(request.body.size() / 2));
         else
-            forget(destinationOf(request));
+            remove(destinationOf(request));
     }
     Reply serve(const Request &request)
     {
@@ -126,7 +130,7 @@ private:
         if (request.method == "OPTIONS")
             return Reply(200).header("Allow", "OPTIONS, PUT, MOVE").header("DAV", dav);
         if (path == "/dav/" || path == "/dav")
-            return folder;
+            return kFolder;
         if (request.method != "PUT" && !files.contains(path))
             return Reply(404);
         if (request.method == "PROPFIND") {
@@ -140,7 +144,7 @@ private:
             return Reply(412);
         const QByteArray content = request.method == "PUT" ? request.body : files[path];
         if (request.method != "PUT")
-            forget(path);
+            remove(path);
         if (request.method != "DELETE")
             store(target.mid(5), content);
         return Reply(201);
@@ -149,25 +153,32 @@ private:
     int m_changes = 0;
 };
 
-/// Starts each test with a scripted server and a user who is signed in to it, and keeps the lines of the trace.
+/// Starts each test with a scripted server and a user who is signed in to it, and checks that no trace line contains a
+/// secret.
 class ScriptedCloudTest : public QObject
 {
-protected:
-    static void keepTrace()
+    Q_OBJECT
+private slots:
+    void initTestCase()
     {
         SkeinTrace_setLevel(2);
         SkeinTrace_setCallback([](void *, int, const char *line) { traced << line; }, nullptr);
     }
-    /// The result of signing in. A row whose name contains "silent" has a short time-out.
-    int start()
+    void init()
     {
         m_server = std::make_unique<ScriptedCloud>();
-        const QByteArray idleMs = QByteArray(QTest::currentDataTag()).contains("silent") ? "400" : "20000";
-        m_cloud = std::make_unique<Cloud>(m_server->storage(), "kind=password\nidleTimeoutMs=" + idleMs + '\n');
-        return m_cloud->signIn();
+        m_cloud = std::make_unique<Cloud>(m_server->storage());
+        QCOMPARE(m_cloud->signIn(), 1);
+    }
+    void cleanupTestCase()
+    {
+        QVERIFY(traced.size() > 50);
+        for (const char *secret : {"demo", "ZGVtb", "T%2B", "T+=", "content"})
+            QVERIFY2(!traced.join('\n').contains(secret), secret);
     }
 
-    inline static QStringList traced;
+protected:
+    inline static QStringList traced; ///< the lines of all tests
     std::unique_ptr<ScriptedCloud> m_server;
     std::unique_ptr<Cloud> m_cloud;
 };
