@@ -1,39 +1,116 @@
 #include "cloud/page/FolderBar.h"
 
+#include "cloud/CloudItem.h"
+#include "cloud/page/LiteralText.h"
 #include "cloud/page/NavigationWidgets.h"
+#include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "TavrinStrings.h"
 
 #include <QEvent>
+#include <QLabel>
 #include <QLayout>
 #include <QMenu>
 #include <QToolButton>
 #include <QWidgetAction>
 
+#include <utility>
+
+using ICloudPortalApi::ICloudItem;
+
 namespace {
 
-/// The sign between two folders.
+constexpr int kHeight = 24;
+
 bool isSeparator(const QAction *action)
 {
     return qobject_cast<const QWidgetAction *>(action) != nullptr;
 }
 
+void release(QObject *object)
+{
+    object->disconnect();
+    object->deleteLater();
+}
+
+/// Removes \p action and its menu from \p bar. Both are disconnected at once and deleted in the event loop.
+void releaseAction(QToolBar *bar, QAction *action)
+{
+    if (QMenu *menu = action->menu()) {
+        const QList<QAction *> entries = menu->actions();
+        for (QAction *entry : entries) {
+            entry->disconnect();
+            menu->removeAction(entry);
+        }
+        release(menu);
+    }
+    bar->removeAction(action);
+    release(action);
+}
+
 } // namespace
 
-FolderBar::FolderBar(QWidget *parent) : QToolBar(parent) {}
+FolderBar::FolderBar(Portal_CloudBrowserWindows *page, QWidget *previous)
+    : QToolBar(page), m_page(page), m_previous(previous)
+{
+    setObjectName(QStringLiteral("FolderBar"));
+    setFixedHeight(kHeight);
+    setAutoFillBackground(true);
+    setStyleSheet(
+        QStringLiteral("QToolBar { background-color: #303030; border: 1px solid #444444; padding-left: 3px; }"));
+    adaptOverflow(this);
+    addWidget(GetIconFolderButton(page));
+}
+
+void FolderBar::setPath(const FolderPath &path)
+{
+    clearPath();
+    for (ICloudItem *folder : path) {
+        if (!folder)
+            continue;
+        if (folder->GetParent())
+            m_path << addWidget(new QLabel(QStringLiteral("/"), this));
+        AddFolderWidget(m_page, this, folder);
+        m_path << folder->GetFolderAction();
+    }
+    orderTabs();
+}
+
+void FolderBar::clearPath()
+{
+    setMoreShown(false);
+    const QList<QAction *> path = std::exchange(m_path, {});
+    for (QAction *step : path)
+        releaseAction(this, step);
+}
+
+void FolderBar::orderTabs()
+{
+    QWidget *before = m_previous;
+    const auto append = [&before](QWidget *button) {
+        setTabOrder(before, button);
+        before = button;
+    };
+    const QList<QAction *> shown = actions();
+    for (QAction *action : shown) {
+        if (auto *button = qobject_cast<QToolButton *>(widgetForAction(action)))
+            append(button);
+    }
+    if (QToolButton *button = overflowButton(this))
+        append(button);
+}
 
 QSize FolderBar::sizeHint() const
 {
     QSize size = QToolBar::sizeHint();
     if (isMoreShown())
         size.rwidth() -= widthOf(m_more);
-    const QList<QAction *> steps = path();
-    for (QAction *step : steps) {
+    for (QAction *step : m_path) {
         if (!step->isVisible())
             size.rwidth() += widthOf(step);
     }
-    if (!steps.isEmpty()) {
-        QAction *current = steps.last();
-        size.rwidth() += textWidth(current, LiteralText(current->text())) - textWidth(current, current->iconText());
+    if (!m_path.isEmpty()) {
+        QAction *current = m_path.last();
+        size.rwidth() += textWidth(current, literalText(current->text())) - textWidth(current, current->iconText());
     }
     return size;
 }
@@ -48,33 +125,25 @@ bool FolderBar::event(QEvent *event)
 
 void FolderBar::fit()
 {
-    const QList<QAction *> steps = path();
-    if (steps.isEmpty())
+    if (m_path.isEmpty())
         return;
     int excess = sizeHint().width() - width();
-    setMoreShown(excess > 0 && steps.size() > 1);
+    setMoreShown(excess > 0 && m_path.size() > 1);
     if (isMoreShown())
         excess += widthOf(m_more);
     int first = 0;
-    while (first + 1 < steps.size() && (excess > 0 || isSeparator(steps[first])))
-        excess -= widthOf(steps[first++]);
-    for (int i = 0; i < steps.size(); ++i)
-        steps[i]->setVisible(i >= first);
+    while (first + 1 < m_path.size() && (excess > 0 || isSeparator(m_path[first])))
+        excess -= widthOf(m_path[first++]);
+    for (int i = 0; i < m_path.size(); ++i)
+        m_path[i]->setVisible(i >= first);
 
-    QAction *current = steps.last();
+    QAction *current = m_path.last();
     QString name = current->text();
     if (excess > 0) {
-        const int room = textWidth(current, LiteralText(name)) - excess;
+        const int room = textWidth(current, literalText(name)) - excess;
         name = widgetForAction(current)->fontMetrics().elidedText(name, Qt::ElideMiddle, room);
     }
-    current->setIconText(LiteralText(name));
-}
-
-QList<QAction *> FolderBar::path() const
-{
-    QList<QAction *> steps = actions().mid(1);
-    steps.removeOne(m_more);
-    return steps;
+    current->setIconText(literalText(name));
 }
 
 bool FolderBar::isMoreShown() const
@@ -87,14 +156,14 @@ void FolderBar::setMoreShown(bool shown)
     if (shown == isMoreShown())
         return;
     if (!shown) {
-        ReleaseBarAction(this, m_more);
+        releaseAction(this, m_more);
         return;
     }
-    QAction *top = path().first();
+    QAction *top = m_path.first();
     m_more = new QAction(QString(QChar(0xab)), this);
     m_more->setToolTip(TavrinStrings::text(TavrinStrings::kCloudPortalMore));
-    m_more->setMenu(CreateLiteralTextMenu(this));
-    connect(m_more->menu(), &QMenu::aboutToShow, this, &FolderBar::fillMenu);
+    m_more->setMenu(createLiteralTextMenu(this));
+    connect(m_more->menu(), &QMenu::aboutToShow, this, &FolderBar::fillMoreMenu);
     insertAction(top, m_more);
     auto *button = static_cast<QToolButton *>(widgetForAction(m_more));
     button->setPopupMode(QToolButton::InstantPopup);
@@ -103,12 +172,11 @@ void FolderBar::setMoreShown(bool shown)
     setTabOrder(widgetForAction(top)->previousInFocusChain(), button);
 }
 
-void FolderBar::fillMenu()
+void FolderBar::fillMoreMenu()
 {
     QMenu *menu = m_more->menu();
     menu->clear();
-    const QList<QAction *> steps = path();
-    for (QAction *step : steps) {
+    for (QAction *step : m_path) {
         if (!step->isVisible() && !isSeparator(step))
             connect(menu->addAction(step->text()), &QAction::triggered, step, &QAction::trigger, Qt::QueuedConnection);
     }
@@ -119,7 +187,7 @@ int FolderBar::widthOf(QAction *action) const
     return widgetForAction(action)->sizeHint().width() + layout()->spacing();
 }
 
-/// The width of \p text on the button of \p folder.
+/// Returns the width of \p text on the button of \p folder.
 int FolderBar::textWidth(QAction *folder, const QString &text) const
 {
     return widgetForAction(folder)->fontMetrics().size(Qt::TextShowMnemonic, text).width();

@@ -1,34 +1,53 @@
 // cloud/page/FolderBar.h
 //
-// The bar of the folders from the top one to the current one. Where it is too narrow the path loses its beginning, so
-// that the user always sees which folder he is in; a button opens what is left out.
+// The bar of a page that shows the path from the top folder to the current one. If the bar is too narrow, the first
+// folders are left out and a button opens a menu of them, so that the current folder is always visible.
 
 #pragma once
 
 #include <QPointer>
 #include <QToolBar>
 
+#include <vector>
+
+class Portal_CloudBrowserWindows;
+
+namespace ICloudPortalApi {
+class ICloudItem;
+}
+
 class FolderBar : public QToolBar
 {
     Q_OBJECT
 public:
-    /// The first action that is added stays at the left end; what follows is the path, the current folder last.
-    explicit FolderBar(QWidget *parent);
+    using FolderPath = std::vector<QPointer<ICloudPortalApi::ICloudItem>>;
 
-    /// The room that the whole path takes, whatever of it is shown.
+    /// \p page owns the bar. The Tab key moves the focus from \p previous to the first folder.
+    FolderBar(Portal_CloudBrowserWindows *page, QWidget *previous);
+
+    /// Shows \p path, the top folder first. Folders that have been deleted are left out.
+    void setPath(const FolderPath &path);
+    /// Removes all folders. Their actions are disconnected at once and deleted in the event loop, since one of them may
+    /// be the sender of the current signal.
+    void clearPath();
+
+    /// The size for the whole path, including the folders that are left out.
     QSize sizeHint() const override;
 
 protected:
     bool event(QEvent *event) override;
 
 private:
+    void orderTabs();
     void fit();
-    QList<QAction *> path() const;
     bool isMoreShown() const;
     void setMoreShown(bool shown);
-    void fillMenu();
+    void fillMoreMenu();
     int widthOf(QAction *action) const;
     int textWidth(QAction *folder, const QString &text) const;
 
-    QPointer<QAction> m_more; ///< in the bar while something is left out
+    Portal_CloudBrowserWindows *m_page;
+    QWidget *m_previous;
+    QList<QAction *> m_path;  ///< folders and separators; the current folder is the last
+    QPointer<QAction> m_more; ///< is in the bar while folders are left out
 };

@@ -1,15 +1,13 @@
 // Export: the host writes the scene or the selection below the temporary folder, and the portal takes the file.
 
 #include "cloud/page/HostFiles.h"
+#include "cloud/page/ImportExportPanels.h"
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "TavrinStrings.h"
 
-#include <QComboBox>
 #include <QDir>
-#include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
-#include <QPushButton>
 
 using ICloudPortalApi::ICloudItem;
 
@@ -63,8 +61,7 @@ bool mayOverwrite(QWidget *mainWindow)
 
 void Portal_CloudBrowserWindows::exportTextChangedEvent(QString newText)
 {
-    m_exportSelectionButton->setEnabled(!newText.isEmpty());
-    m_exportAllButton->setEnabled(!newText.isEmpty());
+    m_exportPanel->enableButtons(!newText.isEmpty());
 }
 
 void Portal_CloudBrowserWindows::exportImportTabPageChanged(int)
@@ -74,44 +71,21 @@ void Portal_CloudBrowserWindows::exportImportTabPageChanged(int)
 
 void Portal_CloudBrowserWindows::RefreshExporterFilterList()
 {
-    if (!m_exportFilter || !HasExportFormats())
+    if (!m_exportPanel || !hasExportFormats())
         return;
     KStringArray names;
     KStringArray extensions;
     if (!m_calls.run([&] { getAllExportTranslator(names, extensions); }))
         return;
-    // Nothing is emptied before the host has answered, since the call may have let another refresh in.
-    const int remembered = std::max(m_exportFilter->currentIndex(), 0);
-    m_exportFilter->clear();
-    m_translators.clear();
-    m_extensions.clear();
-    m_exportTranslator = KString();
-    m_exportExtension = KString();
-    for (unsigned i = 0; i < names.length(); ++i) {
-        const KString extension = i < extensions.length() ? extensions[i] : KString();
-        const int index = static_cast<int>(i);
-        m_translators[index] = names[i];
-        m_extensions[index] = extension;
-        if (m_exportTranslator.isEmpty()) {
-            m_exportTranslator = names[i];
-            m_exportExtension = extension;
-        }
-    }
-    // The entries come after the maps, since adding the first one already signals that it was chosen.
+    std::vector<ExportPanel::Translator> translators;
     for (unsigned i = 0; i < names.length(); ++i)
-        m_exportFilter->addItem(KQtUtil::toQString(names[i]));
-    if (m_exportFilter->count() > 0)
-        m_exportFilter->setCurrentIndex(remembered < m_exportFilter->count() ? remembered : 0);
+        translators.push_back({names[i], i < extensions.length() ? extensions[i] : KString()});
+    m_exportPanel->setTranslators(translators);
 }
 
 void Portal_CloudBrowserWindows::ExportFilterFilesClick(int index)
 {
-    const auto textAt = [index](const std::map<int, KString> &texts) {
-        const auto found = texts.find(index);
-        return found == texts.end() ? KString() : found->second;
-    };
-    m_exportTranslator = textAt(m_translators);
-    m_exportExtension = textAt(m_extensions);
+    m_exportPanel->useTranslator(index);
 }
 
 ICloudItem *Portal_CloudBrowserWindows::IsOverwrite(KString name)
@@ -123,28 +97,18 @@ ICloudItem *Portal_CloudBrowserWindows::IsOverwrite(KString name)
     return nullptr;
 }
 
-KString Portal_CloudBrowserWindows::exportFileName() const
-{
-    QString typed = m_exportName->text();
-    CleanFilename(typed);
-    KString name = KQtUtil::toKString(typed);
-    KString extension;
-    if (!getFileExtension(name, extension) || extension != m_exportExtension)
-        name += KString(".") + m_exportExtension;
-    return name;
-}
-
 void Portal_CloudBrowserWindows::ExportClick(bool selectionOnly)
 {
-    if (!m_currentFolder || !m_exportName || m_calls.isRunning())
+    if (!m_currentFolder || !m_exportPanel || m_calls.isRunning())
         return;
-    if (m_exportTranslator.isEmpty()) {
+    const KString translator = m_exportPanel->translator().name;
+    if (translator.isEmpty()) {
         static_cast<void>(m_calls.run(reportMissingTranslator));
         return;
     }
-    const KString name = exportFileName();
-    const ExportJob job{
-        name, m_exportTranslator, LocalSubFolder(m_currentFolder), m_currentFolder, IsOverwrite(name), selectionOnly};
+    const KString name = m_exportPanel->fileName();
+    const ExportJob job{name,         translator, localSubFolder(m_currentFolder), m_currentFolder, IsOverwrite(name),
+                        selectionOnly};
     bool isAgreed = true;
     if (job.existing && (!m_calls.run([&] { isAgreed = mayOverwrite(m_mainWindow); }) || !isAgreed))
         return;
@@ -174,7 +138,7 @@ bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
 
     QString fileName = KQtUtil::toQString(written);
     CleanFilename(fileName);
-    m_exportName->setText(fileName);
+    m_exportPanel->setName(fileName);
     if (!checkFolderIsOpen(job))
         return false;
     bool isUploaded = false;
@@ -200,20 +164,10 @@ bool Portal_CloudBrowserWindows::checkFolderIsOpen(const ExportJob &job) const
     return false;
 }
 
-void Portal_CloudBrowserWindows::ExportAllClick()
-{
-    ExportClick(false);
-}
-
-void Portal_CloudBrowserWindows::ExportSelectionClick()
-{
-    ExportClick(true);
-}
-
 void Portal_CloudBrowserWindows::ShowExportOptions()
 {
     if (m_calls.isRunning())
         return;
     ShowOptionsDialog("ExportAll", TavrinStrings::getString(TavrinStrings::kCloudPortalExportOptionsTitle),
-                      m_exportTranslator, ".");
+                      m_exportPanel->translator().name, ".");
 }

@@ -1,10 +1,11 @@
-// The folder view: which folder is current, the bar that leads to it, and how its contents are fetched.
+// The folder view: the current folder, its contents, and the pages of a search.
 
-#include "cloud/page/NavigationWidgets.h"
+#include "cloud/page/FolderBar.h"
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 
-#include <QLabel>
+#include <QApplication>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QToolBar>
 
 using ICloudPortalApi::ICloudItem;
@@ -19,32 +20,33 @@ void Portal_CloudBrowserWindows::Refresh()
 {
     if (m_calls.postpone(PageCalls::Fetch::Rebuild, [this] { Refresh(); }))
         return;
-    clearImportChoice();
+    clearChoice();
     m_currentFolder = nullptr;
-    ClearFolderBar(m_folderBar);
-    m_folderPath.clear();
-    m_folders.clear();
+    m_folderBar->clearPath();
     m_files.clear();
     clearFileList();
 
     if (!m_calls.runSteps([this] { RefreshLoginButtonState(); }))
         return;
 
-    // What hung below the old root is released by the page; a click on one of it may have led here.
+    // ItemKeeper deletes the old children later, because this call may come from one of them.
     if (m_root)
         m_root->RemoveAllChild(false);
-    m_root = m_portal->CreateFolderHierarchy();
-    m_items.keep(m_root);
-    m_folderBar->addWidget(GetIconFolderButton(this));
+    createRoot();
     m_parentBar->setEnabled(false);
     m_currentFolder = m_root;
-    if (!m_calls.runSteps([this] { RefreshFolderData(); }))
-        return;
-    m_folderPath.assign(1, m_root);
-    rebuildFolderPath();
+    if (m_calls.runSteps([this] { RefreshFolderData(); }))
+        m_folderBar->setPath({m_root});
 }
 
-void Portal_CloudBrowserWindows::graftFixedFolders(ICloudItem *folder)
+void Portal_CloudBrowserWindows::createRoot()
+{
+    m_root = m_portal->CreateFolderHierarchy();
+    m_items.keep(m_root);
+}
+
+/// Detaches the children of \p folder. The root gets the portal's fixed folders again.
+void Portal_CloudBrowserWindows::restoreFixedFolders(ICloudItem *folder)
 {
     folder->RemoveAllChild(false);
     if (!m_root || !(folder->GetUniqueID() == m_root->GetUniqueID()))
@@ -74,7 +76,7 @@ void Portal_CloudBrowserWindows::loadFolder()
     // Each call may have closed the dock, which leaves no current folder.
     if (!m_currentFolder)
         return;
-    graftFixedFolders(m_currentFolder);
+    restoreFixedFolders(m_currentFolder);
 
     const QPointer<ICloudItem> folder(m_currentFolder);
     ItemVector items;
@@ -116,6 +118,28 @@ bool Portal_CloudBrowserWindows::fetch(ItemVector &items)
     return type != ICloudPortalApi::kPagedSearch || fetchPage(criteria, items);
 }
 
+/// Appends one page of the search to \p items and shows its numbers. Returns false if the page was deleted.
+bool Portal_CloudBrowserWindows::fetchPage(HeaderMap &criteria, ItemVector &items)
+{
+    Paging found = m_paging;
+    bool isFound = false;
+    found.page = -1;
+    const auto search = [&] {
+        isFound = m_portal->GetBrowser()->SearchCloudItems(m_portal->GetLogin(), criteria, m_paging.page,
+                                                           m_paging.itemsPerPage, items, found.page, found.pageCount,
+                                                           found.itemCount);
+    };
+    if (!m_calls.run(search))
+        return false;
+    if (!isFound) {
+        DisablePageResultNavigationUI();
+        return true;
+    }
+    m_paging = found;
+    m_pager->show(m_paging);
+    return true;
+}
+
 void Portal_CloudBrowserWindows::FolderClicked(ICloudItem *folder)
 {
     const QPointer<ICloudItem> guard(folder);
@@ -125,40 +149,20 @@ void Portal_CloudBrowserWindows::FolderClicked(ICloudItem *folder)
     };
     if (!folder || m_calls.postpone(PageCalls::Fetch::Folder, again))
         return;
-    clearImportChoice();
+    clearChoice();
     if (m_currentFolder)
-        graftFixedFolders(m_currentFolder);
+        restoreFixedFolders(m_currentFolder);
 
-    m_folderPath.clear();
+    FolderBar::FolderPath path;
     for (ICloudItem *step = folder; step; step = step->GetParent())
-        m_folderPath.insert(m_folderPath.begin(), QPointer<ICloudItem>(step));
+        path.insert(path.begin(), step);
     m_currentFolder = folder;
-    KeepFocus();
-    ClearFolderBar(m_folderBar);
-    m_folderBar->addWidget(GetIconFolderButton(this));
+    moveFocusToList();
+    m_folderBar->clearPath();
     m_parentBar->setEnabled(folder->GetParent() != nullptr);
-    m_currentPage = 1;
-    m_itemCount = 0;
-    m_pageCount = 1;
+    m_paging = Paging{1, m_paging.itemsPerPage, 0, 1};
     if (m_calls.runSteps([this] { RefreshFolderData(); }))
-        rebuildFolderPath();
-}
-
-void Portal_CloudBrowserWindows::rebuildFolderPath()
-{
-    for (const QPointer<ICloudItem> &folder : m_folderPath) {
-        if (!folder)
-            continue;
-        if (folder->GetParent())
-            m_folderBar->addWidget(new QLabel(QStringLiteral("/"), m_folderBar));
-        AddFolderWidget(this, m_folderBar, folder);
-    }
-    OrderFolderButtons(m_loginButton, m_folderBar);
-}
-
-void Portal_CloudBrowserWindows::FolderArrowClicked(ICloudItem *folder)
-{
-    FolderClicked(folder);
+        m_folderBar->setPath(path);
 }
 
 void Portal_CloudBrowserWindows::PreviousFolderClick()
@@ -173,7 +177,44 @@ void Portal_CloudBrowserWindows::SearchUpdate()
         FolderClicked(m_currentFolder);
 }
 
-void Portal_CloudBrowserWindows::searchTextReturnPressEvent()
+/// Moves the focus to the list before the control that has it is deleted or disabled.
+void Portal_CloudBrowserWindows::moveFocusToList()
 {
-    SearchUpdate();
+    const QWidget *focus = QApplication::focusWidget();
+    if (m_folderBar->isAncestorOf(focus) || m_parentBar->isAncestorOf(focus))
+        m_fileList->setFocus();
+}
+
+void Portal_CloudBrowserWindows::SwitchPage(int delta)
+{
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this, delta] { SwitchPage(delta); }))
+        return;
+    const std::optional<qint32> page = m_paging.pageAt(delta);
+    if (!m_currentFolder || !page)
+        return;
+    m_paging.page = *page;
+    reloadFolder();
+}
+
+void Portal_CloudBrowserWindows::ItemPerPageClick(int newIndex)
+{
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this, newIndex] { ItemPerPageClick(newIndex); }))
+        return;
+    if (newIndex >= 0 && newIndex <= 2)
+        m_paging.itemsPerPage = 16 << newIndex;
+    if (m_currentFolder)
+        reloadFolder();
+}
+
+/// Fetches the current folder again, or the whole hierarchy if the dock was closed meanwhile.
+void Portal_CloudBrowserWindows::reloadFolder()
+{
+    if (m_calls.postpone(PageCalls::Fetch::Folder, [this] { reloadFolder(); }))
+        return;
+    if (!m_currentFolder) {
+        Refresh();
+        return;
+    }
+    clearChoice();
+    RefreshFolderData();
 }

@@ -1,11 +1,11 @@
 // Import: the chosen item is downloaded below the temporary folder and handed to the host.
 
 #include "cloud/page/HostFiles.h"
+#include "cloud/page/ImportExportPanels.h"
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 #include "cloud/Portal_CloudBrowserDockWidget.h"
 #include "TavrinStrings.h"
 
-#include <QCheckBox>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QVBoxLayout>
@@ -38,7 +38,7 @@ void fillOptionsDialog(const KString &action, const KString &translator, const K
 
 } // namespace
 
-KString Portal_CloudBrowserWindows::LocalSubFolder(ICloudItem *item)
+KString Portal_CloudBrowserWindows::localSubFolder(ICloudItem *item)
 {
     const QString subFolder = KQtUtil::toQString(m_portal->GetPortalDisplayName() + item->GetImportPathFolder());
     return KQtUtil::toKString(TavrinHelper::safeLocalPath(subFolder));
@@ -69,7 +69,7 @@ bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
         return false;
     const QString name = KQtUtil::toQString(m_selectedItem->GetImportFilename());
     const KString fileName = KQtUtil::toKString(TavrinHelper::safeLocalName(name));
-    const KString subFolder = LocalSubFolder(m_selectedItem);
+    const KString subFolder = localSubFolder(m_selectedItem);
     KString folder;
     if (!m_calls.run([&] { folder = localFolder(subFolder); }) || !m_selectedItem)
         return false;
@@ -84,7 +84,7 @@ bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
 
 void Portal_CloudBrowserWindows::ShowImportOptions(KString localPath)
 {
-    if (m_importOptions->checkState() == Qt::Unchecked)
+    if (!m_importPanel->isOptionsChecked())
         return;
     KString translator;
     if (!m_calls.run([&] { translator = GetImportTranslatorName(localPath); }) || translator.isEmpty())

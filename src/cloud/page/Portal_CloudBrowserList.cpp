@@ -1,15 +1,11 @@
 // The file list: the entries that it shows, and what choosing one of them does.
 
 #include "cloud/page/HostFiles.h"
+#include "cloud/page/ImportExportPanels.h"
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 
-#include <QComboBox>
-#include <QLineEdit>
 #include <QListWidget>
-#include <QPushButton>
 #include <QTabWidget>
-
-#include <algorithm>
 
 using ICloudPortalApi::ICloudItem;
 using ICloudPortalApi::Portal_CloudBrowserListItem;
@@ -61,9 +57,8 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 
     const ListUpdate update(m_fileList);
     clearFileList();
-    m_folders = guarded(folders);
     m_files = guarded(files);
-    std::vector<QPointer<ICloudItem>> entries(m_folders);
+    std::vector<QPointer<ICloudItem>> entries = guarded(folders);
     entries.insert(entries.end(), m_files.begin(), m_files.end());
     for (ICloudItem *item : entries)
         m_items.keep(item);
@@ -110,25 +105,24 @@ void Portal_CloudBrowserWindows::clearFileList()
     m_fileList->clear();
     for (ICloudItem *file : files) {
         if (file == m_selectedItem)
-            clearImportChoice();
+            clearChoice();
         if (file->GetParent())
             file->GetParent()->RemoveChild(file, false);
         delete file;
     }
 }
 
-void Portal_CloudBrowserWindows::clearImportChoice()
+void Portal_CloudBrowserWindows::clearChoice()
 {
-    m_importButton->setEnabled(false);
-    m_importName->clear();
+    m_importPanel->clearChoice();
     m_selectedItem = nullptr;
 }
 
 void Portal_CloudBrowserWindows::ListViewItemClicked(ICloudItem *item, bool doubleClick)
 {
-    clearImportChoice();
-    if (m_exportName)
-        m_exportName->clear();
+    clearChoice();
+    if (m_exportPanel)
+        m_exportPanel->setName(QString());
     if (!item)
         return;
     if (item->IsFolder()) {
@@ -141,8 +135,7 @@ void Portal_CloudBrowserWindows::ListViewItemClicked(ICloudItem *item, bool doub
         return;
     }
     m_selectedItem = item;
-    m_importButton->setEnabled(true);
-    m_importName->setText(KQtUtil::toQString(item->GetDisplayName()));
+    m_importPanel->setChoice(KQtUtil::toQString(item->GetDisplayName()), true);
     if (doubleClick)
         ImportClick();
 }
@@ -151,11 +144,11 @@ void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleC
 {
     const QPointer<ICloudItem> guard(item);
     const QString name = KQtUtil::toQString(item->GetDisplayName());
-    m_importName->setText(name);
-    if (m_exportName)
-        m_exportName->setText(name);
+    m_importPanel->setChoice(name, false);
+    if (m_exportPanel)
+        m_exportPanel->setName(name);
     if (!name.contains(QLatin1Char('.'))) {
-        clearImportChoice();
+        clearChoice();
         return;
     }
     const KString extension = KQtUtil::toKString(lowerCaseExtension(name));
@@ -163,30 +156,17 @@ void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleC
     if (!m_calls.run([&] { translator = GetImportTranslatorNameFromExtension(extension); }))
         return;
     if (!guard || translator.isEmpty()) {
-        clearImportChoice();
+        clearChoice();
         return;
     }
     m_selectedItem = item;
-    m_importButton->setEnabled(true);
+    m_importPanel->setChoice(name, true);
     if (!doubleClick)
         return;
     if (m_importExportTabs->currentIndex() == 0)
         ImportClick();
-    else
-        exportUnderName(extension);
-}
-
-void Portal_CloudBrowserWindows::exportUnderName(const KString &extension)
-{
-    if (extension != m_exportExtension) {
-        const auto found = std::find_if(m_extensions.begin(), m_extensions.end(), [&](const auto &entry) {
-            return entry.second == extension && !m_translators[entry.first].isEmpty();
-        });
-        if (found == m_extensions.end())
-            return;
-        m_exportFilter->setCurrentIndex(found->first);
-    }
-    ExportClick(false);
+    else if (extension == m_exportPanel->translator().extension || m_exportPanel->chooseExtension(extension))
+        ExportClick(false);
 }
 
 void Portal_CloudBrowserWindows::ListViewItemDoubleClick(QListWidgetItem *itemClick)

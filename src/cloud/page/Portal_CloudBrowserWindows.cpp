@@ -1,23 +1,20 @@
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 
 #include "cloud/page/FocusRing.h"
-#include "cloud/page/NavigationWidgets.h"
+#include "cloud/page/FolderBar.h"
+#include "cloud/page/ImportExportPanels.h"
+#include "cloud/page/LiteralText.h"
 #include "cloud/page/TransferBar.h"
 #include "cloud/Portal_CloudBrowser.h"
 #include "TavrinStrings.h"
 
-#include <QCheckBox>
-#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMainWindow>
-#include <QPushButton>
 #include <QTabWidget>
 #include <QToolBar>
-#include <QVBoxLayout>
 
-using ICloudPortalApi::ICloudItem;
 using ICloudPortalApi::IPortal;
 
 Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal *portal) : m_portal(portal)
@@ -34,14 +31,12 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     m_loginButton->setStyleSheet(QStringLiteral("QPushButton { padding: 3px 10px 3px 10px; }"));
     connect(m_loginButton, &QPushButton::clicked, this, &Portal_CloudBrowserWindows::LogActionClick);
 
-    m_navigationLayout = new QHBoxLayout;
     CreateNavigationBar();
-    CreateFileList();
-    m_pageLayout = new QVBoxLayout;
-    const bool isPaged = CreatePageSearchBrowserUI();
+    createFileList();
+    CreatePageSearchBrowserUI();
     m_importExportTabs = CreateImportExportTabs();
-    SetPageLayout(m_importExportTabs, isPaged);
-    CreateShortcuts();
+    arrangeWidgets();
+    createShortcuts();
     new FocusRing(this);
     new TransferBar(this);
     connect(&m_calls, &PageCalls::idle, this, &Portal_CloudBrowserWindows::releaseUnusedItems);
@@ -59,7 +54,7 @@ Portal_CloudBrowserWindows::~Portal_CloudBrowserWindows()
     m_importExportTabs->disconnect(this);
     if (m_searchBar)
         m_searchBar->removeAction(m_searchAction);
-    ClearFolderBar(m_folderBar);
+    m_folderBar->clearPath();
     m_fileList->clear();
     m_items.releaseAll();
 }
@@ -72,12 +67,7 @@ void Portal_CloudBrowserWindows::SetOwners(Portal_CloudBrowserDockWidget *dock, 
     m_mainWindow = mainWindow;
 }
 
-bool Portal_CloudBrowserWindows::IsPaged() const
-{
-    return m_portal->GetBrowser()->GetPortalType() == ICloudPortalApi::kPagedSearch;
-}
-
-bool Portal_CloudBrowserWindows::HasExportFormats() const
+bool Portal_CloudBrowserWindows::hasExportFormats() const
 {
     std::vector<KString> formats;
     return m_portal->SupportExport(formats) && !formats.empty();
@@ -127,43 +117,21 @@ void Portal_CloudBrowserWindows::EnablePortalGui(bool enable)
     m_lookInLabel->setEnabled(enable);
     m_folderBar->setEnabled(enable);
     m_fileList->setEnabled(enable);
-    if (m_itemsPerPageBox && IsPaged())
-        m_itemsPerPageBox->setEnabled(enable);
+    if (m_pager)
+        m_pager->enablePageSizes(enable);
     m_importExportTabs->setEnabled(enable);
-    if (!enable) {
-        m_importButton->setEnabled(false);
-        m_importName->clear();
-    }
-    m_importOptions->setEnabled(enable);
-    m_importNameLabel->setEnabled(enable);
-    if (!m_exportName || !HasExportFormats())
-        return;
-    m_exportName->setEnabled(enable);
-    if (!enable) {
-        m_exportSelectionButton->setEnabled(false);
-        m_exportAllButton->setEnabled(false);
-    }
-    m_exportOptionsButton->setEnabled(enable);
-    m_exportNameLabel->setEnabled(enable);
+    m_importPanel->enableControls(enable);
+    if (m_exportPanel && hasExportFormats())
+        m_exportPanel->enableControls(enable);
 }
 
 void Portal_CloudBrowserWindows::DisablePageResultNavigationUI()
 {
-    if (!m_searchBar || !m_pageButtons[kNextPage])
-        return;
-    m_pageButtons[kNextPage]->setEnabled(false);
-    SetNavigationButtonText(m_pageButtons[kNextPage], QStringLiteral(">"));
-    for (int button = kPrevious5; button <= kNext4; ++button)
-        m_pageButtons[static_cast<std::size_t>(button)]->hide();
-    m_pageButtons[kPreviousPage]->setEnabled(false);
-    SetNavigationButtonText(m_pageButtons[kPreviousPage], QStringLiteral("<"));
-    m_pageButtons[kCurrentPage]->setEnabled(false);
-    SetNavigationButtonText(m_pageButtons[kCurrentPage], QStringLiteral("|"));
+    if (m_searchBar && m_pager)
+        m_pager->reset();
 }
 
 void Portal_CloudBrowserWindows::releaseUnusedItems()
 {
-    ItemVector inUse{m_root, m_currentFolder, m_selectedItem};
-    inUse.insert(inUse.end(), m_folderPath.begin(), m_folderPath.end());
-    m_items.releaseUnused(inUse);
+    m_items.releaseUnused({m_root, m_currentFolder, m_selectedItem});
 }

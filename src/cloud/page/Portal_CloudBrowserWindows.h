@@ -1,112 +1,108 @@
 // cloud/page/Portal_CloudBrowserWindows.h
 //
 // The page of one portal: navigation bar, file list, pager, import and export tab. The page shows what the portal
-// lists and drives the host's import and export; it owns every item that the portal gave it.
+// lists, runs the host's import and export, and owns every item that the portal returned to it.
 
 #pragma once
 
 #include "cloud/CloudPortalApi.h"
 #include "cloud/page/ItemKeeper.h"
 #include "cloud/page/PageCalls.h"
+#include "cloud/page/Pager.h"
 
 #include <QPointer>
 #include <QWidget>
 
-#include <array>
-#include <map>
-
-class AfterInput;
+class ExportPanel;
+class FolderBar;
+class ImportPanel;
 class LiteralTextButton;
 class Portal_CloudBrowser;
 class Portal_CloudBrowserDockWidget;
 class QAction;
-class QCheckBox;
-class QComboBox;
-class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QListWidget;
 class QListWidgetItem;
 class QMainWindow;
-class QPushButton;
 class QTabWidget;
 class QToolBar;
-class QVBoxLayout;
 
 class Portal_CloudBrowserWindows : public QWidget
 {
     Q_OBJECT
 public:
     /// \p parent is the dock panel; \p portal is not owned and outlives every call on the page, but not the page. Sends
-    /// host commands, and has no parent if one of them deleted \p parent.
+    /// host commands. The page gets no parent if one of them deleted \p parent.
     Portal_CloudBrowserWindows(QWidget *parent, ICloudPortalApi::IPortal *portal);
     ~Portal_CloudBrowserWindows() override;
 
-    /// The panel, the controller and the host's main window (which may be null); none becomes owned.
+    /// Sets the panel, the controller and the host's main window (which may be null). The page owns none of them.
     void SetOwners(Portal_CloudBrowserDockWidget *dock, Portal_CloudBrowser *controller, QMainWindow *mainWindow);
 
-    /// Shows the logged-in or the logged-out look. Asks the portal and so may spin the event loop.
+    /// Shows whether the user is signed in. Spins the event loop for the portal's answer.
     void RefreshLoginButtonState();
-    /// Switches on what needs a session, or off; what needs a choice as well is only switched off.
+    /// Enables or disables the controls that need a session. Controls that also need a choice are only disabled.
     void EnablePortalGui(bool enable);
-    /// The pager without a result; nothing on a page that has no pager.
+    /// Shows the pager without a result. Ignored on a page without a pager.
     void DisablePageResultNavigationUI();
 
-    /// Shows the page \p delta pages on, when the service's totals allow it. May spin the event loop.
+    /// Shows the page \p delta pages on if the service's totals allow it. May spin the event loop.
     void SwitchPage(int delta);
-    /// Chooses \p item (null for nothing) for import, or enters or imports it on a double click, which may spin the
-    /// event loop.
+    /// Chooses \p item for import; null clears the choice. A double click enters a folder and imports a file, or
+    /// exports under its name while the export tab is open; it may spin the event loop.
     void ListViewItemClicked(ICloudPortalApi::ICloudItem *item, bool doubleClick);
 
-    /// Runs the option box of the import of \p localPath, if the user wants it and the host has a translator.
+    /// Shows the host's import options for \p localPath if the user wants them and the host has a translator. Spins the
+    /// event loop.
     void ShowImportOptions(KString localPath);
-    /// Runs the host's option box for \p translator modally; what was accepted is the host's current option then.
+    /// Shows the host's options for \p translator in a modal dialog. Accepted options become the host's current ones.
     /// Spins the event loop.
     void ShowOptionsDialog(KString action, KString title, KString translator, KString path);
 
-    /// Offers the host's export translators anew.
+    /// Reads the host's export translators into the export tab. May spin the event loop.
     void RefreshExporterFilterList();
     /// Exports the scene or the selection and uploads the file. Spins the event loop.
     void ExportClick(bool selectionOnly);
-    /// The current folder's file of exactly that name, or null.
+    /// Returns the file of the current folder with exactly that name, or null.
     ICloudPortalApi::ICloudItem *IsOverwrite(KString name);
 
-    /// Number of items that the page answers for; for tests and measurements.
+    /// Returns the number of items that the page owns. For tests and measurements.
     int LiveItemCount() const { return m_items.count(); }
 
 public slots:
-    /// Rebuilds the whole view from a new folder hierarchy. Spins the event loop; a call that arrives through the loop
-    /// of a running portal call is remembered and run once afterwards, as with every fetch below.
+    /// Rebuilds the view from a new folder hierarchy. Spins the event loop. This and every other fetch is postponed
+    /// while a call of the page is running, and runs once afterwards.
     void Refresh();
     void ShowExportOptions();
     void CloseDialogOptions();
     void SearchUpdate();
-    void searchTextReturnPressEvent();
+    void searchTextReturnPressEvent() { SearchUpdate(); }
     /// Fetches and shows the contents of the current folder.
     void RefreshFolderData();
     /// Makes \p folder current.
     void FolderClicked(ICloudPortalApi::ICloudItem *folder);
     void PreviousFolderClick();
-    void FolderArrowClicked(ICloudPortalApi::ICloudItem *folder);
+    void FolderArrowClicked(ICloudPortalApi::ICloudItem *folder) { FolderClicked(folder); }
     void ListViewItemDoubleClick(QListWidgetItem *itemClick);
     void ListViewItemSelectChange();
     void exportTextChangedEvent(QString newText);
     void ClearSelection();
     void ItemPerPageClick(int newIndex);
-    void PrevPageClick();
-    void Prev5Click();
-    void Prev4Click();
-    void Prev3Click();
-    void Prev2Click();
-    void Prev1Click();
-    void Next1Click();
-    void Next2Click();
-    void Next3Click();
-    void Next4Click();
-    void NextPageClick();
+    void PrevPageClick() { SwitchPage(-1); }
+    void Prev5Click() { SwitchPage(-5); }
+    void Prev4Click() { SwitchPage(-4); }
+    void Prev3Click() { SwitchPage(-3); }
+    void Prev2Click() { SwitchPage(-2); }
+    void Prev1Click() { SwitchPage(-1); }
+    void Next1Click() { SwitchPage(1); }
+    void Next2Click() { SwitchPage(2); }
+    void Next3Click() { SwitchPage(3); }
+    void Next4Click() { SwitchPage(4); }
+    void NextPageClick() { SwitchPage(1); }
     void ImportClick();
-    void ExportAllClick();
-    void ExportSelectionClick();
+    void ExportAllClick() { ExportClick(false); }
+    void ExportSelectionClick() { ExportClick(true); }
     void exportImportTabPageChanged(int newTabIndex);
     void ExportFilterFilesClick(int index);
     void LogActionClick();
@@ -114,64 +110,38 @@ public slots:
 private:
     using ICloudItem = ICloudPortalApi::ICloudItem;
     using ItemVector = ICloudPortalApi::ItemVector;
-
     struct ExportJob;
-    enum PageButton {
-        kPreviousPage,
-        kPrevious5,
-        kPrevious4,
-        kPrevious3,
-        kPrevious2,
-        kPrevious1,
-        kCurrentPage,
-        kNext1,
-        kNext2,
-        kNext3,
-        kNext4,
-        kNextPage,
-        kPageButtonCount
-    };
 
     void CreateNavigationBar();
-    void CreateParentFolderBar();
-    void CreateSearchBar();
-    void CreateFileList();
     bool CreatePageSearchBrowserUI();
-    void CreatePageButtons(QHBoxLayout *row);
-    void CreateItemsPerPageBox(QHBoxLayout *row);
     QTabWidget *CreateImportExportTabs();
-    QWidget *CreateImportTab();
-    QWidget *CreateExportTab();
-    void SetPageLayout(QTabWidget *tabs, bool isPaged);
-    void CreateShortcuts();
-    void KeepFocus();
+    void createParentBar();
+    void createSearchBar();
+    void createFileList();
+    void createShortcuts();
+    void arrangeWidgets();
+    bool hasExportFormats() const;
+
+    void createRoot();
+    void restoreFixedFolders(ICloudItem *folder);
     void reloadFolder();
-    void showListMenu(const QPoint &at);
-    void openCurrentEntry();
-    void openLater(QListWidgetItem *entry);
-    bool IsPaged() const;
-    bool HasExportFormats() const;
-
-    void releaseUnusedItems();
-
-    void clearImportChoice();
-    void graftFixedFolders(ICloudItem *folder);
     void loadFolder();
     [[nodiscard]] bool fetch(ItemVector &items);
-    [[nodiscard]] bool showItems(const ItemVector &fetched);
-    void clearFileList();
-    void addListEntry(ICloudItem *item, const QIcon &icon);
-    void chooseImportable(ICloudItem *item, bool doubleClick);
-    void exportUnderName(const KString &extension);
-    void rebuildFolderPath();
-
     [[nodiscard]] bool fetchPage(HeaderMap &criteria, ItemVector &items);
-    void updatePager();
-    void setPageButton(PageButton button, bool available, qint64 page);
+    [[nodiscard]] bool showItems(const ItemVector &fetched);
+    void addListEntry(ICloudItem *item, const QIcon &icon);
+    void clearFileList();
+    void clearChoice();
+    void chooseImportable(ICloudItem *item, bool doubleClick);
+    void releaseUnusedItems();
 
-    KString LocalSubFolder(ICloudItem *item);
+    void openCurrentEntry();
+    void openLater(QListWidgetItem *entry);
+    void showListMenu(const QPoint &at);
+    void moveFocusToList();
+
+    KString localSubFolder(ICloudItem *item);
     bool downloadSelected(KString &localPath);
-    KString exportFileName() const;
     bool exportAndUpload(const ExportJob &job);
     bool checkFolderIsOpen(const ExportJob &job) const;
 
@@ -179,54 +149,26 @@ private:
     Portal_CloudBrowser *m_controller = nullptr;
     QPointer<QMainWindow> m_mainWindow;
     ICloudPortalApi::IPortal *m_portal;
-
-    LiteralTextButton *m_loginButton = nullptr;
-    QAction *m_searchAction = nullptr;
-    QLineEdit *m_searchText = nullptr;
-    QToolBar *m_searchBar = nullptr;
-    QToolBar *m_folderBar = nullptr;
-    QToolBar *m_parentBar = nullptr;
-    QLabel *m_lookInLabel = nullptr;
-    std::vector<QPointer<ICloudItem>> m_folderPath;
-    QListWidget *m_fileList = nullptr;
-    QVBoxLayout *m_pageLayout = nullptr;
-    QAction *m_refreshAction = nullptr;
+    PageCalls m_calls{this};
 
     ItemKeeper m_items;
     QPointer<ICloudItem> m_root;
-    std::vector<QPointer<ICloudItem>> m_folders;
-    std::vector<QPointer<ICloudItem>> m_files;
-    QPointer<ICloudItem> m_selectedItem;
     QPointer<ICloudItem> m_currentFolder;
+    QPointer<ICloudItem> m_selectedItem;
+    std::vector<QPointer<ICloudItem>> m_files; ///< of the current folder
+    Paging m_paging;
 
-    qint32 m_currentPage = 1;
-    qint32 m_itemsPerPage = 64;
-    qint32 m_itemCount = 0;
-    qint32 m_pageCount = 1;
-    QComboBox *m_itemsPerPageBox = nullptr;
-    std::array<QPushButton *, kPageButtonCount> m_pageButtons{};
-    QHBoxLayout *m_pagingLayout = nullptr;
-    QHBoxLayout *m_navigationLayout = nullptr;
-
+    LiteralTextButton *m_loginButton = nullptr;
+    QLabel *m_lookInLabel = nullptr;
+    FolderBar *m_folderBar = nullptr;
+    QToolBar *m_parentBar = nullptr;
+    QToolBar *m_searchBar = nullptr; ///< this and the next two are null if the portal has no search
+    QAction *m_searchAction = nullptr;
+    QLineEdit *m_searchText = nullptr;
+    QListWidget *m_fileList = nullptr;
+    QAction *m_refreshAction = nullptr;
+    Pager *m_pager = nullptr; ///< null if the portal does not search page by page
     QTabWidget *m_importExportTabs = nullptr;
-    QLabel *m_importNameLabel = nullptr;
-    QLineEdit *m_importName = nullptr;
-    QPushButton *m_importButton = nullptr;
-    QLabel *m_importOptionsLabel = nullptr;
-    QCheckBox *m_importOptions = nullptr;
-
-    QLabel *m_exportFilterLabel = nullptr;
-    QComboBox *m_exportFilter = nullptr;
-    QLabel *m_exportNameLabel = nullptr;
-    QLineEdit *m_exportName = nullptr;
-    QPushButton *m_exportSelectionButton = nullptr;
-    QPushButton *m_exportAllButton = nullptr;
-    QPushButton *m_exportOptionsButton = nullptr;
-
-    KString m_exportTranslator;
-    KString m_exportExtension;
-    std::map<int, KString> m_translators;
-    std::map<int, KString> m_extensions;
-
-    PageCalls m_calls{this};
+    ImportPanel *m_importPanel = nullptr;
+    ExportPanel *m_exportPanel = nullptr; ///< null if the portal takes no files
 };
