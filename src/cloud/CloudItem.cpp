@@ -10,7 +10,7 @@ namespace ICloudPortalApi {
 
 namespace {
 
-/// The two standard icons of the style they were asked of.
+/// The two standard icons of \c style.
 struct StandardIcons
 {
     QPointer<QStyle> style;
@@ -18,16 +18,16 @@ struct StandardIcons
     QIcon file;
 };
 
-std::unique_ptr<StandardIcons> icons;
+std::unique_ptr<StandardIcons> cachedIcons;
 
 const StandardIcons &standardIcons()
 {
     QStyle *style = QApplication::style();
-    if (!icons || icons->style != style) {
-        icons = std::make_unique<StandardIcons>(
+    if (!cachedIcons || cachedIcons->style != style) {
+        cachedIcons = std::make_unique<StandardIcons>(
             StandardIcons{style, style->standardIcon(QStyle::SP_DirIcon), style->standardIcon(QStyle::SP_FileIcon)});
     }
-    return *icons;
+    return *cachedIcons;
 }
 
 } // namespace
@@ -63,7 +63,7 @@ QIcon ICloudItem::GetItemIcon()
 
 void ICloudItem::ReleaseStandardIcons()
 {
-    icons.reset();
+    cachedIcons.reset();
 }
 
 void ICloudItem::SetFolderAction(QAction *action)

@@ -1,7 +1,6 @@
 // cloud/CloudItem.h
 //
-// One node of the tree that a portal shows: a folder or a file with its properties, its children and the widgets that
-// stand for it.
+// One node of the tree that a portal shows: a folder or a file with its properties, its children and its widgets.
 
 #pragma once
 
@@ -33,15 +32,15 @@ public:
     Portal_CloudBrowserListItem(ICloudItem *item, const QIcon &icon, const QString &text, QListWidget *parent);
     ~Portal_CloudBrowserListItem() override;
 
-    /// Not owned; null once the item has been deleted.
+    /// Returns null if the item has been deleted. The row does not own the item.
     ICloudItem *GetItem() const;
 
 private:
     QPointer<QObject> m_item;
 };
 
-/// A node owns the children in its set: destroying it deletes the whole subtree. Names and values are a service's
-/// text and must pass the usual guards before they reach a path, a host command or rich text.
+/// A node owns the children in its set: its destructor deletes the whole subtree. Names and values are text from a
+/// service and must be made safe before they are used in a path, a host command or rich text.
 class ICloudItem : public QObject
 {
     Q_OBJECT
@@ -50,20 +49,21 @@ public:
     ~ICloudItem() override;
 
     virtual KString GetDisplayName() = 0;
-    /// Identifies the item among its siblings and across refreshes; may be empty for what a service leaves unnamed.
+    /// Identifies the item among its siblings and across refreshes. Empty if the service sends no identity.
     virtual KString GetUniqueID() = 0;
     virtual bool IsDownloadable() = 0;
     virtual bool IsFolder() = 0;
-    /// The style's standard folder or file icon, which is asked of a style once.
+    /// Returns the style's standard folder or file icon. An override may send a host command.
     virtual QIcon GetItemIcon();
-    /// Forgets the icons of the style; they are asked for again when an item needs one.
+    /// Deletes the cached icons of the style. The next call of GetItemIcon() reads them again.
     static void ReleaseStandardIcons();
-    /// Sub-folder below the portal's download folder, empty or beginning with "/", no separator at its end.
+    /// Returns the sub-folder of the portal's download folder: empty, or with a "/" at its beginning and none at its
+    /// end.
     virtual KString GetImportPathFolder() = 0;
-    /// The local name of the downloaded file.
+    /// Returns the local name of the downloaded file.
     virtual KString GetImportFilename() = 0;
 
-    /// The three widget links are not owned; the two actions read null once the action is gone.
+    /// The item owns none of the three. An action that has been deleted is returned as null.
     virtual void SetFolderAction(QAction *action);
     virtual QAction *GetFolderAction();
     virtual void SetFolderActionArrow(QAction *action);
@@ -71,27 +71,27 @@ public:
     virtual void SetListItem(Portal_CloudBrowserListItem *item);
     virtual Portal_CloudBrowserListItem *GetListItem();
 
-    /// False, and \p value left alone, when there is no property \p name.
+    /// Returns false and leaves \p value unchanged if the item has no property \p name.
     virtual bool GetProperty(const KString &name, KString &value);
     virtual bool SetProperty(const KString &name, const KString &value);
-    /// Every property as "name: value" in name order, joined by line feeds. Plain text.
+    /// Returns all properties as "name: value", one per line and in the order of their names. Plain text.
     virtual KString GetTooltip();
     virtual int GetPropertiesCount();
-    /// In name order; below 0 the first, past the end empty.
+    /// \p index counts in the order of the names. A negative index is read as 0; one past the end gives an empty text.
     virtual KString GetPropertyName(int index);
     virtual KString GetPropertyValue(int index);
 
     virtual int GetChildNumber();
-    /// Ordered by address; adding and removing children invalidates only the iterators of those removed.
+    /// The children are ordered by address. Removing a child invalidates its iterators only.
     virtual ItemSet::iterator GetChildBegin();
     virtual ItemSet::iterator GetChildEnd();
-    /// Does not set the child's parent. True also when it was there already.
+    /// Takes ownership of \p child, but does not set its parent. Returns true, also if it was a child already.
     virtual bool AddChild(ICloudItem *child);
-    /// False when \p child is not in the set; otherwise it leaves the set and is deleted if \p deleteChild.
+    /// Removes \p child and, with \p deleteChild, deletes it. Returns false if it is not a child.
     virtual bool RemoveChild(ICloudItem *child, bool deleteChild);
     virtual ICloudItem *GetParent();
     virtual bool SetParent(ICloudItem *parent);
-    /// With false the children live on; whoever else holds them answers for them.
+    /// Removes all children. With false they are not deleted, and the caller owns them.
     virtual void RemoveAllChild(bool deleteChildren);
 
 public slots:

@@ -1,7 +1,7 @@
 // cloud/CloudPortalApi.h
 //
-// What the cloud browser knows of a cloud service: a portal with its sign-in and its browser, the tree of items that
-// the portal shows, and the way back from a portal to the controller that owns it.
+// The interfaces between the cloud browser and a cloud service: a portal with its sign-in and its browser, the tree of
+// items that the portal shows, and the call-backs of a portal to its controller.
 
 #pragma once
 
@@ -18,22 +18,22 @@ class QWidget;
 
 namespace ICloudPortalApi {
 
-/// How the folder view fetches a folder's contents, as GetPortalType() answers it.
+/// How the page fetches the contents of a folder. Returned by GetPortalType().
 enum PortalType { kPagedSearch = 0, kPlainListing = 2 };
 
-/// The controller of a portal, as the portal sees it. It outlives the portal.
+/// The call-backs of a portal to its controller, which outlives the portal.
 class IPortalOwnerCB
 {
 public:
     virtual ~IPortalOwnerCB();
 
-    /// Sign-in has ended. May spin the event loop, and may delete items that the portal returned earlier.
+    /// Called when a sign-in has ended. May spin the event loop, and may delete items that the portal returned earlier.
     virtual void LoginDoneCB(bool success) = 0;
-    /// The user chose a folder in the navigation bar. May spin the event loop.
+    /// Called when the user chose a folder in the navigation bar. May spin the event loop.
     virtual void CloudItemClickCB(ICloudItem *item) = 0;
-    /// The user opened the drop-down arrow beside a folder in the navigation bar. May spin the event loop.
+    /// Called when the user opened the drop-down arrow of a folder in the navigation bar. May spin the event loop.
     virtual void CloudFolderArrowClickCB(ICloudItem *item) = 0;
-    /// The widget that is to parent a sign-in dialog; null when there is none.
+    /// Returns the parent for a sign-in dialog, or null.
     virtual QWidget *GetParentLoginWidget() = 0;
 };
 
@@ -43,56 +43,57 @@ class ILogin
 public:
     virtual ~ILogin();
 
-    /// Starts signing in; the end is told to \p owner through LoginDoneCB, possibly before this returns. True when the
-    /// user is signed in already. May spin the event loop.
+    /// Starts a sign-in and calls LoginDoneCB of \p owner at its end, possibly before this function returns. Returns
+    /// true if the user is already signed in. May spin the event loop.
     virtual bool Login(IPortalOwnerCB *owner) = 0;
-    /// The web sign-in dialog's page has moved to \p url. True when that address ends the sign-in as a success.
+    /// Called when the web page of the sign-in dialog changed to \p url. Returns true if that address ends the sign-in
+    /// with success.
     virtual bool LoginUIDoneCB(const QUrl &url) = 0;
     virtual bool Logout() = 0;
-    /// True when a valid session exists; may restore a stored one and confirm it with the service, which spins the
-    /// event loop.
+    /// Returns true if a valid session exists. May restore a stored session and verify it with the service, which spins
+    /// the event loop.
     virtual bool IsLogin() = 0;
-    /// Adds what the service tells about the user, the key "username" at least; false when it tells nothing.
+    /// Adds the service's data about the user, at least the key "username". Returns false if the service sends none.
     virtual bool GetUserInformation(HeaderMap &info) = 0;
-    /// Leaves \p name alone when the service tells none. May spin the event loop.
+    /// Leaves \p name unchanged if the service sends none. May spin the event loop.
     virtual bool GetUsername(KString &name) = 0;
     /// Writes the sign-in address into \p buffer, cut to \p size bytes with the last byte always 0. Returns the full
-    /// length plus one, or -1 (and writes nothing) when no address can be built.
+    /// length plus one, or -1 without writing if the address cannot be built.
     virtual long CreateLoginRequest(char *buffer, unsigned long size) = 0;
 };
 
-/// Listing, searching and transferring. Each operation that talks to the service spins the event loop, and shows a
-/// failure to the user before it returns false.
+/// Listing, searching and transferring. Each function that sends a request spins the event loop, and shows a failure to
+/// the user before it returns false.
 class IPortalBrowser
 {
 public:
     virtual ~IPortalBrowser();
 
-    /// A PortalType.
+    /// Returns a PortalType.
     virtual int GetPortalType() = 0;
-    /// Appends page \p pageNumber of \p pageSize matches to \p results, which the caller owns from then on, and reports
-    /// the page that the service returned and its totals. False without search, and nothing is done.
+    /// Appends page \p pageNumber of \p pageSize matches to \p results, whose items the caller owns. Stores the page
+    /// that the service returned and its totals. A portal without search returns false and stores nothing.
     virtual bool SearchCloudItems(ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
                                   int &currentPage, int &totalPageCount, int &totalResultCount) = 0;
-    /// Paged listing, which no portal offers: false, and nothing is done.
+    /// Paged listing. Existing portals return false and store nothing.
     virtual bool GetChildCloudItems(ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
                                     ItemVector &results) = 0;
-    /// Appends all children of the folder that \p criteria names to \p results, which the caller owns from then on,
-    /// also those of a call that fails half-way.
+    /// Appends all children of the folder in \p criteria to \p results. The caller owns these items, also after a
+    /// failure.
     virtual bool GetChildCloudItems(ILogin *login, HeaderMap &criteria, ItemVector &results) = 0;
-    /// Writes \p item to the local file \p folder + \p fileName; \p folder ends in a separator and is made when
-    /// missing.
+    /// Writes \p item to the local file \p folder + \p fileName. \p folder ends in a separator and is created if
+    /// necessary.
     virtual bool DownloadCloudItem(ILogin *login, ICloudItem *item, KString folder, KString fileName) = 0;
-    /// Sends the local file \p localFolder + \p fileName into the portal folder \p folder. \p existing is the item of
-    /// that name already there, or null.
+    /// Uploads the local file \p localFolder + \p fileName to the portal's folder \p folder. \p existing is the item
+    /// with that name in the folder, or null.
     virtual bool UploadFile(ILogin *login, ICloudItem *folder, ICloudItem *existing, KString localFolder,
                             KString fileName) = 0;
-    /// \p owner receives the clicks of the items made from now on; null lets them go unheard.
+    /// Items that are created from now on report clicks to \p owner. If it is null, clicks are ignored.
     virtual void setOwnerCB(IPortalOwnerCB *owner) = 0;
 
-    /// Sorts the children of \p parent and then \p extra, whose parent becomes \p parent, into \p folders and \p files;
-    /// null items and those in \p excluded are left out. The children of every sorted item are detached, not deleted.
-    /// False when \p parent or \p current is null.
+    /// Sorts the children of \p parent and then \p extra, whose parent becomes \p parent, into \p folders and \p files.
+    /// Null items and those in \p excluded are left out. The children of each sorted item are detached, not deleted.
+    /// Returns false if \p parent or \p current is null.
     virtual bool BuildFoldersAndFileList(ItemVector &folders, ItemVector &files, ICloudItem *parent,
                                          ICloudItem *current, ItemVector extra, ItemSet excluded);
 };
@@ -103,25 +104,26 @@ class IPortal
 public:
     virtual ~IPortal();
 
-    /// Key of the portal registry; unique among portals and stable between runs.
+    /// Returns the key of the portal registry: unique among portals and the same in each run.
     virtual KString GetPortalUID() = 0;
-    /// The tab's label, and the portal's folder below the download area.
+    /// Returns the label of the tab, which is also the name of the portal's folder in the download area.
     virtual KString GetPortalDisplayName() = 0;
-    /// File name in the plug-in's icon folder.
+    /// Returns the name of a file in the plug-in's icon folder.
     virtual KString GetPortalDisplayIconFilename() = 0;
-    /// True when the portal accepts uploads; appends the extensions that it takes, without a dot.
+    /// Returns true if the portal accepts uploads, and appends the accepted extensions, without a dot.
     virtual bool SupportExport(std::vector<KString> &formats) = 0;
-    /// True when the portal's page is to show a search field.
+    /// Returns true if the portal's page has a search field.
     virtual bool supportSearchBar();
     virtual ILogin *GetLogin() = 0;
     virtual IPortalBrowser *GetBrowser() = 0;
-    /// The name of the settings file that keeps the portal's session.
+    /// Returns the name of the settings file for the portal's session.
     virtual KString GetSettingsName() = 0;
-    /// A new root item with the portal's fixed first-level folders; the caller owns it.
+    /// Returns a new root item with the portal's fixed first-level folders. The caller owns it. Must not spin the event
+    /// loop.
     virtual ICloudItem *CreateFolderHierarchy() = 0;
-    /// Stores \p owner and passes it on to the browser.
+    /// Stores \p owner and passes it to the browser.
     virtual void setOwnerCB(IPortalOwnerCB *owner) = 0;
-    /// Adds the criteria for listing \p folder, or searching in it, to \p criteria; nothing for null.
+    /// Adds the criteria for listing \p folder or searching in it. Adds none if \p folder is null.
     virtual void FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria) = 0;
 };
 

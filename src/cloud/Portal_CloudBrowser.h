@@ -1,6 +1,6 @@
 // cloud/Portal_CloudBrowser.h
 //
-// The registry of portals, and the controller of each: the link between a portal and its page in the dock panel.
+// The registry of portals, and the controller that connects a portal with its page in the dock panel.
 
 #pragma once
 
@@ -21,26 +21,28 @@ public:
     explicit Portal_CloudBrowser(ICloudPortalApi::IPortal *portal);
     ~Portal_CloudBrowser() override;
 
-    /// Makes the dock panel on first use, then a controller for \p portal, which GetInstance finds by the portal's
-    /// identity and whoever unregisters the portal deletes. False, and nothing changes, when that identity is taken.
+    /// Creates a controller for \p portal, and the dock panel with the first one. The caller of UnRegisterPortal()
+    /// deletes the controller. Returns false without a change if the portal's identity is already registered.
     static bool RegisterPortal(ICloudPortalApi::IPortal *portal);
-    /// Forgets the portal's controller without deleting it. The dock panel goes with the last one.
+    /// Removes the portal's controller from the registry without deleting it. Deletes the dock panel after the last
+    /// one.
     static void UnRegisterPortal(ICloudPortalApi::IPortal *portal);
-    /// Null for an identity that is not registered.
+    /// Returns null if \p uniqueId is not registered.
     static Portal_CloudBrowser *GetInstance(KString uniqueId);
-    /// Restores the dock panel's place, shows it and, with \p raise, brings it to the front.
+    /// Restores the position of the dock panel, shows it and, with \p raise, moves it to the front.
     static void RaiseDockingWindow(bool raise);
-    /// True while a portal call is on the stack: nothing that it may come back to must go now.
+    /// Returns true while a portal call is on the stack. The objects that it may use must not be deleted then.
     static bool IsBusy();
-    /// Cuts the dock panel's tab-change signal, after which portals may go one by one.
+    /// Disconnects the dock panel's tab changes. Must be called before portals are deleted one by one.
     static void PrepareUnload();
 
     ICloudPortalApi::IPortal *GetPortal();
-    /// Makes the portal's page and its tab, once. May spin the event loop.
+    /// Creates the portal's page and its tab. Ignored if they exist. May spin the event loop.
     void AddPortalTabPage();
-    /// Brings the page's log-in button and exporter list up to date. May spin the event loop.
+    /// Updates the page's log-in button and exporter list. May spin the event loop.
     void ShowCloudBrowserWindow();
-    /// Each of these asks the portal, the first two under the host's wait cursor, and may spin the event loop.
+    /// These four call the portal, the first two with the host's wait cursor on, and may spin the event loop. logout()
+    /// also refreshes the page.
     bool isUserLoggedIn();
     bool login();
     bool logout();

@@ -23,7 +23,7 @@ namespace {
 constexpr int kRetryMs = 100;
 const char *const kTabStyle = "QTabWidget { background-color: #444444; }";
 
-/// At least a corner of a window at \p position can be seen and dragged.
+/// Returns true if a corner of a window at \p position is visible and can be dragged.
 bool isOnScreen(const QPoint &position)
 {
     const QRect corner(position, QSize(150, 30));
@@ -50,7 +50,7 @@ Portal_CloudBrowserDockWidget::Portal_CloudBrowserDockWidget(QWidget *parent)
     connect(m_tabWidget, &QTabWidget::currentChanged, this,
             [this, input](int index) { input->run(this, [this, index] { currentTabPageChanged(index); }); });
 
-    // From the event loop, when the main window has arranged its panels.
+    // From the event loop, after the main window has arranged its panels.
     connect(this, &QDockWidget::visibilityChanged, this, &Portal_CloudBrowserDockWidget::storeVisibility,
             Qt::QueuedConnection);
     m_restoreTimer.setSingleShot(true);
@@ -96,7 +96,7 @@ void Portal_CloudBrowserDockWidget::ShowPortal(Portal_CloudBrowser *browser)
 void Portal_CloudBrowserDockWidget::IgnoreTabChanges()
 {
     m_tabWidget->disconnect(this);
-    m_tabIndex.clear(); // for a tab change that still waits in the event loop
+    m_tabIndex.clear(); // for a tab change that is queued in the event loop
 }
 
 void Portal_CloudBrowserDockWidget::currentTabPageChanged(int newIndex)
@@ -115,7 +115,7 @@ void Portal_CloudBrowserDockWidget::currentTabPageChanged(int newIndex)
 
 void Portal_CloudBrowserDockWidget::restoreWindowLayout()
 {
-    // Floating and docking move and resize the panel, which must not overwrite what is being restored.
+    // Floating and docking move and resize the panel, which must not overwrite the stored values.
     m_restoring = true;
     m_restoreTimer.start(0);
     Settings settings(kSettingsName);
@@ -146,7 +146,7 @@ void Portal_CloudBrowserDockWidget::finishRestoring()
 {
     if (m_mainWindow && !isFloating() && !isHidden()) {
         if (!isVisible())
-            return; // showEvent() comes back to it
+            return; // showEvent() starts the timer again
         if (RunningCall::isAny()) {
             m_restoreTimer.start(kRetryMs);
             return;
@@ -162,7 +162,7 @@ void Portal_CloudBrowserDockWidget::finishRestoring()
 
 void Portal_CloudBrowserDockWidget::storeVisibility()
 {
-    // The panel is not hidden by its user if the main window is, for example when the host quits.
+    // If the main window is hidden, for example when the host quits, the user did not hide the panel.
     if (!m_restoring && (!m_mainWindow || m_mainWindow->isVisible()))
         persistWindowLayout();
 }
@@ -177,7 +177,7 @@ void Portal_CloudBrowserDockWidget::placeInMainWindow(Qt::DockWidgetArea area)
     const bool isArea = area == Qt::LeftDockWidgetArea || area == Qt::RightDockWidgetArea ||
                         area == Qt::TopDockWidgetArea || area == Qt::BottomDockWidgetArea;
     if (!isArea) {
-        // A new user's panel belongs nowhere yet.
+        // A new user has no stored area.
         if (isFloating())
             return;
         area = Qt::RightDockWidgetArea;

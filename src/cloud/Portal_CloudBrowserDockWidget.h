@@ -1,6 +1,6 @@
 // cloud/Portal_CloudBrowserDockWidget.h
 //
-// The dock panel with one tab per portal. It keeps its own place in the settings.
+// The dock panel with one tab per portal. It stores its own position in the settings.
 
 #pragma once
 
@@ -23,27 +23,27 @@ class Portal_CloudBrowserDockWidget : public QDockWidget
 {
     Q_OBJECT
 public:
-    /// Name of the settings file that keeps the panel's place.
+    /// Name of the settings file for the panel's position.
     static const char *const kSettingsName;
 
-    /// \p parent may be null: then the panel is a window of its own.
+    /// If \p parent is null, the panel is a window.
     explicit Portal_CloudBrowserDockWidget(QWidget *parent);
     ~Portal_CloudBrowserDockWidget() override;
 
-    /// Adds \p window, which the panel owns from then on, as a tab. May spin the event loop, since it asks whether the
-    /// portal is signed in.
+    /// Adds \p window as a tab and takes ownership of it. Checks whether the user is signed in, which may spin the
+    /// event loop.
     void AddPortalTab(Portal_CloudBrowser *browser, Portal_CloudBrowserWindows *window,
                       ICloudPortalApi::IPortal *portal);
-    /// Makes the tab of \p browser current; an unknown one counts as the first.
+    /// Selects the tab of \p browser, or the first tab if \p browser has none.
     void ShowPortal(Portal_CloudBrowser *browser);
-    /// Tab changes call no portal any more.
+    /// After this call, tab changes do not call portals.
     void IgnoreTabChanges();
 
-    /// Floats or docks the panel as stored; in an area that shows another dock it becomes a tab of that. A docked panel
-    /// gets its stored width, or its height in the top and bottom area, from the event loop: once it is visible and no
-    /// portal is waiting. Until then the panel's size, place and visibility are not stored.
+    /// Floats or docks the panel as stored. In an area with another visible dock it becomes a tab of that dock. A
+    /// docked panel gets its stored width (in the top and bottom area its height) from the event loop, when it is
+    /// visible and no call is running. Until then the panel does not store its size, position and visibility.
     void restoreWindowLayout();
-    /// Stores size and position in pixels, floating state, dock area and whether the panel can be seen.
+    /// Stores size and position in pixels, floating state, dock area and visibility.
     void persistWindowLayout();
     void raise();
 
@@ -51,7 +51,7 @@ signals:
     void aboutToClose();
 
 public slots:
-    /// Brings the page at tab \p newIndex up to date. May spin the event loop.
+    /// Updates the page at tab \p newIndex. May spin the event loop.
     void currentTabPageChanged(int newIndex);
 
 protected:

@@ -1,10 +1,11 @@
 // cloud/RunningCall.h
 //
-// Counts the running calls that can spin the event loop. Unloading the plug-in is refused while there is one.
+// Counts the running calls that can spin the event loop. Unloading the plug-in is refused while the count is above 0.
+// A page counts its calls through PageCalls; this class is for calls outside of a page.
 
 #pragma once
 
-/// Put one on the stack around a portal call, a host command, a message box or a sign-in step.
+/// Counts for its lifetime. Belongs on the stack around a portal call, a host command, a dialog or a sign-in step.
 class RunningCall
 {
 public:
@@ -13,7 +14,7 @@ public:
     RunningCall(const RunningCall &) = delete;
     RunningCall &operator=(const RunningCall &) = delete;
 
-    /// True while at least one call runs in this process.
+    /// Returns true while a call is running in this process.
     static bool isAny() { return s_count > 0; }
 
 private:

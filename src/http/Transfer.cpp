@@ -6,9 +6,9 @@
 
 namespace {
 
-constexpr qint64 windowMs = 1000;
-constexpr qint64 sampleMs = 50;
-constexpr qint64 shortestMs = 100; // less tells no rate
+constexpr qint64 kWindowMs = 1000;
+constexpr qint64 kSampleMs = 50;
+constexpr qint64 kShortestMs = 100; ///< a shorter time gives no useful rate
 
 } // namespace
 
@@ -30,20 +30,20 @@ void Transfer::report(qint64 bytes, qint64 totalBytes)
     if (totalBytes > 0)
         m_totalBytes = totalBytes;
     const qint64 now = m_clock.elapsed();
-    if (now - m_samples.back().ms < sampleMs)
+    if (now - m_samples.back().ms < kSampleMs)
         return;
     m_samples.push_back({now, m_bytes});
-    while (m_samples.size() > 1 && now - m_samples[1].ms >= windowMs)
+    while (m_samples.size() > 1 && now - m_samples[1].ms >= kWindowMs)
         m_samples.pop_front();
 }
 
 double Transfer::bytesPerSecond() const
 {
     const qint64 now = m_clock.elapsed();
-    // Nothing may have been reported for a while.
-    const auto isOld = [&](const Sample &sample) { return now - sample.ms >= windowMs; };
+    // The samples may be old, since report() is called only while bytes arrive.
+    const auto isOld = [&](const Sample &sample) { return now - sample.ms >= kWindowMs; };
     const auto young = std::find_if_not(m_samples.begin(), m_samples.end(), isOld);
     const Sample &start = young == m_samples.begin() ? *young : *std::prev(young);
     const qint64 spent = now - start.ms;
-    return spent < shortestMs ? -1 : static_cast<double>(m_bytes - start.bytes) * 1000 / static_cast<double>(spent);
+    return spent < kShortestMs ? -1 : static_cast<double>(m_bytes - start.bytes) * 1000 / static_cast<double>(spent);
 }

@@ -1,7 +1,7 @@
 // http/Transfer.h
 //
-// One piece of work that the user waits for: a request, a download or an upload. It stands on the stack of whoever does
-// the work, whatever the protocol, and says how far that has got. TransferProgress lists those that run.
+// The progress of one request, download or upload of any protocol. The function that transfers the bytes has the object
+// on its stack. TransferProgress lists the running transfers.
 
 #pragma once
 
@@ -22,22 +22,23 @@ public:
         Upload
     };
 
-    /// Starts. \p name is the name of the file that the user sees.
+    /// Starts. \p name is the file's name for the user.
     explicit Transfer(Kind kind, const QString &name = QString());
-    ~Transfer() override; // ends
+    /// Ends the transfer.
+    ~Transfer() override;
 
     Kind kind() const { return m_kind; }
     const QString &name() const { return m_name; }
     qint64 ageMs() const { return m_clock.elapsed(); }
     qint64 bytes() const { return m_bytes; }
-    /// -1 when nobody has said.
+    /// Returns -1 while the total is unknown.
     qint64 totalBytes() const { return m_totalBytes; }
-    /// The rate of the last second or so; negative until it can be told.
+    /// Returns the rate of about the last second, or -1 in the first 100 ms.
     double bytesPerSecond() const;
 
 public slots:
-    /// \p bytes of \p totalBytes have moved; a total that is not positive is not known. Cheap: it tells nobody, who
-    /// shows the transfer asks for its numbers.
+    /// Stores that \p bytes of \p totalBytes were transferred. A total of 0 or less is unknown. Emits nothing; displays
+    /// poll the values.
     void report(qint64 bytes, qint64 totalBytes);
 
 private:
@@ -52,5 +53,5 @@ private:
     QElapsedTimer m_clock;
     qint64 m_bytes = 0;
     qint64 m_totalBytes = -1;
-    std::deque<Sample> m_samples; ///< the last one that is a second old, and the newer ones
+    std::deque<Sample> m_samples; ///< the newest one that is at least a second old, and all newer ones
 };

@@ -1,6 +1,6 @@
 // http/TransferProgress.h
 //
-// The transfers that run in this process, whichever portal and protocol they belong to, for the pages that show them.
+// The list of the running transfers of this process, of every portal and protocol. The pages show them.
 
 #pragma once
 
@@ -14,14 +14,14 @@ class TransferProgress : public QObject
 {
     Q_OBJECT
 public:
-    /// The only one, made by the first call.
+    /// Returns the only instance, which the first call creates.
     static TransferProgress &instance();
 
-    /// From the outermost to the innermost.
+    /// Returns the running transfers, the outermost first.
     const std::vector<Transfer *> &running() const { return m_running; }
 
 signals:
-    /// A transfer has begun or ended. What runs tells its numbers when asked, so a slow display costs nothing.
+    /// Emitted when a transfer starts or ends. Displays poll the numbers of a running one.
     void changed();
 
 private:

@@ -1,6 +1,6 @@
 // cloud/page/AfterInput.h
 //
-// Postpones what a widget's signal starts until the widget has handled the input event that caused the signal. Qt's
+// Calls the slot of a widget's signal only after the widget has handled the input event that caused the signal. Qt's
 // item views and tab bars use their members after the signal, and a slot that spins the event loop may delete them.
 
 #pragma once
@@ -18,10 +18,10 @@ public:
     /// Watches the mouse and key events of \p widget, which owns the object.
     explicit AfterInput(QWidget *widget);
 
-    /// Watches those of \p part as well, for example the viewport of a view. \p part is not owned.
+    /// Watches the events of \p part as well, for example of a view's viewport. \p part is not owned.
     void watch(QWidget *part);
     /// Calls \p slot from the event loop if a watched widget is handling an input event, otherwise at once. A call from
-    /// the event loop is dropped if \p receiver has been deleted.
+    /// the event loop is skipped if \p receiver has been deleted.
     void run(QObject *receiver, const std::function<void()> &slot);
 
 protected:

@@ -4,8 +4,8 @@
 
 #include <QStyledItemDelegate>
 
-/// Makes every row as wide as the list, so that the list elides long names, and shows tool tips as plain text, since
-/// they come from services. The tool tip of an entry whose name does not fit begins with the whole name.
+/// Makes every row as wide as the list, so that the list elides long names. Shows tool tips as plain text, since
+/// services define them. If a name does not fit, the tool tip begins with the whole name.
 class FileListDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

@@ -16,16 +16,16 @@ FocusRing::FocusRing(QWidget *page) : QWidget(page)
     setAttribute(Qt::WA_TransparentForMouseEvents);
     hide();
     page->installEventFilter(this);
-    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *focus) { follow(focus); });
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *focus) { setFocusWidget(focus); });
 }
 
-void FocusRing::follow(QWidget *focus)
+void FocusRing::setFocusWidget(QWidget *focus)
 {
     if (m_target)
         m_target->removeEventFilter(this);
-    const bool isByKey = focus && focus->window()->testAttribute(Qt::WA_KeyboardFocusChange) &&
-                         QApplication::mouseButtons() == Qt::NoButton;
-    m_target = isByKey && parentWidget()->isAncestorOf(focus) ? focus : nullptr;
+    const bool isSetByKey = focus && focus->window()->testAttribute(Qt::WA_KeyboardFocusChange) &&
+                            QApplication::mouseButtons() == Qt::NoButton;
+    m_target = isSetByKey && parentWidget()->isAncestorOf(focus) ? focus : nullptr;
     if (m_target)
         m_target->installEventFilter(this);
     place();
@@ -42,7 +42,7 @@ void FocusRing::place()
 
 bool FocusRing::eventFilter(QObject *watched, QEvent *event)
 {
-    // Later, when the layout is done: what has the focus may move with the bar that it stands in.
+    // From the event loop, since the layout may move the control after this event.
     if (event->type() == QEvent::Resize || event->type() == QEvent::Move || event->type() == QEvent::LayoutRequest)
         QTimer::singleShot(0, this, &FocusRing::place);
     return QWidget::eventFilter(watched, event);

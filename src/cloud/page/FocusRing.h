@@ -1,7 +1,7 @@
 // cloud/page/FocusRing.h
 //
-// The frame around the control of a page that has the focus, for those who use the keyboard: a style's own mark is hard
-// to see on a dark page. It lies over the layout, takes no room in it, and lets the mouse through.
+// A frame around the control of a page that has the keyboard focus, since the style's own mark is hard to see on a dark
+// page. The frame is drawn over the layout, does not change it, and ignores the mouse.
 
 #pragma once
 
@@ -12,7 +12,7 @@ class FocusRing : public QWidget
 {
     Q_OBJECT
 public:
-    /// \p page owns the ring. Hidden until the focus comes to the page by a key.
+    /// \p page owns the ring, which is hidden until a key moves the focus into the page.
     explicit FocusRing(QWidget *page);
 
 protected:
@@ -20,7 +20,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void follow(QWidget *focus);
+    void setFocusWidget(QWidget *focus);
     void place();
 
     QPointer<QWidget> m_target;

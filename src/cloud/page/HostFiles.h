@@ -1,6 +1,6 @@
 // cloud/page/HostFiles.h
 //
-// File names as import and export read them, and the host commands that both use.
+// File names for import and export, and the host commands that both use. The commands may spin the event loop.
 
 #pragma once
 
@@ -8,26 +8,27 @@
 
 #include <QString>
 
-/// The text after the last "." of \p name's last component, case kept. False, and \p extension left alone, when there
-/// is no dot or nothing stands before it.
+/// Stores the text after the last "." of \p name's last component in \p extension, case kept. Returns false and leaves
+/// \p extension unchanged if the component has no dot or begins with that dot.
 bool getFileExtension(KString &name, KString &extension);
 
-/// Makes \p name a lower-case base name: no white space around it, no path, none of \ / : * ? " < > |.
+/// Changes \p name to a lower-case base name without path, without white space at its ends, and without the characters
+/// \ / : * ? " < > |.
 void CleanFilename(QString &name);
 
-/// The host's import translator for \p extension (lower case, no dot); empty when there is none.
+/// Returns the host's import translator for \p extension (lower case, no dot), or an empty text.
 KString GetImportTranslatorNameFromExtension(const KString &extension);
-/// The same for the extension of the file at \p path.
+/// Returns the host's import translator for the extension of the file at \p path, or an empty text.
 KString GetImportTranslatorName(const KString &path);
 
-/// The host's export translators and, index by index, their extensions. \p extensions may be the shorter one.
+/// Reads the host's export translators and, index by index, their extensions. \p extensions may be the shorter array.
 void getAllExportTranslator(KStringArray &names, KStringArray &extensions);
 
-/// The directory below the host's temporary folder that a file of \p subFolder is written to. Ends in a separator.
+/// Returns the directory for files of \p subFolder in the download area, with a separator at its end.
 KString localFolder(const KString &subFolder);
 
-/// Tells the user in the host's message area that \p name was imported or exported.
+/// Shows in the host's message area that \p name was imported or exported.
 void DisplaySuccess(bool import, KString name);
 
-/// Runs \p command with the host's command echo off; the echo is as before afterwards, also when the command fails.
+/// Runs \p command with the host's command echo off. Restores the echo, also if the command fails.
 void executeCommandSilently(const KString &command);

@@ -10,7 +10,7 @@ using ICloudPortalApi::ItemVector;
 
 namespace {
 
-/// An action that left its bar or menu only waits for its deletion.
+/// Returns false for an action that was removed from its bar or menu and will be deleted.
 bool isShown(const QAction *action)
 {
     return action && !action->associatedWidgets().isEmpty();
@@ -21,7 +21,7 @@ bool isShown(ICloudItem *item)
     return item->GetListItem() || isShown(item->GetFolderAction()) || isShown(item->GetFolderActionArrow());
 }
 
-/// Everything that hangs together with \p starts by parents and children.
+/// Returns \p starts and all items that parents and children connect with them.
 std::unordered_set<ICloudItem *> connectedTo(const ItemVector &starts)
 {
     std::unordered_set<ICloudItem *> reached;
@@ -77,7 +77,7 @@ void ItemKeeper::releaseUnused(const ItemVector &inUse)
             unused.push_back(item);
     }
     m_items.swap(kept);
-    // Each of them is judged by itself, so none takes its children along.
+    // Detach first, so that deleting a parent does not delete children that are still in use.
     for (ICloudItem *item : unused)
         item->RemoveAllChild(false);
     for (ICloudItem *item : unused)

@@ -1,7 +1,7 @@
 // cloud/page/ItemKeeper.h
 //
-// Answers for every item that a portal gave to a page: folders leave and enter the tree while widgets, slots on the
-// stack and the current folder still point to them, so that the tree alone cannot say which of them may go.
+// Owns the items that a portal returned to a page. Folders are removed from the tree and inserted again while widgets,
+// slots on the stack and the current folder still use them, so the tree alone cannot decide what to delete.
 
 #pragma once
 
@@ -13,18 +13,18 @@ class ItemKeeper
 {
 public:
     ItemKeeper() = default;
-    /// Deletes every item that is still kept.
     ~ItemKeeper();
     ItemKeeper(const ItemKeeper &) = delete;
     ItemKeeper &operator=(const ItemKeeper &) = delete;
 
-    /// Takes \p item and everything below it; null is ignored. Known items may be added again.
+    /// Takes ownership of \p item and of all items below it. Null and known items are ignored.
     void keep(ICloudPortalApi::ICloudItem *item);
-    /// Deletes all kept items but those in \p inUse and those that a widget shows, with their ancestors and what hangs
-    /// below any of these.
+    /// Deletes all items except those in \p inUse, those that a widget shows, their ancestors, and all items below any
+    /// of these. \p inUse may contain null.
     void releaseUnused(const ICloudPortalApi::ItemVector &inUse);
+    /// Deletes all items. The destructor does the same.
     void releaseAll();
-    /// Number of items that are kept and alive.
+    /// Returns the number of items that exist.
     int count() const;
 
 private:

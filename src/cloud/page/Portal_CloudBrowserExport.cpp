@@ -1,4 +1,4 @@
-// Export: the host writes the scene or the selection below the temporary folder, and the portal takes the file.
+// Export: the host writes the scene or the selection into the download area, and the portal uploads the file.
 
 #include "cloud/page/HostFiles.h"
 #include "cloud/page/ImportExportPanels.h"
@@ -11,10 +11,10 @@
 
 using ICloudPortalApi::ICloudItem;
 
-/// What an export needs to know, as it was at the click: the question, the host and the portal let other things happen.
+/// The values of one export at the time of the click. The user may change the panel and the folder during the export.
 struct Portal_CloudBrowserWindows::ExportJob
 {
-    /// The host command that writes the file into \p directory.
+    /// Returns the host command that writes the file into \p directory.
     KString command(const KString &directory) const
     {
         return KString("file -force -options \"\" -type \"") + TavrinHelper::quoted(translator) + "\" -pr " +
@@ -23,7 +23,7 @@ struct Portal_CloudBrowserWindows::ExportJob
 
     KString name;
     KString translator;
-    KString subFolder; ///< of the download area
+    KString subFolder; ///< in the download area
     QPointer<ICloudItem> folder;
     QPointer<ICloudItem> existing;
     bool selectionOnly;
@@ -155,6 +155,7 @@ bool Portal_CloudBrowserWindows::exportAndUpload(const ExportJob &job)
     return pageExists && isUploaded;
 }
 
+/// Returns true if the export's folder is still the current one. Otherwise shows the failure.
 bool Portal_CloudBrowserWindows::checkFolderIsOpen(const ExportJob &job) const
 {
     if (job.folder && job.folder == m_currentFolder)

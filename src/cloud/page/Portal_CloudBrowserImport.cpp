@@ -1,4 +1,4 @@
-// Import: the chosen item is downloaded below the temporary folder and handed to the host.
+// Import: the chosen item is downloaded into the download area, and the host imports the file.
 
 #include "cloud/page/HostFiles.h"
 #include "cloud/page/ImportExportPanels.h"
@@ -26,7 +26,7 @@ KString optionCommand(const char *procedure, const KString &action, const KStrin
     return optionCommand(procedure, action) + " \"" + TavrinHelper::quoted(argument) + "\"";
 }
 
-/// The host's procedures build their widgets into the layout, which they find by its name.
+/// Calls the host's procedures, which find the dialog's layout by its name and add their widgets to it.
 void fillOptionsDialog(const KString &action, const KString &translator, const KString &path)
 {
     KGlobal::executeCommand(KString("initCurrentFileTypeOption ") + action + " \"\" \"\"");
@@ -38,6 +38,7 @@ void fillOptionsDialog(const KString &action, const KString &translator, const K
 
 } // namespace
 
+/// Returns the folder of \p item in the download area. Each component is safe to write.
 KString Portal_CloudBrowserWindows::localSubFolder(ICloudItem *item)
 {
     const QString subFolder = KQtUtil::toQString(m_portal->GetPortalDisplayName() + item->GetImportPathFolder());
@@ -62,6 +63,7 @@ void Portal_CloudBrowserWindows::ImportClick()
     static_cast<void>(m_calls.runUnderWaitCursor(steps));
 }
 
+/// Downloads the selected item to \p localPath. Returns false after a failure, or if the page was deleted.
 bool Portal_CloudBrowserWindows::downloadSelected(KString &localPath)
 {
     // Each call may have closed the dock, which clears the selection.

@@ -1,4 +1,4 @@
-// The file list: the entries that it shows, and what choosing one of them does.
+// The file list: its entries, and the choice of one of them.
 
 #include "cloud/page/HostFiles.h"
 #include "cloud/page/ImportExportPanels.h"
@@ -12,12 +12,12 @@ using ICloudPortalApi::Portal_CloudBrowserListItem;
 
 namespace {
 
-std::vector<QPointer<ICloudItem>> guarded(const ICloudPortalApi::ItemVector &items)
+std::vector<QPointer<ICloudItem>> asPointers(const ICloudPortalApi::ItemVector &items)
 {
     return {items.begin(), items.end()};
 }
 
-/// Keeps the list from painting and signalling while it is emptied and filled. The list may be deleted meanwhile.
+/// Stops the list's painting and signals for its lifetime. The list may be deleted before.
 class ListUpdate
 {
 public:
@@ -42,6 +42,12 @@ private:
     bool m_blocked;
 };
 
+/// Returns the item that \p entry shows, or null if the item has been deleted.
+ICloudItem *itemOf(QListWidgetItem *entry)
+{
+    return static_cast<Portal_CloudBrowserListItem *>(entry)->GetItem();
+}
+
 QString lowerCaseExtension(const QString &name)
 {
     return name.mid(name.lastIndexOf(QLatin1Char('.')) + 1).toLower();
@@ -49,6 +55,7 @@ QString lowerCaseExtension(const QString &name)
 
 } // namespace
 
+/// Replaces the entries by the current folder's children and \p fetched. Returns false if the page was deleted.
 bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 {
     ItemVector folders;
@@ -57,8 +64,8 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 
     const ListUpdate update(m_fileList);
     clearFileList();
-    m_files = guarded(files);
-    std::vector<QPointer<ICloudItem>> entries = guarded(folders);
+    m_files = asPointers(files);
+    std::vector<QPointer<ICloudItem>> entries = asPointers(folders);
     entries.insert(entries.end(), m_files.begin(), m_files.end());
     for (ICloudItem *item : entries)
         m_items.keep(item);
@@ -85,7 +92,7 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 
 void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &icon)
 {
-    // Filled before it joins the list: an entry in a list looks for its own row whenever it is changed.
+    // Filled before it is added: an entry of a list searches its own row after each change.
     auto *entry = new Portal_CloudBrowserListItem(item, icon, KQtUtil::toQString(item->GetDisplayName()), nullptr);
     if (!item->IsFolder())
         entry->setToolTip(KQtUtil::toQString(item->GetTooltip()));
@@ -98,7 +105,7 @@ void Portal_CloudBrowserWindows::clearFileList()
     const ListUpdate update(m_fileList);
     ICloudPortalApi::ItemSet files;
     for (int row = 0; row < m_fileList->count(); ++row) {
-        ICloudItem *item = static_cast<Portal_CloudBrowserListItem *>(m_fileList->item(row))->GetItem();
+        ICloudItem *item = itemOf(m_fileList->item(row));
         if (item && !item->IsFolder())
             files.insert(item);
     }
@@ -171,14 +178,14 @@ void Portal_CloudBrowserWindows::chooseImportable(ICloudItem *item, bool doubleC
 
 void Portal_CloudBrowserWindows::ListViewItemDoubleClick(QListWidgetItem *itemClick)
 {
-    ListViewItemClicked(static_cast<Portal_CloudBrowserListItem *>(itemClick)->GetItem(), true);
+    ListViewItemClicked(itemOf(itemClick), true);
 }
 
 /// Opens \p entry from the event loop: the list uses itself after the signal of a double click, and the host may delete
 /// it during the call. Ignored if the entry has been removed from the list by then.
 void Portal_CloudBrowserWindows::openLater(QListWidgetItem *entry)
 {
-    const QPointer<ICloudItem> item(static_cast<Portal_CloudBrowserListItem *>(entry)->GetItem());
+    const QPointer<ICloudItem> item(itemOf(entry));
     const auto open = [this, item] {
         if (item && item->GetListItem())
             ListViewItemDoubleClick(item->GetListItem());
@@ -190,7 +197,7 @@ void Portal_CloudBrowserWindows::ListViewItemSelectChange()
 {
     const QList<QListWidgetItem *> selected = m_fileList->selectedItems();
     if (!selected.isEmpty())
-        ListViewItemClicked(static_cast<Portal_CloudBrowserListItem *>(selected.first())->GetItem(), false);
+        ListViewItemClicked(itemOf(selected.first()), false);
 }
 
 void Portal_CloudBrowserWindows::ClearSelection()

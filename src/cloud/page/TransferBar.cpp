@@ -14,13 +14,13 @@
 
 namespace {
 
-constexpr int kTickMs = 50;
-constexpr qint64 kPatienceMs = 300;
-constexpr qint64 kSweepMs = 1500; ///< once along the bar, where no end is known
+constexpr int kRefreshMs = 50;
+constexpr qint64 kShowAfterMs = 300;
+constexpr qint64 kSweepMs = 1500; ///< time for the moving part to cross the bar while the total is unknown
 constexpr int kSteps = 1000;
 constexpr int kMargin = 6;
 
-QString inBytes(qint64 count)
+QString formatBytes(qint64 count)
 {
     return QLocale().formattedDataSize(count, 1, QLocale::DataSizeSIFormat);
 }
@@ -35,9 +35,9 @@ TransferBar::TransferBar(QWidget *page) : QProgressBar(page)
     setFocusPolicy(Qt::NoFocus);
     hide();
     page->installEventFilter(this);
-    m_tick.setInterval(kTickMs);
-    connect(&m_tick, &QTimer::timeout, this, &TransferBar::refresh);
-    connect(&TransferProgress::instance(), &TransferProgress::changed, this, &TransferBar::followTransfers);
+    m_refreshTimer.setInterval(kRefreshMs);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &TransferBar::refresh);
+    connect(&TransferProgress::instance(), &TransferProgress::changed, this, &TransferBar::updateTimer);
 }
 
 QString TransferBar::text() const
@@ -45,27 +45,27 @@ QString TransferBar::text() const
     return m_numbers.isEmpty() ? m_name : m_name + QStringLiteral("  ") + m_numbers;
 }
 
-/// The innermost transfer that is worth showing; null when there is none.
+/// Returns the innermost transfer that is to be shown, or null.
 const Transfer *TransferBar::shownTransfer() const
 {
     const std::vector<const Transfer *> running = PageCalls::transfersOf(parentWidget());
-    const bool isAsked = QApplication::activeModalWidget() != nullptr;
+    const bool isDialogOpen = QApplication::activeModalWidget() != nullptr;
     const auto isShown = [&](const Transfer *transfer) {
-        return transfer->kind() != Transfer::Kind::Waiting || (transfer->ageMs() >= kPatienceMs && !isAsked);
+        return transfer->kind() != Transfer::Kind::Waiting || (transfer->ageMs() >= kShowAfterMs && !isDialogOpen);
     };
     const auto innermost = std::find_if(running.rbegin(), running.rend(), isShown);
     return innermost == running.rend() ? nullptr : *innermost;
 }
 
-void TransferBar::followTransfers()
+void TransferBar::updateTimer()
 {
     if (PageCalls::transfersOf(parentWidget()).empty()) {
-        m_tick.stop();
-        vanish();
+        m_refreshTimer.stop();
+        hideNow();
         return;
     }
-    if (!m_tick.isActive())
-        m_tick.start();
+    if (!m_refreshTimer.isActive())
+        m_refreshTimer.start();
     refresh();
 }
 
@@ -73,7 +73,7 @@ void TransferBar::refresh()
 {
     const Transfer *transfer = shownTransfer();
     if (!transfer) {
-        vanish();
+        hideNow();
         return;
     }
     m_ageMs = transfer->ageMs();
@@ -101,21 +101,21 @@ void TransferBar::showNumbers(const Transfer &transfer)
     if (transfer.kind() == Transfer::Kind::Waiting)
         return;
 
-    m_numbers = inBytes(transfer.bytes());
+    m_numbers = formatBytes(transfer.bytes());
     if (total > 0)
-        m_numbers += TavrinStrings::text(TavrinStrings::kProgressOf) + inBytes(total);
+        m_numbers += TavrinStrings::text(TavrinStrings::kProgressOf) + formatBytes(total);
     const double rate = transfer.bytesPerSecond();
     if (rate >= 0)
         m_numbers +=
-            QStringLiteral("  ") + inBytes(qRound64(rate)) + TavrinStrings::text(TavrinStrings::kProgressPerSecond);
+            QStringLiteral("  ") + formatBytes(qRound64(rate)) + TavrinStrings::text(TavrinStrings::kProgressPerSecond);
 }
 
-void TransferBar::vanish()
+void TransferBar::hideNow()
 {
     if (isHidden())
         return;
     hide();
-    // Now: what follows a transfer may keep the event loop waiting.
+    // At once, since the code after a transfer may block the event loop.
     parentWidget()->repaint(geometry());
 }
 
@@ -137,8 +137,8 @@ QRect TransferBar::filledPart() const
     if (maximum() > 0)
         return QRect(0, 0, width() * value() / maximum(), height());
     const int length = width() / 4;
-    const auto travelled = static_cast<int>((width() + length) * (m_ageMs % kSweepMs) / kSweepMs);
-    return QRect(travelled - length, 0, length, height());
+    const auto end = static_cast<int>((width() + length) * (m_ageMs % kSweepMs) / kSweepMs);
+    return QRect(end - length, 0, length, height());
 }
 
 void TransferBar::paintEvent(QPaintEvent *)

@@ -1,7 +1,7 @@
 // cloud/page/TransferBar.h
 //
-// The thin bar over a page's lower edge that shows the page's running transfer. It lies over the layout and takes no
-// room in it, never gets the focus, and lets the mouse through.
+// The thin bar at the lower edge of a page that shows the page's running transfer. It is drawn over the layout, does
+// not change it, never gets the focus, and ignores the mouse.
 
 #pragma once
 
@@ -14,11 +14,11 @@ class TransferBar : public QProgressBar
 {
     Q_OBJECT
 public:
-    /// \p page owns the bar. Hidden while no transfer of the page runs: a download or an upload shows at once, anything
-    /// else after 300 ms, and not while a dialog asks for the user.
+    /// \p page owns the bar, which is visible while a transfer of the page is running. A download or an upload is shown
+    /// at once, other transfers after 300 ms and only while no modal dialog is open.
     explicit TransferBar(QWidget *page);
 
-    /// What the bar says: the name, and the numbers in the locale's format.
+    /// Returns the transfer's name, and its numbers in the locale's format.
     QString text() const override;
 
 protected:
@@ -26,15 +26,15 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void followTransfers();
+    void updateTimer();
     void refresh();
     const Transfer *shownTransfer() const;
     void showNumbers(const Transfer &transfer);
     QRect filledPart() const;
     void place();
-    void vanish();
+    void hideNow();
 
-    QTimer m_tick;
+    QTimer m_refreshTimer;
     QString m_name;
     QString m_numbers;
     qint64 m_ageMs = 0;
