@@ -89,13 +89,6 @@ void PageFixture::cleanup()
              m_host.commands().filter("{ waitCursor -state off; }").size());
 }
 
-void addRows(const QList<QStringList> &rows)
-{
-    QTest::addColumn<QStringList>("texts");
-    for (const QStringList &row : rows)
-        QTest::newRow(qPrintable(row.first())) << row;
-}
-
 KCommandResult result(const QStringList &texts)
 {
     KStringArray array;

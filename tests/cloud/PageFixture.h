@@ -5,6 +5,7 @@
 #pragma once
 
 #include "support/RecordingHost.h"
+#include "support/Table.h"
 #include "TestPortal.h"
 
 #include <QtTest>
@@ -64,19 +65,6 @@ private slots:
     void init();
     void cleanup();
 };
-
-/// Adds the rows of a test's table of texts; the first text of a row is its name.
-void addRows(const QList<QStringList> &rows);
-
-/// The current row of that table.
-template <std::size_t count>
-std::array<QString, count> currentRow()
-{
-    QFETCH(QStringList, texts);
-    std::array<QString, count> row;
-    std::copy_n(texts.begin(), count, row.begin());
-    return row;
-}
 
 /// A host command's result.
 KCommandResult result(const QStringList &texts);

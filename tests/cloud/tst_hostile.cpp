@@ -122,7 +122,7 @@ private slots:
 
     void windowMayBeDeletedAfter_data()
     {
-        // What the user does, and the call or the host's command that deletes the window.
+        // The user's action, and the portal call, host command or question that deletes the window.
         addRows({{"double click on a folder", "fetch"},
                  {"double click on a file", "download"},
                  {"choice of a page size", "fetch"},
@@ -131,46 +131,54 @@ private slots:
                  {"click on a page", "fetch"},
                  {"choice in a folder's menu", "fetch"},
                  {"click on the upper folder", "fetch"},
-                 {"click on Logout", "login check"},
+                 {"log-out", "login check"},
                  {"click on a portal's tab", "login check"},
                  {"click on the export tab", "Tavrin_GetExportTranslatorList"},
                  {"click on a file", "Tavrin_GetImportTranslatorFromFileExtension"},
                  {"arrow key in the list", "Tavrin_GetImportTranslatorFromFileExtension"},
                  {"Return in the list", "fetch"},
-                 {"F5", "fetch"}});
+                 {"F5", "fetch"},
+                 {"import with options", "file "},
+                 {"export over a file", "question"},
+                 {"export", "file "},
+                 {"export", "upload"}});
     }
     void windowMayBeDeletedAfter()
     {
         const auto [action, call] = currentRow<2>();
-        const bool isCommand = call.startsWith("Tavrin_");
         TestPortal other("Other");
         QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
         const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Other"));
+        const auto unregister = qScopeGuard([&other] {
+            other.during.clear();
+            Portal_CloudBrowser::UnRegisterPortal(&other);
+        });
         second->AddPortalTabPage();
-        if (isCommand) {
+        if (call != "fetch" && call != "login check")
             m_portal.type = ICloudPortalApi::kPlainListing;
-            m_host.handle(call, [this](const QString &, KCommandResult &) {
-                m_window.reset();
-                return KStatus();
-            });
-        }
         doubleClick("Deep");
         const auto destroy = [this] { m_window.reset(); };
         m_portal.during[call] = destroy;
         other.during[call] = destroy;
+        m_host.handle(call, [destroy](const QString &, KCommandResult &) {
+            destroy();
+            return KStatus();
+        });
         perform(action);
         settle();
         QVERIFY(!m_window);
-        other.during.clear();
-        Portal_CloudBrowser::UnRegisterPortal(&other);
+        m_controller->LoginDoneCB(true);
+        m_controller->ShowCloudBrowserWindow();
+        m_controller->AddPortalTabPage();
+        QVERIFY(!m_controller->GetParentLoginWidget());
     }
 
     void eachCommandMayCloseTheDockOrDeleteTheWindow_data()
     {
-        const QStringList actions{"the start", "a refresh", "entering a folder", "an import",  "an export",
-                                  "options",   "a log-out", "a log-in",          "a new list", "a choice"};
         QTest::addColumn<QStringList>("texts");
-        for (const QString &action : actions) {
+        for (const QString action :
+             {"start", "refresh", "double click on a folder", "import with options", "export over a file", "options",
+              "log-out", "log-in", "click on the export tab", "click on a file"}) {
             for (const QString event : {"the dock closes", "the window is deleted"})
                 QTest::newRow(qPrintable(action + ", " + event)) << QStringList{action, event};
         }
@@ -182,7 +190,7 @@ private slots:
         m_portal.type = ICloudPortalApi::kPlainListing;
         int count = 0;
         for (int number = -1; number < count; ++number) { // the first run only counts the commands
-            prepareWindow(action != "the start");
+            prepareWindow(action != "start");
             int sent = 0;
             m_host.watch([&] {
                 auto *panel = m_window ? m_window->findChild<Portal_CloudBrowserDockWidget *>() : nullptr;
@@ -193,7 +201,7 @@ private slots:
                 else
                     m_window.reset();
             });
-            carryOut(action);
+            perform(action);
             settle();
             m_host.watch({});
             if (number < 0)
@@ -269,42 +277,56 @@ private:
         settle();
         return text;
     }
-    /// Performs one user action on a page that shows the folder Deep.
+    /// Performs one user action, in the folder that the page shows.
     void perform(const QString &action)
     {
-        if (action == "double click on a folder")
-            doubleClick("Deeper");
-        else if (action == "double click on a file")
-            doubleClick("b.obj");
-        else if (action == "choice of a page size")
-            QTest::keyClick(find<QComboBox>("ItemsPerPage"), Qt::Key_Up);
-        else if (action == "Return in the search field") {
-            find<QLineEdit>("SearchTextInput")->setFocus();
-            QTest::keyClick(find<QLineEdit>("SearchTextInput"), Qt::Key_Return);
-        } else if (action == "click on the search sign")
-            click(find<QToolBar>("SearchBar")->widgetForAction(find<QToolBar>("SearchBar")->actions().last()));
-        else if (action == "click on a page")
-            click(button("Next1"));
-        else if (action == "choice in a folder's menu")
-            chooseInMenu(folderBar()->widgetForAction(folderBar()->actions().last()));
-        else if (action == "click on the upper folder")
-            click(find<QToolBar>("ParentFolderBar")->widgetForAction(find<QToolBar>("ParentFolderBar")->actions()[0]));
-        else if (action == "click on Logout")
-            click(button("CloudPortalLoginButton"));
-        else if (action == "click on a portal's tab")
-            clickTab(dock()->findChild<QTabWidget *>());
-        else if (action == "click on the export tab")
-            clickTab(find<QTabWidget>("ImportExportTabs"));
-        else if (action == "click on a file")
-            clickRow("b.obj");
-        else if (action == "arrow key in the list")
-            QTest::keyClick(list(), Qt::Key_Down), QTest::keyClick(list(), Qt::Key_Down);
-        else if (action == "Return in the list")
-            list()->setCurrentRow(0), QTest::keyClick(list(), Qt::Key_Return);
-        else if (action == "F5")
-            QTest::keyClick(list(), Qt::Key_F5);
-        else
-            qFatal("unknown action %s", qPrintable(action));
+        const bool isDeep = m_controller && page() && row("Deeper");
+        const QString folder = isDeep ? "Deeper" : "Deep";
+        const QString file = isDeep ? "b.obj" : "cup.obj";
+        const auto bar = [this](const char *name) { return find<QToolBar>(name); };
+        const auto clickOn = [&](const char *name, int index) {
+            click(bar(name)->widgetForAction(bar(name)->actions().at(index)));
+        };
+        const auto exportAs = [this](const QString &name) {
+            find<QLineEdit>("CloudExportFileName")->setText(name);
+            button("CloudExportAllButton")->click();
+        };
+        const std::map<QString, std::function<void()>> actions{
+            {"start", [&] { showPage(); }},
+            {"refresh", [&] { m_controller->LoginDoneCB(true); }},
+            {"double click on a folder", [&] { doubleClick(folder); }},
+            {"double click on a file", [&] { doubleClick(file); }},
+            {"import with options",
+             [&] {
+                 find<QCheckBox>("CloudImportOptions")->setChecked(true);
+                 doubleClick(file);
+             }},
+            {"export", [&] { exportAs("new"); }},
+            {"export over a file", [&] { exportAs(file); }},
+            {"options", [&] { button("CloudExportOptionsButton")->click(); }},
+            {"log-out", [&] { click(button("CloudPortalLoginButton")); }},
+            {"log-in", [&] { click(button("CloudPortalLoginButton")); }},
+            {"choice of a page size", [&] { QTest::keyClick(find<QComboBox>("ItemsPerPage"), Qt::Key_Up); }},
+            {"Return in the search field",
+             [&] {
+                 find<QLineEdit>("SearchTextInput")->setFocus();
+                 QTest::keyClick(find<QLineEdit>("SearchTextInput"), Qt::Key_Return);
+             }},
+            {"click on the search sign", [&] { clickOn("SearchBar", bar("SearchBar")->actions().size() - 1); }},
+            {"click on a page", [&] { click(button("Next1")); }},
+            {"choice in a folder's menu",
+             [&] { chooseInMenu(folderBar()->widgetForAction(folderBar()->actions().last())); }},
+            {"click on the upper folder", [&] { clickOn("ParentFolderBar", 0); }},
+            {"click on a portal's tab", [&] { clickTab(dock()->findChild<QTabWidget *>()); }},
+            {"click on the export tab", [&] { clickTab(find<QTabWidget>("ImportExportTabs")); }},
+            {"click on a file", [&] { clickRow(file); }},
+            {"arrow key in the list",
+             [&] { QTest::keyClick(list(), Qt::Key_Down), QTest::keyClick(list(), Qt::Key_Down); }},
+            {"Return in the list", [&] { list()->setCurrentRow(0), QTest::keyClick(list(), Qt::Key_Return); }},
+            {"F5", [&] { QTest::keyClick(list(), Qt::Key_F5); }}};
+        if (action.startsWith("log-"))
+            m_portal.loggedIn = action == "log-out";
+        actions.at(action)();
     }
     /// Opens the menu of \p button, which blocks until the menu closes, and chooses its first entry.
     void chooseInMenu(QWidget *button)
@@ -318,35 +340,12 @@ private:
     }
     static void clickTab(QTabWidget *tabs) { click(tabs->tabBar(), tabs->tabBar()->tabRect(1).center()); }
 
-    /// Makes the page send commands to the host.
-    void carryOut(const QString &action)
-    {
-        if (action == "the start")
-            showPage();
-        else if (action == "a refresh")
-            m_controller->LoginDoneCB(true);
-        else if (action == "entering a folder")
-            doubleClick("Deep");
-        else if (action == "a choice")
-            clickRow("cup.obj");
-        else if (action == "an import") {
-            find<QCheckBox>("CloudImportOptions")->setChecked(true);
-            doubleClick("cup.obj");
-        } else if (action == "an export") {
-            find<QLineEdit>("CloudExportFileName")->setText("cup");
-            button("CloudExportAllButton")->click();
-        } else if (action == "options")
-            button("CloudExportOptionsButton")->click();
-        else if (action == "a new list")
-            clickTab(find<QTabWidget>("ImportExportTabs"));
-        else {
-            m_portal.loggedIn = action == "a log-out";
-            click(button("CloudPortalLoginButton"));
-        }
-    }
+    /// Agrees to a question or an options dialog, after the hook of a question has run.
     void timerEvent(QTimerEvent *) override
     {
-        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        const QPointer<QDialog> dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (dialog)
+            m_portal.run("question");
         if (auto *box = qobject_cast<QMessageBox *>(dialog))
             box->button(QMessageBox::Yes)->click();
         else if (dialog)

@@ -120,24 +120,6 @@ private slots:
         QCOMPARE(m_portal.count("search"), 28 * 6 + 1);
     }
 
-    void itemOwnsItsChildren()
-    {
-        TestItem root("root", "/");
-        root.AddChild(new TestItem("branch", "/"));
-        QPointer<TestItem> leaf(new TestItem("leaf", ""));
-        (*root.GetChildBegin())->AddChild(leaf);
-        QVERIFY(!root.RemoveChild(leaf, true)); // it is a grandchild
-        QVERIFY(leaf);
-        root.RemoveAllChild(true);
-        QVERIFY(!leaf);
-
-        leaf = new TestItem("leaf", "");
-        root.AddChild(leaf);
-        root.RemoveAllChild(false);
-        QVERIFY(leaf);
-        delete leaf;
-    }
-
     void refreshesInAFetchRunOnceAfterwards()
     {
         m_portal.log.clear();

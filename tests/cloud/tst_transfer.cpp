@@ -2,6 +2,7 @@
 
 #include "PageFixture.h"
 #include "support/MessageBoxes.h"
+#include "TavrinStrings.h"
 
 class TestTransfer : public PageFixture
 {
@@ -21,7 +22,7 @@ private slots:
 
     void silentCommandsRunWithoutTheHostsEcho()
     {
-        forget();
+        clearRecords();
         executeCommandSilently("print x");
         m_host.answer("commandEcho -q", KCommandResult(1));
         executeCommandSilently("print y");
@@ -40,7 +41,7 @@ private slots:
             auto *entry = static_cast<ICloudPortalApi::Portal_CloudBrowserListItem *>(row(name));
             entry->GetItem()->SetProperty("folder", KQtUtil::toKString(folder));
             list()->setCurrentItem(entry);
-            forget();
+            clearRecords();
             page()->ImportClick();
             QCOMPARE(fileCommands(), QStringList("file -force -pr -i \"" + download(expected) + '"'));
             QCOMPARE(infos(), QStringList("Successful import: " + download(expected).remove('\\')));
@@ -74,7 +75,7 @@ private slots:
         for (const auto &[typed, index, sent, written, uploaded] : rows) {
             m_host.answer("file ", KCommandResult(KQtUtil::toKString(written)));
             filter()->setCurrentIndex(index);
-            forget();
+            clearRecords();
             QPushButton *exportButton = button(index == 0 ? "CloudExportAllButton" : "CloudExportSelectionButton");
             field()->clear();
             QVERIFY(!exportButton->isEnabled());
@@ -149,44 +150,8 @@ private slots:
             if (moment == "upload")
                 QCOMPARE(m_portal.log, QStringList(upload("written.fbx", "1")));
             else
-                checkFailed({"Export Error", "The export folder was closed. Open it and export again."});
+                checkFailed({"Export Error", TavrinStrings::text(TavrinStrings::kCloudPortalExportFolderClosed)});
         }
-    }
-
-    void windowMayBeDeletedDuring_data()
-    {
-        addRows({{"login check", "none", ""},
-                 {"fetch", "none", "dir.fbx"},
-                 {"choice", "Tavrin_GetImportTranslatorFromFileExtension", "cup.obj"},
-                 {"download", "none", "cup.obj"},
-                 {"import", "file ", "cup.obj"},
-                 {"question", "none", "scene"},
-                 {"export", "file ", "new"},
-                 {"upload", "none", "new"}});
-    }
-    void windowMayBeDeletedDuring()
-    {
-        const auto [call, command, name] = currentRow<3>();
-        const auto destroy = [this] { m_window.reset(); };
-        openWindow(500, 500);
-        start();
-        m_portal.during[call] = destroy;
-        m_host.handle(command, [destroy](const QString &, KCommandResult &) {
-            destroy();
-            return KStatus();
-        });
-        m_duringDialog = destroy;
-        if (call == "login check")
-            m_controller->LoginDoneCB(true);
-        else if (row(name))
-            doubleClick(name);
-        else
-            exportAs(name);
-        QVERIFY(!m_window);
-        m_controller->LoginDoneCB(true);
-        m_controller->ShowCloudBrowserWindow();
-        m_controller->AddPortalTabPage();
-        QVERIFY(!m_controller->GetParentLoginWidget());
     }
 
     void filterOffersEveryTranslator()
@@ -240,7 +205,7 @@ private slots:
         filter()->setCurrentIndex(2);
         m_duringDialog = [this] { page()->ShowExportOptions(); };
         for (const bool accepted : {false, true}) {
-            forget();
+            clearRecords();
             m_agree = accepted;
             button(isImport ? "CloudImportButton" : "CloudExportOptionsButton")->click();
             settle();
@@ -272,7 +237,7 @@ private:
         m_host.answer("Tavrin_GetExportTranslatorList", result({"FBX", "OBJ", "O\"dd"}));
         m_host.answer("Tavrin_GetExportTranslatorExtensionList", result({"fbx", "obj"}));
         start();
-        forget();
+        clearRecords();
     }
     QLineEdit *field() const { return find<QLineEdit>("CloudExportFileName"); }
     QComboBox *filter() const { return find<QComboBox>("CloudExportFilter"); }
@@ -288,7 +253,7 @@ private:
         const QString command = "file -force -options \"\" -type \"%1\" -pr %2 \"%3\"";
         return {command.arg(type, option, download(name))};
     }
-    void forget()
+    void clearRecords()
     {
         m_host.clear();
         m_portal.log.clear();
@@ -296,7 +261,7 @@ private:
     }
     void exportAs(const QString &name)
     {
-        forget();
+        clearRecords();
         field()->setText(name);
         page()->ExportAllClick();
     }

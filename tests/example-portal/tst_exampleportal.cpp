@@ -67,7 +67,7 @@ private slots:
 
         button->click();
         QVERIFY(!m_portal->GetLogin()->IsLogin());
-        QCOMPARE(names(), QStringList());
+        QTRY_COMPARE(names(), QStringList());
     }
 
     void listingFailsWithoutSignInAndForAMissingFolder()

@@ -7,6 +7,7 @@
 #include "http/httpClient.h"
 #include "support/LocalServer.h"
 #include "support/RecordingHost.h"
+#include "support/Table.h"
 #include "support/TestFiles.h"
 
 #include <QtNetwork>

@@ -2,6 +2,7 @@
 #include "http/Transfer.h"
 #include "http/TransferProgress.h"
 #include "HttpTest.h"
+#include "TavrinStrings.h"
 
 #include <sys/stat.h>
 
@@ -142,8 +143,7 @@ private slots:
         QTest::addColumn<QString>("end");
         QTest::addColumn<QByteArray>("content");
         const QString closed = "0 " + failureText("RemoteHostClosedError");
-        const QString encoded =
-            "0 The server's reply was not read, because it has an unrequested encoding: gzip";
+        const QString encoded = "0 " + TavrinStrings::text(TavrinStrings::kHttpReplyEncoded) + "gzip";
         const auto gzip = [](int status) { return Reply(status).header("Content-Encoding", "gzip").body(kGzip); };
         QTest::newRow("gzip, cut") << gzip(200).cutAfter(200) << closed << QByteArray();
         QTest::newRow("gzip, whole") << gzip(200) << encoded << QByteArray();
@@ -284,26 +284,23 @@ private slots:
 
     void nestedCallsEndWithTheirOwnReply_data()
     {
-        QTest::addColumn<int>("outerMs"); // the delay of the reply, -1 for no reply
-        QTest::addColumn<int>("innerMs");
-        QTest::addColumn<int>("timeoutMs"); // of the outer call
-        QTest::addColumn<int>("outerCode");
-        QTest::newRow("inner reply first") << 100 << 20 << 60000 << 200;
-        QTest::newRow("outer reply before its time-out, inner reply after it") << 100 << 1800 << 1500 << 200;
-        QTest::newRow("outer call times out") << -1 << 20 << 300 << 408;
+        // The delays of the outer and the inner reply, the time-out of the outer call, and its status.
+        addRows({{"inner reply first", "100", "20", "60000", "200"},
+                 {"outer reply before its time-out, inner reply after it", "100", "1800", "1500", "200"},
+                 {"outer call times out", "never", "20", "300", "408"}});
     }
 
     void nestedCallsEndWithTheirOwnReply()
     {
-        QFETCH(int, outerMs);
-        QFETCH(int, innerMs);
-        QFETCH(int, timeoutMs);
-        QFETCH(int, outerCode);
+        const auto [title, outerMs, innerMs, timeout, code] = currentRow<5>();
+        const int timeoutMs = timeout.toInt();
+        const int outerCode = code.toInt();
         reset(timeoutMs, timeoutMs);
         httpClient::setDefaultTimeouts(60000, 60000);
         TestClient inner(*m_server);
-        m_server->answer("/outer", outerMs < 0 ? Reply().hangAfter(0) : Reply().body("outer").delayed(outerMs));
-        m_server->answer("/inner", Reply().body("inner").delayed(innerMs));
+        m_server->answer("/outer",
+                         outerCode == 408 ? Reply().hangAfter(0) : Reply().body("outer").delayed(outerMs.toInt()));
+        m_server->answer("/inner", Reply().body("inner").delayed(innerMs.toInt()));
         int innerCode = -1;
         QTimer::singleShot(5, this, [&] { innerCode = inner.run(Call::Get, "/inner").GetStatusCode(); });
         QCOMPARE(m_client->run(Call::Get, "/outer").GetStatusCode(), outerCode);

@@ -11,6 +11,7 @@
 #include "portals/Portal_Plyx_Login.h"
 #include "support/MessageBoxes.h"
 #include "support/RecordingHost.h"
+#include "support/Table.h"
 #include "support/TestFiles.h"
 
 #include <QtNetwork>

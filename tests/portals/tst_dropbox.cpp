@@ -88,15 +88,13 @@ private slots:
 
     void deletingThePortalEndsTheSignIn_data()
     {
-        QTest::addColumn<int>("sentBytes"); // of the redirect, before the portal is deleted
-        QTest::newRow("connection without a request") << 0;
-        QTest::newRow("half a request") << 40;
-        QTest::newRow("whole request, not yet read") << kRedirect.size();
+        // The number of bytes of the redirect that are sent before the portal is deleted.
+        addRows({{"connection without a request", "0"}, {"half a request", "40"}, {"whole request, not read", "99"}});
     }
 
     void deletingThePortalEndsTheSignIn()
     {
-        QFETCH(int, sentBytes);
+        const int sentBytes = currentRow<2>()[1].toInt();
         m_login->Login(&m_owner);
         QTcpSocket browser;
         connectBrowser(browser);
@@ -184,14 +182,12 @@ private slots:
 
     void connectionsEndWithTheirSignIn_data()
     {
-        QTest::addColumn<bool>("isLogout");
-        QTest::newRow("logout") << true;
-        QTest::newRow("newer sign-in, while the service confirms the stored token") << false;
+        addRows({{"logout"}, {"newer sign-in, while the service confirms the stored token"}});
     }
 
     void connectionsEndWithTheirSignIn()
     {
-        QFETCH(bool, isLogout);
+        const bool isLogout = currentRow<1>()[0] == "logout";
         RecordingOwner replaced;
         m_login->Login(&replaced);
         QTcpSocket browser;
@@ -256,30 +252,22 @@ private slots:
 
     void failuresAreShownOnce_data()
     {
-        QTest::addColumn<QString>("file"); // to upload, an OBJ to download, or none for a listing
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("requests");
-        const auto row = [](const char *name, const QString &file, const QString &action, int code, const QString &text,
-                            int requests) { QTest::newRow(name) << file << action << code << text << requests; };
-        row("listing, server error", "", "status=500", 500, "Sorry", 1);
-        row("download, missing file", "gone.obj", "delay=0", 404, "Sorry", 1);
-        row("upload, no space", "up.fbx", "status=507", 507, "Sorry", 1);
-        row("upload, redirect", "up.fbx", "redirect=/elsewhere", 302, "", 1);
-        row("upload, missing file", "gone.fbx", "delay=0", 0, "The file cannot be read: " + local("gone.fbx"), 0);
-        row("upload, folder", ".", "delay=0", 0, "The file cannot be read: " + local("."), 0);
-        row("upload, not confirmed", "up.fbx", "body=" + local("zero"), -1,
-            "The service did not confirm that the file was stored.", 1);
+        // The file to upload, an OBJ file to download, or none for a listing; then the rule of the cloud, the code in
+        // the box (none without a box), the error, and the number of requests.
+        const QString unreadable = "The file cannot be read: ";
+        addRows({{"listing, server error", "", "status=500", "500", "Sorry", "1"},
+                 {"download, missing file", "gone.obj", "delay=0", "404", "Sorry", "1"},
+                 {"upload, no space", "up.fbx", "status=507", "507", "Sorry", "1"},
+                 {"upload, redirect", "up.fbx", "redirect=/elsewhere", "302", "", "1"},
+                 {"upload, missing file", "gone.fbx", "delay=0", "0", unreadable + local("gone.fbx"), "0"},
+                 {"upload, folder", ".", "delay=0", "0", unreadable + local("."), "0"},
+                 {"upload, not confirmed", "up.fbx", "body=" + local("zero"), "",
+                  "The service did not confirm that the file was stored.", "1"}});
     }
 
     void failuresAreShownOnce()
     {
-        QFETCH(QString, file);
-        QFETCH(QString, action);
-        QFETCH(int, code);
-        QFETCH(QString, text);
-        QFETCH(int, requests);
+        const auto [title, file, action, code, text, requests] = currentRow<6>();
         signIn();
         QVERIFY(m_login->IsLogin());
         writeFile(local("up.fbx"), "an upload");
@@ -293,36 +281,30 @@ private slots:
             QVERIFY(!download(makeItem('/' + file), file));
         else
             QVERIFY(!upload(root(), file));
-        QCOMPARE(m_fixture->requests().size(), requests);
+        QCOMPARE(m_fixture->requests().size(), requests.toInt());
         const QString error = m_fixture->host.errors().value(0);
         QCOMPARE(error.left(text.size()), text);
         const QString reason = error.isEmpty() ? QString() : " \n" + error;
-        QCOMPARE(boxes().join('|'), code < 0 ? "" : "Http code: " + QString::number(code) + reason);
+        QCOMPARE(boxes().join('|'), code.isEmpty() ? "" : "Http code: " + code + reason);
         QCOMPARE(readFile(local("up.fbx")), QByteArray("an upload"));
         QCOMPARE(readFile(m_remote + "up.fbx"), QByteArray("before"));
     }
 
     void downloadWithoutLengthHasTheSizeOfTheListing_data()
     {
-        QTest::addColumn<QString>("listed");
-        QTest::addColumn<QString>("rule");
-        QTest::addColumn<bool>("isWhole");
-        const auto row = [](const char *name, const char *size, const char *action, bool whole) {
-            QTest::newRow(name) << size << action << whole;
-        };
-        row("whole", "9", "no-length", true);
-        row("cut", "9", "cut=5", false);
-        row("changed since the listing, with a length", "5", "delay=0", true);
-        row("changed since the listing", "5", "no-length", false);
-        row("size not listed", "", "no-length", true);
-        row("size too large for the listing", "2147483647", "no-length", true);
+        // The size in the listing, the rule of the cloud, and the result.
+        addRows({{"whole", "9", "no-length", "whole"},
+                 {"cut", "9", "cut=5", "failed"},
+                 {"changed since the listing, with a length", "5", "delay=0", "whole"},
+                 {"changed since the listing", "5", "no-length", "failed"},
+                 {"size not listed", "", "no-length", "whole"},
+                 {"size too large for the listing", "2147483647", "no-length", "whole"}});
     }
 
     void downloadWithoutLengthHasTheSizeOfTheListing()
     {
-        QFETCH(QString, listed);
-        QFETCH(QString, rule);
-        QFETCH(bool, isWhole);
+        const auto [title, listed, rule, result] = currentRow<4>();
+        const bool isWhole = result == "whole";
         signIn();
         writeFile(m_remote + "cup.obj", "the model");
         m_fixture->cloud.addRule("*", "/1/files/*", rule);

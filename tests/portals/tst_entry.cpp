@@ -5,6 +5,7 @@
 #include "cloud/Portal_CloudBrowser.h"
 #include "PortalTest.h"
 #include "Tavrin.h"
+#include "TavrinStrings.h"
 
 class TestEntry : public QObject
 {
@@ -79,7 +80,7 @@ private slots:
         QVERIFY(m_fixture->allow());
         QVERIFY(refused >= 2); // the exchange of the code, and the refresh of the page
         QCOMPARE(refused, m_fixture->requests().size());
-        QVERIFY(m_fixture->host.errors().last().contains("still running"));
+        QVERIFY(m_fixture->host.errors().last().contains(TavrinStrings::text(TavrinStrings::kPluginBusy)));
         QVERIFY(dock);
         QVERIFY(controller()->isUserLoggedIn());
         QVERIFY(uninitializePlugin(m_plugin));

@@ -103,25 +103,20 @@ private slots:
 
     void logoutDuringTheConfirmationEndsTheSignIn_data()
     {
-        QTest::addColumn<bool>("isStale");
-        QTest::addColumn<int>("request"); // to confirm the session, during which the user logs out
-        QTest::addColumn<bool>("isCheck");
-        QTest::newRow("sign-in") << false << 1 << false;
-        QTest::newRow("check") << false << 1 << true; // the reply is about the session before the log-out
-        QTest::newRow("sign-in, second request for a stale session") << true << 2 << false;
+        // The request to confirm the session during which the user logs out.
+        addRows({{"sign-in", "1"}, {"check", "1"}, {"sign-in with a stale session", "2"}});
     }
 
     void logoutDuringTheConfirmationEndsTheSignIn()
     {
-        QFETCH(bool, isStale);
-        QFETCH(int, request);
-        QFETCH(bool, isCheck);
+        const QString title = currentRow<2>()[0];
+        int request = currentRow<2>()[1].toInt();
         connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [&](const RequestRecord &record) {
             if (record.target == "/API/v1/Member" && --request == 0)
                 m_login->Logout();
         });
-        store(isStale ? localcloud::PlyxSession{"stale", "stale"} : m_fixture->cloud.issuePlyxSession());
-        QVERIFY(!(isCheck ? m_login->IsLogin() : m_login->Login(&m_owner)));
+        store(request == 2 ? localcloud::PlyxSession{"stale", "stale"} : m_fixture->cloud.issuePlyxSession());
+        QVERIFY(!(title == "check" ? m_login->IsLogin() : m_login->Login(&m_owner)));
         QCOMPARE(request, 0);
         QCOMPARE(state(), QString("0 results, no dialog, no session"));
     }

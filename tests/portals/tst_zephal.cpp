@@ -3,12 +3,12 @@
 // The Zephal portal through the cloud library to the document cloud: sign-in on the page and by form, listing and
 // transfers over real sockets.
 
-#include "cloud/Portal_CloudBrowser.h"
 #include "cloud/RunningCall.h"
 #include "portals/Portal_Zephal.h"
 #include "portals/Portal_Zephal_CloudItem.h"
 #include "PortalTest.h"
 #include "support/LocalServer.h"
+#include "TavrinStrings.h"
 
 #include <QWebElement>
 #include <QWebFrame>
@@ -84,18 +84,13 @@ private slots:
 
     void failingPageIsReportedInABox_data()
     {
-        QTest::addColumn<QString>("rule");
-        QTest::addColumn<QString>("end");
-        QTest::newRow("broken connection") << "cut=30"
-                                           << "loading the login web page.";
-        QTest::newRow("unexpected end") << "redirect=https://cloud.zephal.example/signin/done"
-                                        << "Unknown error.";
+        addRows({{"broken connection", "cut=30", "loading the login web page."},
+                 {"unexpected end", "redirect=https://cloud.zephal.example/signin/done", "Unknown error."}});
     }
 
     void failingPageIsReportedInABox()
     {
-        QFETCH(QString, rule);
-        QFETCH(QString, end);
+        const auto [title, rule, end] = currentRow<3>();
         configure("");
         m_fixture->cloud.addRule("*", "/signin", rule, 1);
         QVERIFY(m_login->Login(&m_owner));
@@ -117,37 +112,32 @@ private slots:
 
     void formNamesTheReason_data()
     {
-        QTest::addColumn<QByteArray>("settings"); // SERVER is a server with an unknown certificate
-        QTest::addColumn<QString>("rule");        // of the local cloud
-        QTest::addColumn<QString>("expected");    // its beginning, a star, its end
-        const QByteArray usual = "kind=password\nstorage=https://cloud.zephal.example/dav";
-        const auto row = [](const char *name, const QByteArray &settings, const QString &rule, const char *expected) {
-            QTest::newRow(name) << settings << rule << expected;
-        };
-        row("plain http", "kind=password\nstorage=http://files.example/", "",
-            "pelago.ini is invalid. An address must begin with https:// and must not contain a user name, a query or #; "
-            "http requires allowPlainHttp=true. Correct this part: production/storage");
-        row("plain http of a page", "kind=web\nstorage=https://x/\nsignIn=http://files.example/", "",
-            "pelago.ini *this part: production/signIn");
-        row("no line of a file", "kind=password\nstorage", "", "pelago.ini *this part: line 3");
-        row("certificate", "kind=password\nstorage=https://SERVER/", "",
-            "The server's certificate is not trusted.* --ca-file *: The certificate is self-signed, and untrusted");
-        row("no TLS", "kind=password\nstorage=https://PLAIN/", "", "The server does not support TLS at this address.*");
-        row("redirect", usual, "redirect=https://new.example/dav/?secret",
-            "The server redirects*in pelago.ini: https://new.example/dav/");
-        row("not found", usual, "status=404", "The server has no folder at the address in pelago.ini.*");
-        row("no WebDAV", usual, "status=405", "The server at the address in pelago.ini is not a WebDAV server.*");
-        row("no sign-in", usual, "status=401", "The server must support Basic*. It supports: none");
-        row("server down", "kind=password\nstorage=http://127.0.0.1:1/", "", "The server does not respond.*: http://127.0.0.1:1");
-        row("unknown name", "kind=password\nstorage=https://nowhere.invalid/", "",
-            "The host name is unknown.*: nowhere.invalid");
-        row("failing server", usual, "status=503", "Sorry but we were not able to connect*");
+        // The configuration, in which SERVER is a server with an unknown certificate and PLAIN one without TLS; a rule
+        // of the local cloud; and the beginning of the error, a star, its end.
+        const QString direct = "kind=password\nstorage=";
+        const QString usual = direct + "https://cloud.zephal.example/dav";
+        addRows(
+            {{"plain http", direct + "http://files.example/", "",
+              "pelago.ini is invalid. An address must begin with https:// and must not contain a user name, a query or "
+              "#; http requires allowPlainHttp=true. Correct this part: production/storage"},
+             {"plain http of a page", "kind=web\nstorage=https://x/\nsignIn=http://files.example/", "",
+              "pelago.ini *this part: production/signIn"},
+             {"line without a value", "kind=password\nstorage", "", "pelago.ini *this part: line 3"},
+             {"certificate", direct + "https://SERVER/", "",
+              "The server's certificate is not trusted.* --ca-file *: The certificate is self-signed, and untrusted"},
+             {"no TLS", direct + "https://PLAIN/", "", "The server does not support TLS at this address.*"},
+             {"redirect", usual, "redirect=https://new.example/dav/?secret",
+              "The server redirects*in pelago.ini: https://new.example/dav/"},
+             {"not found", usual, "status=404", "The server has no folder at the address in pelago.ini.*"},
+             {"no WebDAV", usual, "status=405", "The server at the address in pelago.ini is not a WebDAV server.*"},
+             {"no sign-in", usual, "status=401", "The server must support Basic*. It supports: none"},
+             {"server down", direct + "http://127.0.0.1:1/", "", "The server does not respond.*: http://127.0.0.1:1"},
+             {"unknown name", direct + "https://nowhere.invalid/", "", "The host name is unknown.*: nowhere.invalid"},
+             {"failing server", usual, "status=503", "Sorry but we were not able to connect*"}});
     }
     void formNamesTheReason()
     {
-        QFETCH(QByteArray, settings);
-        QFETCH(QString, rule);
-        QFETCH(QString, expected);
+        const auto [title, settings, rule, expected] = currentRow<4>();
         LocalServer foreign(LocalServer::Transport::Tls);
         QTcpServer plain;
         QVERIFY(plain.listen(QHostAddress::LocalHost));
@@ -158,11 +148,12 @@ private slots:
                 socket->disconnectFromHost();
             });
         });
-        const bool direct = settings.contains("SERVER") || settings.contains("PLAIN") || settings.contains(".invalid");
-        if (direct || settings.contains(":1/"))
+        if (rule.isEmpty())
             QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-        configure(settings.replace("SERVER", foreign.authority())
-                      .replace("PLAIN", "127.0.0.1:" + QByteArray::number(plain.serverPort())));
+        configure(QString(settings)
+                      .replace("SERVER", foreign.authority())
+                      .replace("PLAIN", QString("127.0.0.1:%1").arg(plain.serverPort()))
+                      .toUtf8());
         if (!rule.isEmpty())
             m_fixture->cloud.addRule("*", "/dav/*", rule);
         QVERIFY(m_login->Login(&m_owner));
@@ -208,12 +199,12 @@ private slots:
             QVERIFY(!password->isEnabled());
         };
         enter("wrong");
-        QTRY_VERIFY2(error().contains("Incorrect"), qPrintable(error()));
+        QTRY_COMPARE(error(), TavrinStrings::text(TavrinStrings::kCloudPortalLoginRefused));
         QCOMPARE(password->text(), QString());
         QCOMPARE(m_owner.results, QList<bool>());
         m_fixture->cloud.addRule("*", "*", "status=503", 1);
         enter("demo");
-        QTRY_VERIFY2(error().contains("not able to connect"), qPrintable(error()));
+        QTRY_COMPARE(error(), TavrinStrings::text(TavrinStrings::KHttpServerErrorGeneric));
         m_onRequest = [this] { m_login->Login(&m_owner); };
         enter("demo");
         QTRY_VERIFY(!password); // the reply belonged to the first dialog
@@ -336,78 +327,6 @@ private slots:
             QCOMPARE(m_fixture->host.commands().last(), "sysFile -delete \"" + local("a\\\"b\""));
         }
         QVERIFY(!download(nullptr, "a"));
-    }
-
-    void failedDownloadIsNotImported_data()
-    {
-        QTest::addColumn<QString>("rule"); // empty: a folder has the name of the local file
-        QTest::addColumn<QString>("warning");
-        QTest::newRow("missing file") << "status=404"
-                                      << "the server does not have it (status 404).";
-        QTest::newRow("forbidden") << "status=403"
-                                   << "the server does not allow it (status 403).";
-        QTest::newRow("credentials refused for one file") << "status=401"
-                                                          << "the server does not allow it";
-        QTest::newRow("conflict") << "status=409"
-                                  << "the name is taken";
-        QTest::newRow("no space") << "status=507"
-                                  << "the server has no space left";
-        QTest::newRow("server error") << "status=503"
-                                      << "the server failed";
-        QTest::newRow("redirect") << "redirect=https://new.example/"
-                                  << "the server redirects to";
-        QTest::newRow("connection closed at once") << "cut=0"
-                                                   << "the connection broke off";
-        QTest::newRow("connection closed half-way") << "cut=4"
-                                                    << "the connection broke off";
-        QTest::newRow("local file") << ""
-                                    << "the local file cannot be read or written";
-    }
-
-    /// On a page of its own, so that the import is seen as well.
-    void failedDownloadIsNotImported()
-    {
-        QFETCH(QString, rule);
-        QFETCH(QString, warning);
-        QVERIFY(signIn());
-        const QString target = local("temp_cloud/Zephal/My cloud documents/cup.obj");
-        m_fixture->host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(local())));
-        m_fixture->host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("OBJ")));
-        QVERIFY(Portal_CloudBrowser::RegisterPortal(m_portal.get()));
-        std::unique_ptr<Portal_CloudBrowser> controller(Portal_CloudBrowser::GetInstance(m_portal->GetPortalUID()));
-        const auto closePage = qScopeGuard([&] {
-            Portal_CloudBrowser::PrepareUnload();
-            Portal_CloudBrowser::UnRegisterPortal(m_portal.get());
-            QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        });
-        controller->AddPortalTabPage();
-        auto *list = controller->GetParentLoginWidget()->findChild<QListWidget *>();
-        QCOMPARE(list->count(), 2);
-        const auto importCommands = [&] {
-            list->setCurrentRow(1);
-            for (auto *button : controller->GetParentLoginWidget()->findChildren<QPushButton *>()) {
-                if (button->accessibleName() == "CloudImportButton" || button->objectName() == "CloudImportButton")
-                    button->click();
-            }
-            return m_fixture->host.commands().filter("file -force");
-        };
-
-        if (rule.isEmpty())
-            QVERIFY(QDir().mkpath(target));
-        else
-            m_fixture->cloud.addRule("*", "/dav/cup.obj", rule);
-        QCOMPARE(importCommands(), QStringList());
-        QCOMPARE(m_fixture->warnings().size(), 1);
-        const QString text = m_fixture->warnings()[0];
-        const QString start = "Download of \"cup.obj\" failed: " + warning;
-        QCOMPARE(text.left(start.size()), start);
-        QVERIFY(!QFileInfo(target).isFile());
-        QCOMPARE(boxes(), QStringList());
-
-        m_fixture->cloud.clearRules();
-        QDir().rmdir(target);
-        QCOMPARE(importCommands(), QStringList("file -force -pr -i \"" + target + '"')); // the session was kept
-        QCOMPARE(readFile(target), QByteArray("/cup.obj"));
     }
 
     void uploadReplacesOnlyTheGivenItem()

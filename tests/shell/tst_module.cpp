@@ -67,8 +67,14 @@ private slots:
         for (const QChar first : alphabet)
             for (const QChar second : alphabet)
                 texts << QString(first) + second;
-        for (const QString &text : qAsConst(texts))
-            interpreter.evaluate("take \"" + KQtUtil::toQString(TavrinHelper::quoted(KQtUtil::toKString(text))) + '"');
+        for (const QString &text : qAsConst(texts)) {
+            try {
+                interpreter.evaluate("take \"" + KQtUtil::toQString(TavrinHelper::quoted(KQtUtil::toKString(text))) +
+                                     '"');
+            } catch (const ScriptError &error) {
+                QFAIL(qPrintable(text + ": " + error.message()));
+            }
+        }
         QCOMPARE(received, texts);
     }
 
