@@ -10,7 +10,7 @@ using namespace httpMessages;
 namespace {
 
 constexpr int kMaxBodyBytes = 512 * 1024;
-constexpr int kMaxRedirects = 3;
+constexpr int kMaxSent = 4;
 constexpr int kMaxAddressBytes = 4096;
 
 bool isComplete(const QNetworkReply &reply, qint64 receivedBytes)
@@ -19,6 +19,16 @@ bool isComplete(const QNetworkReply &reply, qint64 receivedBytes)
     return reply.error() == QNetworkReply::NoError &&
            reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200 &&
            (announced < 0 || announced == receivedBytes) && unwantedEncoding(reply).isEmpty();
+}
+
+/// The address of the request that follows \p reply, or an empty one.
+QUrl nextAddress(const QNetworkReply &reply, const QString &host)
+{
+    // Qt also fails requests that wait for a connection when another connection breaks.
+    if (reply.error() == QNetworkReply::RemoteHostClosedError &&
+        !reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid())
+        return reply.url();
+    return ThumbnailSource{redirectTarget(reply), host}.httpsAddress();
 }
 
 } // namespace
@@ -52,6 +62,7 @@ ThumbnailRequest::~ThumbnailRequest()
 
 void ThumbnailRequest::send(const QUrl &address)
 {
+    ++m_sent;
     m_body.clear();
     QNetworkRequest request = plainRequest(address);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
@@ -71,11 +82,10 @@ void ThumbnailRequest::receive()
 void ThumbnailRequest::readReply()
 {
     m_body += m_reply->readAll();
-    const QUrl target = ThumbnailSource{redirectTarget(*m_reply), m_host}.httpsAddress();
-    if (!target.isEmpty() && m_redirects < kMaxRedirects) {
-        ++m_redirects;
+    const QUrl next = nextAddress(*m_reply, m_host);
+    if (!next.isEmpty() && m_sent < kMaxSent) {
         releaseReply();
-        send(target);
+        send(next);
         return;
     }
     const bool isUsable = m_body.size() <= kMaxBodyBytes && isComplete(*m_reply, m_body.size());

@@ -24,8 +24,8 @@ struct ThumbnailSource
     QUrl httpsAddress() const;
 };
 
-/// Sends a GET without cookies, credentials and headers of a session, and checks the certificate. Follows up to three
-/// redirects that satisfy ThumbnailSource::httpsAddress().
+/// Sends a GET without cookies, credentials and headers of a session, and checks the certificate. Sends up to three
+/// more for redirects that satisfy ThumbnailSource::httpsAddress(), and if the connection closes before the reply.
 class ThumbnailRequest : public QObject
 {
     Q_OBJECT
@@ -51,6 +51,6 @@ private:
     const QString m_host;
     QNetworkReply *m_reply = nullptr;
     QByteArray m_body;
-    int m_redirects = 0;
+    int m_sent = 0;
     QTimer m_timer;
 };

@@ -180,6 +180,16 @@ private slots:
         QVERIFY(!requests().contains("/good"));
     }
 
+    void aCutReplyFailsOnlyItself()
+    {
+        const QByteArray png = picture(64, 64);
+        for (const char *path : {"/a0", "/a2", "/a5"})
+            m_answers->insert(path, cut(png, 10));
+        m_loader->load(sources("/a", 12));
+        QVERIFY(waitForLoaded(9));
+        QCOMPARE(m_loaded.filter(QRegularExpression("^/a[025]$")), QStringList());
+    }
+
     void redirectsWithinTheHostAreFollowed()
     {
         m_answers->insert("/a", redirect("/b", 301));

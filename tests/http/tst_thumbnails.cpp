@@ -9,17 +9,14 @@ class TestThumbnails : public ThumbnailTest
     Q_OBJECT
 
 private slots:
-    void aRequestEndsAfterItsTimeout()
+    void requestsEndAfterTheirTimeout()
     {
-        useLoader(100);
-        m_answers->insert("/hang0", hanging());
-        m_answers->insert("/hang1", redirect("/hang0"));
-        m_answers->insert("/hang2", hanging());
-        m_answers->insert("/hang3", hanging());
-        std::vector<ThumbnailSource> all = sources("/hang", 4);
-        all.push_back(source("/last"));
-        m_loader->load(all);
-        QVERIFY(QTest::qWaitFor([&] { return requests().contains("/last"); }, 30000));
+        useLoader(400);
+        m_answers->insert("/a0", redirect("/a1"));
+        for (const char *path : {"/a1", "/a2", "/a3"})
+            m_answers->insert(path, hanging());
+        m_loader->load(sources("/a", 64)); // on a busy machine some of the others time out as well
+        QVERIFY(waitForLoaded(1));
     }
 
     void atMostFourRequestsRun()
