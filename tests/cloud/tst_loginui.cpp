@@ -44,6 +44,7 @@ private slots:
         QCOMPARE("http://" + m_server->authority() + m_server->lastRequest("/form").target, m_portal.address);
         QVERIFY(!dialog());
         QTest::qWait(100);
+        m_ui->loginDone(); // as at the end of another sign-in
         QCOMPARE(m_results.size(), 2);
     }
 

@@ -9,7 +9,9 @@ private slots:
     void foldersPrecedeFilesAndOnlyFilesHaveToolTips()
     {
         const QStringList shown = names();
-        QVERIFY(shown.indexOf("Fixed") < 2 && shown.indexOf("Deep & far") < 2);
+        QStringList folders = shown.mid(0, 2);
+        folders.sort();
+        QCOMPARE(folders, QStringList({"Deep & far", "Fixed"}));
         QCOMPARE(shown.mid(2), QStringList({"a & b.OBJ", "<b>Notes</b>", "odd.xyz"}));
         QVERIFY(row("Fixed")->toolTip().isEmpty());
 

@@ -137,6 +137,7 @@ private slots:
         QTest::newRow("chunked, whole") << chunked + "9\r\nthe model\r\n0\r\n\r\n" << 9 << true;
         QTest::newRow("chunked, cut after a chunk") << chunked + "6\r\nthe mo\r\n" << 9 << false;
         QTest::newRow("chunked, cut inside one") << chunked + "9\r\nthe mo" << 9 << false;
+        QTest::newRow("own length, cut") << head + "Content-Length: 9\r\n\r\nthe mo" << -1 << false;
         QTest::newRow("own length") << head + "Content-Length: 6\r\n\r\nthe mo" << 9 << true;
     }
 
