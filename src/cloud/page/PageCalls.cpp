@@ -11,49 +11,37 @@
 #include <optional>
 #include <utility>
 
-namespace {
-
-/// One running call. Transfers with a smaller index than \c firstTransfer began before it.
-struct PageCall
+/// One running call of a page, which may delete the page. Transfers with an index of at least \c firstTransfer began in
+/// it.
+struct PageCalls::Running
 {
-    const QWidget *page; ///< never dereferenced, since the page may have been deleted
-    std::size_t firstTransfer;
-};
-
-/// Outermost first, of all pages.
-std::vector<PageCall> runningCalls;
-
-} // namespace
-
-class PageCalls::Running
-{
-public:
-    explicit Running(PageCalls *calls) : m_calls(calls)
+    explicit Running(PageCalls *pageCalls)
+        : calls(pageCalls), page(pageCalls->m_page), firstTransfer(TransferProgress::instance().running().size())
     {
-        ++calls->m_running;
-        runningCalls.push_back({calls->m_page, TransferProgress::instance().running().size()});
+        ++pageCalls->m_running;
+        all.push_back(this);
     }
     ~Running()
     {
-        runningCalls.pop_back();
-        if (m_calls && --m_calls->m_running == 0)
-            m_calls->queueEnd();
+        all.pop_back();
+        if (calls && --calls->m_running == 0)
+            calls->queueEnd();
     }
     Running(const Running &) = delete;
     Running &operator=(const Running &) = delete;
 
-    bool pageExists() const { return !m_calls.isNull(); }
-
-private:
-    const RunningCall m_call;
-    const QPointer<PageCalls> m_calls;
+    inline static std::vector<const Running *> all; ///< of all pages, outermost first
+    const RunningCall call;
+    const QPointer<PageCalls> calls;
+    const QWidget *const page; ///< only compared
+    const std::size_t firstTransfer;
 };
 
 bool PageCalls::run(const std::function<void()> &call)
 {
     const Running running(this);
     call();
-    return running.pageExists();
+    return !running.calls.isNull();
 }
 
 bool PageCalls::runPortalCall(const std::function<void()> &call)
@@ -114,11 +102,11 @@ std::vector<const Transfer *> PageCalls::transfersOf(const QWidget *page)
 {
     std::vector<const Transfer *> shown;
     const QWidget *owner = nullptr;
-    auto call = runningCalls.cbegin();
+    auto call = Running::all.cbegin();
     std::size_t index = 0;
     for (const Transfer *transfer : TransferProgress::instance().running()) {
-        for (; call != runningCalls.cend() && call->firstTransfer <= index; ++call)
-            owner = call->page;
+        for (; call != Running::all.cend() && (*call)->firstTransfer <= index; ++call)
+            owner = (*call)->page;
         if (!owner || owner == page)
             shown.push_back(transfer);
         ++index;

@@ -50,7 +50,7 @@ signals:
     void idle();
 
 private:
-    class Running;
+    struct Running;
     void queueEnd();
     void callsEnded();
 

@@ -1,4 +1,4 @@
-// The widgets of a portal's page, from top to bottom.
+// The widgets of a portal's page, from top to bottom, and the keys, which work only while the page has the focus.
 
 #include "cloud/page/AfterInput.h"
 #include "cloud/page/FileListDelegate.h"
@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QShortcut>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
@@ -35,6 +36,18 @@ void adjustButton(QToolBar *bar, QAction *action)
     QWidget *button = bar->widgetForAction(action);
     button->setMaximumHeight(kBarHeight);
     button->setFocusPolicy(Qt::TabFocus);
+}
+
+/// Calls \p action when the user presses \p key while \p widget, or in its \p context, has the focus. If the host uses
+/// the same key, the page takes precedence.
+template <typename Action>
+void addKey(QWidget *widget, const QKeySequence &key, Qt::ShortcutContext context, Action action)
+{
+    auto *shortcut = new QShortcut(key, widget);
+    shortcut->setContext(context);
+    shortcut->setAutoRepeat(false);
+    QObject::connect(shortcut, &QShortcut::activated, widget, action);
+    QObject::connect(shortcut, &QShortcut::activatedAmbiguously, widget, action);
 }
 
 } // namespace
@@ -81,10 +94,9 @@ void Portal_CloudBrowserWindows::createSearchBar()
             Qt::QueuedConnection);
     m_searchBar->addWidget(m_searchText);
 
-    m_searchAction = new QAction(GetIconSearch(), TavrinStrings::text(TavrinStrings::kCloudPortalSearch), m_searchBar);
-    connect(m_searchAction, &QAction::triggered, this, &Portal_CloudBrowserWindows::SearchUpdate);
-    m_searchBar->addAction(m_searchAction);
-    adjustButton(m_searchBar, m_searchAction);
+    QAction *action = m_searchBar->addAction(GetIconSearch(), TavrinStrings::text(TavrinStrings::kCloudPortalSearch));
+    connect(action, &QAction::triggered, this, &Portal_CloudBrowserWindows::SearchUpdate);
+    adjustButton(m_searchBar, action);
 }
 
 void Portal_CloudBrowserWindows::createFileList()
@@ -149,4 +161,28 @@ void Portal_CloudBrowserWindows::arrangeWidgets()
         rows->addLayout(m_pager);
     rows->addWidget(createSeparator(this, QStringLiteral("QLabel { background-color: #4f4f4f; }")));
     rows->addWidget(m_importExportTabs);
+}
+
+void Portal_CloudBrowserWindows::createShortcuts()
+{
+    for (const int key : {Qt::Key_Return, Qt::Key_Enter})
+        addKey(m_fileList, key, Qt::WidgetShortcut, [this] { openCurrentEntry(); });
+    addKey(this, Qt::Key_Backspace, Qt::WidgetWithChildrenShortcut, [this] { PreviousFolderClick(); });
+    if (m_searchText) {
+        addKey(this, QKeySequence::Find, Qt::WidgetWithChildrenShortcut, [this] {
+            m_searchText->setFocus(Qt::ShortcutFocusReason);
+            m_searchText->selectAll();
+        });
+    }
+
+    m_refreshAction = new QAction(TavrinStrings::text(TavrinStrings::kCloudPortalRefresh), this);
+    m_refreshAction->setShortcut(Qt::Key_F5);
+    m_refreshAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    m_refreshAction->setAutoRepeat(false);
+    // From the event loop, since the menu uses itself after the signal.
+    connect(
+        m_refreshAction, &QAction::triggered, this, [this] { reloadFolder(); }, Qt::QueuedConnection);
+    addAction(m_refreshAction);
+    m_fileList->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_fileList, &QWidget::customContextMenuRequested, this, &Portal_CloudBrowserWindows::showListMenu);
 }

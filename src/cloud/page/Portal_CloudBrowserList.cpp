@@ -5,42 +5,14 @@
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 
 #include <QListWidget>
+#include <QMenu>
+#include <QSignalBlocker>
 #include <QTabWidget>
 
 using ICloudPortalApi::ICloudItem;
 using ICloudPortalApi::Portal_CloudBrowserListItem;
 
 namespace {
-
-std::vector<QPointer<ICloudItem>> asPointers(const ICloudPortalApi::ItemVector &items)
-{
-    return {items.begin(), items.end()};
-}
-
-/// Stops the list's painting and signals for its lifetime. The list may be deleted before.
-class ListUpdate
-{
-public:
-    explicit ListUpdate(QListWidget *list)
-        : m_list(list), m_updated(list->updatesEnabled()), m_blocked(list->blockSignals(true))
-    {
-        m_list->setUpdatesEnabled(false);
-    }
-    ~ListUpdate()
-    {
-        if (!m_list)
-            return;
-        m_list->setUpdatesEnabled(m_updated);
-        m_list->blockSignals(m_blocked);
-    }
-    ListUpdate(const ListUpdate &) = delete;
-    ListUpdate &operator=(const ListUpdate &) = delete;
-
-private:
-    QPointer<QListWidget> m_list;
-    bool m_updated;
-    bool m_blocked;
-};
 
 /// Returns the item that \p entry shows, or null if the item has been deleted.
 ICloudItem *itemOf(QListWidgetItem *entry)
@@ -58,19 +30,15 @@ QString lowerCaseExtension(const QString &name)
 /// Replaces the entries by the current folder's children and \p fetched. Returns false if the page was deleted.
 bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 {
+    const QPointer<ICloudItem> current(m_currentFolder);
     ItemVector folders;
     ItemVector files;
-    m_portal->GetBrowser()->BuildFoldersAndFileList(folders, files, m_currentFolder, m_root, fetched, {});
-
-    const ListUpdate update(m_fileList);
-    clearFileList();
-    m_files = asPointers(files);
-    std::vector<QPointer<ICloudItem>> entries = asPointers(folders);
-    entries.insert(entries.end(), m_files.begin(), m_files.end());
+    m_portal->GetBrowser()->BuildFoldersAndFileList(folders, files, current, m_root, fetched, {});
+    std::vector<QPointer<ICloudItem>> entries(folders.begin(), folders.end());
+    entries.insert(entries.end(), files.begin(), files.end());
     for (ICloudItem *item : entries)
         m_items.keep(item);
 
-    const QPointer<ICloudItem> current(m_currentFolder);
     std::vector<QIcon> icons; // some need a host command, which may delete the page and its items
     const auto readIcons = [&] {
         for (const QPointer<ICloudItem> &item : entries)
@@ -78,6 +46,11 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
     };
     if (!m_calls.run(readIcons))
         return false;
+
+    const QSignalBlocker blocker(m_fileList);
+    m_fileList->setUpdatesEnabled(false);
+    clearFileList();
+    m_files.assign(files.begin(), files.end());
     const KString identity = current->GetUniqueID();
     for (std::size_t index = 0; index < entries.size(); ++index) {
         ICloudItem *item = entries[index];
@@ -87,6 +60,7 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
         addListEntry(item, icons[index]);
         current->AddChild(item);
     }
+    m_fileList->setUpdatesEnabled(true);
     return true;
 }
 
@@ -102,7 +76,7 @@ void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &ico
 
 void Portal_CloudBrowserWindows::clearFileList()
 {
-    const ListUpdate update(m_fileList);
+    const QSignalBlocker blocker(m_fileList);
     ICloudPortalApi::ItemSet files;
     for (int row = 0; row < m_fileList->count(); ++row) {
         ICloudItem *item = itemOf(m_fileList->item(row));
@@ -205,4 +179,19 @@ void Portal_CloudBrowserWindows::ClearSelection()
     m_selectedItem = nullptr;
     m_currentFolder = nullptr;
     m_fileList->clearSelection();
+}
+
+/// The menu is not made by Qt::ActionsContextMenu, which puts it on the stack: deleting the page would delete it there.
+void Portal_CloudBrowserWindows::showListMenu(const QPoint &at)
+{
+    auto *menu = new QMenu(m_fileList);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(m_refreshAction);
+    menu->popup(m_fileList->viewport()->mapToGlobal(at));
+}
+
+void Portal_CloudBrowserWindows::openCurrentEntry()
+{
+    if (QListWidgetItem *entry = m_fileList->currentItem())
+        ListViewItemDoubleClick(entry);
 }

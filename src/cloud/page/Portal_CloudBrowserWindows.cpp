@@ -52,8 +52,6 @@ Portal_CloudBrowserWindows::~Portal_CloudBrowserWindows()
     // The widgets are deleted after this body and must not call slots of the page then.
     m_fileList->disconnect(this);
     m_importExportTabs->disconnect(this);
-    if (m_searchBar)
-        m_searchBar->removeAction(m_searchAction);
     m_folderBar->clearPath();
     m_fileList->clear();
     m_items.releaseAll();

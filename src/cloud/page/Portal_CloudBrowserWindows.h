@@ -162,8 +162,7 @@ private:
     QLabel *m_lookInLabel = nullptr;
     FolderBar *m_folderBar = nullptr;
     QToolBar *m_parentBar = nullptr;
-    QToolBar *m_searchBar = nullptr; ///< this and the next two are null if the portal has no search
-    QAction *m_searchAction = nullptr;
+    QToolBar *m_searchBar = nullptr; ///< this and the field are null if the portal has no search
     QLineEdit *m_searchText = nullptr;
     QListWidget *m_fileList = nullptr;
     QAction *m_refreshAction = nullptr;
