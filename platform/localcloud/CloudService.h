@@ -1,27 +1,63 @@
 // localcloud/CloudService.h
 //
-// One service of the local cloud. It sees complete requests and answers at once, without spinning the event loop; large
-// bodies travel as files in both directions (RequestBody::moveTo, HttpResponse::file).
+// The base class of a service: a table of routes from host, path and method to handlers. Handlers get complete requests
+// and must not spin the event loop.
 
 #pragma once
 
+#include <QByteArrayList>
+#include <QStringList>
+
+#include <functional>
 #include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
+
+/// Where one service keeps its data. All of it is on one file system.
+struct ServiceStorage
+{
+    QString folder;     ///< the files that it serves; exists
+    QString workFolder; ///< for temporary files; exists
+    QString tokenFile;  ///< for its TokenStore
+};
+
+/// A call that a service offers.
+struct Route
+{
+    enum class Match { Whole, Prefix };
+    enum class Transport { Any, Plain, Tls };
+
+    QStringList hosts; ///< lower case
+    QByteArray path;
+    Match match = Match::Whole; ///< whether \a path is the whole path or its beginning
+    QByteArrayList methods;
+    Transport transport = Transport::Tls; ///< the service answers 403 to requests over the other one
+    /// Gets the request with \a path removed from the start of its path.
+    std::function<void(HttpRequest &, HttpResponse &)> handler;
+    /// Returns false and fills the response to refuse the request. Null allows all requests.
+    std::function<bool(const HttpRequest &, HttpResponse &)> isAllowed;
+};
 
 class CloudService
 {
 public:
     virtual ~CloudService() = default;
 
-    /// Whether \p host (lower case, no port) is one of this service's names.
-    virtual bool handles(const QString &host) const = 0;
+    /// Reads the stored data. Returns false and sets \p error if it is damaged.
+    virtual bool open(QString *error);
 
-    /// Whether a request that came straight to this machine, under no service's name, is for this service.
-    virtual bool handlesPath(const QByteArray &path) const = 0;
+    /// Returns whether \p host (lower case, without port) is one of this service's names.
+    bool hasHost(const QString &host) const;
 
-    /// Fills \p response (status 200, empty so far). May move the request's body away.
-    virtual void handle(HttpRequest &request, HttpResponse &response) = 0;
+    /// Fills \p response by the first route that matches. May move the request's body away. Answers 404 if no route
+    /// matches and 405 if the route has other methods.
+    void serve(HttpRequest &request, HttpResponse &response) const;
+
+protected:
+    void addRoute(const Route &route) { m_routes.append(route); }
+
+private:
+    QVector<Route> m_routes;
 };
 
 } // namespace localcloud

@@ -1,8 +1,7 @@
 // localcloud/LocalCloud.h
 //
-// The cloud services of the demo and the tests in one object: an HTTP proxy on 127.0.0.1 that answers for the services'
-// real host names from a folder of files. It lives in the thread that made it, beside its clients; nothing here spins
-// the event loop, so it works while they do.
+// The services of the demo and the tests in one object: an HTTP proxy on 127.0.0.1 that serves the services' real host
+// names from a folder of files. It works in the thread of its clients, because it never spins the event loop.
 
 #pragma once
 
@@ -12,13 +11,10 @@
 #include <QVector>
 
 #include <localcloud/CloudService.h>
-#include <localcloud/dropbox/DropboxService.h>
 #include <localcloud/http/HttpConnection.h>
 #include <localcloud/http/RequestLog.h>
 #include <localcloud/http/Rules.h>
-#include <localcloud/plyx/PlyxService.h>
-#include <localcloud/Seeder.h>
-#include <localcloud/zephal/ZephalService.h>
+#include <localcloud/plyx/PlyxSignIn.h>
 #include <memory>
 #include <vector>
 
@@ -26,102 +22,80 @@ class QTcpServer;
 
 struct LocalCloudOptions
 {
-    quint16 port = 0; ///< 0 takes a free one
-    QString dataDir;  ///< kept; empty uses a temporary folder that goes with the object
-    QString logFile;  ///< empty for none
-    localcloud::SeedAmount seed = localcloud::SeedAmount::Nothing;
+    quint16 port = 0;          ///< 0 chooses a free port
+    QString dataDir;           ///< empty for a temporary folder, which the destructor deletes
+    QString logFile;           ///< empty for none
+    bool demoData = false;     ///< fill the folders of the services once
     bool ownAuthority = false; ///< keep the certificate authority in dataDir instead of sharing one per process
     bool keepRequests = true;  ///< collect requests()
-    int maxConnections = 1000;
-    localcloud::DropboxOptions dropbox;
-    localcloud::PlyxOptions plyx;
-    localcloud::ZephalOptions zephal;
-    localcloud::ConnectionLimits limits;
 };
 
-class LocalCloud : public QObject, private localcloud::ConnectionHost
+class LocalCloud : public QObject, private localcloud::RequestHandler
 {
     Q_OBJECT
 public:
     explicit LocalCloud(const LocalCloudOptions &options = {}, QObject *parent = nullptr);
     ~LocalCloud() override; // closes every connection
 
-    /// Makes the folders, seeds, and listens. False with a reason; may be called again then.
+    /// Creates the folders, fills them and listens. Returns false and sets \p error on failure. Called once.
     bool start(QString *error = nullptr);
 
     quint16 port() const;
-    /// "http://127.0.0.1:PORT", to be used as the proxy for http and https.
+    /// Returns "http://127.0.0.1:PORT", the proxy for http and https.
     QUrl proxyUrl() const;
-    /// The certificate authority to trust, a PEM file; valid after start().
+    /// Returns the PEM file of the certificate authority to trust; valid after start().
     QString caFile() const;
     QSslCertificate caCertificate() const;
-    /// The folder that the Dropbox service shows, absolute and without a slash at its end.
-    QString dropboxDir() const;
-    /// The folder of the Plyx catalogue, absolute and without a slash at its end.
-    QString plyxDir() const;
-    /// The folder that the Zephal service shows, absolute and without a slash at its end.
-    QString zephalDir() const;
 
-    /// Adds a rule: see localcloud::Rules::add. \p times requests, 0 for all.
+    /// Return the folder that a service shows: absolute, without a slash at its end; valid after start().
+    QString dropboxDir() const { return serviceFolder("dropbox"); }
+    QString plyxDir() const { return serviceFolder("plyx"); }
+    QString zephalDir() const { return serviceFolder("zephal"); }
+
+    /// Adds a rule for \p times requests, 0 for all; see localcloud::Rules::add().
     bool addRule(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
-    /// The same from "HOST PATH-GLOB ACTION".
+    /// Adds the rule "HOST PATH-GLOB ACTION".
     bool addRule(const QString &line);
     void clearRules();
 
-    /// What was served so far, oldest first. A CONNECT is no request; those inside its tunnel are.
+    /// Returns the requests served so far, oldest first, including those in tunnels. CONNECT is not recorded.
     const QVector<RequestRecord> &requests() const { return m_requests; }
     void clearRequests() { m_requests.clear(); }
 
-    /// A Dropbox token that is valid at once, for tests that need no sign-in page.
+    /// Return what a sign-in yields, for tests without a sign-in page; valid after start().
     QString issueDropboxToken();
-    /// A one-time code as the Allow button sends it.
     QString issueDropboxCode(const QString &clientId, const QString &redirectUri);
-    /// Makes every Dropbox token invalid.
-    void revokeDropboxTokens();
-
-    /// A Plyx session that is valid at once.
     localcloud::PlyxSession issuePlyxSession();
-    /// Ends every Plyx session and forgets the browsers that stay signed in.
-    void revokePlyxSessions();
-    /// How many Plyx sessions there are.
-    int plyxSessionCount() const;
-
-    /// A Zephal token that is valid at once.
     QString issueZephalToken();
-    /// Makes every Zephal token invalid. The account's password stays good.
+    /// Makes every Zephal token invalid. The account's password stays valid.
     void revokeZephalTokens();
-    /// How many Zephal tokens there are.
-    int zephalTokenCount() const;
 
-    /// Adds another service, before start() or after.
+    /// Adds a service to the registered ones. Called after start().
     void addService(std::unique_ptr<localcloud::CloudService> service);
 
 signals:
-    /// After the answer has been decided and before its first byte is written. Do not delete the cloud in a slot.
+    /// Emitted before the first byte of the response is written. Slots must not delete the local cloud.
     void requestServed(const RequestRecord &record);
 
 private:
     std::optional<localcloud::ServerIdentity> identityFor(const QString &host) override;
-    void serve(localcloud::HttpRequest &request, localcloud::HttpResponse &response, bool direct) override;
-    QString spoolFolder() const override;
+    void serve(localcloud::HttpRequest &request, localcloud::HttpResponse &response) override;
+    QString uploadFolder() const override;
 
-    bool prepareFolders(QString *error);
-    bool prepareDropbox(QString *error);
-    bool preparePlyx(QString *error);
-    bool prepareZephal(QString *error);
-    QString stateFile(const char *name) const;
+    bool startServices(QString *error);
     bool openAuthority(QString *error);
-    localcloud::CloudService *serviceFor(const localcloud::HttpRequest &request, bool direct) const;
     void accept(qintptr descriptor);
+    QString serviceFolder(const QString &name) const { return m_dataDir + '/' + name; }
+    QString stateFile(const QString &name) const;
+    localcloud::CloudService *serviceFor(const QString &host) const;
+    template <class Service>
+    Service &service() const;
 
     LocalCloudOptions m_options;
     std::unique_ptr<QTemporaryDir> m_temporary;
     QString m_dataDir;
     std::shared_ptr<localcloud::CertificateAuthority> m_authority;
     std::vector<std::unique_ptr<localcloud::CloudService>> m_services;
-    localcloud::DropboxService *m_dropbox = nullptr; // one of m_services
-    localcloud::PlyxService *m_plyx = nullptr;       // likewise
-    localcloud::ZephalService *m_zephal = nullptr;   // likewise
     localcloud::Rules m_rules;
     localcloud::RequestLog m_log;
     QVector<RequestRecord> m_requests;

@@ -1,27 +1,55 @@
-#include <QDateTime>
+#include <QFile>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QSaveFile>
 
-#include <localcloud/Secrets.h>
 #include <localcloud/TokenStore.h>
 
 namespace localcloud {
 
-TokenStore::TokenStore(const QString &file) : m_file(file), m_tokens(readSecrets(file).value("tokens").toObject()) {}
+QString randomKey()
+{
+    static const char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    QString key;
+    for (int i = 0; i < 64; ++i)
+        key += QLatin1Char(letters[QRandomGenerator::system()->bounded(36)]);
+    return key;
+}
+
+QString randomBase64Key()
+{
+    quint32 words[6];
+    QRandomGenerator::system()->fillRange(words);
+    const auto bytes = QByteArray::fromRawData(reinterpret_cast<const char *>(words), sizeof words);
+    return "+/" + QString::fromLatin1(bytes.toBase64());
+}
+
+TokenStore::TokenStore(const QString &file) : m_file(file)
+{
+    QFile stored(file);
+    if (stored.open(QIODevice::ReadOnly))
+        m_tokens = QJsonDocument::fromJson(stored.readAll())["tokens"].toObject();
+}
 
 bool TokenStore::save() const
 {
-    return writeSecrets(m_file, {{"tokens", m_tokens}});
+    QSaveFile target(m_file);
+    if (!target.open(QIODevice::WriteOnly) || !target.setPermissions(QFile::ReadOwner | QFile::WriteOwner))
+        return false;
+    target.write(QJsonDocument(QJsonObject{{"tokens", m_tokens}}).toJson());
+    return target.commit();
 }
 
-QString TokenStore::issue(const QString &token)
+QString TokenStore::add(const QString &token, const QString &value)
 {
-    m_tokens.insert(token, QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
+    m_tokens.insert(token, value);
     if (save())
         return token;
     m_tokens.remove(token);
     return {};
 }
 
-void TokenStore::revokeAll()
+void TokenStore::clear()
 {
     m_tokens = {};
     save();

@@ -1,6 +1,6 @@
 // localcloud/TokenStore.h
 //
-// Tokens that a service has given out. They outlive the process in a file of mode 0600.
+// The tokens that a service has issued, each with a value. Kept in a file of mode 0600, so they outlive the process.
 
 #pragma once
 
@@ -9,25 +9,33 @@
 
 namespace localcloud {
 
+/// Returns 64 random characters out of a-z and 0-9.
+QString randomKey();
+
+/// Returns "+/" and 32 random characters of Base64, which must be escaped in addresses.
+QString randomBase64Key();
+
 class TokenStore
 {
 public:
-    /// Reads the tokens kept in \p file, if it is there.
+    /// Reads the tokens in \p file, if it exists.
     explicit TokenStore(const QString &file);
 
-    /// Makes \p token valid and returns it once it is on disk; empty when it cannot be kept.
-    QString issue(const QString &token);
-    bool isValid(const QString &token) const { return m_tokens.contains(token); }
+    /// Stores \p token and returns it; empty if the file cannot be written.
+    QString add(const QString &token, const QString &value = {});
+    bool contains(const QString &token) const { return m_tokens.contains(token); }
+    /// Returns the value of \p token, null for an unknown one.
+    QString value(const QString &token) const { return m_tokens.value(token).toString(); }
     int count() const { return m_tokens.size(); }
 
-    /// Makes every token invalid, on disk as well.
-    void revokeAll();
+    /// Removes all tokens, also from the file.
+    void clear();
 
 private:
     bool save() const;
 
     QString m_file;
-    QJsonObject m_tokens; ///< token to time of issue
+    QJsonObject m_tokens; ///< token to value
 };
 
 } // namespace localcloud

@@ -1,6 +1,6 @@
 // localcloud/main.cpp
 //
-// The local cloud as a program: serves until it is told to end.
+// The local cloud as a program. Serves until SIGTERM or SIGINT.
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -44,7 +44,7 @@ bool quitOnSignals(QCoreApplication &application)
     return true;
 }
 
-/// Copies the authority's certificate to \p path, replacing what is there.
+/// Writes the authority's certificate to \p path and replaces an existing file.
 bool writeAuthority(const LocalCloud &cloud, const QString &path)
 {
     QFile from(cloud.caFile());
@@ -67,12 +67,13 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription("Serves Dropbox, Plyx and Zephal from a folder, as an HTTP proxy on 127.0.0.1.");
     parser.addHelpOption();
-    const QCommandLineOption port("port", "Port to listen on; 0, the default, takes a free one.", "N", "0");
+    const QCommandLineOption port("port", "Port to listen on; 0, the default, chooses a free one.", "N", "0");
     const QCommandLineOption data("data", "Folder for files, tokens and certificates.", "DIR", defaultDataDir());
     const QCommandLineOption authority("ca-out", "Write the certificate authority to this file.", "PEM");
     const QCommandLineOption log("log", "Append one JSON object per request to this file, secrets included.", "FILE");
     const QCommandLineOption rule("rule",
-                                  "Misbehave: ACTION is status=N, delay=MS, hang, cut=BYTES, redirect=URL, body=FILE, "
+                                  "Change the response to matching requests. ACTION is status=N, delay=MS, hang, "
+                                  "cut=BYTES, redirect=URL, body=FILE, "
                                   "garbage, signed-redirect or no-length.",
                                   "HOST PATH-GLOB ACTION");
     parser.addOptions({port, data, authority, log, rule});
@@ -85,19 +86,19 @@ int main(int argc, char **argv)
         return fail(QStringLiteral("wrong arguments; see --help"));
     options.dataDir = parser.value(data);
     options.logFile = parser.value(log);
-    options.seed = localcloud::SeedAmount::Everything;
+    options.demoData = true;
     options.ownAuthority = true;
     options.keepRequests = false;
     LocalCloud cloud(options);
     for (const QString &line : parser.values(rule)) {
         if (!cloud.addRule(line))
-            return fail(QStringLiteral("this is no rule: ") + line);
+            return fail(QStringLiteral("malformed rule: ") + line);
     }
     QString error;
     if (!quitOnSignals(application) || !cloud.start(&error))
         return fail(error);
     if (parser.isSet(authority) && !writeAuthority(cloud, parser.value(authority)))
-        return fail(parser.value(authority) + QStringLiteral(" cannot be written"));
+        return fail(parser.value(authority) + QStringLiteral(": cannot write the file"));
     std::printf("ready %s\n", qPrintable(cloud.proxyUrl().toString()));
     std::fflush(stdout);
     return QCoreApplication::exec();

@@ -1,141 +1,158 @@
 #include <QCryptographicHash>
+#include <QDateTime>
+#include <QDir>
 #include <QJsonArray>
-#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QUrl>
 
 #include <localcloud/dropbox/DropboxService.h>
-#include <localcloud/http/Replies.h>
 
 namespace localcloud {
 
 namespace {
 
-constexpr int kDefaultFileLimit = 10000;
-constexpr int kMaxFileLimit = 25000;
+constexpr int kMaxEntries = 10000;
+const QString kSignedHost = QStringLiteral("dl.dropboxusercontent.com");
 
-/// The number of entries asked for; -1 when it is no sensible number.
-int fileLimit(const QByteArray &query)
+QString modifiedText(const QDateTime &time)
 {
-    const QString text = formValue(query, "file_limit");
-    bool ok = true;
-    const int limit = text.isEmpty() ? kDefaultFileLimit : text.toInt(&ok);
-    return ok && limit > 0 && limit <= kMaxFileLimit ? limit : -1;
+    return QLocale::c().toString(time.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss")) + " +0000";
 }
 
-/// "name (1).ext" and so on, the first that is free beside \p path.
-QString freeName(const DropboxFolder &folder, const QString &path)
+QString sizeText(qint64 bytes)
 {
-    const int dot = path.lastIndexOf('.');
-    const bool hasExtension = dot > path.lastIndexOf('/') + 1;
-    const QString stem = hasExtension ? path.left(dot) : path;
-    const QString extension = hasExtension ? path.mid(dot) : QString();
-    QString candidate = path;
-    for (int i = 1; folder.find(candidate).exists(); ++i)
-        candidate = stem + " (" + QString::number(i) + ')' + extension;
-    return candidate;
+    if (bytes < 1024)
+        return QString::number(bytes) + " bytes";
+    const double kilobytes = static_cast<double>(bytes) / 1024.0;
+    return kilobytes < 1024.0 ? QString::number(kilobytes, 'f', 1) + " KB"
+                              : QString::number(kilobytes / 1024.0, 'f', 1) + " MB";
+}
+
+/// Returns twelve hexadecimal digits that change with the content of a file and are constant for a folder.
+QByteArray revisionOf(const QString &path, const QFileInfo &info)
+{
+    QByteArray text = path.toUtf8();
+    if (!info.isDir())
+        text +=
+            '\n' + QByteArray::number(info.size()) + '\n' + QByteArray::number(info.lastModified().toMSecsSinceEpoch());
+    return QCryptographicHash::hash(text, QCryptographicHash::Sha1).toHex().left(12);
+}
+
+QString iconOf(const QFileInfo &info, const QByteArray &type)
+{
+    if (info.isDir())
+        return QStringLiteral("folder");
+    if (type.startsWith("image/"))
+        return QStringLiteral("page_white_picture");
+    return type.startsWith("text/") ? QStringLiteral("page_white_text") : QStringLiteral("page_white");
+}
+
+/// Returns the description of the entry at \p path without the contents of a folder.
+QJsonObject metadataOf(const QString &path, const QFileInfo &info)
+{
+    const QByteArray revision = revisionOf(path, info);
+    const QByteArray type = mediaType(path);
+    QJsonObject entry{
+        {"rev", QString::fromLatin1(revision)},
+        {"revision", static_cast<int>(revision.left(7).toUInt(nullptr, 16))},
+        {"thumb_exists", false},
+        {"bytes", info.isDir() ? 0 : info.size()},
+        {"size", info.isDir() ? QStringLiteral("0 bytes") : sizeText(info.size())},
+        {"modified", modifiedText(info.lastModified())},
+        {"path", path.isEmpty() ? QStringLiteral("/") : path},
+        {"is_dir", info.isDir()},
+        {"root", "dropbox"},
+        {"icon", iconOf(info, type)},
+    };
+    if (!info.isDir())
+        entry.insert("mime_type", QString::fromLatin1(type));
+    return entry;
 }
 
 } // namespace
 
-DropboxService::DropboxService(const DropboxOptions &options, const QString &folder, const QString &tokenFile)
-    : m_options(options), m_tokens(tokenFile), m_signIn(m_tokens, options.displayName), m_folder(folder)
+DropboxService::DropboxService(const ServiceStorage &storage) : m_signIn(storage.tokenFile), m_folder(storage.folder)
 {
-    const QStringList api{m_options.apiHost};
-    const QStringList content{m_options.contentHost};
-    const QByteArrayList reading{"GET", "HEAD"};
-    using Self = DropboxService;
-    const auto call = [this](void (Self::*handler)(HttpRequest &, HttpResponse &)) {
-        return [this, handler](HttpRequest &request, HttpResponse &response) { (this->*handler)(request, response); };
-    };
-    const auto signedIn = [this](const HttpRequest &request, HttpResponse &response) {
+    using Match = Route::Match;
+    using Transport = Route::Transport;
+    const QStringList web{"www.dropbox.com"};
+    const QStringList api{"api.dropbox.com"};
+    const QStringList content{"api-content.dropbox.com"};
+    const auto isSignedIn = [this](const auto &request, auto &response) {
         return m_signIn.isSignedIn(request, response);
     };
-    const auto authorize = [this](HttpRequest &request, HttpResponse &response) {
-        m_signIn.authorize(request, response);
-    };
-    const auto token = [this](HttpRequest &request, HttpResponse &response) { m_signIn.token(request, response); };
-    const auto account = [this](HttpRequest &, HttpResponse &response) { m_signIn.accountInfo(response); };
-    const auto signedFile = [this](HttpRequest &request, HttpResponse &response) {
-        m_signedFiles.serve(request, response);
-    };
-    m_routes = RouteTable({
-        {{m_options.webHost}, "/1/oauth2/authorize", true, {"GET", "HEAD", "POST"}, authorize, nullptr},
-        {api, "/1/oauth2/token", true, {"POST"}, token, nullptr},
-        {api, "/1/account/info", true, reading, account, signedIn},
-        {api, "/1/account/info/", true, reading, account, signedIn},
-        {api, "/1/metadata/dropbox", true, reading, call(&Self::metadata), signedIn},
-        {api, "/1/metadata/dropbox/", false, reading, call(&Self::metadata), signedIn},
-        {content, "/1/files/dropbox/", false, reading, call(&Self::download), signedIn},
-        {content, "/1/files_put/dropbox/", false, {"PUT", "POST"}, call(&Self::upload), signedIn},
-        {{m_options.signedHost}, "/1/get/", false, reading, signedFile, nullptr},
-    });
+    const auto authorize = [this](auto &request, auto &response) { m_signIn.authorize(request, response); };
+    const auto token = [this](auto &request, auto &response) { m_signIn.token(request, response); };
+    const auto account = [](auto &, auto &response) { DropboxSignIn::accountInfo(response); };
+    const auto listing = [this](auto &request, auto &response) { list(request, response); };
+    const auto file = [this](auto &request, auto &response) { download(request, response); };
+    const auto storing = [this](auto &request, auto &response) { upload(request, response); };
+    addRoute({web, "/1/oauth2/authorize", Match::Whole, {"GET", "POST"}, Transport::Tls, authorize, {}});
+    addRoute({api, "/1/oauth2/token", Match::Whole, {"POST"}, Transport::Tls, token, {}});
+    addRoute({api, "/1/account/info/", Match::Whole, {"GET"}, Transport::Tls, account, isSignedIn});
+    addRoute({api, "/1/metadata/dropbox/", Match::Prefix, {"GET"}, Transport::Tls, listing, isSignedIn});
+    addRoute({content, "/1/files/dropbox/", Match::Prefix, {"GET"}, Transport::Tls, file, isSignedIn});
+    addRoute({content, "/1/files_put/dropbox/", Match::Prefix, {"PUT", "POST"}, Transport::Tls, storing, isSignedIn});
+    addRoute({{kSignedHost}, "/1/get/", Match::Prefix, {"GET"}, Transport::Tls, file, {}});
 }
 
-void DropboxService::metadata(HttpRequest &request, HttpResponse &response)
+void DropboxService::list(const HttpRequest &request, HttpResponse &response) const
 {
-    const QString path = DropboxFolder::decodedPath(request.path);
-    const int limit = fileLimit(request.query);
-    if (path.isNull() || limit < 0) {
-        setJsonError(response, 400, path.isNull() ? "The path is not allowed." : "file_limit is out of range.");
-        return;
-    }
-    const QFileInfo info = m_folder.find(path);
+    const auto path = ServedFolder::decodedPath(request.path);
+    const QFileInfo info = path ? m_folder.find(*path) : QFileInfo();
     if (!info.exists()) {
-        setJsonError(response, 404, "Nothing is stored at that path.");
+        response.setJsonError(path ? 404 : 400, path ? "The path does not exist." : "The path is malformed.");
         return;
     }
-    QJsonObject reply = m_folder.metadata(path, info);
-    if (info.isDir() && formValue(request.query, "list") != QLatin1String("false")) {
-        const QJsonValue contents = m_folder.contents(path, info, limit);
-        if (contents.isNull()) {
-            setJsonError(response, 406, "The folder holds more entries than file_limit.");
+    QJsonObject reply = metadataOf(*path, info);
+    if (info.isDir()) {
+        QJsonArray contents;
+        for (const QFileInfo &child : m_folder.entries(*path))
+            contents.append(metadataOf(*path + '/' + child.fileName(), child));
+        if (contents.size() > kMaxEntries) {
+            response.setJsonError(406, "The folder has too many entries.");
             return;
         }
-        const QByteArray bytes = QJsonDocument(contents.toArray()).toJson(QJsonDocument::Compact);
-        const QByteArray hash = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
-        if (formValue(request.query, "hash").toLatin1() == hash) {
-            response.status = 304;
-            return;
-        }
-        reply.insert("hash", QString::fromLatin1(hash));
         reply.insert("contents", contents);
     }
-    setJson(response, reply);
+    response.setJson(reply);
 }
 
-void DropboxService::download(HttpRequest &request, HttpResponse &response)
+void DropboxService::download(const HttpRequest &request, HttpResponse &response) const
 {
-    const QString path = DropboxFolder::decodedPath(request.path);
-    const QFileInfo info = path.isNull() ? QFileInfo() : m_folder.find(path);
-    if (path.isNull())
-        setJsonError(response, 400, "The path is not allowed.");
-    else if (!info.isFile())
-        setJsonError(response, 404, "No file is stored at that path.");
+    const auto path = ServedFolder::decodedPath(request.path);
+    const QFileInfo info = path ? m_folder.find(*path) : QFileInfo();
+    if (!info.isFile())
+        response.setJsonError(path ? 404 : 400, path ? "The file does not exist." : "The path is malformed.");
     else if (request.signedRedirect)
-        m_signedFiles.redirect(request, m_options.signedHost, info.filePath(), response);
+        response.setRedirect("https://" + kSignedHost.toLatin1() + "/1/get/" + QUrl::toPercentEncoding(*path, "/"));
     else
-        setFile(response, info.filePath(), info.size(), request.header("Range"));
+        response.setFile(info.filePath());
 }
 
-void DropboxService::upload(HttpRequest &request, HttpResponse &response)
+void DropboxService::upload(HttpRequest &request, HttpResponse &response) const
 {
-    QString path = DropboxFolder::decodedPath(request.path);
+    const auto path = ServedFolder::decodedPath(request.path);
     if (!request.hasLength) {
-        setJsonError(response, 411, "The length of the body must be announced.");
+        response.setJsonError(411, "The request has no Content-Length.");
         return;
     }
-    if (path.isNull() || path == QLatin1String("/")) {
-        setJsonError(response, 400, "The path is not allowed.");
+    if (!path || path->isEmpty()) {
+        response.setJsonError(400, "The path is malformed.");
         return;
     }
-    if (formValue(request.query, "overwrite") == QLatin1String("false"))
-        path = freeName(m_folder, path);
-    const QString local = m_folder.pathForWriting(path);
-    if (local.isEmpty())
-        setJsonError(response, 403, "Nothing can be stored at that path.");
+    const QString local = m_folder.localPath(*path);
+    const QString folder = path->left(path->lastIndexOf('/'));
+    QString existing = folder;
+    while (!existing.isEmpty() && !QFileInfo(m_folder.localPath(existing)).exists())
+        existing.truncate(existing.lastIndexOf('/'));
+    if (!m_folder.find(existing).isDir() || !QDir().mkpath(m_folder.localPath(folder)) || QFileInfo(local).isDir())
+        response.setJsonError(403, "A file cannot be stored at that path.");
     else if (!request.body.moveTo(local))
-        setJsonError(response, 507, "The file cannot be stored.");
+        response.setJsonError(507, "The file cannot be stored.");
     else
-        setJson(response, m_folder.metadata(path, QFileInfo(local)));
+        response.setJson(metadataOf(*path, QFileInfo(local)));
 }
 
 } // namespace localcloud

@@ -1,15 +1,16 @@
+#include <QJsonObject>
 #include <QUrl>
 
 #include <localcloud/dropbox/DropboxSignIn.h>
-#include <localcloud/http/Replies.h>
 
 namespace localcloud {
 
 namespace {
 
-const QString kUserId = QStringLiteral("4711");
+constexpr int kUserId = 4711;
+constexpr int kCodeLifetimeSeconds = 600;
 
-/// Answers with a page; \p body is HTML already.
+/// Fills \p response with a page. \p body is HTML.
 void setPage(HttpResponse &response, int status, const QString &title, const QString &body)
 {
     static const QString frame = QStringLiteral(R"(<!DOCTYPE html>
@@ -52,7 +53,7 @@ QString hiddenField(const QString &name, const QString &value)
     return QStringLiteral("<input type=\"hidden\" name=\"") + name + "\" value=\"" + value.toHtmlEscaped() + "\">";
 }
 
-/// What a client asks for; empty \a fault when it is in order.
+/// The parameters of an application. \a fault is empty if they are valid.
 struct AuthorizeRequest
 {
     explicit AuthorizeRequest(const QByteArray &form)
@@ -60,12 +61,12 @@ struct AuthorizeRequest
           state(formValue(form, "state"))
     {
         if (clientId.isEmpty())
-            fault = QStringLiteral("The application did not say which one it is: client_id is missing.");
+            fault = QStringLiteral("The parameter client_id is missing.");
         else if (formValue(form, "response_type") != QLatin1String("code"))
-            fault = QStringLiteral("Only response_type \"code\" is served here.");
+            fault = QStringLiteral("The parameter response_type must be \"code\".");
         else if (!isLoopback(QUrl(redirectUri)))
             fault =
-                QStringLiteral("The address to return to must be on this computer: \"%1\" is not.").arg(redirectUri);
+                QStringLiteral("The redirect_uri must be an address of this computer, not \"%1\".").arg(redirectUri);
     }
 
     QString clientId;
@@ -74,20 +75,20 @@ struct AuthorizeRequest
     QString fault;
 };
 
-void setAuthorizePage(HttpResponse &response, const AuthorizeRequest &asked)
+void setAuthorizePage(HttpResponse &response, const AuthorizeRequest &parameters)
 {
     const QString body =
-        QStringLiteral("<h1>Connect an application</h1><p><code>") + asked.clientId.toHtmlEscaped() +
+        QStringLiteral("<h1>Connect an application</h1><p><code>") + parameters.clientId.toHtmlEscaped() +
         QStringLiteral("</code> would like to use your Dropbox. It will be able to</p>"
                        "<ul><li>see your files and folders</li><li>download your files</li>"
                        "<li>store and replace files</li></ul>"
                        "<form method=\"post\" action=\"/1/oauth2/authorize\">") +
-        hiddenField("client_id", asked.clientId) + hiddenField("response_type", "code") +
-        hiddenField("redirect_uri", asked.redirectUri) + hiddenField("state", asked.state) +
+        hiddenField("client_id", parameters.clientId) + hiddenField("response_type", "code") +
+        hiddenField("redirect_uri", parameters.redirectUri) + hiddenField("state", parameters.state) +
         QStringLiteral("<button id=\"deny\" type=\"submit\" name=\"decision\" value=\"deny\">Deny</button>"
                        "<button id=\"allow\" class=\"main\" type=\"submit\" name=\"decision\" value=\"allow\">Allow"
                        "</button></form><p class=\"small\">You will return to ") +
-        QUrl(asked.redirectUri).authority().toHtmlEscaped() + "</p>";
+        QUrl(parameters.redirectUri).authority().toHtmlEscaped() + "</p>";
     setPage(response, 200, QStringLiteral("Connect an application"), body);
 }
 
@@ -97,24 +98,38 @@ void DropboxSignIn::authorize(const HttpRequest &request, HttpResponse &response
 {
     const bool posted = request.method == "POST";
     const QByteArray &form = posted ? request.body.bytes() : request.query;
-    const AuthorizeRequest asked(form);
+    const AuthorizeRequest parameters(form);
     response.setHeader("Cache-Control", "no-store");
-    if (!asked.fault.isEmpty()) {
-        setErrorPage(response, asked.fault);
+    if (!parameters.fault.isEmpty()) {
+        setErrorPage(response, parameters.fault);
         return;
     }
     if (!posted) {
-        setAuthorizePage(response, asked);
+        setAuthorizePage(response, parameters);
         return;
     }
     const bool allowed = formValue(form, "decision") == QLatin1String("allow");
-    QString location = asked.redirectUri + (asked.redirectUri.contains('?') ? '&' : '?');
-    location += allowed ? "code=" + m_tokens.issueCode(asked.clientId, asked.redirectUri)
+    QString location = parameters.redirectUri + (parameters.redirectUri.contains('?') ? '&' : '?');
+    location += allowed ? "code=" + issueCode(parameters.clientId, parameters.redirectUri)
                         : QStringLiteral("error=access_denied&error_description=The+user+chose+not+to+connect.");
-    if (!asked.state.isEmpty())
-        location += "&state=" + QString::fromLatin1(QUrl::toPercentEncoding(asked.state));
-    response.set(302, "text/plain", "The browser returns to the application.\n");
-    response.setHeader("Location", location.toUtf8());
+    if (!parameters.state.isEmpty())
+        location += "&state=" + QString::fromLatin1(QUrl::toPercentEncoding(parameters.state));
+    response.setRedirect(location.toUtf8());
+}
+
+QString DropboxSignIn::issueCode(const QString &clientId, const QString &redirectUri)
+{
+    const QString code = randomKey();
+    m_codes.insert(code, {clientId, redirectUri, QDateTime::currentDateTimeUtc().addSecs(kCodeLifetimeSeconds)});
+    return code;
+}
+
+/// Removes \p code. Returns whether it was issued to this client for this address and has not expired.
+bool DropboxSignIn::redeemCode(const QString &code, const QString &clientId, const QString &redirectUri)
+{
+    const Code known = m_codes.take(code);
+    return known.clientId == clientId && known.redirectUri == redirectUri &&
+           known.expires > QDateTime::currentDateTimeUtc();
 }
 
 void DropboxSignIn::token(const HttpRequest &request, HttpResponse &response)
@@ -126,33 +141,35 @@ void DropboxSignIn::token(const HttpRequest &request, HttpResponse &response)
     const QString clientId = parameter("client_id");
     response.setHeader("Cache-Control", "no-store");
     if (parameter("grant_type") != QLatin1String("authorization_code")) {
-        setJsonError(response, 400, "unsupported_grant_type");
+        response.setJsonError(400, "unsupported_grant_type");
     } else if (clientId.isEmpty() || parameter("client_secret").isEmpty()) {
-        setJsonError(response, 400, "invalid_client");
-    } else if (!m_tokens.redeemCode(parameter("code"), clientId, parameter("redirect_uri"))) {
-        setJsonError(response, 400, "invalid_grant");
-    } else if (const QString token = m_tokens.issueToken(); token.isEmpty()) {
-        setJsonError(response, 500, "The token cannot be stored.");
+        response.setJsonError(400, "invalid_client");
+    } else if (!redeemCode(parameter("code"), clientId, parameter("redirect_uri"))) {
+        response.setJsonError(400, "invalid_grant");
+    } else if (const QString token = issueToken(); token.isEmpty()) {
+        response.setJsonError(500, "The token cannot be stored.");
     } else {
-        const QJsonObject object{{"access_token", token}, {"token_type", "bearer"}, {"uid", kUserId}};
-        setJson(response, object);
+        response.setJson({{"access_token", token}, {"token_type", "bearer"}, {"uid", QString::number(kUserId)}});
     }
 }
 
-void DropboxSignIn::accountInfo(HttpResponse &response) const
+void DropboxSignIn::accountInfo(HttpResponse &response)
 {
     const QJsonObject quota{{"quota", 2147483648.0}, {"normal", 0}, {"shared", 0}};
-    const QJsonObject object{{"display_name", m_displayName}, {"uid", kUserId.toInt()}, {"country", "CH"},
-                             {"email", "local@localhost"},    {"quota_info", quota},    {"locale", "en"}};
-    setJson(response, object);
+    response.setJson({{"display_name", "Robin Example"},
+                      {"uid", kUserId},
+                      {"country", "CH"},
+                      {"email", "local@localhost"},
+                      {"quota_info", quota},
+                      {"locale", "en"}});
 }
 
 bool DropboxSignIn::isSignedIn(const HttpRequest &request, HttpResponse &response) const
 {
     const QByteArray value = request.header("Authorization");
-    if (value.left(7).toLower() == "bearer " && m_tokens.isValid(QString::fromLatin1(value.mid(7).trimmed())))
+    if (value.left(7).toLower() == "bearer " && m_tokens.contains(QString::fromLatin1(value.mid(7).trimmed())))
         return true;
-    setJsonError(response, 401, "No valid access token came with the request.");
+    response.setJsonError(401, "The request has no valid access token.");
     response.setHeader("WWW-Authenticate", "Bearer");
     return false;
 }

@@ -1,36 +1,51 @@
 // localcloud/dropbox/DropboxSignIn.h
 //
-// The part of the Dropbox service that signs users in: the page that asks, the exchange of a code for a token, and the
-// account behind a token.
+// The sign-in of the Dropbox service: the page that asks for permission, and the exchange of a code for a token.
+// Tokens outlive the process; a code is valid for ten minutes and one exchange.
 
 #pragma once
 
-#include <localcloud/dropbox/DropboxTokens.h>
+#include <QDateTime>
+#include <QHash>
+
 #include <localcloud/http/HttpTypes.h>
+#include <localcloud/TokenStore.h>
 
 namespace localcloud {
 
 class DropboxSignIn
 {
 public:
-    DropboxSignIn(DropboxTokens &tokens, const QString &displayName) : m_tokens(tokens), m_displayName(displayName) {}
+    explicit DropboxSignIn(const QString &tokenFile) : m_tokens(tokenFile) {}
 
-    /// GET shows the page with the buttons "allow" and "deny"; POST takes the form's "decision" and redirects to the
-    /// address that the client named, which must be a loopback one. A faulty request gets a page that says why, 400.
+    /// GET shows the page with the buttons "allow" and "deny". POST takes the form's "decision" and redirects to the
+    /// address in the request, which must be on this machine. A faulty request gets 400 and a page with the reason.
     void authorize(const HttpRequest &request, HttpResponse &response);
 
-    /// POST: a code for a token; parameters in the query or in a form body. Errors are 400 with "error".
+    /// Exchanges a code for a token. The parameters are in the query or in a form body. Errors are 400 with "error".
     void token(const HttpRequest &request, HttpResponse &response);
 
-    /// GET: the account of the token in the request.
-    void accountInfo(HttpResponse &response) const;
+    /// Describes the account.
+    static void accountInfo(HttpResponse &response);
 
-    /// Whether the request carries a valid token; answers 401 when it does not.
+    /// Returns whether the request has a valid token; else fills \p response with 401.
     bool isSignedIn(const HttpRequest &request, HttpResponse &response) const;
 
+    QString issueCode(const QString &clientId, const QString &redirectUri);
+    /// Returns a new token; empty if it cannot be stored.
+    QString issueToken() { return m_tokens.add(randomKey()); }
+
 private:
-    DropboxTokens &m_tokens;
-    QString m_displayName;
+    struct Code
+    {
+        QString clientId;
+        QString redirectUri;
+        QDateTime expires;
+    };
+    bool redeemCode(const QString &code, const QString &clientId, const QString &redirectUri);
+
+    TokenStore m_tokens;
+    QHash<QString, Code> m_codes;
 };
 
 } // namespace localcloud

@@ -1,7 +1,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -15,7 +14,7 @@ namespace {
 constexpr int kOpenSslTimeoutMs = 20000;
 constexpr QFile::Permissions kPrivateFile = QFile::ReadOwner | QFile::WriteOwner;
 
-/// Runs the openssl command; false with its last words in \p error.
+/// Runs the openssl command. Returns false and sets \p error if it fails.
 bool runOpenSsl(const QStringList &arguments, QString *error)
 {
     QProcess process;
@@ -24,9 +23,8 @@ bool runOpenSsl(const QStringList &arguments, QString *error)
     const bool finished = process.waitForStarted() && process.waitForFinished(kOpenSslTimeoutMs);
     if (finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
         return true;
-    if (error)
-        *error = QStringLiteral("openssl failed: ") +
-                 (finished ? QString::fromLocal8Bit(process.readAll()).trimmed() : process.errorString());
+    *error = QStringLiteral("openssl failed: ") +
+             (finished ? QString::fromLocal8Bit(process.readAll()).trimmed() : process.errorString());
     return false;
 }
 
@@ -100,7 +98,7 @@ bool CertificateAuthority::open(QString *error)
     QFile::setPermissions(m_folder, kPrivateFile | QFile::ExeOwner);
     if (load())
         return true;
-    if (!writeConfig(QStringLiteral("DNS:localhost"), error))
+    if (!writeConfig(QStringLiteral("localhost"), error))
         return false;
     const QString name = QStringLiteral("Local cloud ") + QString::number(QRandomGenerator::system()->generate(), 16);
     const QStringList arguments = newCertificate(QStringLiteral("authority"), name, 3650);
@@ -111,12 +109,11 @@ bool CertificateAuthority::open(QString *error)
     QFile::setPermissions(path("ca.key"), kPrivateFile);
     if (load())
         return true;
-    if (error)
-        *error = QStringLiteral("openssl wrote no usable authority into ") + m_folder;
+    *error = QStringLiteral("openssl wrote an unusable authority into ") + m_folder;
     return false;
 }
 
-bool CertificateAuthority::writeConfig(const QString &alternativeName, QString *error) const
+bool CertificateAuthority::writeConfig(const QString &host, QString *error) const
 {
     QFile file(path("openssl.cnf"));
     const QByteArray text = "[req]\ndistinguished_name=name\nprompt=no\n[name]\n"
@@ -124,12 +121,11 @@ bool CertificateAuthority::writeConfig(const QString &alternativeName, QString *
                             "subjectKeyIdentifier=hash\n"
                             "[server]\nbasicConstraints=critical,CA:FALSE\nkeyUsage=critical,digitalSignature\n"
                             "extendedKeyUsage=serverAuth\nsubjectKeyIdentifier=hash\nauthorityKeyIdentifier=keyid\n"
-                            "subjectAltName=" +
-                            alternativeName.toLatin1() + '\n';
+                            "subjectAltName=DNS:" +
+                            host.toLatin1() + '\n';
     if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size())
         return true;
-    if (error)
-        *error = file.fileName() + QStringLiteral(": ") + file.errorString();
+    *error = file.fileName() + QStringLiteral(": ") + file.errorString();
     return false;
 }
 
@@ -138,8 +134,7 @@ std::optional<ServerIdentity> CertificateAuthority::identity(const QString &host
     const auto known = m_identities.constFind(host);
     if (known != m_identities.constEnd())
         return *known;
-    const bool address = !QHostAddress(host).isNull();
-    if (!writeConfig((address ? QStringLiteral("IP:") : QStringLiteral("DNS:")) + host, error))
+    if (!writeConfig(host, error))
         return {};
     const QStringList arguments = newCertificate(QStringLiteral("server"), QStringLiteral("Local cloud server"), 397);
     const QString key = path("server.key");

@@ -1,7 +1,7 @@
 // localcloud/http/Certificates.h
 //
-// An authority of its own and server certificates signed by it, made with the openssl command when they are first
-// needed. Creation takes some ten milliseconds and blocks, but never spins the event loop.
+// A certificate authority and the server certificates that it signs. The openssl command makes them when they are first
+// needed, which blocks for some ten milliseconds without spinning the event loop.
 
 #pragma once
 
@@ -15,7 +15,7 @@
 
 namespace localcloud {
 
-/// What a TLS server shows for one host name.
+/// Certificate and key of a TLS server for one host name.
 struct ServerIdentity
 {
     QSslCertificate certificate;
@@ -25,25 +25,28 @@ struct ServerIdentity
 class CertificateAuthority
 {
 public:
-    /// The authority of this process, in a temporary folder that goes with it. Null, with a reason, when openssl fails.
+    /// Returns the authority that the process shares; its files are deleted at exit. Returns null and sets \p error if
+    /// openssl fails.
     static std::shared_ptr<CertificateAuthority> forProcess(QString *error);
 
-    /// Keeps its files in \p folder (created, for its owner only), so that the next run is trusted as well.
+    /// Keeps its files in \p folder, which only its owner can read, so that clients trust the next run too.
     explicit CertificateAuthority(const QString &folder);
 
-    /// Loads the authority or makes a new one when there is none, or one that is about to expire.
+    /// Loads the authority. Makes a new one if it is missing or expires within 30 days. Returns false and sets \p error
+    /// on failure.
     bool open(QString *error);
 
-    /// The authority's certificate as a PEM file.
+    /// Returns the PEM file of the authority's certificate.
     QString caFile() const;
     QSslCertificate certificate() const { return m_certificate; }
 
-    /// A certificate for \p host (a name or an address); made once and then kept in memory.
+    /// Returns the certificate for the name \p host, which is made once per process. Returns an empty optional and sets
+    /// \p error if openssl fails.
     std::optional<ServerIdentity> identity(const QString &host, QString *error);
 
 private:
     bool load();
-    bool writeConfig(const QString &alternativeName, QString *error) const;
+    bool writeConfig(const QString &host, QString *error) const;
     QString path(const char *name) const;
 
     QString m_folder;

@@ -1,17 +1,16 @@
-#include <QDateTime>
+#include <QTimer>
 
 #include <algorithm>
-#include <limits>
 #include <localcloud/http/HttpConnection.h>
-#include <utility>
 
 namespace localcloud {
 
 namespace {
 
+constexpr int kMaxHeadBytes = 64 * 1024;
 constexpr qint64 kReadBuffer = 256LL * 1024;
 constexpr qint64 kWriteAhead = 256LL * 1024;
-constexpr qint64 kWriteSlice = 64LL * 1024;
+constexpr qint64 kSlice = 64LL * 1024;
 
 QByteArray singleLine(QByteArray value)
 {
@@ -20,17 +19,13 @@ QByteArray singleLine(QByteArray value)
 
 } // namespace
 
-HttpConnection::HttpConnection(QSslSocket *socket, ConnectionHost &host, const ConnectionLimits &limits,
-                               QObject *parent)
-    : QObject(parent), m_socket(socket), m_host(host), m_limits(limits), m_timer(new QTimer(this))
+HttpConnection::HttpConnection(QSslSocket *socket, RequestHandler &handler, QObject *parent)
+    : QObject(parent), m_socket(socket), m_handler(handler)
 {
     m_socket->setParent(this);
     m_socket->setReadBufferSize(kReadBuffer);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    m_timer->setSingleShot(true);
-    m_timer->start(m_limits.idleTimeoutMs);
-    connect(m_timer, &QTimer::timeout, this, &HttpConnection::onTimeout);
-    connect(m_socket, &QSslSocket::readyRead, this, &HttpConnection::process);
+    connect(m_socket, &QSslSocket::readyRead, this, &HttpConnection::read);
     connect(m_socket, &QSslSocket::bytesWritten, this, &HttpConnection::onBytesWritten);
     connect(m_socket, &QSslSocket::encryptedBytesWritten, this, &HttpConnection::onBytesWritten);
     connect(m_socket, &QSslSocket::disconnected, this, &HttpConnection::onDisconnected);
@@ -38,49 +33,31 @@ HttpConnection::HttpConnection(QSslSocket *socket, ConnectionHost &host, const C
 
 void HttpConnection::onDisconnected()
 {
-    m_timer->stop();
-    m_state = State::Busy;
+    m_state = State::Responding;
+    m_writing = false;
     deleteLater();
 }
 
-void HttpConnection::onTimeout()
+void HttpConnection::read()
 {
-    if (m_state == State::Body || (m_state == State::Head && !m_buffer.isEmpty()))
-        refuse(408);
-    else
-        m_socket->abort();
-}
-
-void HttpConnection::process()
-{
-    for (bool progress = true; progress && m_state != State::Busy;) {
-        if (m_socket->bytesAvailable() > 0 && m_buffer.size() < kReadBuffer) {
-            if (m_state == State::Body || (m_state == State::Head && m_buffer.isEmpty()))
-                m_timer->start(m_state == State::Head ? m_limits.headTimeoutMs : m_limits.idleTimeoutMs);
-            m_buffer += m_socket->read(kWriteSlice);
-        }
-        if (m_state == State::Lingering) {
-            m_buffer.clear();
-            progress = m_socket->bytesAvailable() > 0;
-        } else {
-            progress = m_state == State::Head ? takeHead() : takeBody();
-        }
+    bool progress = true;
+    while (progress && m_state != State::Responding) {
+        const QByteArray bytes = m_socket->read(kSlice);
+        m_buffer += bytes;
+        progress = (m_state == State::Head ? readHead() : readBody()) || !bytes.isEmpty();
     }
 }
 
-bool HttpConnection::takeHead()
+/// Returns false if more bytes are needed.
+bool HttpConnection::readHead()
 {
-    int blank = 0;
-    while (blank < m_buffer.size() && (m_buffer[blank] == '\r' || m_buffer[blank] == '\n'))
-        ++blank;
-    m_buffer.remove(0, blank);
     const int length = headLength(m_buffer);
-    if (length < 0 && m_buffer.size() <= m_limits.headBytes)
-        return m_socket->bytesAvailable() > 0;
-    if (length < 0 || length > m_limits.headBytes) {
+    if (length > kMaxHeadBytes || (length < 0 && m_buffer.size() > kMaxHeadBytes)) {
         refuse(431);
         return true;
     }
+    if (length < 0)
+        return false;
     const RequestHead head = parseHead(m_buffer.left(length));
     m_buffer.remove(0, length);
     if (head.status != 0)
@@ -99,13 +76,12 @@ void HttpConnection::startTunnel(const RequestHead &head)
         refuse(400);
         return;
     }
-    const auto identity = m_host.identityFor(host);
+    const auto identity = m_handler.identityFor(host);
     if (!identity) {
         refuse(502);
         return;
     }
     m_tunnelHost = host;
-    m_timer->start(m_limits.idleTimeoutMs);
     m_socket->write("HTTP/1.1 200 Connection established\r\n\r\n");
     m_socket->setPeerVerifyMode(QSslSocket::VerifyNone);
     m_socket->setPrivateKey(identity->key);
@@ -117,7 +93,6 @@ void HttpConnection::beginRequest(const RequestHead &head)
 {
     m_head = head;
     m_response = HttpResponse();
-    m_decoder = ChunkedDecoder();
     m_request = HttpRequest();
     m_request.method = head.method;
     m_request.host = m_tunnelHost.isEmpty() ? hostOf(head.authority) : m_tunnelHost;
@@ -126,50 +101,32 @@ void HttpConnection::beginRequest(const RequestHead &head)
     m_request.headers = head.headers;
     m_request.tls = !m_tunnelHost.isEmpty();
     m_request.hasLength = head.hasLength;
-    m_request.body = RequestBody(m_host.spoolFolder());
-    if (head.contentLength > m_limits.bodyBytes) {
-        refuse(413);
-        return;
-    }
-    if (head.expectContinue && head.hasLength)
+    m_request.body = RequestBody(m_handler.uploadFolder());
+    if (head.expectContinue)
         m_socket->write("HTTP/1.1 100 Continue\r\n\r\n");
     m_state = State::Body;
-    m_timer->start(m_limits.idleTimeoutMs);
 }
 
-bool HttpConnection::takeBody()
+/// Returns false if more bytes are needed.
+bool HttpConnection::readBody()
 {
-    QByteArray bytes;
-    if (m_head.chunked) {
-        if (!m_decoder.feed(m_buffer, bytes)) {
-            refuse(400);
-            return true;
-        }
-    } else {
-        const qint64 left = m_head.contentLength - m_request.body.size();
-        const int count = static_cast<int>(std::min<qint64>(left, m_buffer.size()));
-        bytes = m_buffer.left(count);
-        m_buffer.remove(0, count);
-    }
-    if (m_request.body.size() + bytes.size() > m_limits.bodyBytes) {
-        refuse(413);
-        return true;
-    }
+    const qint64 left = m_head.contentLength - m_request.body.size();
+    const QByteArray bytes = m_buffer.left(static_cast<int>(std::min<qint64>(left, m_buffer.size())));
+    m_buffer.remove(0, bytes.size());
     if (!bytes.isEmpty() && !m_request.body.append(bytes)) {
         refuse(507);
         return true;
     }
-    const bool done = m_head.chunked ? m_decoder.isDone() : m_request.body.size() == m_head.contentLength;
-    if (done)
-        dispatch();
-    return done || m_socket->bytesAvailable() > 0;
+    const bool isComplete = m_request.body.size() == m_head.contentLength;
+    if (isComplete)
+        serve();
+    return isComplete;
 }
 
-void HttpConnection::dispatch()
+void HttpConnection::serve()
 {
-    m_state = State::Busy;
-    m_timer->stop();
-    m_host.serve(m_request, m_response, m_tunnelHost.isEmpty() && !m_head.absolute);
+    m_state = State::Responding;
+    m_handler.serve(m_request, m_response);
     if (m_response.hang)
         return;
     if (m_response.delayMs > 0)
@@ -180,46 +137,31 @@ void HttpConnection::dispatch()
 
 void HttpConnection::refuse(int status)
 {
-    m_state = State::Busy;
+    m_state = State::Responding;
     m_head.keepAlive = false;
-    m_head.method = "GET";
-    m_request = HttpRequest();
     m_response = HttpResponse();
-    m_response.set(status, "text/plain", reasonPhrase(status) + '\n');
+    m_response.setText(status, reasonPhrase(status));
     respond();
 }
 
 void HttpConnection::respond()
 {
-    m_timer->start(m_limits.idleTimeoutMs);
     if (m_response.garbage) {
-        m_socket->write(QByteArray("\x00\xff\x7f"
-                                   "this is no HTTP\r\n\r\n\x01",
-                                   24)
-                            .repeated(8));
-        linger();
+        m_socket->write(QByteArray("\x00\xff\x7fnot HTTP\r\n\r\n\x01", 16).repeated(8));
+        m_socket->disconnectFromHost();
         return;
     }
-    m_file.reset();
     if (!m_response.file.isEmpty()) {
         m_file = std::make_unique<QFile>(m_response.file);
-        if (!m_file->open(QIODevice::ReadOnly) || !m_file->seek(m_response.fileOffset)) {
-            m_file.reset();
-            m_response.set(500, "text/plain", "The file cannot be read.\n");
-        }
+        if (!m_file->open(QIODevice::ReadOnly))
+            m_response.setText(500, "The file cannot be read.");
     }
     m_sent = 0;
-    const bool bodyless = m_head.method == "HEAD" || m_response.status == 304 || m_response.status == 204;
-    m_chunked = m_response.source && !m_head.oldVersion;
-    m_toSend = m_response.source ? std::numeric_limits<qint64>::max() : m_response.length();
-    if (bodyless)
-        m_toSend = 0;
-    else if (m_response.noLength || (m_response.source && !m_chunked))
-        m_head.keepAlive = false; // the end of the connection is the end of the body
-    if (m_response.cutAfter >= 0) {
+    m_toSend = m_response.length();
+    if (m_response.cutAfter >= 0)
         m_toSend = std::min(m_toSend, m_response.cutAfter);
+    if (m_response.noLength || m_response.cutAfter >= 0)
         m_head.keepAlive = false;
-    }
     writeHead();
     m_writing = true;
     writeMore();
@@ -229,76 +171,48 @@ void HttpConnection::writeHead()
 {
     QByteArray text =
         "HTTP/1.1 " + QByteArray::number(m_response.status) + ' ' + reasonPhrase(m_response.status) + "\r\n";
-    for (const auto &entry : std::as_const(m_response.headers))
-        text += singleLine(entry.first) + ": " + singleLine(entry.second) + "\r\n";
-    if (m_chunked)
-        text += "Transfer-Encoding: chunked\r\n";
-    else if (!m_response.source && !m_response.noLength && m_response.status != 304 && m_response.status != 204)
+    for (const auto &[name, value] : qAsConst(m_response.headers))
+        text += singleLine(name) + ": " + singleLine(value) + "\r\n";
+    if (!m_response.noLength && m_response.status != 204)
         text += "Content-Length: " + QByteArray::number(m_response.length()) + "\r\n";
-    text += "Date: " + httpDate(QDateTime::currentSecsSinceEpoch()) + "\r\nServer: localcloud\r\n";
     text += m_head.keepAlive ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";
     m_socket->write(text);
 }
 
 void HttpConnection::onBytesWritten()
 {
-    if (m_state == State::Busy && m_writing) {
-        m_timer->start(m_limits.idleTimeoutMs);
+    if (m_writing)
         writeMore();
-    }
-}
-
-QByteArray HttpConnection::nextBytes()
-{
-    if (m_response.source)
-        return m_response.source().left(
-            static_cast<int>(std::min<qint64>(m_toSend - m_sent, std::numeric_limits<int>::max())));
-    const qint64 count = std::min(kWriteSlice, m_toSend - m_sent);
-    return m_file ? m_file->read(count) : m_response.body.mid(static_cast<int>(m_sent), static_cast<int>(count));
 }
 
 void HttpConnection::writeMore()
 {
     while (m_sent < m_toSend && m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() < kWriteAhead) {
-        const QByteArray bytes = nextBytes();
-        if (bytes.isEmpty() && !m_response.source) { // the file became shorter: the announced length cannot be kept
+        const qint64 count = std::min(kSlice, m_toSend - m_sent);
+        const QByteArray bytes = m_response.file.isEmpty()
+                                     ? m_response.body.mid(static_cast<int>(m_sent), static_cast<int>(count))
+                                     : m_file->read(count);
+        if (bytes.isEmpty()) { // the file has shrunk, so the announced length cannot be kept
             m_socket->abort();
             return;
         }
-        m_socket->write(m_chunked ? QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n" : bytes);
         m_sent += bytes.size();
-        if (bytes.isEmpty())
-            m_toSend = m_sent;
+        m_socket->write(bytes);
     }
     if (m_writing && m_sent == m_toSend)
-        finishResponse();
+        endResponse();
 }
 
-void HttpConnection::finishResponse()
+void HttpConnection::endResponse()
 {
     m_writing = false;
     m_file.reset();
-    m_response.source = nullptr;
     if (!m_head.keepAlive) {
-        linger();
+        m_socket->disconnectFromHost();
         return;
     }
     m_state = State::Head;
-    m_timer->start(m_limits.idleTimeoutMs);
-    QMetaObject::invokeMethod(this, &HttpConnection::process, Qt::QueuedConnection);
-}
-
-void HttpConnection::linger()
-{
-    m_state = State::Lingering;
-    if (!m_request.method.isEmpty()) {
-        m_socket->disconnectFromHost(); // after everything has been written
-        return;
-    }
-    // A refused client may still be sending; a reset would take the answer from it, so its input is swallowed for a
-    // while.
-    m_timer->start(m_limits.lingerMs);
-    QMetaObject::invokeMethod(this, &HttpConnection::process, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &HttpConnection::read, Qt::QueuedConnection); // a request may be in the buffer
 }
 
 } // namespace localcloud

@@ -1,14 +1,13 @@
 // localcloud/http/HttpConnection.h
 //
-// One client connection: reads requests (also those inside a CONNECT tunnel, which it turns into TLS itself), has them
-// served one after the other, and writes the responses. It never spins the event loop.
+// One client connection. Reads requests, also inside a CONNECT tunnel, which it turns into TLS itself; has them served
+// one after the other; writes the responses. Never spins the event loop.
 
 #pragma once
 
 #include <QFile>
 #include <QObject>
 #include <QSslSocket>
-#include <QTimer>
 
 #include <localcloud/http/Certificates.h>
 #include <localcloud/http/HttpTypes.h>
@@ -18,72 +17,53 @@
 
 namespace localcloud {
 
-/// What a connection allows its client.
-struct ConnectionLimits
-{
-    int headBytes = 64 * 1024;
-    qint64 bodyBytes = qint64(4) << 30;
-    int headTimeoutMs = 30000; ///< from a head's first byte to its last
-    int idleTimeoutMs = 60000; ///< without any progress, between requests and within bodies
-    int lingerMs = 1000;       ///< how long input is still swallowed after a refusal
-};
-
-/// The side that connections ask for everything but bytes.
-class ConnectionHost
+/// What a connection needs from its owner.
+class RequestHandler
 {
 public:
-    virtual ~ConnectionHost() = default;
-    /// The certificate for a tunnel to \p host; nothing when no service answers for that name.
+    virtual ~RequestHandler() = default;
+    /// Returns the certificate for a tunnel to \p host, an empty optional if no service has that name.
     virtual std::optional<ServerIdentity> identityFor(const QString &host) = 0;
-    /// Answers \p request. \p direct: it came without a proxy target, so the host name may be this machine's.
-    virtual void serve(HttpRequest &request, HttpResponse &response, bool direct) = 0;
-    /// The folder for large request bodies.
-    virtual QString spoolFolder() const = 0;
+    virtual void serve(HttpRequest &request, HttpResponse &response) = 0;
+    /// Returns the folder for large request bodies.
+    virtual QString uploadFolder() const = 0;
 };
 
 class HttpConnection : public QObject
 {
     Q_OBJECT
 public:
-    /// Takes \p socket as its child; it and the connection delete themselves when the client has gone.
-    HttpConnection(QSslSocket *socket, ConnectionHost &host, const ConnectionLimits &limits, QObject *parent);
+    /// Owns \p socket. Deletes itself when the client disconnects. \p handler outlives the connection.
+    HttpConnection(QSslSocket *socket, RequestHandler &handler, QObject *parent);
 
 private:
-    enum class State { Head, Body, Busy, Lingering };
+    enum class State { Head, Body, Responding };
 
-    void onTimeout();
     void onDisconnected();
     void onBytesWritten();
-
-    void process();
-    bool takeHead();
-    bool takeBody();
+    void read();
+    bool readHead();
+    bool readBody();
     void startTunnel(const RequestHead &head);
     void beginRequest(const RequestHead &head);
-    void dispatch();
+    void serve();
     void refuse(int status);
     void respond();
     void writeHead();
-    QByteArray nextBytes();
     void writeMore();
-    void finishResponse();
-    void linger();
+    void endResponse();
 
     QSslSocket *m_socket;
-    ConnectionHost &m_host;
-    ConnectionLimits m_limits;
-    QTimer *m_timer;
+    RequestHandler &m_handler;
     State m_state = State::Head;
     QByteArray m_buffer;
     RequestHead m_head;
     HttpRequest m_request;
     HttpResponse m_response;
-    ChunkedDecoder m_decoder;
     QString m_tunnelHost; ///< empty outside a tunnel
     std::unique_ptr<QFile> m_file;
-    qint64 m_sent = 0; ///< bytes of the body handed to the socket
-    qint64 m_toSend = 0;
-    bool m_chunked = false; ///< the response has no known length
+    qint64 m_sent = 0;   ///< bytes of the body handed to the socket
+    qint64 m_toSend = 0; ///< bytes of the body that are sent in all
     bool m_writing = false;
 };
 

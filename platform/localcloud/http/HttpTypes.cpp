@@ -1,44 +1,29 @@
 #include <QDateTime>
 #include <QFileInfo>
 #include <QHash>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocale>
 #include <QTextCodec>
 
-#include <algorithm>
 #include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 
-namespace {
-
-const QString kDateFormat = QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'");
-
-} // namespace
-
 QByteArray headerValue(const HeaderList &headers, const char *name)
 {
-    for (const auto &entry : headers) {
-        if (qstricmp(entry.first.constData(), name) == 0)
-            return entry.second;
+    for (const auto &[key, value] : headers) {
+        if (qstricmp(key.constData(), name) == 0)
+            return value;
     }
     return {};
 }
 
-bool hasHeader(const HeaderList &headers, const char *name)
-{
-    return std::any_of(headers.begin(), headers.end(),
-                       [name](const auto &entry) { return qstricmp(entry.first.constData(), name) == 0; });
-}
-
 bool headerHasToken(const HeaderList &headers, const char *name, const char *token)
 {
-    for (const auto &entry : headers) {
-        if (qstricmp(entry.first.constData(), name) != 0)
-            continue;
-        for (const QByteArray &part : entry.second.split(',')) {
-            if (qstricmp(part.trimmed().constData(), token) == 0)
-                return true;
-        }
+    for (const QByteArray &part : headerValue(headers, name).split(',')) {
+        if (qstricmp(part.trimmed().constData(), token) == 0)
+            return true;
     }
     return false;
 }
@@ -61,15 +46,6 @@ QString formValue(const QByteArray &form, const char *name)
     return {};
 }
 
-void HttpResponse::set(int code, const QByteArray &type, const QByteArray &text)
-{
-    status = code;
-    body = text;
-    file.clear();
-    source = nullptr;
-    setHeader("Content-Type", type);
-}
-
 void HttpResponse::setHeader(const QByteArray &name, const QByteArray &value)
 {
     for (auto &entry : headers) {
@@ -81,29 +57,60 @@ void HttpResponse::setHeader(const QByteArray &name, const QByteArray &value)
     headers.append({name, value});
 }
 
+void HttpResponse::set(int code, const QByteArray &type, const QByteArray &text)
+{
+    status = code;
+    body = text;
+    file.clear();
+    setHeader("Content-Type", type);
+}
+
+void HttpResponse::setJson(const QJsonObject &object)
+{
+    set(200, "application/json", QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+void HttpResponse::setJsonError(int code, const QByteArray &message)
+{
+    setJson({{"error", QString::fromUtf8(message)}});
+    status = code;
+}
+
+void HttpResponse::setText(int code, const QByteArray &message)
+{
+    set(code, "text/plain; charset=utf-8", message + '\n');
+}
+
+void HttpResponse::setRedirect(const QByteArray &location)
+{
+    setText(302, "The resource is at another address.");
+    setHeader("Location", location);
+}
+
+void HttpResponse::setFile(const QString &path)
+{
+    set(200, mediaType(path), {});
+    file = path;
+    fileLength = QFileInfo(path).size();
+}
+
 QByteArray reasonPhrase(int status)
 {
     static const QHash<int, QByteArray> phrases{
         {200, "OK"},
         {201, "Created"},
         {204, "No Content"},
-        {206, "Partial Content"},
         {207, "Multi-Status"},
         {302, "Found"},
-        {304, "Not Modified"},
         {400, "Bad Request"},
         {401, "Unauthorized"},
         {403, "Forbidden"},
         {404, "Not Found"},
         {405, "Method Not Allowed"},
         {406, "Not Acceptable"},
-        {408, "Request Timeout"},
         {409, "Conflict"},
         {411, "Length Required"},
         {412, "Precondition Failed"},
-        {413, "Payload Too Large"},
-        {415, "Unsupported Media Type"},
-        {416, "Range Not Satisfiable"},
         {431, "Request Header Fields Too Large"},
         {500, "Internal Server Error"},
         {501, "Not Implemented"},
@@ -117,14 +124,8 @@ QByteArray reasonPhrase(int status)
 
 QByteArray httpDate(qint64 seconds)
 {
-    return QLocale::c().toString(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC), kDateFormat).toLatin1();
-}
-
-std::optional<qint64> parseHttpDate(const QByteArray &text)
-{
-    QDateTime time = QLocale::c().toDateTime(QString::fromLatin1(text), kDateFormat);
-    time.setTimeSpec(Qt::UTC);
-    return time.isValid() ? std::optional(time.toSecsSinceEpoch()) : std::nullopt;
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+    return QLocale::c().toString(time, QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'")).toLatin1();
 }
 
 QByteArray mediaType(const QString &fileName)

@@ -1,7 +1,7 @@
 // localcloud/http/RequestBody.h
 //
-// The body of a request while it arrives and afterwards: small ones stay in memory, larger ones go to a temporary file
-// that a service can move into place without copying.
+// The body of a request. Up to 64 KiB stay in memory; a larger one goes to a temporary file, which a service can move
+// into place without copying.
 
 #pragma once
 
@@ -17,22 +17,22 @@ class RequestBody
 {
 public:
     RequestBody() = default;
-    /// Bodies of more than 64 KiB are spooled to a file in \p folder, readable by its owner only.
+    /// Large bodies go to a file in \p folder that only its owner can read.
     explicit RequestBody(const QString &folder) : m_folder(folder) {}
 
-    /// Adds bytes; false when they cannot be stored (full disk, no folder).
+    /// Returns false if the bytes cannot be stored.
     bool append(const QByteArray &bytes);
     qint64 size() const { return m_size; }
 
-    /// The bytes of a body that stayed in memory; empty for a spooled one.
+    /// Returns the bytes of a body in memory, nothing for one in a file.
     const QByteArray &bytes() const { return m_bytes; }
 
-    /// Moves the body to \p path in one step, replacing what is there. \p path should lie on the same file system as
-    /// the folder given at construction. False leaves \p path as it was. The body is empty afterwards.
+    /// Moves the body to \p path in one step and replaces the file there. \p path is on the same file system as the
+    /// folder given at construction. Returns false and changes nothing if that fails. Empties the body on success.
     bool moveTo(const QString &path);
 
 private:
-    bool spool();
+    bool moveToFile();
 
     QString m_folder;
     QByteArray m_bytes;

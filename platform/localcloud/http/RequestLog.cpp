@@ -37,8 +37,7 @@ bool RequestLog::open(const QString &path, QString *error)
         m_file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
         return true;
     }
-    if (error)
-        *error = path + QStringLiteral(": ") + m_file.errorString();
+    *error = path + QStringLiteral(": ") + m_file.errorString();
     return false;
 }
 

@@ -1,6 +1,6 @@
 // localcloud/http/RequestLog.h
 //
-// The record of what was asked: one JSON object per request and line, credentials included, so the file is its owner's.
+// Writes one JSON object per request to a log file, credentials included. Only the file's owner can read it.
 
 #pragma once
 
@@ -13,10 +13,10 @@ namespace localcloud {
 class RequestLog
 {
 public:
-    /// Appends to \p path, made with mode 0600. False with a reason.
+    /// Appends to \p path and sets its mode to 0600. Returns false and sets \p error if it cannot be opened.
     bool open(const QString &path, QString *error);
 
-    /// Writes one line at once. Does nothing without an open file.
+    /// Writes one line without delay. Ignored without an open file.
     void write(const RequestRecord &record);
 
 private:

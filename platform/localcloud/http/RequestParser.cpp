@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <localcloud/http/RequestParser.h>
 
@@ -7,18 +6,24 @@ namespace localcloud {
 
 namespace {
 
-constexpr int kMaxChunkLine = 4096;
-constexpr int kMaxTrailer = 8192;
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool isLetterOrDigit(char c)
+{
+    return isDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
 
 bool isToken(const QByteArray &text)
 {
     return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-               (c != '\0' && std::strchr("!#$%&'*+-.^_`|~", c) != nullptr);
+        return isLetterOrDigit(c) || (c != '\0' && std::strchr("!#$%&'*+-.^_`|~", c) != nullptr);
     });
 }
 
-/// Splits at line ends and drops the carriage returns before them; false when a control character remains.
+/// Splits at line ends and removes carriage returns before them. Returns false if another control character remains.
 bool splitLines(const QByteArray &bytes, QList<QByteArray> &lines)
 {
     for (QByteArray &line : (lines = bytes.split('\n'))) {
@@ -48,64 +53,42 @@ bool readTarget(const QByteArray &target, RequestHead &head)
 {
     if (head.isConnect()) {
         head.authority = target;
-        return !hostOf(target).isEmpty();
+        return true;
     }
     QByteArray rest = target;
     if (target.left(7).toLower() == "http://") {
-        head.absolute = true;
-        const int end = [&] {
-            for (int i = 7; i < target.size(); ++i) {
-                if (target[i] == '/' || target[i] == '?')
-                    return i;
-            }
-            return target.size();
-        }();
+        int end = 7;
+        while (end < target.size() && target[end] != '/' && target[end] != '?')
+            ++end;
         head.authority = target.mid(7, end - 7);
         rest = target.mid(end);
         if (!rest.startsWith('/'))
             rest.prepend('/');
     }
-    if (!rest.startsWith('/') && !(rest == "*" && head.method == "OPTIONS"))
-        return false;
     const int mark = rest.indexOf('?');
     head.path = rest.mid(0, mark);
     if (mark >= 0)
-        head.query = rest.mid(mark + 1).isNull() ? QByteArray("") : rest.mid(mark + 1);
-    return true;
+        head.query = QByteArray("") + rest.mid(mark + 1);
+    return rest.startsWith('/');
 }
 
-/// The status that refuses the announced body, 0 when it is in order.
+/// Returns the status that refuses the announced body, 0 if it is valid.
 int readBodyLength(RequestHead &head)
 {
     QByteArray length;
-    for (const auto &entry : head.headers) {
-        if (qstricmp(entry.first.constData(), "Content-Length") != 0)
+    for (const auto &[name, value] : head.headers) {
+        if (qstricmp(name.constData(), "Transfer-Encoding") == 0)
+            return 501;
+        if (qstricmp(name.constData(), "Content-Length") != 0)
             continue;
-        if (!length.isEmpty() && length != entry.second)
-            return 400;
-        length = entry.second;
-        const bool digits = std::all_of(length.begin(), length.end(), [](char c) { return c >= '0' && c <= '9'; });
         bool ok = false;
-        head.contentLength = length.toLongLong(&ok);
-        if (!ok || !digits)
+        head.contentLength = value.toLongLong(&ok);
+        if (!ok || !std::all_of(value.begin(), value.end(), isDigit) || (head.hasLength && length != value))
             return 400;
+        length = value;
         head.hasLength = true;
     }
-    const QByteArray coding = headerValue(head.headers, "Transfer-Encoding").toLower();
-    if (coding.isEmpty())
-        return 0;
-    if (head.hasLength)
-        return 400;
-    head.chunked = head.hasLength = true;
-    return coding == "chunked" ? 0 : 501;
-}
-
-bool isKeptAlive(const HeaderList &headers, bool oldVersion)
-{
-    if (headerHasToken(headers, "Connection", "close") || headerHasToken(headers, "Proxy-Connection", "close"))
-        return false;
-    return !oldVersion || headerHasToken(headers, "Connection", "keep-alive") ||
-           headerHasToken(headers, "Proxy-Connection", "keep-alive");
+    return 0;
 }
 
 RequestHead refused(int status)
@@ -120,9 +103,9 @@ RequestHead refused(int status)
 int headLength(const QByteArray &buffer)
 {
     for (int end = buffer.indexOf('\n'); end >= 0; end = buffer.indexOf('\n', end + 1)) {
-        if (buffer.size() > end + 1 && buffer[end + 1] == '\n')
+        if (buffer.mid(end + 1, 1) == "\n")
             return end + 2;
-        if (buffer.size() > end + 2 && buffer[end + 1] == '\r' && buffer[end + 2] == '\n')
+        if (buffer.mid(end + 1, 2) == "\r\n")
             return end + 3;
     }
     return -1;
@@ -137,95 +120,33 @@ RequestHead parseHead(const QByteArray &bytes)
     const QList<QByteArray> words = lines.first().split(' ');
     if (words.size() != 3 || !isToken(words[0]) || !words[2].startsWith("HTTP/"))
         return refused(400);
-    head.oldVersion = words[2] == "HTTP/1.0";
-    if (!head.oldVersion && words[2] != "HTTP/1.1")
+    if (words[2] != "HTTP/1.1")
         return refused(505);
     head.method = words[0];
     if (!readHeaders(lines, head.headers) || !readTarget(words[1], head))
         return refused(400);
     if (head.authority.isEmpty())
         head.authority = headerValue(head.headers, "Host");
-    if (head.authority.isEmpty() && !head.oldVersion)
-        return refused(400);
-    if (!head.authority.isEmpty() && hostOf(head.authority).isEmpty())
+    if (hostOf(head.authority).isEmpty())
         return refused(400);
     if (const int status = readBodyLength(head))
         return refused(status);
-    head.keepAlive = isKeptAlive(head.headers, head.oldVersion);
-    head.expectContinue = !head.oldVersion && headerHasToken(head.headers, "Expect", "100-continue");
+    head.keepAlive = !headerHasToken(head.headers, "Connection", "close") &&
+                     !headerHasToken(head.headers, "Proxy-Connection", "close");
+    head.expectContinue = headerHasToken(head.headers, "Expect", "100-continue");
     return head;
 }
 
 QString hostOf(const QByteArray &authority)
 {
-    QByteArray name = authority;
-    const int colon = authority.lastIndexOf(':');
-    if (colon > authority.lastIndexOf(']')) {
-        name = authority.left(colon);
-        bool ok = false;
-        if (authority.mid(colon + 1).toUShort(&ok) == 0 || !ok)
-            return {};
-    }
-    const bool bracketed = name.startsWith('[') && name.endsWith(']');
-    const QByteArray inner = bracketed ? name.mid(1, name.size() - 2) : name;
-    const bool valid = !inner.isEmpty() && inner.size() <= 253 && std::all_of(inner.begin(), inner.end(), [&](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' || c == '-' ||
-               (bracketed && c == ':');
+    const int colon = authority.indexOf(':');
+    const QByteArray name = authority.mid(0, colon);
+    if (colon >= 0 && authority.mid(colon + 1).toUShort() == 0)
+        return {};
+    const bool valid = !name.isEmpty() && name.size() <= 253 && std::all_of(name.begin(), name.end(), [](char c) {
+        return isLetterOrDigit(c) || c == '.' || c == '-';
     });
-    return valid ? QString::fromLatin1(inner.toLower()) : QString();
-}
-
-bool ChunkedDecoder::feed(QByteArray &input, QByteArray &output)
-{
-    int used = 0;
-    while (m_state != State::Done && used < input.size()) {
-        if (m_state == State::Data) {
-            const int count = static_cast<int>(std::min<qint64>(m_left, input.size() - used));
-            output.append(input.constData() + used, count);
-            used += count;
-            m_left -= count;
-            if (m_left == 0)
-                m_state = State::DataEnd;
-            continue;
-        }
-        const int end = input.indexOf('\n', used);
-        if (end < 0) {
-            if (input.size() - used > kMaxChunkLine)
-                return false;
-            break;
-        }
-        QByteArray line = input.mid(used, end - used);
-        used = end + 1;
-        if (line.endsWith('\r'))
-            line.chop(1);
-        if (m_state == State::Size) {
-            if (!readSize(line))
-                return false;
-        } else if (m_state == State::DataEnd) {
-            if (!line.isEmpty())
-                return false;
-            m_state = State::Size;
-        } else if (line.isEmpty()) {
-            m_state = State::Done;
-        } else if ((m_trailerBytes += line.size()) > kMaxTrailer) {
-            return false;
-        }
-    }
-    input.remove(0, used);
-    return true;
-}
-
-bool ChunkedDecoder::readSize(const QByteArray &line)
-{
-    const QByteArray digits = line.mid(0, line.indexOf(';')).trimmed();
-    const bool hex = !digits.isEmpty() && digits.size() <= 15 && std::all_of(digits.begin(), digits.end(), [](char c) {
-        return std::isxdigit(static_cast<unsigned char>(c));
-    });
-    if (!hex)
-        return false;
-    m_left = digits.toLongLong(nullptr, 16);
-    m_state = m_left == 0 ? State::Trailer : State::Data;
-    return true;
+    return valid ? QString::fromLatin1(name.toLower()) : QString();
 }
 
 } // namespace localcloud

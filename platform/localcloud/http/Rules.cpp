@@ -1,4 +1,3 @@
-#include <QFileInfo>
 #include <QHash>
 
 #include <limits>
@@ -25,12 +24,12 @@ bool matchesPath(const QRegularExpression &expression, const QByteArray &path)
            expression.match(QString::fromUtf8(QByteArray::fromPercentEncoding(path))).hasMatch();
 }
 
-/// Fills the response of an action that replaces the service's.
-void answer(const RuleAction &action, HttpResponse &response)
+/// Fills the response of an action that replaces the response of the service.
+void fill(const RuleAction &action, HttpResponse &response)
 {
     switch (action.kind) {
     case Kind::Status:
-        response.set(static_cast<int>(action.number), "application/json", "{\"error\": \"Refused by a rule.\"}");
+        response.setJsonError(static_cast<int>(action.number), "Refused by a rule.");
         break;
     case Kind::Hang:
         response.hang = true;
@@ -41,17 +40,10 @@ void answer(const RuleAction &action, HttpResponse &response)
         response.status = 0;
         break;
     case Kind::Redirect:
-        response.set(302, "text/plain", "Moved by a rule.\n");
-        response.setHeader("Location", action.text.toUtf8());
+        response.setRedirect(action.text.toUtf8());
         break;
     case Kind::Body:
-        if (!QFileInfo(action.text).isFile()) {
-            response.set(500, "text/plain", "The file of a rule is missing.\n");
-            break;
-        }
-        response.set(200, mediaType(action.text), {});
-        response.file = action.text;
-        response.fileLength = QFileInfo(action.text).size();
+        response.setFile(action.text); // status 500 if the file cannot be opened
         break;
     case Kind::Delay:
     case Kind::Cut:
@@ -61,7 +53,7 @@ void answer(const RuleAction &action, HttpResponse &response)
     }
 }
 
-/// Nothing for what is no action.
+/// Returns an empty optional for an unknown action.
 std::optional<RuleAction> parseAction(const QString &text)
 {
     static const QHash<QString, Kind> words{{"hang", Kind::Hang},
@@ -114,7 +106,7 @@ bool Rules::add(const QString &line)
     return match.hasMatch() && add(match.captured(1), match.captured(2), match.captured(3));
 }
 
-bool Rules::mentions(const QString &host) const
+bool Rules::matchesHost(const QString &host) const
 {
     for (const Rule &rule : m_rules) {
         if (rule.host.match(host).hasMatch())
@@ -125,7 +117,7 @@ bool Rules::mentions(const QString &host) const
 
 bool Rules::apply(HttpRequest &request, HttpResponse &response)
 {
-    bool answered = false;
+    bool isComplete = false;
     for (Rule &rule : m_rules) {
         if (rule.left < 0 || !rule.host.match(request.host).hasMatch() || !matchesPath(rule.path, request.path))
             continue;
@@ -137,16 +129,16 @@ bool Rules::apply(HttpRequest &request, HttpResponse &response)
             request.signedRedirect = true;
         } else if (rule.action.kind == Kind::NoLength) {
             response.noLength = true;
-        } else if (!answered) {
-            answer(rule.action, response);
-            answered = true;
+        } else if (!isComplete) {
+            fill(rule.action, response);
+            isComplete = true;
         } else {
             continue;
         }
         if (rule.left > 0 && --rule.left == 0)
             rule.left = -1;
     }
-    return answered;
+    return isComplete;
 }
 
 } // namespace localcloud

@@ -1,6 +1,6 @@
 // localcloud/http/Rules.h
 //
-// Misbehaviour on request: which requests are answered differently, and how.
+// Rules that make the local cloud answer matching requests differently, for tests of failures.
 
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace localcloud {
 
-/// What a rule does. \a number is a status, milliseconds or bytes; \a text an address or a file.
+/// What a rule does. \a number is a status, milliseconds or bytes; \a text is an address or a file.
 struct RuleAction
 {
     enum class Kind { Status, Delay, Hang, Cut, Redirect, Body, Garbage, SignedRedirect, NoLength };
@@ -24,20 +24,21 @@ struct RuleAction
 class Rules
 {
 public:
-    /// Host and path are globs ("*" also matches "/"); the path is compared without its query, as it came and decoded.
-    /// Actions are `status=N`, `delay=MS`, `hang`, `cut=BYTES`, `redirect=URL`, `body=FILE`, `garbage` and
-    /// `signed-redirect`, `no-length`; false for any other. The rule ends after \p times requests, 0 means never.
+    /// Adds a rule. \p host and \p pathGlob are globs ("*" also matches "/"). The path is compared without its query,
+    /// both as received and decoded. \p action is `status=N` (200 to 599), `delay=MS`, `hang`, `cut=BYTES`,
+    /// `redirect=URL`, `body=FILE`, `garbage`, `signed-redirect` or `no-length`. The rule ends after \p times requests,
+    /// 0 means never. Returns false for another action.
     bool add(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
 
-    /// Adds "HOST PATH-GLOB ACTION"; false when a word is missing or the action is unknown.
+    /// Adds the rule "HOST PATH-GLOB ACTION". Returns false if a word is missing or the action is unknown.
     bool add(const QString &line);
     void clear() { m_rules.clear(); }
 
-    /// Whether any rule names \p host.
-    bool mentions(const QString &host) const;
+    /// Returns whether a rule matches \p host.
+    bool matchesHost(const QString &host) const;
 
-    /// Applies every matching delay, cut, signed-redirect and no-length, and the first matching other action. True when
-    /// the response is complete and no service is to be asked.
+    /// Applies every matching delay, cut, signed-redirect and no-length, and the first matching other action. Returns
+    /// true if \p response is complete, so that the service must not serve the request.
     bool apply(HttpRequest &request, HttpResponse &response);
 
 private:

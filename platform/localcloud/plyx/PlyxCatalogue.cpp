@@ -31,13 +31,13 @@ PlyxAsset assetOf(const QJsonObject &object, const QString &files)
     asset.free = object["free"].toBool(true);
     for (const QJsonValue &type : object["fileTypes"].toArray())
         asset.fileTypes.insert(type.toInt());
-    asset.thumbnail = object["thumbnail"].toString();
+    asset.thumbnail = QFileInfo(object["thumbnail"].toString()).fileName();
     asset.formats = filesOf(object["formats"], files);
     asset.textures = filesOf(object["textures"], files);
     return asset;
 }
 
-/// Whether a word of \p text begins with \p word, case aside, so that "red" does not find what is chequered.
+/// Returns whether \p word begins a word of \p text (case-insensitive), so that "red" does not match "chequered".
 bool hasWord(const QString &text, const QString &word)
 {
     for (int at = text.indexOf(word, 0, Qt::CaseInsensitive); at >= 0;
@@ -48,40 +48,20 @@ bool hasWord(const QString &text, const QString &word)
     return false;
 }
 
-bool hasKeywords(const PlyxAsset &asset, const PlyxQuery &query)
+bool matches(const PlyxAsset &asset, const PlyxQuery &query)
 {
     const QStringList words = query.keywords.simplified().split(' ', Qt::SkipEmptyParts);
     const QString text = asset.name + ' ' + asset.artist;
-    const auto holds = [&](const QString &word) { return hasWord(text, word); };
-    return query.everyKeyword ? std::all_of(words.begin(), words.end(), holds)
-                              : words.isEmpty() || std::any_of(words.begin(), words.end(), holds);
-}
-
-bool matches(const PlyxAsset &asset, const PlyxQuery &query)
-{
-    return (query.shelf == PlyxShelf::Own) == (asset.gallery == 0) &&
-           (!query.gallery || *query.gallery == asset.gallery) &&
-           (query.fileTypes.isEmpty() || query.fileTypes.intersects(asset.fileTypes)) &&
-           (!query.freeOnly || asset.free) && hasKeywords(asset, query);
+    return (query.shelf == PlyxQuery::Shelf::Own) == (asset.gallery == 0) &&
+           (query.gallery == 0 || query.gallery == asset.gallery) &&
+           (query.fileType == 0 || asset.fileTypes.contains(query.fileType)) && (!query.freeOnly || asset.free) &&
+           std::all_of(words.begin(), words.end(), [&](const QString &word) { return hasWord(text, word); });
 }
 
 } // namespace
 
-const PlyxFile *PlyxAsset::file(qint64 fileId) const
-{
-    for (const auto *list : {&formats, &textures}) {
-        for (const PlyxFile &entry : *list) {
-            if (entry.id == fileId)
-                return &entry;
-        }
-    }
-    return nullptr;
-}
-
 bool PlyxCatalogue::open(const QString &folder, QString *error)
 {
-    *this = PlyxCatalogue();
-    m_folder = folder;
     QFile file(folder + "/catalogue.json");
     if (!file.exists())
         return true;
@@ -89,23 +69,39 @@ bool PlyxCatalogue::open(const QString &folder, QString *error)
     const QJsonDocument document =
         file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &fault) : QJsonDocument();
     if (!document["assets"].isArray()) {
-        if (error)
-            *error = file.fileName() + QStringLiteral(": ") +
-                     (fault.error ? fault.errorString() : QStringLiteral("no list of assets"));
+        *error = file.fileName() + QStringLiteral(": ") +
+                 (fault.error ? fault.errorString() : QStringLiteral("the array \"assets\" is missing"));
         return false;
     }
-    for (const QJsonValue &entry : document["assets"].toArray()) {
+    m_assets.clear();
+    for (const QJsonValue &entry : document["assets"].toArray())
         m_assets.append(assetOf(entry.toObject(), folder + "/files"));
-        m_indexOf.insert(m_assets.last().id, m_assets.size() - 1);
-        m_thumbnails.insert(m_assets.last().thumbnail);
-    }
+    std::stable_sort(m_assets.begin(), m_assets.end(),
+                     [](const PlyxAsset &a, const PlyxAsset &b) { return a.published > b.published; });
     return true;
 }
 
 const PlyxAsset *PlyxCatalogue::find(qint64 id) const
 {
-    const auto found = m_indexOf.find(id);
-    return found == m_indexOf.end() ? nullptr : &m_assets[*found];
+    for (const PlyxAsset &asset : m_assets) {
+        if (asset.id == id)
+            return &asset;
+    }
+    return nullptr;
+}
+
+const PlyxFile *PlyxCatalogue::file(const QString &id) const
+{
+    const PlyxAsset *asset = find(id.section('_', 0, 0).toLongLong());
+    if (!asset)
+        return nullptr;
+    for (const auto *list : {&asset->formats, &asset->textures}) {
+        for (const PlyxFile &file : *list) {
+            if (file.id == id.section('_', 1).toLongLong() && QFileInfo(file.path).isFile())
+                return &file;
+        }
+    }
+    return nullptr;
 }
 
 QVector<const PlyxAsset *> PlyxCatalogue::search(const PlyxQuery &query) const
@@ -115,18 +111,13 @@ QVector<const PlyxAsset *> PlyxCatalogue::search(const PlyxQuery &query) const
         if (matches(asset, query))
             found.append(&asset);
     }
-    if (query.byDate) {
-        std::stable_sort(found.begin(), found.end(), [&](const PlyxAsset *a, const PlyxAsset *b) {
-            return query.descending ? a->published > b->published : a->published < b->published;
-        });
-    }
     return found;
 }
 
-QString PlyxCatalogue::thumbnail(const QString &name) const
+bool PlyxCatalogue::hasThumbnail(const QString &name) const
 {
-    const bool known = m_thumbnails.contains(name) && name == QFileInfo(name).fileName();
-    return known ? m_folder + "/thumbnails/" + name : QString();
+    return std::any_of(m_assets.begin(), m_assets.end(),
+                       [&](const PlyxAsset &asset) { return asset.thumbnail == name; });
 }
 
 } // namespace localcloud

@@ -1,25 +1,22 @@
 // localcloud/plyx/PlyxCatalogue.h
 //
-// The published models of the Plyx service, read from a folder: "catalogue.json" lists them, "files" holds what is
-// downloaded and "thumbnails" their pictures. Several assets may share a file.
+// The models of the Plyx service. "catalogue.json" in a folder lists them, "files" contains the downloads and
+// "thumbnails" the pictures. Several models may share a file.
 
 #pragma once
 
-#include <QHash>
 #include <QJsonObject>
 #include <QSet>
 #include <QString>
 #include <QVector>
 
-#include <optional>
-
 namespace localcloud {
 
-/// A file that belongs to an asset: one of its formats, or a texture.
+/// A file of a model: one of its formats, or a texture.
 struct PlyxFile
 {
-    qint64 id = 0; ///< unique within its asset
-    QString name;  ///< a format's label, or the name that a texture is to be stored under
+    qint64 id = 0; ///< unique within its model
+    QString name;  ///< the label of a format, or the file name of a texture
     QString path;  ///< on this machine
 };
 
@@ -29,50 +26,43 @@ struct PlyxAsset
     QString name;
     QString artist;
     QString published; ///< "2014-05-31 17:45:00"
-    int gallery = 0;   ///< a media type id; 0 for the member's own
+    int gallery = 0;   ///< a media type id; 0 for the member's own models
     bool free = true;
     QSet<int> fileTypes;
-    QString thumbnail; ///< file name
+    QString thumbnail; ///< a file name in "thumbnails"
     QVector<PlyxFile> formats;
     QVector<PlyxFile> textures;
-
-    /// The format or texture of that id; null when there is none.
-    const PlyxFile *file(qint64 fileId) const;
 };
 
-enum class PlyxShelf { Published, Own };
-
-/// What is asked for; the defaults ask for everything.
+/// The criteria of a search.
 struct PlyxQuery
 {
-    PlyxShelf shelf = PlyxShelf::Published;
-    std::optional<int> gallery;
-    QSet<int> fileTypes; ///< any of them; empty for all
+    enum class Shelf { Published, Own };
+
+    Shelf shelf = Shelf::Published;
+    int gallery = 0;  ///< 0 for all
+    int fileType = 0; ///< 0 for all
     bool freeOnly = false;
-    QString keywords; ///< searched in name and artist, case does not count
-    bool everyKeyword = false;
-    bool byDate = false;
-    bool descending = false;
+    QString keywords; ///< each must begin a word of the name or the artist; case-insensitive
 };
 
 class PlyxCatalogue
 {
 public:
-    /// Reads \p folder; no catalogue there is an empty one. False with a reason when it is not readable.
+    /// Reads \p folder. Without a catalogue it is empty. Returns false and sets \p error if the catalogue is damaged.
     bool open(const QString &folder, QString *error);
 
+    /// Returns null if the id is unknown.
     const PlyxAsset *find(qint64 id) const;
-    /// Every match, in the order asked for. The pointers live until the next open().
+    /// Returns the file with the id "ASSET_FILE", null if it is unknown or does not exist on the disk.
+    const PlyxFile *file(const QString &id) const;
+    /// Returns all matches, newest first. The pointers are valid until the next open().
     QVector<const PlyxAsset *> search(const PlyxQuery &query) const;
-
-    /// The path of a picture that some asset names; empty for any other name.
-    QString thumbnail(const QString &name) const;
+    /// Returns whether a model has the thumbnail \p name.
+    bool hasThumbnail(const QString &name) const;
 
 private:
-    QString m_folder;
-    QVector<PlyxAsset> m_assets;
-    QHash<qint64, int> m_indexOf;
-    QSet<QString> m_thumbnails;
+    QVector<PlyxAsset> m_assets; ///< newest first
 };
 
 } // namespace localcloud

@@ -1,51 +1,29 @@
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QJsonObject>
+#include <QUrl>
 
 #include <algorithm>
 #include <limits>
-#include <localcloud/http/Replies.h>
-#include <localcloud/plyx/PlyxSeed.h>
 #include <localcloud/plyx/PlyxService.h>
 
 namespace localcloud {
 
 namespace {
 
+constexpr int kMemberId = 4711;
 constexpr qint64 kDefaultPageSize = 20;
 constexpr qint64 kMaxPageSize = 200;
+const QString kHost = QStringLiteral("www.plyx.example");
+const QStringList kDownloadHosts{QStringLiteral("files1.plyx.example"), QStringLiteral("files2.plyx.example")};
 
-/// The number called \p name in the query, \p fallback when it is absent; nothing when it is malformed or negative.
-std::optional<qint64> numberIn(const QByteArray &query, const char *name, qint64 fallback)
+/// Returns the number called \p name in the query, \p fallback if it is missing, -1 if it is malformed or negative.
+qint64 numberIn(const QByteArray &query, const char *name, qint64 fallback)
 {
     const QString text = formValue(query, name);
     bool ok = true;
     const qint64 number = text.isEmpty() ? fallback : text.toLongLong(&ok);
-    return ok && number >= 0 ? std::optional(number) : std::nullopt;
-}
-
-/// What search and listing have in common; nothing when a number is malformed.
-std::optional<PlyxQuery> queryOf(const QByteArray &parameters)
-{
-    PlyxQuery query;
-    const QString types = formValue(parameters, "file_type_ids");
-    for (const QString &type : types.split(',', Qt::SkipEmptyParts)) {
-        bool ok = false;
-        query.fileTypes.insert(type.toInt(&ok));
-        if (!ok)
-            return {};
-    }
-    if (!formValue(parameters, "media_type_id").isEmpty()) {
-        const auto gallery = numberIn(parameters, "media_type_id", 0);
-        if (!gallery || *gallery > std::numeric_limits<int>::max())
-            return {};
-        query.gallery = static_cast<int>(*gallery);
-    }
-    query.freeOnly = formValue(parameters, "content") == QLatin1String("free");
-    query.keywords = formValue(parameters, "keyword");
-    query.everyKeyword = formValue(parameters, "is_all_keywords") == QLatin1String("all");
-    query.byDate = formValue(parameters, "sort_by") == QLatin1String("date");
-    query.descending = formValue(parameters, "sort_order") == QLatin1String("desc");
-    return query;
+    return ok && number >= 0 && number <= std::numeric_limits<int>::max() ? number : -1;
 }
 
 QJsonArray listOf(const QVector<PlyxFile> &files, const char *idKey)
@@ -56,181 +34,143 @@ QJsonArray listOf(const QVector<PlyxFile> &files, const char *idKey)
     return list;
 }
 
-} // namespace
-
-PlyxService::PlyxService(const PlyxOptions &options, const QString &folder, const QString &sessionFile)
-    : m_options(options), m_folder(folder), m_sessions(sessionFile), m_signIn(m_sessions, options.account),
-      m_routes(routes())
-{}
-
-QVector<Route> PlyxService::routes()
-{
-    using Self = PlyxService;
-    const QStringList web{m_options.host};
-    const QStringList &files = m_options.downloadHosts;
-    const QByteArrayList reading{"GET", "HEAD"};
-    const auto call = [this](void (Self::*handler)(HttpRequest &, HttpResponse &)) {
-        return [this, handler](HttpRequest &request, HttpResponse &response) { (this->*handler)(request, response); };
-    };
-    const auto overTls = [this](const HttpRequest &request, HttpResponse &response) {
-        return arrivedOver(Transport::Tls, request, response);
-    };
-    const auto signedIn = [this](const HttpRequest &request, HttpResponse &response) {
-        return arrivedOver(Transport::Tls, request, response) && m_signIn.isSignedIn(request, response);
-    };
-    const auto signedInOrNobody = [this](const HttpRequest &request, HttpResponse &response) {
-        return arrivedOver(Transport::Tls, request, response) &&
-               (m_signIn.isNobody(request) || m_signIn.isSignedIn(request, response));
-    };
-    const auto plain = [this](const HttpRequest &request, HttpResponse &response) {
-        return arrivedOver(Transport::Plain, request, response) && m_signIn.hasSession(request, response);
-    };
-    const auto login = [this](HttpRequest &request, HttpResponse &response) { m_signIn.login(request, response); };
-    const auto done = [this](HttpRequest &, HttpResponse &response) { m_signIn.done(response); };
-    return {
-        {web, "/TokenAPI/login.cfm", true, {"GET", "HEAD", "POST"}, login, overTls},
-        {web, "/TokenAPI/done.cfm", true, reading, done, overTls},
-        {web, "/API/v1/Member", true, reading, call(&Self::member), signedInOrNobody},
-        {web, "/API/v1/Member/Assets", true, reading, call(&Self::memberAssets), signedIn},
-        {web, "/API/v1/Search", true, reading, call(&Self::search), signedIn},
-        {web, "/API/v1/Asset/", false, reading, call(&Self::asset), signedIn},
-        {web, "/API/v1/Server/Download", true, reading, call(&Self::chooseServer), plain},
-        {web, "/thumbnails/", false, reading, call(&Self::thumbnail), nullptr},
-        {files, "/v1/Download", true, reading, call(&Self::download), signedIn},
-        {files, "/v1/Once/", false, {"GET"}, call(&Self::keyedDownload), overTls},
-    };
-}
-
-bool PlyxService::arrivedOver(Transport transport, const HttpRequest &request, HttpResponse &response) const
-{
-    const bool wanted = transport == Transport::Tls;
-    if (request.tls == wanted || !handles(request.host)) // straight to this machine it is plain HTTP always
-        return true;
-    setJsonError(response, 403, wanted ? "This call is served over https." : "This call is served over plain http.");
-    return false;
-}
-
-void PlyxService::member(HttpRequest &request, HttpResponse &response)
-{
-    const PlyxAccount &account = m_options.account;
-    if (m_signIn.isNobody(request))
-        setJson(response, {{"ERROR", "Nobody is signed in."}});
-    else
-        setJson(response, {{"MEMBERID", account.memberId}, {"MEMBERNAME", account.memberName}, {"TYPE", "free"}});
-}
-
-void PlyxService::memberAssets(HttpRequest &request, HttpResponse &response)
-{
-    list(request, PlyxShelf::Own, response);
-}
-
-void PlyxService::search(HttpRequest &request, HttpResponse &response)
-{
-    list(request, PlyxShelf::Published, response);
-}
-
-void PlyxService::list(const HttpRequest &request, PlyxShelf shelf, HttpResponse &response) const
-{
-    auto query = queryOf(request.query);
-    const auto pageNumber = numberIn(request.query, "page_num", 1);
-    const auto pageSize = numberIn(request.query, "page_size", kDefaultPageSize);
-    if (!query || !pageNumber || !pageSize || *pageSize == 0) {
-        setJsonError(response, 400, "A number in the query is malformed or out of range.");
-        return;
-    }
-    query->shelf = shelf;
-    const QVector<const PlyxAsset *> found = m_catalogue.search(*query);
-    const qint64 size = std::min(*pageSize, kMaxPageSize);
-    const qint64 page = std::max<qint64>(*pageNumber, 1); // some clients count from 0
-    const qint64 total = found.size();
-    const qint64 first = page > total ? total : std::min(total, (page - 1) * size);
-    QJsonArray entries;
-    for (qint64 i = first; i < std::min(total, first + size); ++i)
-        entries.append(summary(*found[static_cast<int>(i)]));
-    setJson(response, {{"ASSETS", QJsonObject{{"ASSET", entries}}},
-                       {"CURRENT_PAGE", page},
-                       {"TOTAL_PAGE_COUNT", (total + size - 1) / size},
-                       {"TOTAL_RESULT_COUNT", total}});
-}
-
-QJsonObject PlyxService::summary(const PlyxAsset &asset) const
+QJsonObject summaryOf(const PlyxAsset &asset)
 {
     return {{"ASSET_ID", asset.id},
             {"ASSET_NAME", asset.name},
             {"ARTIST_NAME", asset.artist},
             {"DATE_PUBLISHED", asset.published},
-            {"THUMBNAIL_FILE", "https://" + m_options.host + "/thumbnails/" + asset.thumbnail}};
+            {"THUMBNAIL_FILE", "https://" + kHost + "/thumbnails/" + asset.thumbnail}};
 }
 
-void PlyxService::asset(HttpRequest &request, HttpResponse &response)
+} // namespace
+
+PlyxService::PlyxService(const ServiceStorage &storage) : m_folder(storage.folder), m_signIn(storage.tokenFile)
 {
-    bool ok = false;
-    const qint64 id = request.path.toLongLong(&ok);
-    const PlyxAsset *found = m_catalogue.find(id);
-    if (!ok || !found) {
-        setJsonError(response, ok ? 404 : 400, ok ? "There is no such asset." : "The asset's number is malformed.");
+    using Match = Route::Match;
+    using Transport = Route::Transport;
+    const QStringList web{kHost};
+    const QByteArrayList get{"GET"};
+    const auto isSignedIn = [this](const auto &request, auto &response) {
+        return m_signIn.isSignedIn(request, response);
+    };
+    const auto isSignedInOrOut = [this](const auto &request, auto &response) {
+        return m_signIn.isSignedOut(request) || m_signIn.isSignedIn(request, response);
+    };
+    const auto hasSession = [this](const auto &request, auto &response) {
+        return m_signIn.hasSession(request, response);
+    };
+    const auto login = [this](auto &request, auto &response) { m_signIn.login(request, response); };
+    const auto done = [](auto &, auto &response) { PlyxSignIn::done(response); };
+    const auto memberCall = [this](auto &request, auto &response) { member(request, response); };
+    const auto own = [this](auto &request, auto &response) { list(request, Shelf::Own, response); };
+    const auto search = [this](auto &request, auto &response) { list(request, Shelf::Published, response); };
+    const auto details = [this](auto &request, auto &response) { asset(request, response); };
+    const auto server = [this](auto &, auto &response) { chooseServer(response); };
+    const auto picture = [this](auto &request, auto &response) { thumbnail(request, response); };
+    const auto redirect = [this](auto &request, auto &response) { download(request, response); };
+    const auto file = [this](auto &request, auto &response) { sendFile(request, response); };
+    addRoute({web, "/TokenAPI/login.cfm", Match::Whole, {"GET", "POST"}, Transport::Tls, login, {}});
+    addRoute({web, "/TokenAPI/done.cfm", Match::Whole, get, Transport::Tls, done, {}});
+    addRoute({web, "/API/v1/Member", Match::Whole, get, Transport::Tls, memberCall, isSignedInOrOut});
+    addRoute({web, "/API/v1/Member/Assets", Match::Whole, get, Transport::Tls, own, isSignedIn});
+    addRoute({web, "/API/v1/Search", Match::Whole, get, Transport::Tls, search, isSignedIn});
+    addRoute({web, "/API/v1/Asset/", Match::Prefix, get, Transport::Tls, details, isSignedIn});
+    addRoute({web, "/API/v1/Server/Download", Match::Whole, get, Transport::Plain, server, hasSession});
+    addRoute({web, "/thumbnails/", Match::Prefix, get, Transport::Any, picture, {}});
+    addRoute({kDownloadHosts, "/v1/Download", Match::Whole, get, Transport::Tls, redirect, isSignedIn});
+    addRoute({kDownloadHosts, "/v1/Once/", Match::Prefix, get, Transport::Tls, file, {}});
+}
+
+void PlyxService::member(const HttpRequest &request, HttpResponse &response) const
+{
+    if (m_signIn.isSignedOut(request))
+        response.setJson({{"ERROR", "Not signed in."}});
+    else
+        response.setJson({{"MEMBERID", kMemberId}, {"MEMBERNAME", "Robin Example"}, {"TYPE", "free"}});
+}
+
+void PlyxService::list(const HttpRequest &request, Shelf shelf, HttpResponse &response) const
+{
+    const qint64 gallery = numberIn(request.query, "media_type_id", 0);
+    const qint64 fileType = numberIn(request.query, "file_type_ids", 0);
+    const qint64 page = std::max<qint64>(numberIn(request.query, "page_num", 1), 1);
+    const qint64 size = std::min(numberIn(request.query, "page_size", kDefaultPageSize), kMaxPageSize);
+    if (gallery < 0 || fileType < 0 || numberIn(request.query, "page_num", 1) < 0 || size <= 0) {
+        response.setJsonError(400, "A number in the query is malformed or out of range.");
         return;
     }
-    QJsonObject object = summary(*found);
+    PlyxQuery query;
+    query.shelf = shelf;
+    query.gallery = static_cast<int>(gallery);
+    query.fileType = static_cast<int>(fileType);
+    query.freeOnly = formValue(request.query, "content") == QLatin1String("free");
+    query.keywords = formValue(request.query, "keyword");
+    const QVector<const PlyxAsset *> found = m_catalogue.search(query);
+    const qint64 total = found.size();
+    QJsonArray entries;
+    for (qint64 i = (page - 1) * size; i < std::min(total, page * size); ++i)
+        entries.append(summaryOf(*found[static_cast<int>(i)]));
+    response.setJson({{"ASSETS", QJsonObject{{"ASSET", entries}}},
+                      {"CURRENT_PAGE", page},
+                      {"TOTAL_PAGE_COUNT", (total + size - 1) / size},
+                      {"TOTAL_RESULT_COUNT", total}});
+}
+
+void PlyxService::asset(const HttpRequest &request, HttpResponse &response) const
+{
+    const PlyxAsset *found = m_catalogue.find(request.path.toLongLong());
+    if (!found) {
+        response.setJsonError(404, "The asset does not exist.");
+        return;
+    }
+    QJsonObject object = summaryOf(*found);
     object.insert("FILEFORMATS", QJsonObject{{"FILEFORMAT", listOf(found->formats, "FILEID")}});
     if (!found->textures.isEmpty())
         object.insert("TEXTURESFILES", QJsonObject{{"TEXTURESFILE", listOf(found->textures, "ID")}});
-    setJson(response, {{"ASSET", object}});
+    response.setJson({{"ASSET", object}});
 }
 
-void PlyxService::chooseServer(HttpRequest &, HttpResponse &response)
+void PlyxService::chooseServer(HttpResponse &response)
 {
-    const QStringList &hosts = m_options.downloadHosts;
-    setJson(response, {{"DOWNLOAD", hosts[m_nextServer]}});
+    response.setJson({{"DOWNLOAD", kDownloadHosts[m_nextServer]}});
     response.setHeader("Cache-Control", "no-store");
-    m_nextServer = (m_nextServer + 1) % hosts.size();
+    m_nextServer = (m_nextServer + 1) % kDownloadHosts.size();
 }
 
-void PlyxService::download(HttpRequest &request, HttpResponse &response)
+void PlyxService::download(const HttpRequest &request, HttpResponse &response) const
 {
-    const QStringList ids = formValue(request.query, "id").split('_');
-    bool assetOk = false;
-    bool fileOk = false;
-    const qint64 assetId = ids.first().toLongLong(&assetOk);
-    const qint64 fileId = ids.last().toLongLong(&fileOk);
-    if (ids.size() != 2 || !assetOk || !fileOk) {
-        setJsonError(response, 400, "The id must be the numbers of asset and file, joined by an underscore.");
+    const QString id = formValue(request.query, "id");
+    const PlyxFile *file = m_catalogue.file(id);
+    if (!file) {
+        response.setJsonError(404, "The file does not exist.");
         return;
     }
-    const PlyxAsset *found = m_catalogue.find(assetId);
-    const PlyxFile *file = found ? found->file(fileId) : nullptr;
-    if (!file || !QFileInfo(file->path).isFile()) {
-        setJsonError(response, 404, "There is no such file.");
-        return;
-    }
-    const int here = m_options.downloadHosts.indexOf(request.host);
-    const QString &host = m_options.downloadHosts[(here + 1) % m_options.downloadHosts.size()];
-    m_downloads.redirect(request, host, file->path, response);
-    response.setHeader("Cache-Control", "no-store");
+    const int next = (kDownloadHosts.indexOf(request.host) + 1) % kDownloadHosts.size();
+    const QByteArray name = QUrl::toPercentEncoding(QFileInfo(file->path).fileName());
+    response.setRedirect("https://" + kDownloadHosts[next].toLatin1() + "/v1/Once/" + id.toLatin1() + '/' + name);
 }
 
-void PlyxService::keyedDownload(HttpRequest &request, HttpResponse &response)
+/// Refuses requests with a session, as storage servers refuse requests that are signed twice.
+void PlyxService::sendFile(const HttpRequest &request, HttpResponse &response) const
 {
-    // Storage of this kind refuses requests that are signed twice, and a session has no business here.
-    if (!request.header("X-Session").isEmpty() || !request.header("X-Secure-Session").isEmpty()) {
-        setJsonError(response, 400, "The address is the only ticket; no session may come with it.");
-        return;
-    }
-    m_downloads.serve(request, response);
+    const PlyxFile *file = m_catalogue.file(QString::fromLatin1(request.path).section('/', 0, 0));
+    if (!request.header("X-Session").isEmpty() || !request.header("X-Secure-Session").isEmpty())
+        response.setJsonError(400, "The request must not have a session.");
+    else if (!file)
+        response.setJsonError(404, "The file does not exist.");
+    else
+        response.setFile(file->path);
 }
 
-void PlyxService::thumbnail(HttpRequest &request, HttpResponse &response)
+void PlyxService::thumbnail(const HttpRequest &request, HttpResponse &response) const
 {
     const QString name = QString::fromUtf8(QByteArray::fromPercentEncoding(request.path));
-    const QString path = m_catalogue.thumbnail(name);
-    const QByteArray drawn = path.isEmpty() || QFile::exists(path) ? QByteArray() : seedThumbnail(name);
-    if (!drawn.isEmpty())
-        Seeder(QFileInfo(path).path()).write(QFileInfo(path).fileName(), drawn);
-    const QFileInfo info(path);
-    if (path.isEmpty() || !info.isFile())
-        setJsonError(response, 404, "There is no such picture.");
+    const QString path = m_folder + "/thumbnails/" + name;
+    if (m_catalogue.hasThumbnail(name) && QFileInfo(path).isFile())
+        response.setFile(path);
     else
-        setFile(response, path, info.size(), request.header("Range"));
+        response.setJsonError(404, "The picture does not exist.");
 }
 
 } // namespace localcloud

@@ -1,128 +1,102 @@
 #include <QUrl>
 
-#include <localcloud/http/Replies.h>
 #include <localcloud/plyx/PlyxSignIn.h>
-#include <localcloud/WebPage.h>
+#include <localcloud/SignInPage.h>
 
 namespace localcloud {
 
 namespace {
 
-const QByteArray kStayCookie("PlyxStay");
-constexpr int kStaySeconds = 30 * 24 * 3600;
-
 const PageLook kLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
+const QString kUser = QStringLiteral("demo");
+const QString kPassword = QStringLiteral("demo");
+const QByteArray kApplicationCode = QByteArrayLiteral("QK4ZT8");
 
-/// What the form shows besides its labels.
-struct FormState
-{
-    QString user;
-    bool stay = false;
-    QString error; ///< shown above the form when it is not empty
-};
-
-void setLoginPage(HttpResponse &response, const QByteArray &query, const PlyxAccount &account, const FormState &state)
+void setLoginPage(HttpResponse &response, const QByteArray &query, const QString &user, const QString &error)
 {
     const QString action = "/TokenAPI/login.cfm?" + QString(query).toHtmlEscaped();
-    const QString stay = QStringLiteral("<input id=\"stay\" name=\"stay\" type=\"checkbox\" value=\"yes\"%1>"
-                                        "<label class=\"check\" for=\"stay\">Stay signed in</label>");
-    const QString hint = QStringLiteral("Here on this computer the user is <b>%1</b>, the password <b>%2</b>.");
-    const QString form = signInForm({"Sign in to see your models", action, state.user, state.error,
-                                     stay.arg(state.stay ? " checked" : ""),
-                                     hint.arg(account.user.toHtmlEscaped(), account.password.toHtmlEscaped())});
+    const QString form =
+        signInForm({"Sign in to see your models", action, user, error,
+                    "On this computer: user <b>" + kUser + "</b>, password <b>" + kPassword + "</b>."});
     setPage(response, 200, kLook, QStringLiteral("Sign in to Plyx"), form);
 }
 
-QString cookieOf(const HttpRequest &request)
+void setErrorPage(HttpResponse &response, int status, const QString &text)
 {
-    for (const QByteArray &cookie : request.header("Cookie").split(';')) {
-        const int equals = cookie.indexOf('=');
-        if (cookie.left(equals).trimmed() == kStayCookie)
-            return QString::fromLatin1(cookie.mid(equals + 1).trimmed());
-    }
-    return {};
+    setPage(response, status, kLook, QStringLiteral("Error"), "<h1>Error</h1><p>" + text + "</p>");
 }
 
-bool refuse(HttpResponse &response)
+bool isKnownClient(const HttpRequest &request)
 {
-    setJsonError(response, 401, "The request carries no valid session.");
-    return false;
+    return request.header("X-AFC") == kApplicationCode;
+}
+
+bool allowOrRefuse(bool isAllowed, HttpResponse &response)
+{
+    if (!isAllowed)
+        response.setJsonError(401, "The request has no valid session.");
+    return isAllowed;
 }
 
 } // namespace
 
 void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
 {
-    response.setHeader("Cache-Control", "no-store");
-    if (formValue(request.query, "afc") != m_account.applicationCode) {
-        const QString body("<h1>This link does not work</h1><p>No application of that code is known here.</p>");
-        setPage(response, 400, kLook, QStringLiteral("Error"), body);
-        return;
-    }
-    if (request.method != "POST") {
-        if (m_sessions.isStayKey(cookieOf(request)))
-            finish(response);
-        else
-            setLoginPage(response, request.query, m_account, {});
-        return;
-    }
     const QByteArray &form = request.body.bytes();
     const QString user = formValue(form, "user");
-    const bool stay = formValue(form, "stay") == QLatin1String("yes");
-    if (user != m_account.user || formValue(form, "password") != m_account.password) {
-        const QString error("The user name or the password is wrong.");
-        setLoginPage(response, request.query, m_account, {user, stay, error});
+    if (formValue(request.query, "afc").toLatin1() != kApplicationCode) {
+        setErrorPage(response, 400, QStringLiteral("Unknown application code."));
         return;
     }
-    if (stay)
-        response.setHeader("Set-Cookie",
-                           kStayCookie + '=' + m_sessions.issueStayKey().toLatin1() +
-                               "; Path=/TokenAPI; Secure; HttpOnly; Max-Age=" + QByteArray::number(kStaySeconds));
-    finish(response);
-}
-
-void PlyxSignIn::finish(HttpResponse &response)
-{
-    const PlyxSession session = m_sessions.open();
+    if (request.method == "GET") {
+        setLoginPage(response, request.query, {}, {});
+        return;
+    }
+    if (user != kUser || formValue(form, "password") != kPassword) {
+        setLoginPage(response, request.query, user, QStringLiteral("The user name or the password is wrong."));
+        return;
+    }
+    const PlyxSession session = openSession();
     if (session.id.isEmpty()) {
-        const QString body("<h1>Sorry</h1><p>The session cannot be stored.</p>");
-        setPage(response, 500, kLook, QStringLiteral("Error"), body);
+        setErrorPage(response, 500, QStringLiteral("The session cannot be stored."));
         return;
     }
-    response.set(302, "text/plain", "You are signed in.\n");
-    response.setHeader("Location", "/TokenAPI/done.cfm?Session=" + QUrl::toPercentEncoding(session.id) +
-                                       "&SecureSession=" + QUrl::toPercentEncoding(session.secureId));
+    response.setRedirect("/TokenAPI/done.cfm?Session=" + QUrl::toPercentEncoding(session.id) +
+                         "&SecureSession=" + QUrl::toPercentEncoding(session.secureId));
 }
 
-void PlyxSignIn::done(HttpResponse &response) const
+void PlyxSignIn::done(HttpResponse &response)
 {
     setSignedInPage(response, kLook);
 }
 
-bool PlyxSignIn::isKnownClient(const HttpRequest &request) const
+PlyxSession PlyxSignIn::openSession()
 {
-    return request.header("X-AFC") == m_account.applicationCode.toLatin1();
+    const PlyxSession session{randomBase64Key(), randomBase64Key()};
+    return m_sessions.add(session.id, session.secureId).isEmpty() ? PlyxSession() : session;
 }
 
 bool PlyxSignIn::isSignedIn(const HttpRequest &request, HttpResponse &response) const
 {
     const QString id = QString::fromLatin1(request.header("X-Session"));
     const QString secureId = QString::fromLatin1(request.header("X-Secure-Session"));
-    return (isKnownClient(request) && m_sessions.isOpen(id, secureId)) || refuse(response);
-}
-
-bool PlyxSignIn::isNobody(const HttpRequest &request) const
-{
-    const auto isBlank = [&](const char *name) {
-        return hasHeader(request.headers, name) && request.header(name).isEmpty();
-    };
-    return isKnownClient(request) && isBlank("X-Session") && isBlank("X-Secure-Session");
+    return allowOrRefuse(isKnownClient(request) && m_sessions.contains(id) && m_sessions.value(id) == secureId,
+                         response);
 }
 
 bool PlyxSignIn::hasSession(const HttpRequest &request, HttpResponse &response) const
 {
     const QString id = QString::fromLatin1(request.header("X-Session"));
-    return (isKnownClient(request) && m_sessions.isOpen(id)) || refuse(response);
+    return allowOrRefuse(isKnownClient(request) && m_sessions.contains(id), response);
+}
+
+bool PlyxSignIn::isSignedOut(const HttpRequest &request) const
+{
+    const auto isBlank = [&](const char *name) {
+        const QByteArray value = request.header(name);
+        return value.isEmpty() && !value.isNull();
+    };
+    return isKnownClient(request) && isBlank("X-Session") && isBlank("X-Secure-Session");
 }
 
 } // namespace localcloud

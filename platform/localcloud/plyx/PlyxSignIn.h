@@ -1,54 +1,46 @@
 // localcloud/plyx/PlyxSignIn.h
 //
-// The part of the Plyx service that signs users in: its web page, and the check of the headers that later requests
-// carry.
+// The sign-in of the Plyx service: its web page, its sessions, and the check of the headers of later requests.
 
 #pragma once
 
 #include <localcloud/http/HttpTypes.h>
-#include <localcloud/plyx/PlyxSessions.h>
+#include <localcloud/TokenStore.h>
 
 namespace localcloud {
 
-/// The user whom the service knows, and the client that it serves.
-struct PlyxAccount
+/// Identifies a session. Both strings contain "+" and "/", so addresses must escape them.
+struct PlyxSession
 {
-    QString user = QStringLiteral("demo");
-    QString password = QStringLiteral("demo");
-    QString memberName = QStringLiteral("Robin Example");
-    int memberId = 4711;
-    QString applicationCode = QStringLiteral("QK4ZT8");
+    QString id;
+    QString secureId;
 };
 
 class PlyxSignIn
 {
 public:
-    /// \p sessions outlives this object.
-    PlyxSignIn(PlyxSessions &sessions, const PlyxAccount &account) : m_sessions(sessions), m_account(account) {}
+    explicit PlyxSignIn(const QString &tokenFile) : m_sessions(tokenFile) {}
 
-    /// GET shows the page: fields "user" and "password", check box "stay", button "sign-in", after a failure the
-    /// paragraph "error". POST takes the form; a right password redirects to done() with "Session" and
-    /// "SecureSession" in the query, and so does a GET of a browser that stays signed in. 400 for an unknown "afc".
+    /// GET shows the page. POST takes the fields "user" and "password"; it shows the page with an error, or redirects
+    /// to /TokenAPI/done.cfm with "Session" and "SecureSession" in the query. 400 for an unknown "afc".
     void login(const HttpRequest &request, HttpResponse &response);
 
-    /// The page that the sign-in ends on.
-    void done(HttpResponse &response) const;
+    /// The page at the end of a sign-in.
+    static void done(HttpResponse &response);
 
-    /// Whether the request names the application and both halves of a session; answers 401 when it does not.
+    /// Opens a further session; empty if it cannot be stored.
+    PlyxSession openSession();
+
+    /// Returns whether the request has the application code and both strings of a session; else fills \p response with
+    /// 401.
     bool isSignedIn(const HttpRequest &request, HttpResponse &response) const;
-
-    /// Whether the application asks with both halves of the session there but empty, as it does before a sign-in.
-    bool isNobody(const HttpRequest &request) const;
-
-    /// The same as isSignedIn() without the secure half.
+    /// The same without the secure string.
     bool hasSession(const HttpRequest &request, HttpResponse &response) const;
+    /// Returns whether the request has the application code and two empty strings, as before a sign-in.
+    bool isSignedOut(const HttpRequest &request) const;
 
 private:
-    bool isKnownClient(const HttpRequest &request) const;
-    void finish(HttpResponse &response);
-
-    PlyxSessions &m_sessions;
-    PlyxAccount m_account;
+    TokenStore m_sessions; ///< id and secure id
 };
 
 } // namespace localcloud

@@ -1,31 +1,78 @@
-#include <localcloud/http/Replies.h>
+#include <QUrl>
+
+#include <localcloud/SignInPage.h>
 #include <localcloud/zephal/ZephalService.h>
 
 namespace localcloud {
 
-ZephalService::ZephalService(const ZephalOptions &options, const ZephalPlaces &places)
-    : m_tokens(places.tokenFile), m_signIn(m_tokens, options.account),
-      m_storage(DavFolder(places.folder, places.workFolder), "/dav")
+namespace {
+
+const PageLook kLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
+const QString kUser = QStringLiteral("demo");
+const QString kPassword = QStringLiteral("demo");
+
+QString signInPage(const QString &user, const QString &error)
 {
-    const QStringList host{options.host};
-    const auto overTls = [this](const HttpRequest &request, HttpResponse &response) {
-        const bool fits = request.tls || !handles(request.host); // straight to this machine it is plain HTTP always
-        if (!fits)
-            setText(response, 403, "This page is served over https.");
-        return fits;
-    };
-    const auto signedIn = [this](const HttpRequest &request, HttpResponse &response) {
-        return m_signIn.isSignedIn(request, response);
-    };
-    const auto page = [this](HttpRequest &request, HttpResponse &response) { m_signIn.signIn(request, response); };
-    const auto done = [this](HttpRequest &, HttpResponse &response) { m_signIn.done(response); };
-    const auto storage = [this](HttpRequest &request, HttpResponse &response) { m_storage.handle(request, response); };
-    m_routes = RouteTable({
-        {host, "/signin", true, {"GET", "HEAD", "POST"}, page, overTls},
-        {host, "/signin/done", true, {"GET", "HEAD"}, done, overTls},
-        {host, "/dav", true, WebDav::methods(), storage, signedIn},
-        {host, "/dav/", false, WebDav::methods(), storage, signedIn},
-    });
+    return signInForm({"Sign in to your documents", "/signin", user, error,
+                       "On this computer: user <b>" + kUser + "</b>, password <b>" + kPassword + "</b>."});
+}
+
+} // namespace
+
+ZephalService::ZephalService(const ServiceStorage &storage)
+    : m_tokens(storage.tokenFile), m_storage(storage.folder, "/dav")
+{
+    using Match = Route::Match;
+    using Transport = Route::Transport;
+    const QStringList host{"cloud.zephal.example"};
+    const QByteArrayList &methods = DavStorage::methods();
+    const auto page = [this](auto &request, auto &response) { signIn(request, response); };
+    const auto done = [](auto &, auto &response) { setSignedInPage(response, kLook); };
+    const auto files = [this](auto &request, auto &response) { m_storage.serve(request, response); };
+    const auto isAllowed = [this](const auto &request, auto &response) { return isSignedIn(request, response); };
+    addRoute({host, "/signin", Match::Whole, {"GET", "POST"}, Transport::Tls, page, {}});
+    addRoute({host, "/signin/done", Match::Whole, {"GET"}, Transport::Tls, done, {}});
+    addRoute({host, "/dav", Match::Whole, methods, Transport::Tls, files, isAllowed});
+    addRoute({host, "/dav/", Match::Prefix, methods, Transport::Tls, files, isAllowed});
+}
+
+void ZephalService::signIn(const HttpRequest &request, HttpResponse &response)
+{
+    const QString title = QStringLiteral("Sign in to Zephal");
+    const QByteArray &form = request.body.bytes();
+    const QString user = formValue(form, "user");
+    if (request.method == "GET") {
+        setPage(response, 200, kLook, title, signInPage({}, {}));
+        return;
+    }
+    if (user != kUser || formValue(form, "password") != kPassword) {
+        setPage(response, 200, kLook, title,
+                signInPage(user, QStringLiteral("The user name or the password is wrong.")));
+        return;
+    }
+    const QString token = issueToken();
+    if (token.isEmpty()) {
+        setPage(response, 500, kLook, title, QStringLiteral("<h1>Error</h1><p>The token cannot be stored.</p>"));
+        return;
+    }
+    const QByteArray query = "user=" + QUrl::toPercentEncoding(kUser) + "&token=" + QUrl::toPercentEncoding(token) +
+                             "&first=Robin&last=Example";
+    response.setRedirect("https://" + request.host.toLatin1() + "/signin/done?" + query);
+}
+
+bool ZephalService::isSignedIn(const HttpRequest &request, HttpResponse &response) const
+{
+    const QByteArray header = request.header("Authorization");
+    const auto decoded =
+        QByteArray::fromBase64Encoding(header.mid(6).trimmed(), QByteArray::AbortOnBase64DecodingErrors);
+    const QString pair = QString::fromUtf8(decoded.decoded);
+    const QString secret = pair.mid(kUser.size() + 1);
+    if (qstrnicmp(header.constData(), "Basic ", 6) == 0 && decoded && pair.startsWith(kUser + ':') &&
+        (secret == kPassword || m_tokens.contains(secret)))
+        return true;
+    response.setText(401, "The request has no valid credentials.");
+    response.setHeader("WWW-Authenticate", "Basic realm=\"Zephal\", charset=\"UTF-8\"");
+    return false;
 }
 
 } // namespace localcloud

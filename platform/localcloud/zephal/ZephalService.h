@@ -1,51 +1,34 @@
 // localcloud/zephal/ZephalService.h
 //
-// The document cloud Zephal: a sign-in page at /signin, and a folder of files over WebDAV below /dav/. The storage also
-// answers plain http, for test programs on this machine that speak no TLS through a proxy: credentials that travel so
-// are readable on their way, and only the loopback proxy makes that harmless. The sign-in page wants https.
+// The document cloud Zephal: a sign-in page at /signin and a folder of files over WebDAV below /dav/.
 
 #pragma once
 
 #include <localcloud/CloudService.h>
-#include <localcloud/http/RouteTable.h>
 #include <localcloud/TokenStore.h>
-#include <localcloud/zephal/WebDav.h>
-#include <localcloud/zephal/ZephalSignIn.h>
+#include <localcloud/zephal/DavStorage.h>
 
 namespace localcloud {
-
-/// The name that the service answers to, and its user.
-struct ZephalOptions
-{
-    QString host = QStringLiteral("cloud.zephal.example");
-    ZephalAccount account;
-};
-
-/// Where the service keeps what.
-struct ZephalPlaces
-{
-    QString folder;     ///< the files that it serves; exists
-    QString workFolder; ///< on the same file system, exists
-    QString tokenFile;
-};
 
 class ZephalService : public CloudService
 {
 public:
-    ZephalService(const ZephalOptions &options, const ZephalPlaces &places);
+    explicit ZephalService(const ServiceStorage &storage);
 
-    bool handles(const QString &host) const override { return m_routes.hasHost(host); }
-    bool handlesPath(const QByteArray &path) const override { return m_routes.hasPath(path); }
-    void handle(HttpRequest &request, HttpResponse &response) override { m_routes.dispatch(request, response); }
-
-    ZephalSignIn &signIn() { return m_signIn; }
-    TokenStore &tokens() { return m_tokens; }
+    /// Returns a new token; empty if it cannot be stored.
+    QString issueToken() { return m_tokens.add(randomBase64Key()); }
+    void revokeTokens() { m_tokens.clear(); }
 
 private:
+    /// GET shows the page. POST takes the fields "user" and "password"; it shows the page with an error, or redirects
+    /// to /signin/done with "user", "token", "first" and "last" in the query.
+    void signIn(const HttpRequest &request, HttpResponse &response);
+    /// Returns whether the request has the user's name with a token or with the password; else fills \p response with
+    /// 401.
+    bool isSignedIn(const HttpRequest &request, HttpResponse &response) const;
+
     TokenStore m_tokens;
-    ZephalSignIn m_signIn;
-    WebDav m_storage;
-    RouteTable m_routes;
+    DavStorage m_storage;
 };
 
 } // namespace localcloud

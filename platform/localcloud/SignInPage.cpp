@@ -1,4 +1,4 @@
-#include <localcloud/WebPage.h>
+#include <localcloud/SignInPage.h>
 
 namespace localcloud {
 
@@ -8,12 +8,12 @@ QString signInForm(const SignInForm &form)
 <form method="post" action="%3"><label for="user">User name</label>
 <input class="text" id="user" name="user" type="text" autocomplete="off" value="%4"%5>
 <label for="password">Password</label><input class="text" id="password" name="password" type="password"%6>
-<div class="row">%7</div><button id="sign-in" type="submit">Sign in</button></form><p class="hint">%8</p>)");
+<button id="sign-in" type="submit">Sign in</button></form><p class="hint">%7</p>)");
     const QString message = form.error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + form.error + "</p>";
     const bool isUserKnown = !form.user.isEmpty();
     const QString focus(" autofocus");
     return text.arg(form.heading, message, form.action, form.user.toHtmlEscaped(), isUserKnown ? QString() : focus,
-                    isUserKnown ? focus : QString(), form.options, form.hint);
+                    isUserKnown ? focus : QString(), form.hint);
 }
 
 void setPage(HttpResponse &response, int status, const PageLook &look, const QString &title, const QString &body)
@@ -35,9 +35,7 @@ label { display: block; margin: 12px 0 5px; font-size: 12px; color: #5a6873; }
 input.text { display: block; width: 100%; box-sizing: border-box; -webkit-box-sizing: border-box; font: inherit;
              padding: 8px 10px; border: 1px solid #b9c4cd; border-radius: 4px; color: #1f2a33; background: #f0f3f6; }
 input.text:focus { border-color: %3; outline: 2px solid %6; background: #ffffff; }
-label.check { display: inline; margin: 0 0 0 4px; font-size: 13px; color: #33404d; }
-.row { margin: 16px 0 18px; }
-button { display: block; width: 100%; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
+button { display: block; width: 100%; margin: 22px 0 0; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
          background: %3; color: #ffffff; cursor: pointer; }
 button:focus, button:hover { background: %4; }
 .hint { margin: 18px 0 0; font-size: 12px; color: #7a8791; text-align: center; }
