@@ -17,11 +17,10 @@ public:
     EchoService()
     {
         const auto echo = [](HttpRequest &request, HttpResponse &response) {
-            const QByteArray target = request.query.isNull() ? request.path : request.path + '?' + request.query;
-            const QByteArray body = QByteArray::number(request.body.size()) + ':' + request.body.bytes().left(100);
             response.set(200, "text/plain",
-                         request.method + ' ' + request.host.toLatin1() + " /" + target +
-                             (request.tls ? " tls " : " ") + body + ";\n");
+                         request.method + ' ' + request.host.toLatin1() + " /" + request.target() +
+                             (request.tls ? " tls " : " ") + QByteArray::number(request.body.size()) + ':' +
+                             request.body.bytes() + ";\n");
         };
         addRoute(
             {{"echo.test", "other.test"}, "/", Route::Match::Prefix, {"GET", "PUT"}, Route::Transport::Any, echo, {}});
@@ -41,79 +40,59 @@ private slots:
         m_cloud->addService(std::make_unique<EchoService>());
     }
 
-    void rawRequestsAreServed_data()
+    void rawRequestIsAnswered_data()
     {
-        QTest::addColumn<QByteArray>("request");      // the last one of a connection, which it closes
-        QTest::addColumn<QByteArrayList>("expected"); // parts of the responses in this order
-        const QByteArray end = " HTTP/1.1\r\nHost: echo.test\r\nConnection: close\r\n";
-        const auto row = [](const char *name, const QByteArray &request, const QByteArrayList &expected) {
-            QTest::newRow(name) << request << expected;
+        QTest::addColumn<QByteArray>("request"); // its last blank line is added
+        QTest::addColumn<QString>("expected");   // a glob
+        const auto row = [](const char *name, const QByteArray &request, const char *expected) {
+            QTest::newRow(name) << request << QString(expected);
         };
-        row("path", "GET /a%20b?x=1&y" + end + "\r\n", {"HTTP/1.1 200 OK", "GET echo.test /a%20b?x=1&y 0:;\n"});
-        row("absolute address", "GET http://Echo.Test:80/a?b HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n",
-            {"GET echo.test /a?b 0:;\n"});
-        row("absolute address without a path",
-            "PUT http://echo.test?q=http://x/ HTTP/1.1\nHost: x\nConnection: close\nContent-Length: 2\n\nhi",
-            {"PUT echo.test /?q=http://x/ 2:hi;\n"});
-        row("body in memory", "PUT /a" + end + "Content-Length: 3\r\n\r\nabc", {"PUT echo.test /a 3:abc;\n"});
-        row("body in a file", "PUT /a" + end + "Content-Length: 150000\r\n\r\n" + QByteArray(150000, 'x'),
-            {"PUT echo.test /a 150000:;\n"});
-        row("expected continue", "PUT /a" + end + "Content-Length: 2\r\nExpect: 100-continue\r\n\r\nhi",
-            {"100 Continue\r\n\r\nHTTP/1.1 200 OK", "2:hi;\n"});
-        row("two requests at once", "GET /1 HTTP/1.1\r\nHost: echo.test\r\n\r\nGET /2" + end + "\r\n",
-            {"keep-alive", "/1 0:;", "close", "/2 0:;\n"});
-        row("unknown host", "GET http://unknown.test/ HTTP/1.1\r\nConnection: close\r\n\r\n", {"HTTP/1.1 502 "});
-        row("unknown method", "BREW /" + end + "\r\n", {"HTTP/1.1 405 "});
-    }
-
-    void rawRequestsAreServed()
-    {
-        QFETCH(QByteArray, request);
-        QFETCH(QByteArrayList, expected);
-        const QByteArray received = rawExchange(*m_cloud, request);
-        int at = 0;
-        for (const QByteArray &part : qAsConst(expected)) {
-            at = received.indexOf(part, at);
-            QVERIFY2(at >= 0, part + " is missing in " + received);
-            at += part.size();
-        }
-    }
-
-    void malformedRequestsAreRefused_data()
-    {
-        QTest::addColumn<QByteArray>("request");
-        QTest::addColumn<int>("status");
+        const QByteArray end = " HTTP/1.1\r\nHost: echo.test\r\nConnection: close";
         const QByteArray get = "GET / HTTP/1.1\r\nHost: h";
         const QByteArray put = "PUT / HTTP/1.1\r\nHost: h\r\nContent-Length: ";
-        QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01 hello") << 400;
-        QTest::newRow("no version") << QByteArray("GET /") << 400;
-        QTest::newRow("no host") << QByteArray("GET / HTTP/1.1") << 400;
-        QTest::newRow("user in the host") << QByteArray("GET / HTTP/1.1\r\nHost: u@h") << 400;
-        QTest::newRow("relative target") << QByteArray("GET a HTTP/1.1\r\nHost: h") << 400;
-        QTest::newRow("https target") << QByteArray("GET https://h/ HTTP/1.1\r\nHost: h") << 400;
-        QTest::newRow("tunnel without a host") << QByteArray("CONNECT / HTTP/1.1\r\nHost: h") << 400;
-        QTest::newRow("tunnel to an unknown host") << QByteArray("CONNECT x.test:443 HTTP/1.1") << 502;
-        QTest::newRow("port out of range") << get + ":65536" << 400;
-        QTest::newRow("folded header") << get + "\r\n more" << 400;
-        QTest::newRow("blank in a header name") << get + "\r\nA : b" << 400;
-        QTest::newRow("carriage return in a header") << get + "\r\nA: b\rc" << 400;
-        QTest::newRow("zero byte") << get + QByteArray("\r\nA: b\0c", 8) << 400;
-        QTest::newRow("two lengths") << put + "1\r\nContent-Length: 2" << 400;
-        QTest::newRow("negative length") << put + "-1" << 400;
-        QTest::newRow("enormous length") << put + "99999999999999999999" << 400;
-        QTest::newRow("chunked body") << get + "\r\nTransfer-Encoding: chunked" << 501;
-        QTest::newRow("other version") << QByteArray("GET / HTTP/2.0\r\nHost: h") << 505;
-        QTest::newRow("endless head") << get + "\r\nA: " + QByteArray(70000, 'a') << 431;
+        row("path", "GET /a%20b?x=1&y" + end, "HTTP/1.1 200 OK\r\n*GET echo.test /a%20b?x=1&y 0:;\n");
+        row("address", "GET http://Echo.Test:80/a?b HTTP/1.1\r\nConnection: close", "*GET echo.test /a?b 0:;\n");
+        row("address without a path", "GET http://echo.test?q=http://x/" + end, "*GET echo.test /?q=http://x/ 0:;\n");
+        row("line feeds only", "GET /a HTTP/1.1\nHost: echo.test\nConnection: close", "*GET echo.test /a 0:;\n");
+        row("body", "PUT /a" + end + "\r\nContent-Length: 7\r\n\r\nabc", "*PUT echo.test /a 7:abc\r\n\r\n;\n");
+        row("body in a file", "PUT /a" + end + "\r\nContent-Length: 150004\r\n\r\n" + QByteArray(150000, 'x'),
+            "*PUT echo.test /a 150004:;\n");
+        row("expected continue", "PUT /a" + end + "\r\nContent-Length: 2\r\nExpect: 100-continue\r\n\r\nhi",
+            "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK*2:hi;\n");
+        row("two requests", "GET /1 HTTP/1.1\r\nHost: echo.test\r\n\r\nGET /2" + end,
+            "*keep-alive*/1 0:;*close*/2 0:;\n");
+        row("unknown host", "GET http://unknown.test/" + end, "HTTP/1.1 502 *");
+        row("unknown method", "BREW /" + end, "HTTP/1.1 405 *");
+        row("TLS hello", "\x16\x03\x01 hello", "HTTP/1.1 400 *");
+        row("no version", "GET /", "HTTP/1.1 400 *");
+        row("no host", "GET / HTTP/1.1", "HTTP/1.1 400 *");
+        row("user in the host", "GET / HTTP/1.1\r\nHost: u@h", "HTTP/1.1 400 *");
+        row("relative target", "GET a HTTP/1.1\r\nHost: h", "HTTP/1.1 400 *");
+        row("https target", "GET https://h/ HTTP/1.1\r\nHost: h", "HTTP/1.1 400 *");
+        row("tunnel without a host", "CONNECT / HTTP/1.1\r\nHost: h", "HTTP/1.1 400 *");
+        row("tunnel to an unknown host", "CONNECT x.test:443 HTTP/1.1", "HTTP/1.1 502 *");
+        row("port out of range", get + ":65536", "HTTP/1.1 400 *");
+        row("folded header", get + "\r\n more", "HTTP/1.1 400 *");
+        row("blank in a header name", get + "\r\nA : b", "HTTP/1.1 400 *");
+        row("carriage return in a header", get + "\r\nA: b\rc", "HTTP/1.1 400 *");
+        row("zero byte", get + QByteArray("\r\nA: b\0c", 8), "HTTP/1.1 400 *");
+        row("two lengths", put + "1\r\nContent-Length: 2", "HTTP/1.1 400 *");
+        row("negative length", put + "-1", "HTTP/1.1 400 *");
+        row("enormous length", put + "99999999999999999999", "HTTP/1.1 400 *");
+        row("chunked body", get + "\r\nTransfer-Encoding: chunked", "HTTP/1.1 501 *");
+        row("other version", "GET / HTTP/2.0\r\nHost: h", "HTTP/1.1 505 *");
+        row("endless head", get + "\r\nA: " + QByteArray(70000, 'a'), "*"); // 431, unless the connection is reset
     }
 
-    void malformedRequestsAreRefused()
+    void rawRequestIsAnswered()
     {
         QFETCH(QByteArray, request);
-        QFETCH(int, status);
+        QFETCH(QString, expected);
         const QByteArray received = rawExchange(*m_cloud, request + "\r\n\r\n");
-        if (status != 431) // the connection may be reset before the client reads the response
-            QCOMPARE(received.left(12), "HTTP/1.1 " + QByteArray::number(status));
-        QVERIFY(m_cloud->requests().isEmpty());
+        QRegularExpression glob(
+            QRegularExpression::anchoredPattern(QRegularExpression::escape(expected).replace("\\*", ".*")),
+            QRegularExpression::DotMatchesEverythingOption);
+        QVERIFY2(glob.match(received).hasMatch(), received);
         QCOMPARE(CloudClient(*m_cloud).get("http://echo.test/next").status, 200);
     }
 
@@ -146,46 +125,41 @@ private slots:
     void ruleChangesTheResponse_data()
     {
         QTest::addColumn<QString>("rule");
-        QTest::addColumn<QString>(
-            "expected"); // status, media type, whether the connection broke, beginning of the body
-        const QString echo = "200 text/plain whole GET ";
-        QTest::newRow("status") << "/a/* status=503"
-                                << "503 application/json whole {\"er";
-        QTest::newRow("blanks around the words") << "  /a/b?c  status=201 "
-                                                 << "201 application/json whole {\"er";
-        QTest::newRow("encoded path") << "*%20? status=202"
-                                      << "202 application/json whole {\"er";
-        QTest::newRow("other path") << "/a/b?c?q status=201" << echo;
-        QTest::newRow("redirect") << "* redirect=https://x.test/y"
-                                  << "302 text/plain; charset=utf-8 whole The ";
-        QTest::newRow("file") << "* body=FILE.png"
-                              << "200 image/png whole inst";
-        QTest::newRow("missing file") << "* body=/missing"
-                                      << "500 text/plain; charset=utf-8 whole The ";
-        QTest::newRow("cut") << "* cut=4"
-                             << "200 text/plain broken GET ";
-        QTest::newRow("cut at the start") << "* cut=0"
-                                          << "200 text/plain broken ";
-        QTest::newRow("no length") << "* no-length" << echo;
-        QTest::newRow("garbage") << "* garbage"
-                                 << "0  broken ";
+        QTest::addColumn<QString>("expected"); // status, media type, end of the connection, beginning of the body
+        const auto row = [](const char *name, const char *rule, const char *expected) {
+            QTest::newRow(name) << QString(rule) << QString(expected);
+        };
+        row("status", "/a/* status=503", "503 application/json whole {\"er");
+        row("blanks around the words", "  /a/b?c  status=201 ", "201 application/json whole {\"er");
+        row("encoded path", "*%20? status=202", "202 application/json whole {\"er");
+        row("other path", "/a/b?c?q status=201", "200 text/plain whole GET ");
+        row("redirect", "* redirect=https://x.test/y", "302 text/plain; charset=utf-8 whole The ");
+        row("file", "* body=FILE.png", "200 image/png whole inst");
+        row("missing file", "* body=/missing", "500 text/plain; charset=utf-8 whole The ");
+        row("cut", "* cut=4", "200 text/plain broken GET ");
+        row("cut at the start", "* cut=0", "200 text/plain broken ");
+        row("no length", "* no-length", "200 text/plain whole GET ");
+        row("garbage", "* garbage", "0  broken ");
+        row("hang", "* hang", "0  hanging ");
     }
 
     void ruleChangesTheResponse()
     {
         QFETCH(QString, rule);
         QFETCH(QString, expected);
+        static const QMap<int, QString> ends{{QNetworkReply::RemoteHostClosedError, "broken"},
+                                             {QNetworkReply::OperationCanceledError, "hanging"}};
         QTemporaryDir dir;
         writeFile(dir.filePath("FILE.png"), "instead");
         m_cloud->addRule("other.test", "*", "status=500");
         QVERIFY(m_cloud->addRule("ECHO.* " + rule.replace("FILE", dir.filePath("FILE"))));
         for (const char *scheme : {"http", "https"}) {
-            const CloudReply reply = CloudClient(*m_cloud).get(QString(scheme) + "://echo.test/a/b%20c?q");
-            const QString end = reply.error == QNetworkReply::RemoteHostClosedError ? "broken" : "whole";
-            QCOMPARE(QStringLiteral("%1 %2 %3 %4")
-                         .arg(reply.status)
-                         .arg(QString(reply.headers["Content-Type"]), end, QString(reply.body.left(4))),
-                     expected);
+            const int timeoutMs = expected.contains("hanging") ? 200 : 10000;
+            const QString url = QString(scheme) + "://echo.test/a/b%20c?q";
+            const CloudReply reply = CloudClient(*m_cloud).send("GET", url, {}, timeoutMs);
+            const QStringList found{QString::number(reply.status), reply.headers["Content-Type"],
+                                    ends.value(reply.error, "whole"), reply.body.left(4)};
+            QCOMPARE(found.join(' '), expected);
         }
     }
 
@@ -195,29 +169,16 @@ private slots:
             QVERIFY2(!m_cloud->addRule(QStringLiteral("h /p ") + action), action);
     }
 
-    void ruleEndsAfterItsCount()
-    {
-        m_cloud->addRule("echo.test", "/b", "status=507", 1);
-        CloudClient client(*m_cloud);
-        QCOMPARE(client.get("http://echo.test/b").status, 507);
-        QCOMPARE(client.get("http://echo.test/b").status, 200);
-    }
-
-    void delayedResponseComesLater()
+    void ruleDelaysAndEndsAfterItsCount()
     {
         m_cloud->addRule("echo.test", "*", "delay=120");
+        m_cloud->addRule("echo.test", "/b", "status=507", 1);
+        CloudClient client(*m_cloud);
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(CloudClient(*m_cloud).get("http://echo.test/b").status, 200);
+        QCOMPARE(client.get("http://echo.test/b").status, 507);
         QVERIFY(timer.elapsed() >= 120);
-    }
-
-    void hangingRequestGetsNoResponse()
-    {
-        m_cloud->addRule("echo.test", "*", "hang");
-        const CloudReply reply = CloudClient(*m_cloud).send("GET", "http://echo.test/a", {}, 200);
-        QCOMPARE(reply.error, QNetworkReply::OperationCanceledError);
-        QCOMPARE(m_cloud->requests().size(), 1);
+        QCOMPARE(client.get("http://echo.test/b").status, 200);
     }
 
 private:
