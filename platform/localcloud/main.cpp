@@ -73,8 +73,7 @@ int main(int argc, char **argv)
     const QCommandLineOption log("log", "Append one JSON object per request to this file, secrets included.", "FILE");
     const QCommandLineOption rule("rule",
                                   "Change the response to matching requests. ACTION is status=N, delay=MS, hang, "
-                                  "cut=BYTES, redirect=URL, body=FILE, "
-                                  "garbage, signed-redirect or no-length.",
+                                  "cut=BYTES, redirect=URL, body=FILE, garbage, signed-redirect or no-length.",
                                   "HOST PATH-GLOB ACTION");
     parser.addOptions({port, data, authority, log, rule});
     parser.process(application);

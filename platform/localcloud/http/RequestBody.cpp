@@ -18,12 +18,12 @@ bool RequestBody::append(const QByteArray &bytes)
         m_bytes += bytes;
         return true;
     }
-    if (!m_file && !moveToFile())
+    if (!m_file && !openFile())
         return false;
     return m_file->write(bytes) == bytes.size();
 }
 
-bool RequestBody::moveToFile()
+bool RequestBody::openFile()
 {
     m_file = std::make_shared<QTemporaryFile>(m_folder + QStringLiteral("/upload-XXXXXX"));
     if (!m_file->open() || m_file->write(m_bytes) != m_bytes.size())
@@ -34,7 +34,7 @@ bool RequestBody::moveToFile()
 
 bool RequestBody::moveTo(const QString &path)
 {
-    if (!m_file && !moveToFile())
+    if (!m_file && !openFile())
         return false;
     m_file->setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
     if (!m_file->flush())

@@ -32,7 +32,7 @@ public:
     bool moveTo(const QString &path);
 
 private:
-    bool moveToFile();
+    bool openFile();
 
     QString m_folder;
     QByteArray m_bytes;
