@@ -143,16 +143,16 @@ void TestE2EPlyx::filesComeFromTheirServers()
     QCOMPARE(asked.first(), QStringLiteral("https www API/v1/Asset 3"));
     QCOMPARE(asked.filter(QRegularExpression("^http www API/v1/Server 2$")).size(), 3);
     QCOMPARE(asked.filter(QRegularExpression("^https files. v1/Download\\?id=102_\\d+ 3$")).size(), 3);
-    QCOMPARE(asked.filter(QRegularExpression("^https files. v1/Once/\\S+ 0$")).size(), 3);
-    QVERIFY2(asked.last().contains("v1/Once"), "the model is not the last file");
+    QCOMPARE(asked.filter(QRegularExpression("^https files. v1/File/\\S+ 0$")).size(), 3);
+    QVERIFY2(asked.last().contains("v1/File"), "the model is not the last file");
     QCOMPARE(asked.size(), 10);
 }
 
 void TestE2EPlyx::lostTextureLeavesTheModel_data()
 {
     QTest::addColumn<QString>("rule");
-    QTest::newRow("refused") << "files*.plyx.example /v1/Once/*.png status=404";
-    QTest::newRow("cut") << "files*.plyx.example /v1/Once/*.png cut=300";
+    QTest::newRow("refused") << "files*.plyx.example /v1/File/*.png status=404";
+    QTest::newRow("cut") << "files*.plyx.example /v1/File/*.png cut=300";
 }
 
 void TestE2EPlyx::lostTextureLeavesTheModel()

@@ -48,7 +48,7 @@ PortalGuide::Facts plyx()
     facts.sights.keyword = QStringLiteral("brick");
     facts.settings = QStringLiteral("TavrinSettings_PlyxAppBrowser_Kelda");
     facts.admission = {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
-    facts.download = {QStringLiteral("GET"), QStringLiteral("/v1/Once/")};
+    facts.download = {QStringLiteral("GET"), QStringLiteral("/v1/File/")};
     return facts;
 }
 

@@ -79,7 +79,7 @@ PlyxService::PlyxService(const ServiceStorage &storage) : m_folder(storage.folde
     addRoute({web, "/API/v1/Server/Download", Match::Whole, get, Transport::Plain, server, hasSession});
     addRoute({web, "/thumbnails/", Match::Prefix, get, Transport::Any, picture, {}});
     addRoute({kDownloadHosts, "/v1/Download", Match::Whole, get, Transport::Tls, redirect, isSignedIn});
-    addRoute({kDownloadHosts, "/v1/Once/", Match::Prefix, get, Transport::Tls, file, {}});
+    addRoute({kDownloadHosts, "/v1/File/", Match::Prefix, get, Transport::Tls, file, {}});
 }
 
 void PlyxService::member(const HttpRequest &request, HttpResponse &response) const
@@ -148,7 +148,7 @@ void PlyxService::download(const HttpRequest &request, HttpResponse &response) c
     }
     const int next = (kDownloadHosts.indexOf(request.host) + 1) % kDownloadHosts.size();
     const QByteArray name = QUrl::toPercentEncoding(QFileInfo(file->path).fileName());
-    response.setRedirect("https://" + kDownloadHosts[next].toLatin1() + "/v1/Once/" + id.toLatin1() + '/' + name);
+    response.setRedirect("https://" + kDownloadHosts[next].toLatin1() + "/v1/File/" + id.toLatin1() + '/' + name);
 }
 
 /// Refuses requests with a session, as storage servers refuse requests that are signed twice.
