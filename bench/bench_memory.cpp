@@ -4,8 +4,8 @@
 #include "Memory.h"
 #include "Programs.h"
 #include "Report.h"
-#include "tour/DropboxGuide.h"
-#include "tour/Evidence.h"
+#include "tour/LocalFiles.h"
+#include "tour/PortalGuide.h"
 
 #include <QApplication>
 #include <QDir>
@@ -67,18 +67,20 @@ int travel()
     const QTemporaryDir folder;
     CloudProcess cloud;
     Driver driver;
-    DropboxGuide guide(driver, cloud);
-    CloudPage page(driver, guide.facts().tab);
+    const QString portal = QStringLiteral("Dropbox");
+    CloudPage page(driver, portal);
     removeSettings();
     storeDockedAtTheRight();
     const auto fail = [&] {
         std::fprintf(stderr, "bench_memory: %s %s\n", qPrintable(cloud.error()), qPrintable(driver.error()));
         return 1;
     };
-    if (!cloud.start({folder.filePath(QStringLiteral("cloud")), {}, 0}) ||
-        !fillShelf(cloud.dropboxFolder() + '/' + folderName) ||
+    if (!cloud.start({folder.filePath(QStringLiteral("cloud")), {}, 0}))
+        return fail();
+    const std::unique_ptr<PortalGuide> guide = portalGuide(portal, driver, cloud);
+    if (!fillShelf(cloud.dropboxFolder() + '/' + folderName) ||
         !driver.start({folder.filePath(QStringLiteral("kelda")), cloud.caFile()}) || !page.open() ||
-        !guide.askToSignIn(page) || !guide.answerSignIn(page))
+        !guide->openSignInPage(page) || !guide->signIn(page))
         return fail();
     std::vector<double> resident;
     for (int i = 0; i < steps; ++i) {

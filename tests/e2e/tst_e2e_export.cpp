@@ -1,23 +1,19 @@
-// Whole journeys of exports on Dropbox: what the host writes, what the cloud stores, and what comes back.
+// Export to Dropbox: the file that the host writes, the file that the cloud stores, and the import of that file.
 
-#include "Journey.h"
-#include "tour/Evidence.h"
+#include "E2ETest.h"
 
-#include <QMessageBox>
-#include <QtTest>
-
-class TestE2EExport : public Journey
+class TestE2EExport : public E2ETest
 {
     Q_OBJECT
 public:
-    TestE2EExport() : Journey(QStringLiteral("Dropbox")) {}
+    TestE2EExport() : E2ETest(QStringLiteral("Dropbox")) {}
 
 private slots:
     void initTestCase();
     void exportedModelsComeBack_data();
     void exportedModelsComeBack();
-    void oddNamesHaveAClearOutcome_data();
-    void oddNamesHaveAClearOutcome();
+    void unusualNamesAreCleanedOrRefused_data();
+    void unusualNamesAreCleanedOrRefused();
     void existingFileIsReplacedOnlyWhenAsked_data();
     void existingFileIsReplacedOnlyWhenAsked();
     void refusedUploadLeavesTheLocalFile_data();
@@ -29,53 +25,52 @@ private:
 
 void TestE2EExport::initTestCase()
 {
-    Journey::initTestCase();
+    E2ETest::initTestCase();
     writeQuads(remote("plain.obj"), 6);
     writeQuads(remote("exports/first.obj"), 1);
 }
 
 bool TestE2EExport::openExportTab()
 {
-    return m_page->open() && m_page->signIn() && m_page->select("plain.obj") && m_page->import() &&
-           m_page->openFolder("exports") && m_page->showExportTab();
+    return openSignedIn() && import("plain.obj") && m_page->openFolder("exports") && m_page->showExportTab();
 }
 
 void TestE2EExport::exportedModelsComeBack_data()
 {
-    QTest::addColumn<QString>("translator");
     QTest::addColumn<QString>("extension");
-    const QStringList offered{"OBJ", "FBX", "glTF", "glTF binary", "COLLADA", "STL", "PLY"};
-    const QStringList extensions{"obj", "fbx", "gltf", "glb", "dae", "stl", "ply"};
-    for (int i = 0; i < offered.size(); ++i)
-        QTest::newRow(qPrintable(offered[i])) << offered[i] << extensions[i];
+    const std::pair<const char *, const char *> rows[] = {{"OBJ", "obj"},         {"FBX", "fbx"},     {"glTF", "gltf"},
+                                                          {"glTF binary", "glb"}, {"COLLADA", "dae"}, {"STL", "stl"},
+                                                          {"PLY", "ply"}};
+    for (const auto &[translator, extension] : rows)
+        QTest::newRow(translator) << extension;
 }
 
 void TestE2EExport::exportedModelsComeBack()
 {
-    QFETCH(QString, translator);
     QFETCH(QString, extension);
-    QVERIFY2(openExportTab() && m_page->chooseTranslator(translator) && m_page->setExportName(" Round: Trip\""),
-             qPrintable(error()));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator(QTest::currentDataTag()) &&
+                 m_page->setExportName(" Round: Trip\""),
+             error());
     const qint64 before = triangles();
     QVERIFY(before > 0);
-    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+    QVERIFY2(m_page->exportAll(), error());
     QCOMPARE(m_driver->takeMessages(), QStringList());
 
     const QString name = QStringLiteral("round trip.") + extension;
-    QCOMPARE(m_page->exportName(), name);
+    QCOMPARE(m_page->part("CloudExportFileName")->property("text").toString(), name);
     QVERIFY2(m_page->entries().contains(name), qPrintable(m_page->entries().join(", ")));
     const QStringList local = transferred().filter(name);
     QCOMPARE(local.size(), 1);
     QCOMPARE(sha256(local.first()), sha256(remote("exports/" + name)));
 
     QVERIFY(QDir(m_userDir->filePath("temp_cloud")).removeRecursively());
-    QVERIFY2(m_driver->run("file -new -force") && m_page->showImportTab() && m_page->select(name) && m_page->import(),
-             qPrintable(error()));
+    QVERIFY2(m_driver->run("file -new -force"), error());
+    QVERIFY2(m_page->showImportTab() && import(name), error());
     QCOMPARE(triangles(), before);
     QCOMPARE(m_driver->takeMessages(), QStringList());
 }
 
-void TestE2EExport::oddNamesHaveAClearOutcome_data()
+void TestE2EExport::unusualNamesAreCleanedOrRefused_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("stored");
@@ -93,23 +88,23 @@ void TestE2EExport::oddNamesHaveAClearOutcome_data()
     QTest::newRow("too long") << QString(300, 'x') << QString();
 }
 
-void TestE2EExport::oddNamesHaveAClearOutcome()
+void TestE2EExport::unusualNamesAreCleanedOrRefused()
 {
     QFETCH(QString, typed);
     QFETCH(QString, stored);
-    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), qPrintable(error()));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), error());
     const QStringList before = namesIn(remote("exports"));
     m_driver->takeHostMessages();
-    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+    QVERIFY2(m_page->exportAll(), error());
 
     QStringList added = QDir(remote("exports")).entryList(QDir::Files | QDir::Hidden);
     for (const QString &name : before)
         added.removeOne(name);
     QCOMPARE(added, stored.isEmpty() ? QStringList() : QStringList{stored});
     QCOMPARE(m_driver->takeMessages(), QStringList());
-    const QStringList said = m_driver->takeHostMessages();
-    QCOMPARE(said.filter(QRegularExpression("^error: .*File name too long")).isEmpty(), !stored.isEmpty());
-    QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
+    const QStringList messages = m_driver->takeHostMessages();
+    QCOMPARE(messages.filter(QRegularExpression("^error: .*File name too long")).isEmpty(), !stored.isEmpty());
+    QCOMPARE(isWaitCursorShown(), false);
     QFile::remove(remote("exports/" + stored));
 }
 
@@ -129,20 +124,17 @@ void TestE2EExport::existingFileIsReplacedOnlyWhenAsked()
     writeQuads(remote("exports/taken.obj"), 9);
     QFile::remove(remote("exports/free.obj"));
     const QString old = sha256(remote("exports/taken.obj"));
-    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), qPrintable(error()));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(typed), error());
     const std::size_t before = m_cloud.requests().size();
 
-    int questions = 0;
-    m_driver->setDialogHandler([&](QDialog &dialog) {
-        auto *box = qobject_cast<QMessageBox *>(&dialog);
-        if (!box || box->icon() != QMessageBox::Question)
-            return false;
-        questions += m_driver->click(box->button(QMessageBox::StandardButton(answer))) ? 1 : 0;
-        return true; // a box that was not ready is shown again
+    bool asked = false;
+    answerQuestions([&] {
+        asked = true;
+        return QMessageBox::StandardButton(answer);
     });
-    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+    QVERIFY2(m_page->exportAll(), error());
 
-    QCOMPARE(questions, typed == QLatin1String("taken") ? 1 : 0);
+    QCOMPARE(asked, typed == QLatin1String("taken"));
     const bool exported = answer != QMessageBox::No;
     QCOMPARE(sha256(remote("exports/taken.obj")) == old, answer != QMessageBox::Yes);
     QCOMPARE(m_cloud.requests().size() > before, exported);
@@ -168,18 +160,17 @@ void TestE2EExport::refusedUploadLeavesTheLocalFile()
     QFile::remove(remote("exports/refused.obj"));
     CloudProcess cloud;
     QVERIFY(replaceCloud(cloud, "api-content.dropbox.com /1/files_put/* " + action));
-    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName("refused"),
-             qPrintable(error()));
+    QVERIFY2(openExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName("refused"), error());
     m_driver->takeHostMessages();
-    QVERIFY2(m_page->exportAll(), qPrintable(error()));
+    QVERIFY2(m_page->exportAll(), error());
 
     QCOMPARE(transferred().filter("/refused.obj").size(), 1);
     QVERIFY(!m_page->entries().contains("refused.obj"));
     QCOMPARE(QFileInfo::exists(remote("exports/refused.obj")), reachesTheCloud);
     const QStringList errors = m_driver->takeHostMessages().filter(QRegularExpression("^error: "));
-    QVERIFY2(!errors.isEmpty(), "the host has not said that the export failed");
+    QVERIFY2(!errors.isEmpty(), "the host posted no error");
     QCOMPARE(m_driver->takeMessages().size(), 1);
-    QCOMPARE(m_driver->ask("waitCursor -q -state"), QStringLiteral("0"));
+    QCOMPARE(isWaitCursorShown(), false);
 }
 
 QTEST_MAIN(TestE2EExport)

@@ -1,6 +1,6 @@
 // tour/CloudProcess.h
 //
-// The local cloud as a process of its own, the way people run it, and what its log says about the requests it served.
+// Runs the local cloud as a separate process and reads its log of requests.
 
 #pragma once
 
@@ -12,7 +12,7 @@
 
 #include <vector>
 
-/// Ends when this process does, however that happens.
+/// A process that the system ends when this one ends, even after a crash.
 class DependentProcess : public QProcess
 {
 protected:
@@ -24,9 +24,9 @@ class CloudProcess
 public:
     struct Setup
     {
-        QString folder;    ///< for the data, the certificate and the log; made when missing
-        QStringList rules; ///< "HOST PATH-GLOB ACTION", for the whole life of the process
-        quint16 port = 0;  ///< 0 takes any
+        QString folder;    ///< for the data, the certificate and the log; created if it is missing
+        QStringList rules; ///< "HOST PATH-GLOB ACTION"
+        quint16 port = 0;  ///< 0: any free port
     };
     struct Request
     {
@@ -41,24 +41,22 @@ public:
     CloudProcess() = default;
     ~CloudProcess();
 
-    /// Starts the process, waits until it serves (a minute at most: it may have to make its models first), and makes it
-    /// the proxy of this process and its children. False on failure, see error().
+    /// Starts the process, blocks until it is ready (60 s at most), and calls use(). Returns false on failure; see
+    /// error().
     bool start(const Setup &setup);
-    /// Makes it the proxy of this process and its children again, after another one was started.
+    /// Makes it the proxy of this process and its children.
     void use() const;
-    /// Ends it at once, as a crash would.
+    /// Kills the process.
     void kill();
     QString error() const { return m_error; }
 
     QUrl address() const { return m_address; }
     QString caFile() const { return m_setup.folder + QStringLiteral("/ca.pem"); }
-    /// What the Dropbox service serves.
+    // The folders with the data of the services.
     QString dropboxFolder() const { return dataFolder() + QStringLiteral("/dropbox"); }
-    /// The catalogue and the files of the Plyx service.
     QString plyxFolder() const { return dataFolder() + QStringLiteral("/plyx"); }
-    /// What the Zephal service stores.
     QString zephalFolder() const { return dataFolder() + QStringLiteral("/zephal"); }
-    /// All requests so far, or those whose target begins with \p targetStart.
+    /// The requests so far whose target begins with \p targetStart.
     std::vector<Request> requests(const QString &targetStart = QString()) const;
 
 private:

@@ -21,9 +21,10 @@
 
 namespace {
 
-const int watchMs = 50;
-const int settleMs = 150;
-const int titleHeight = 24;
+constexpr int kDialogPollMs = 50;
+constexpr int kSettleMs = 150;
+constexpr int kTitleHeight = 24;
+constexpr QSize kWindowSize(1280, 800);
 
 QString nameOf(const QWidget *widget)
 {
@@ -34,7 +35,7 @@ QString nameOf(const QWidget *widget)
     return QString::fromLatin1(widget->metaObject()->className());
 }
 
-/// Runs what the last mouse or key event has left to the event loop, without waiting for anything else.
+/// Runs the queued calls of the last mouse or key event.
 void deliverQueuedCalls()
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
@@ -69,18 +70,14 @@ bool Driver::start(const Setup &setup)
     if (!KeldaProgram::prepareNetwork(options, m_error))
         return false;
     m_program = std::make_unique<KeldaProgram>(options);
-    const auto note = [this](KHost::MessageKind kind, const QString &text) {
-        static const QMap<KHost::MessageKind, QString> words{
-            {KHost::MessageKind::kInfo, QStringLiteral("info: ")},
-            {KHost::MessageKind::kWarning, QStringLiteral("warning: ")},
-            {KHost::MessageKind::kError, QStringLiteral("error: ")}};
-        m_hostMessages << words[kind] + text;
-    };
-    connect(&m_program->host(), &KeldaHost::messagePosted, this, note);
+    connect(&m_program->host(), &KeldaHost::messagePosted, this, [this](KHost::MessageKind kind, const QString &text) {
+        static const QStringList prefixes{"info: ", "warning: ", "error: "};
+        m_hostMessages << prefixes[static_cast<int>(kind)] + text;
+    });
     if (!m_program->start())
         return fail(m_hostMessages.join(QStringLiteral(" | ")));
-    mainWindow()->setGeometry(QRect(QPoint(0, 0), setup.windowSize));
-    m_dialogWatch.start(watchMs);
+    mainWindow()->setGeometry(QRect(QPoint(0, 0), kWindowSize));
+    m_dialogWatch.start(kDialogPollMs);
     return waitFor([this] { return mainWindow()->isVisible(); }, QStringLiteral("the host's window"));
 }
 
@@ -123,16 +120,16 @@ bool Driver::waitFor(const std::function<bool()> &holds, const QString &what, in
 
 void Driver::settle()
 {
-    QTest::qWait(settleMs);
+    QTest::qWait(kSettleMs);
 }
 
 bool Driver::isUsable(QWidget *target, const QPoint &at)
 {
     if (!target)
-        return fail(QStringLiteral("there is no such widget to see"));
+        return fail(QStringLiteral("the widget does not exist or is hidden"));
     const QString name = nameOf(target);
     if (!target->isVisible() || !target->visibleRegion().contains(at))
-        return fail(name + QStringLiteral(" cannot be seen"));
+        return fail(name + QStringLiteral(" is not visible"));
     if (!target->isEnabled())
         return fail(name + QStringLiteral(" is disabled"));
     const QWidget *modal = QApplication::activeModalWidget();
@@ -149,7 +146,7 @@ bool Driver::click(QWidget *target, const QPoint &at)
     const QPoint point = at.isNull() && target ? target->rect().center() : at;
     if (!isUsable(target, point))
         return false;
-    // A window system makes the clicked window the active one; the offscreen platform leaves that to the program.
+    // A window system activates the clicked window; the offscreen platform does not.
     if (!QApplication::activePopupWidget())
         target->activateWindow();
     m_error.clear();
@@ -171,33 +168,16 @@ bool Driver::doubleClick(QWidget *target, const QPoint &at)
     return true;
 }
 
-bool Driver::drag(QWidget *target, const QPoint &from, const QPoint &to)
-{
-    if (!isUsable(target, from))
-        return false;
-    const auto move = [&](const QPoint &at, Qt::MouseButtons pressed) {
-        QMouseEvent event(QEvent::MouseMove, at, target->mapToGlobal(at), Qt::NoButton, pressed, Qt::NoModifier);
-        QApplication::sendEvent(target, &event);
-    };
-    move(from, Qt::NoButton);
-    QTest::mousePress(target, Qt::LeftButton, Qt::NoModifier, from);
-    move((from + to) / 2, Qt::LeftButton);
-    move(to, Qt::LeftButton);
-    settle();
-    QTest::mouseRelease(target, Qt::LeftButton, Qt::NoModifier, to);
-    return true;
-}
-
 bool Driver::replace(QWidget *field, const QString &text, Qt::Key last)
 {
     if (!click(field))
         return false;
     QWidget *editor = QApplication::focusWidget();
     if (!editor || (editor != field && !field->isAncestorOf(editor)))
-        return fail(nameOf(field) + QStringLiteral(" has not taken the focus"));
+        return fail(nameOf(field) + QStringLiteral(" did not get the focus"));
     QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClick(editor, Qt::Key_Delete);
-    for (const QChar letter : text) // keyClicks() knows Latin letters only
+    for (const QChar letter : text) // keyClicks() supports Latin letters only
         QTest::sendKeyEvent(QTest::Click, editor, Qt::Key_unknown, QString(letter), Qt::NoModifier);
     QTest::keyClick(editor, last);
     deliverQueuedCalls();
@@ -220,7 +200,7 @@ bool Driver::choose(QComboBox *box, const QString &entry)
 {
     const int row = box ? box->findText(entry) : -1;
     if (row < 0)
-        return fail(QStringLiteral("there is no choice ") + entry);
+        return fail(QStringLiteral("the list has no entry ") + entry);
     const auto isOpen = [box] { return box->view()->isVisible(); };
     if (!click(box) || !waitFor(isOpen, QStringLiteral("the list of choices")))
         return false;
@@ -229,7 +209,7 @@ bool Driver::choose(QComboBox *box, const QString &entry)
         QTest::keyClick(box->view(), Qt::Key_Down);
     QTest::keyClick(box->view(), Qt::Key_Return);
     deliverQueuedCalls();
-    return box->currentText() == entry || fail(QStringLiteral("the choice stayed at ") + box->currentText());
+    return box->currentText() == entry || fail(QStringLiteral("the list still shows ") + box->currentText());
 }
 
 bool Driver::chooseFromMenu(const QString &menu, const QString &entry)
@@ -242,38 +222,23 @@ bool Driver::chooseFromMenu(const QString &menu, const QString &entry)
             title = action;
     }
     if (!title || !title->menu())
-        return fail(QStringLiteral("there is no menu ") + menu);
+        return fail(QStringLiteral("the window has no menu ") + menu);
     const QPointer<QMenu> list(title->menu());
     if (!click(bar, bar->actionGeometry(title).center()) ||
         !waitFor([&] { return list && list->isVisible(); }, QStringLiteral("the menu ") + menu))
         return false;
-    return clickEntry(list, entry);
-}
-
-bool Driver::clickEntry(QMenu *menu, const QString &entry)
-{
-    for (QAction *action : menu->actions()) {
+    for (QAction *action : list->actions()) {
         if (action->text().remove(QLatin1Char('&')) == entry && action->isEnabled())
-            return click(menu, menu->actionGeometry(action).center());
+            return click(list, list->actionGeometry(action).center());
     }
-    menu->close();
-    return fail(QStringLiteral("there is no entry ") + entry);
-}
-
-bool Driver::chooseFromButton(QWidget *button, const QString &entry)
-{
-    bool chosen = false;
-    QTimer::singleShot(settleMs, this, [&] {
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        chosen = menu ? clickEntry(menu, entry) : fail(QStringLiteral("no menu opened"));
-    });
-    return click(button) && chosen; // the menu runs an event loop of its own
+    list->close();
+    return fail(QStringLiteral("the menu has no entry ") + entry);
 }
 
 bool Driver::clickInPage(QWebView *view, const QString &selector)
 {
     if (!view)
-        return fail(QStringLiteral("no web page is shown"));
+        return fail(QStringLiteral("the web page is not shown"));
     QWebFrame *frame = view->page()->mainFrame();
     const QWebElement element = frame->findFirstElement(selector);
     if (element.isNull())
@@ -328,16 +293,14 @@ QString Driver::ask(const QString &command) const
     return KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(command)));
 }
 
+qint64 Driver::sceneInfo(const char *what) const
+{
+    return ask(QStringLiteral("sceneInfo -q -") + QLatin1String(what)).toLongLong();
+}
+
 QString Driver::textOf(const QString &key) const
 {
     return ask(QStringLiteral("getStringResource \"Tavrin\" \"%1\"").arg(key));
-}
-
-void Driver::placeInFront(QWidget *window, const QPoint &offset)
-{
-    window->move(mainWindow()->pos() + offset);
-    waitFor([&] { return window->pos() == mainWindow()->pos() + offset; }, QStringLiteral("the window to move"),
-            settleMs);
 }
 
 QImage Driver::picture() const
@@ -351,7 +314,7 @@ QImage Driver::picture() const
         if (!widget->isVisible() || widget == window || widget->windowType() == Qt::ToolTip)
             continue;
         const QRect inside = widget->geometry().translated(-window->geometry().topLeft());
-        const QRect title(inside.left(), inside.top() - titleHeight, inside.width(), titleHeight);
+        const QRect title(inside.left(), inside.top() - kTitleHeight, inside.width(), kTitleHeight);
         painter.fillRect(inside.united(title).adjusted(-1, -1, 1, 1), QColor(0x16, 0x17, 0x19));
         painter.fillRect(title, QColor(0x2a, 0x5d, 0x8f));
         painter.setPen(Qt::white);

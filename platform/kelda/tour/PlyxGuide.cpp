@@ -1,6 +1,6 @@
-#include "tour/PlyxGuide.h"
+// Plyx: the sign-in page is in the plug-in's dialog; the galleries are in a catalogue on disk.
 
-#include "tour/Evidence.h"
+#include "tour/PortalGuide.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -10,9 +10,9 @@
 
 namespace {
 
-const int pageSize = 64;
-const int modelType = 119;
-const QString objLabel = QStringLiteral("OBJ ( .obj )");
+constexpr int kPageSize = 64;
+constexpr int kModelType = 119;
+const QString kObjFormat = QStringLiteral("OBJ ( .obj )");
 
 int mediaType(const QString &gallery)
 {
@@ -31,35 +31,50 @@ QString text(const QJsonObject &object, const char *key)
 bool matches(const QJsonObject &asset, int gallery, const QString &keyword)
 {
     return asset[QLatin1String("gallery")].toInt() == gallery && asset[QLatin1String("free")].toBool(true) &&
-           asset[QLatin1String("fileTypes")].toArray().contains(modelType) &&
+           asset[QLatin1String("fileTypes")].toArray().contains(kModelType) &&
            (text(asset, "name") + QLatin1Char(' ') + text(asset, "artist")).contains(keyword, Qt::CaseInsensitive);
 }
 
-PortalGuide::Facts plyx()
+PortalGuide::Facts plyxFacts()
 {
     PortalGuide::Facts facts;
     facts.id = QStringLiteral("plyx");
     facts.tab = QStringLiteral("Plyx");
     facts.steps = QStringLiteral("sign-in list open-folder search page download import").split(QLatin1Char(' '));
-    facts.sights.folder = QStringList{QStringLiteral("Lumo")};
-    facts.sights.archive = QStringList{QStringLiteral("Tarn")};
-    facts.sights.large = QStringLiteral("Brick tower");
-    facts.sights.model = QStringLiteral("Wooden barrel");
-    facts.sights.keyword = QStringLiteral("brick");
+    facts.folder = QStringList{QStringLiteral("Lumo")};
+    facts.texturedModel = QStringLiteral("Wooden barrel");
+    facts.keyword = QStringLiteral("brick");
+    facts.largeModelFolder = QStringList{QStringLiteral("Tarn")};
+    facts.largeModel = QStringLiteral("Brick tower");
     facts.settings = QStringLiteral("TavrinSettings_PlyxAppBrowser_Kelda");
-    facts.admission = {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
+    facts.signIn = {QStringLiteral("POST"), QStringLiteral("/TokenAPI/login.cfm"), 302};
     facts.download = {QStringLiteral("GET"), QStringLiteral("/v1/File/")};
     return facts;
 }
 
-} // namespace
+class PlyxGuide : public PortalGuide
+{
+public:
+    PlyxGuide(Driver &driver, const CloudProcess &cloud) : PortalGuide(driver, cloud, cloud.plyxFolder(), plyxFacts())
+    {}
 
-PlyxGuide::PlyxGuide(Driver &driver, const CloudProcess &cloud) : PortalGuide(plyx(), driver, cloud) {}
+    QStringList entries(const View &view) const override;
+    Pattern listing(const View &view) const override;
+    int fileCount(const QStringList &folder, const QString &name) const override;
+    QString original(const QStringList &folder, const QString &name) const override;
+    QString localName(const QStringList &folder, const QString &name) const override;
+
+private:
+    /// The published models of that gallery that match, newest first.
+    QVector<QJsonObject> assets(const QString &gallery, const QString &keyword = QString()) const;
+    /// The newest model with that name; empty if there is none.
+    QJsonObject asset(const QStringList &folder, const QString &name) const;
+};
 
 QVector<QJsonObject> PlyxGuide::assets(const QString &gallery, const QString &keyword) const
 {
     QVector<QJsonObject> found;
-    QFile catalogue(served() + QStringLiteral("/catalogue.json"));
+    QFile catalogue(m_servedFolder + QStringLiteral("/catalogue.json"));
     if (!catalogue.open(QIODevice::ReadOnly))
         return found;
     const QJsonArray all = QJsonDocument::fromJson(catalogue.readAll()).object()[QLatin1String("assets")].toArray();
@@ -88,12 +103,13 @@ QStringList PlyxGuide::entries(const View &view) const
         return {QStringLiteral("Grell"), QStringLiteral("Tarn"), QStringLiteral("Lumo"), QStringLiteral("Lumo Mobile"),
                 m_driver.textOf(QStringLiteral("kCloudPortalHomeFolderName"))};
     QStringList names;
-    for (const QJsonObject &entry : assets(view.folder.first(), view.keyword).mid((view.page - 1) * pageSize, pageSize))
+    for (const QJsonObject &entry :
+         assets(view.folder.first(), view.keyword).mid((view.page - 1) * kPageSize, kPageSize))
         names << text(entry, "name");
     return names;
 }
 
-PortalGuide::Trace PlyxGuide::listing(const View &view) const
+PortalGuide::Pattern PlyxGuide::listing(const View &view) const
 {
     if (view.folder.isEmpty())
         return {QStringLiteral("GET"), QStringLiteral("/API/v1/Member")};
@@ -106,7 +122,7 @@ PortalGuide::Trace PlyxGuide::listing(const View &view) const
     return {QStringLiteral("GET"), target};
 }
 
-int PlyxGuide::filesOf(const QStringList &folder, const QString &name) const
+int PlyxGuide::fileCount(const QStringList &folder, const QString &name) const
 {
     return asset(folder, name)[QLatin1String("textures")].toArray().size() + 1;
 }
@@ -114,8 +130,8 @@ int PlyxGuide::filesOf(const QStringList &folder, const QString &name) const
 QString PlyxGuide::original(const QStringList &folder, const QString &name) const
 {
     for (const QJsonValue &format : asset(folder, name)[QLatin1String("formats")].toArray()) {
-        if (text(format.toObject(), "name") == objLabel)
-            return served() + QStringLiteral("/files/") + text(format.toObject(), "file");
+        if (text(format.toObject(), "name") == kObjFormat)
+            return m_servedFolder + QStringLiteral("/files/") + text(format.toObject(), "file");
     }
     return QString();
 }
@@ -125,7 +141,9 @@ QString PlyxGuide::localName(const QStringList &folder, const QString &name) con
     return QString::number(asset(folder, name)[QLatin1String("id")].toInt()) + QStringLiteral(".obj");
 }
 
-QString PlyxGuide::served() const
+} // namespace
+
+std::unique_ptr<PortalGuide> makePlyxGuide(Driver &driver, const CloudProcess &cloud)
 {
-    return m_cloud.plyxFolder();
+    return std::make_unique<PlyxGuide>(driver, cloud);
 }

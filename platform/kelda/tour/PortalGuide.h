@@ -1,7 +1,7 @@
 // tour/PortalGuide.h
 //
-// What a traveller must know of one portal: how one signs in there, what is worth a visit, and how the local cloud
-// proves, without the plug-in's help, that something happened.
+// One portal of the tour: its steps, its sign-in, its models, and the requests and files by which the local cloud shows
+// that an action succeeded.
 
 #pragma once
 
@@ -14,77 +14,76 @@
 class PortalGuide
 {
 public:
-    struct Sights
-    {
-        QStringList folder;  ///< opened by `open-folder`, from the root on
-        QStringList archive; ///< holds `large`
-        QString large;       ///< a big file, for `download`
-        QString model;       ///< a file with a texture in `folder`, for `import`
-        QString keyword;     ///< for `search` in `folder`
-    };
-    /// Requests that count as a proof when the cloud answered them with \a status.
-    struct Trace
+    /// Matches requests that the cloud answered with \a status and whose target begins with \a target.
+    struct Pattern
     {
         QString method;
-        QString target; ///< its beginning
+        QString target;
         int status = 200;
     };
-    /// What is shown of a folder.
+    /// A folder as the list shows it.
     struct View
     {
-        QStringList folder;
+        QStringList folder; ///< names from the root
         QString keyword;
         int page = 1;
     };
 
-    /// What is the same at every visit.
     struct Facts
     {
-        QString id;  ///< in file names and in tour.json
-        QString tab; ///< the portal's display name
-        QStringList steps;
-        Sights sights;
-        QString settings;  ///< the plug-in's settings file that keeps the session, where one does
-        Trace admission;   ///< what shows that the service let the user in, once
-        Trace download;    ///< one answer for each file that comes with an entry; filesOf() says how many there are
-        Trace upload;      ///< the answer to an upload of a new file, on a portal that takes files
-        Trace replacement; ///< and to one that replaces another
+        QString id;            ///< in file names and in tour.json
+        QString tab;           ///< the portal's display name
+        QStringList steps;     ///< names of steps of the tour, in order
+        QStringList folder;    ///< for the steps open-folder, search, page and import
+        QString texturedModel; ///< in `folder`
+        QString keyword;       ///< for the step search
+        QStringList largeModelFolder;
+        QString largeModel; ///< an OBJ file for the step download
+        QString settings;   ///< the plug-in's settings file with the session
+        Pattern signIn;     ///< one request for each sign-in
+        Pattern download;   ///< one request for each of fileCount() files
+        Pattern upload;     ///< one request for each new file
+        Pattern replacement;
     };
 
     virtual ~PortalGuide() = default;
     const Facts &facts() const { return m_facts; }
 
-    /// Clicks Login and waits until the sign-in page can be answered: as it is here, one in the plug-in's dialog with
-    /// the fields "user" and "password" and the button "sign-in".
-    virtual bool askToSignIn(CloudPage &page);
-    /// Answers it and waits until the tab shows the user's name and files.
-    virtual bool answerSignIn(CloudPage &page);
-    /// Whether the plug-in keeps a session on disk, \p userDir being the host's folder for the user.
-    virtual bool hasStoredSession(const QString &userDir) const;
+    /// Clicks Login and waits for the sign-in page. By default it is in the plug-in's dialog and has the fields "user"
+    /// and "password" and the button "sign-in".
+    virtual bool openSignInPage(CloudPage &page);
+    /// Signs in on that page and waits until the tab shows the user's name and files.
+    virtual bool signIn(CloudPage &page);
+    /// The session that the plug-in has stored; empty if there is none. \p userDir is the host's user folder.
+    virtual QString storedSession(const QString &userDir) const;
 
-    /// What the list must show, in any order.
+    /// The names that the list must show, in any order.
     virtual QStringList entries(const View &view) const;
-    virtual Trace listing(const View &view) const = 0;
-    virtual int filesOf(const QStringList &folder, const QString &name) const;
-    /// The file on the cloud's disk that the entry stands for, and the name under which it arrives.
+    /// The request for \p view.
+    virtual Pattern listing(const View &view) const = 0;
+    /// The number of files that a download of the entry consists of.
+    virtual int fileCount(const QStringList &folder, const QString &name) const;
+    /// The entry's file on the disk of the cloud.
     virtual QString original(const QStringList &folder, const QString &name) const;
+    /// The name of the downloaded file.
     virtual QString localName(const QStringList &folder, const QString &name) const;
 
-    int answers(const Trace &trace) const;
+    int countRequests(const Pattern &pattern) const;
 
 protected:
-    PortalGuide(const Facts &facts, Driver &driver, const CloudProcess &cloud)
-        : m_driver(driver), m_cloud(cloud), m_facts(facts)
+    PortalGuide(Driver &driver, const CloudProcess &cloud, const QString &servedFolder, const Facts &facts)
+        : m_driver(driver), m_cloud(cloud), m_servedFolder(servedFolder), m_facts(facts)
     {}
-    /// What the service serves, on the cloud's disk.
-    virtual QString served() const = 0;
 
     Driver &m_driver;
     const CloudProcess &m_cloud;
+    const QString m_servedFolder; ///< the service's data on the disk of the cloud
 
 private:
-    Facts m_facts;
+    const Facts m_facts;
 };
 
-/// A guide for each portal that the plug-in has, in the order of its tabs. Both references must outlive the guides.
+/// The guides of all portals, in the order of the tabs. \p driver and \p cloud, which was started, must outlive them.
 std::vector<std::unique_ptr<PortalGuide>> portalGuides(Driver &driver, const CloudProcess &cloud);
+/// The guide of the portal with that display name, which must exist.
+std::unique_ptr<PortalGuide> portalGuide(const QString &tab, Driver &driver, const CloudProcess &cloud);

@@ -1,68 +1,54 @@
 // tour/Tour.h
 //
-// The tour that `demo --tour` takes: every portal, step by step, through the real widgets, with a line, a picture and a
-// measured proof for each step.
+// Runs the steps of all portals and writes a picture of each step and tour.json.
 
 #pragma once
 
 #include "tour/PortalGuide.h"
 
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QTemporaryDir>
 
 class Tour
 {
 public:
-    /// Pictures and tour.json go to \p folder, which is made when missing.
+    /// \p folder for pictures and tour.json; created if it is missing.
     explicit Tour(const QString &folder);
 
-    /// Takes every step, later ones also after a failure. True when every step held and everything could be written.
+    /// Runs every step, also after a failure. Returns true if all steps succeeded and all files were written.
     bool run();
 
 private:
-    /// Empty error: the step held, and detail says what was measured.
-    struct Outcome
-    {
-        QString error;
-        QString detail;
-    };
-    using Step = Outcome (Tour::*)();
-
+    using Step = bool (Tour::*)();
     static Step stepNamed(const QString &name);
 
-    // The steps, in TourSteps.cpp. Each starts where the one before it ended.
-    Outcome signIn();
-    Outcome list();
-    Outcome openFolder();
-    Outcome search();
-    Outcome turnPage();
-    Outcome download();
-    Outcome import();
-    Outcome exportScene();
-    Outcome upload();
-    Outcome replace();
+    // Each step starts where the one before it ended. It sets m_detail, or fails with m_driver.fail().
+    bool signIn();
+    bool list() { return checkList({}); }
+    bool openFolder();
+    bool search();
+    bool nextPage();
+    bool downloadLargeModel();
+    bool importTexturedModel();
+    bool exportScene();
+    bool checkUpload();
+    bool replaceFile();
 
     bool begin();
-    void take(const QString &name);
-    bool savePicture(const QString &name, const QImage &picture) const;
-    bool report();
+    void runStep(const QString &name);
+    void takePicture();
+    bool savePicture(const QString &suffix = QString()) const;
+    bool writeReport() const;
 
-    Outcome failed() const;
-    bool openFolders(const QStringList &folder);
-    bool goToRoot();
-    /// Compares the shown list with the cloud's disk, and the cloud's log with what must have been asked.
-    Outcome compareWithCloud(const PortalGuide::View &view);
-    /// Imports \p name, which is in the shown list of \p folder, and proves that the cloud's bytes arrived.
-    Outcome fetch(const QStringList &folder, const QString &name);
-    /// The local file of that name below the folder for transfers; empty without one.
+    bool goTo(const QStringList &folder);
+    /// Compares the list with the cloud's disk, and checks that the cloud served it.
+    bool checkList(const PortalGuide::View &view);
+    /// Imports \p name from the current folder into an empty scene, and compares the downloaded file with the cloud's.
+    bool import(const QString &name);
+    /// The path of a file below the download folder; empty if it does not exist.
     QString localFile(const QString &name) const;
-    bool setExportScale();
-    /// Exports under a name that is taken, and says yes to the question.
-    bool exportOver();
     QString userDir() const { return m_scratch.filePath(QStringLiteral("kelda")); }
-    qint64 sceneInfo(const QString &what) const;
-    QList<double> sceneSize() const;
+    const PortalGuide::Facts &facts() const { return m_guide->facts(); }
 
     QString m_folder;
     QTemporaryDir m_scratch;
@@ -70,9 +56,10 @@ private:
     Driver m_driver;
     std::unique_ptr<PortalGuide> m_guide;
     std::unique_ptr<CloudPage> m_page;
-    QString m_pictureName; ///< of the running step, without its ending
-    QImage m_picture;      ///< taken by the step itself, when its end would show less
-    QStringList m_place;   ///< the folder that is shown
+    QStringList m_place; ///< the current folder
+    QString m_detail;
+    QString m_pictureName; ///< of the current step, without suffix
+    QImage m_picture;
     QJsonArray m_steps;
     bool m_ok = true;
 };

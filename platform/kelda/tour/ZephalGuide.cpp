@@ -1,47 +1,54 @@
-#include "tour/ZephalGuide.h"
+// Zephal: the sign-in page is in the plug-in's dialog; a WebDAV server serves a folder on disk.
 
-#include "tour/Evidence.h"
+#include "tour/LocalFiles.h"
+#include "tour/PortalGuide.h"
 
-#include <QUrl>
+#include <QRegularExpression>
 
 namespace {
 
-PortalGuide::Facts zephal()
+PortalGuide::Facts zephalFacts()
 {
     PortalGuide::Facts facts;
     facts.id = QStringLiteral("zephal");
     facts.tab = QStringLiteral("Zephal");
     facts.steps =
         QStringLiteral("sign-in list open-folder download import export upload replace").split(QLatin1Char(' '));
-    facts.sights.folder = QStringList{QStringLiteral("Projects"), QStringLiteral("Landscape")};
-    facts.sights.archive = facts.sights.folder;
-    facts.sights.large = QStringLiteral("Hills.obj");
-    facts.sights.model = QStringLiteral("Watchtower.glb");
-    facts.admission = {QStringLiteral("POST"), QStringLiteral("/signin"), 302};
+    facts.folder = QStringList{QStringLiteral("Projects"), QStringLiteral("Landscape")};
+    facts.texturedModel = QStringLiteral("Watchtower.glb");
+    facts.largeModelFolder = facts.folder;
+    facts.largeModel = QStringLiteral("Hills.obj");
+    facts.signIn = {QStringLiteral("POST"), QStringLiteral("/signin"), 302};
     facts.download = {QStringLiteral("GET"), QStringLiteral("/dav/")};
     facts.upload = {QStringLiteral("MOVE"), QStringLiteral("/dav/"), 201};
     facts.replacement = {QStringLiteral("MOVE"), QStringLiteral("/dav/"), 204};
     return facts;
 }
 
+class ZephalGuide : public PortalGuide
+{
+public:
+    ZephalGuide(Driver &driver, const CloudProcess &cloud)
+        : PortalGuide(driver, cloud, cloud.zephalFolder(), zephalFacts())
+    {}
+
+    QString storedSession(const QString &userDir) const override
+    {
+        return filesBelow(userDir).filter(QRegularExpression(QStringLiteral("/session\\.skein$"))).value(0);
+    }
+
+    Pattern listing(const View &view) const override
+    {
+        QString target = QStringLiteral("/dav/");
+        for (const QString &name : view.folder)
+            target += QString::fromLatin1(QUrl::toPercentEncoding(name)) + QLatin1Char('/');
+        return {QStringLiteral("PROPFIND"), target, 207};
+    }
+};
+
 } // namespace
 
-ZephalGuide::ZephalGuide(Driver &driver, const CloudProcess &cloud) : PortalGuide(zephal(), driver, cloud) {}
-
-bool ZephalGuide::hasStoredSession(const QString &userDir) const
+std::unique_ptr<PortalGuide> makeZephalGuide(Driver &driver, const CloudProcess &cloud)
 {
-    return !filesBelow(userDir).filter(QRegularExpression(QStringLiteral("/session\\.skein$"))).isEmpty();
-}
-
-PortalGuide::Trace ZephalGuide::listing(const View &view) const
-{
-    QString target = QStringLiteral("/dav/");
-    for (const QString &name : view.folder)
-        target += QString::fromLatin1(QUrl::toPercentEncoding(name)) + QLatin1Char('/');
-    return {QStringLiteral("PROPFIND"), target, 207};
-}
-
-QString ZephalGuide::served() const
-{
-    return m_cloud.zephalFolder();
+    return std::make_unique<ZephalGuide>(driver, cloud);
 }

@@ -1,4 +1,4 @@
-#include "tour/Evidence.h"
+#include "tour/LocalFiles.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -24,26 +24,15 @@ QStringList filesBelow(const QString &folder)
     return files;
 }
 
-QByteArray contentBelow(const QString &folder)
-{
-    QByteArray bytes;
-    for (const QString &name : filesBelow(folder)) {
-        QFile file(name);
-        if (file.open(QIODevice::ReadOnly))
-            bytes += file.readAll();
-    }
-    return bytes;
-}
-
-QStringList namesIn(const QString &folder)
-{
-    return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
-}
-
 QStringList sorted(QStringList names)
 {
     names.sort();
     return names;
+}
+
+QStringList namesIn(const QString &folder)
+{
+    return sorted(QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot));
 }
 
 bool writeQuads(const QString &file, int count)
@@ -52,37 +41,16 @@ bool writeQuads(const QString &file, int count)
     for (int i = 0; i < count; ++i) {
         for (const char *corner : {"0 0", "1 0", "1 1", "0 1"})
             text += "v " + QByteArray(corner) + ' ' + QByteArray::number(i) + '\n';
+        text += "f -4 -3 -2 -1\n";
     }
-    for (int i = 0; i < count; ++i)
-        text += "f -" + QByteArray::number(4 * (count - i)) + " -" + QByteArray::number(4 * (count - i) - 1) + " -" +
-                QByteArray::number(4 * (count - i) - 2) + " -" + QByteArray::number(4 * (count - i) - 3) + '\n';
     QDir().mkpath(QFileInfo(file).path());
     QFile target(file);
     return target.open(QIODevice::WriteOnly) && target.write(text) == text.size();
 }
 
-qint64 trianglesInObj(const QString &file)
-{
-    QFile source(file);
-    qint64 triangles = 0;
-    if (!source.open(QIODevice::ReadOnly))
-        return 0;
-    while (!source.atEnd()) {
-        const QList<QByteArray> words = source.readLine().simplified().split(' ');
-        if (words.first() == "f")
-            triangles += words.size() - 3;
-    }
-    return triangles;
-}
-
 QString settingsFile(const QString &name)
 {
     return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Corvane"), name).fileName();
-}
-
-QString storedSession(const QString &name)
-{
-    return QSettings(settingsFile(name), QSettings::IniFormat).value(QStringLiteral("plyx_session_id")).toString();
 }
 
 void storeDockedAtTheRight()
