@@ -2,7 +2,7 @@
 
 namespace {
 
-/// Hands \p from out as \p value when the result \p fits.
+/// Copies \p from to \p value if \p fits.
 template <typename T>
 KStatus read(bool fits, const T &from, T &value, const char *wanted)
 {

@@ -5,15 +5,15 @@
 
 namespace {
 
-constexpr char32_t replacement = 0xFFFD;
+constexpr char32_t kReplacement = 0xFFFD;
 
 bool isScalar(char32_t point)
 {
     return point < 0xD800 || (point > 0xDFFF && point <= 0x10FFFF);
 }
 
-/// The code point at \p at, which moves behind it. A malformed sequence counts as one replacement character and ends
-/// before the first byte that cannot belong to it.
+/// Returns the code point at \p at and moves \p at behind it. A malformed sequence is one replacement character and
+/// ends before the first byte that cannot belong to it.
 char32_t decode(const std::string &text, std::size_t &at)
 {
     const auto lead = static_cast<unsigned char>(text[at++]);
@@ -24,23 +24,23 @@ char32_t decode(const std::string &text, std::size_t &at)
                           : lead >= 0xC2 && lead < 0xE0 ? 1
                                                         : 0;
     if (following == 0)
-        return replacement;
+        return kReplacement;
 
-    static constexpr char32_t smallest[] = {0, 0x80, 0x800, 0x10000};
+    static constexpr char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
     char32_t point = lead & (0x3Fu >> following);
     for (int i = 0; i < following; ++i) {
         if (at >= text.size() || (static_cast<unsigned char>(text[at]) & 0xC0) != 0x80)
-            return replacement;
+            return kReplacement;
         point = (point << 6) | (static_cast<unsigned char>(text[at++]) & 0x3F);
     }
-    return point >= smallest[following] && isScalar(point) ? point : replacement;
+    return point >= kSmallest[following] && isScalar(point) ? point : kReplacement;
 }
 
 void encode(char32_t point, std::string &text)
 {
     const auto add = [&text](char32_t byte) { text.push_back(static_cast<char>(static_cast<unsigned char>(byte))); };
     if (!isScalar(point))
-        point = replacement;
+        point = kReplacement;
     if (point < 0x80) {
         add(point);
     } else if (point < 0x800) {
@@ -136,7 +136,7 @@ KString &KString::operator+=(double value)
     char digits[512]; // the largest double has 309 digits
     const bool integral = std::isfinite(value) && value == std::trunc(value);
     if (value == 0)
-        value = 0; // drops the sign of a negative zero
+        value = 0; // removes the sign of -0
     const auto end = integral ? std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed)
                               : std::to_chars(digits, digits + sizeof digits, value);
     m_utf8.append(digits, end.ptr);

@@ -1,6 +1,6 @@
 // openkelda/KArgs.h
 //
-// The arguments of a command and the flags it knows.
+// The arguments of a command and its flags.
 
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-/// What a command accepts. Names stand with their leading dash, as "-spr" and "-showportal".
+/// The flags of a command. Names have a leading dash, as "-spr" and "-showportal".
 class KSyntax
 {
 public:
@@ -21,7 +21,7 @@ public:
     void enableQuery(bool enable) { m_query = enable; }
     void enableEdit(bool enable) { m_edit = enable; }
 
-    /// The short name of \p flag, given by its short or long name; empty for an unknown flag.
+    /// The short name of the flag with the short or long name \p flag; empty for an unknown flag.
     std::string shortNameOf(const std::string &flag) const;
 
 private:
@@ -30,7 +30,7 @@ private:
     bool m_edit = false;
 };
 
-/// The arguments of one call as the command language evaluated them. Indices must be below length().
+/// The evaluated arguments of one call. Indices must be below length().
 class KArgList
 {
 public:
@@ -46,8 +46,7 @@ private:
 class KArgParser
 {
 public:
-    /// \p status, when given, receives a failure that names the first flag or argument that \p syntax does not have.
-    /// The flags that it has are readable even then.
+    /// Sets \p status, if not null, to a failure for the first unknown flag or argument. isFlagSet() works even then.
     KArgParser(const KSyntax &syntax, const KArgList &arguments, KStatus *status = nullptr);
     /// \p name is the short or the long name.
     bool isFlagSet(const char *name) const;

@@ -19,7 +19,7 @@ public:
     explicit KCommandResult(const KStringArray &value);
 
     Kind kind() const { return m_kind; }
-    /// Each fails, and leaves \p value alone, when the result is of another kind; an integer is also read as a double.
+    /// Fails and does not change \p value if the result is of another kind. An integer is also a double.
     KStatus getResult(int &value) const;
     KStatus getResult(double &value) const;
     KStatus getResult(KString &value) const;

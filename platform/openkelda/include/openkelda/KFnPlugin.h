@@ -1,6 +1,6 @@
 // openkelda/KFnPlugin.h
 //
-// What a plug-in may do with itself, and the two functions by which the host loads and unloads it.
+// The registrations of a plug-in, and its two entry points.
 
 #pragma once
 
@@ -12,18 +12,18 @@
 class KFnPlugin
 {
 public:
-    /// Makes the plug-in known under \p vendor and \p version. \p status, when given, receives a failure for a null
-    /// object or for an API that this host does not offer ("Any" always suits); every call on it then fails too.
+    /// Sets vendor and version of the plug-in. Sets \p status, if not null, to a failure for a null object or an API
+    /// version that the host does not have ("Any" is always accepted). All calls on this object fail then.
     KFnPlugin(KObject plugin, const char *vendor, const char *version, const char *requiredApi,
               KStatus *status = nullptr);
 
-    /// Calls \p registration at once, then the command-language procedure \p procedure: at once if there is one by that
-    /// name, else as soon as a command that the plug-in runs while it is loading has defined it. The procedure may
-    /// replace texts with setStringResource.
+    /// Calls \p registration, then the command-language procedure \p procedure, which may replace texts with
+    /// setStringResource. If it is not defined yet, it is called as soon as the loading plug-in runs a command that
+    /// defines it.
     KStatus registerUIStrings(KStatus (*registration)(), const char *procedure);
-    /// \p creator returns a new KPxCommand, which the host deletes; \p syntax may be null. A name in use is a failure.
+    /// \p creator returns a new KPxCommand, which the host deletes. \p syntax may be null. Fails if the name is in use.
     KStatus registerCommand(const KString &name, void *(*creator)(), KSyntax (*syntax)() = nullptr);
-    /// Fails for a name that this plug-in did not register.
+    /// Fails for a name that this plug-in has not registered.
     KStatus deregisterCommand(const KString &name);
 
 private:
@@ -31,8 +31,8 @@ private:
     KStatus m_status;
 };
 
-/// The entry points of a plug-in module, exported under these plain names. The host calls the first after opening the
-/// module and the second before closing it; a failure of the second leaves the plug-in loaded.
+/// The entry points of a plug-in module, exported with C names. The host calls the first after opening the module and
+/// the second before closing it. If the second fails, the plug-in stays loaded.
 #ifdef __clang__
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wreturn-type-c-linkage"

@@ -1,6 +1,6 @@
 // openkelda/KGlobal.h
 //
-// Host-wide services: commands, messages and the run mode. All of them belong to the user-interface thread.
+// Host-wide services: commands, messages and the run mode. Call them on the user-interface thread only.
 
 #pragma once
 
@@ -13,16 +13,16 @@ class KGlobal
 public:
     enum KeldaState { kInteractive = 0, kBatch, kLibraryApp, kBaseUI };
 
-    /// Runs command-language text to its end. A failure carries file, line and reason. \p display echoes the command
-    /// and its result. A command that shows a dialog spins the event loop.
+    /// Runs command-language text. The status of a failure has file, line and reason. \p display echoes the command and
+    /// its result. Commands that show a dialog spin the event loop.
     static KStatus executeCommand(const KString &command, bool display = false, bool undo = false);
     static KStatus executeCommand(const KString &command, KCommandResult &result, bool display = false,
                                   bool undo = false);
-    /// The result as text: empty on failure and for no result; numbers in decimal, an array's texts joined by blanks.
+    /// Returns the result as text: numbers in decimal, array elements joined by blanks; empty without a result.
     static KString executeCommandStringResult(const KString &command, bool display = false, bool undo = false,
                                               KStatus *status = nullptr);
 
-    /// One entry in the host's message area (stderr without a host).
+    /// Posts a message to the host, or to stderr without a host.
     static void displayInfo(const KString &text);
     static void displayWarning(const KString &text);
     static void displayError(const KString &text);

@@ -2,13 +2,13 @@
 
 #pragma once
 
-/// Opaque handle of a plug-in, which the host passes to the plug-in's entry points. Copies name the same plug-in.
+/// Opaque handle of a plug-in. The host passes it to the plug-in's entry points.
 class KObject
 {
 public:
-    /// A null handle, which no host call accepts.
+    /// A null handle, with which host calls fail.
     KObject() = default;
-    /// For hosts only: \p handle is whatever the host finds its plug-in by, and stays the host's.
+    /// For hosts only. \p handle identifies the plug-in; the host owns it.
     explicit KObject(void *handle) : m_handle(handle) {}
 
     bool isNull() const { return m_handle == nullptr; }

@@ -5,7 +5,8 @@
 #include "openkelda/KArgs.h"
 #include "openkelda/KStatus.h"
 
-/// A command that a plug-in adds. The host makes one object per call through the registered creator and owns it.
+/// A command of a plug-in. For each call the host creates one object with the registered creator and deletes it
+/// afterwards.
 class KPxCommand
 {
 public:
@@ -15,7 +16,7 @@ public:
     KPxCommand &operator=(const KPxCommand &) = delete;
 
     virtual KStatus doIt(const KArgList &arguments) = 0;
-    /// The defaults of the three below belong to a command that cannot be undone.
+    /// By default, a command cannot be undone.
     virtual KStatus undoIt();
     virtual KStatus redoIt();
     virtual bool isUndoable() const;

@@ -4,7 +4,7 @@
 
 #include "openkelda/KString.h"
 
-/// Outcome of a host call: success, or a failure with a text that says why.
+/// The result of a host call: success, or a failure with its reason.
 class KStatus
 {
 public:

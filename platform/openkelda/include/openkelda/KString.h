@@ -1,6 +1,6 @@
 // openkelda/KString.h
 //
-// The host's text: a value that holds UTF-8.
+// A text of the host, stored as UTF-8.
 
 #pragma once
 
@@ -11,13 +11,13 @@ class KString
 {
 public:
     KString() = default;
-    /// \p utf8 may be null, which gives the empty text.
+    /// Null gives an empty text.
     KString(const char *utf8);
-    /// \p wide may be null. Code points outside Unicode become U+FFFD.
+    /// Null gives an empty text. Code points outside Unicode become U+FFFD.
     KString(const wchar_t *wide);
     KString(const std::string &utf8);
 
-    /// Null-terminated UTF-8, valid until this text changes or goes.
+    /// Null-terminated UTF-8, valid until this text changes or is deleted.
     const char *utf8() const { return m_utf8.c_str(); }
     /// One wide character per code point; malformed UTF-8 becomes U+FFFD.
     std::wstring wide() const;
@@ -33,7 +33,7 @@ public:
     KString &operator+=(unsigned long value);
     KString &operator+=(long long value);
     KString &operator+=(unsigned long long value);
-    /// An integral value prints as plain digits (1000000), any other in the shortest form that reads back the same.
+    /// Appends integral values as digits (1000000), others in the shortest form that is parsed to the same value.
     KString &operator+=(double value);
 
     friend bool operator==(const KString &left, const KString &right) { return left.m_utf8 == right.m_utf8; }
@@ -70,7 +70,7 @@ inline bool operator<(const char *left, const KString &right)
     return KString(left) < right;
 }
 
-/// Concatenation with whatever can be appended.
+/// Concatenation with any type that operator+= accepts.
 template <typename T>
 KString operator+(KString left, const T &right)
 {

@@ -1,13 +1,13 @@
 // openkelda/KStringResource.h
 //
-// Texts that a plug-in shows and that the host may replace by localised ones.
+// Texts of a plug-in, which the host may replace by translations.
 
 #pragma once
 
 #include "openkelda/KStatus.h"
 #include "openkelda/KString.h"
 
-/// Names a text by plug-in and key, and holds the text that stands when nothing replaced it.
+/// Identifies a text by plug-in and key, and has its default.
 class KStringResourceId
 {
 public:
@@ -25,8 +25,9 @@ private:
 class KStringResource
 {
 public:
-    /// Registering an identifier again keeps a replaced text.
+    /// Registering an identifier again keeps its current text.
     static KStatus registerString(const KStringResourceId &id);
-    /// The current text; the default text, and a failure in \p status, when the identifier is not registered.
+    /// Returns the current text. If the identifier is not registered, returns the default and sets \p status to a
+    /// failure.
     static KString getString(const KStringResourceId &id, KStatus &status);
 };

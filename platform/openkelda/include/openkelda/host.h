@@ -1,13 +1,13 @@
 // openkelda/host.h
 //
-// For hosts only: the interface behind the whole API. A plug-in never includes this.
+// For hosts only: the interface that implements the API. Plug-ins must not include it.
 
 #pragma once
 
 #include "openkelda/openkelda.h"
 
-/// A host program derives from this and installs one object. With none installed, commands fail with a status,
-/// messages go to stderr, the run mode is batch and texts are the defaults.
+/// A host program derives from this and installs one object. Without it, commands fail, messages go to stderr, the run
+/// mode is batch and texts are the defaults.
 class KHost
 {
 public:
@@ -20,7 +20,7 @@ public:
 
     /// The installed host or null.
     static KHost *instance();
-    /// \p host stays the caller's and must outlive its installation; null removes the present one.
+    /// The caller owns \p host. Null removes the installed host.
     static void install(KHost *host);
 
     virtual KStatus execute(const KString &command, KCommandResult &result, bool display, bool undo) = 0;
@@ -29,10 +29,10 @@ public:
     virtual KGlobal::KeldaState state() = 0;
 
     virtual KStatus registerString(const KStringResourceId &id) = 0;
-    /// False when \p id is not registered.
+    /// Returns false if \p id is not registered.
     virtual bool findString(const KStringResourceId &id, KString &text) = 0;
 
-    /// \p plugin is the handle that this host passed to the entry point.
+    /// \p plugin is the object that this host passed to the entry point.
     virtual KStatus describePlugin(KObject plugin, const KString &vendor, const KString &version,
                                    const KString &requiredApi) = 0;
     virtual KStatus registerUIStrings(KObject plugin, KStatus (*registration)(), const KString &procedure) = 0;
