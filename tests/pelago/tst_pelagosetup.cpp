@@ -1,4 +1,4 @@
-// pelago-setup, the program, against real servers and wrong addresses.
+// The program pelago-setup against real servers and wrong addresses.
 
 #include "pelago/DavServers.h"
 #include "support/LocalServer.h"
@@ -10,16 +10,16 @@ class TestPelagoSetup : public QObject
 {
     Q_OBJECT
 private slots:
-    void serverIsTriedAndWritten_data()
+    void testedServerIsWrittenToTheFile_data()
     {
-        QTest::addColumn<QStringList>("lines"); // that it prints among others
-        const QString beside = "New files    stored under a temporary name, then renamed (MOVE)";
-        QTest::newRow("apache") << QStringList{"Sign-in      Basic", "WebDAV       class 1,2", beside};
-        QTest::newRow("digest") << QStringList{"Sign-in      Digest", beside};
-        QTest::newRow("rclone") << QStringList{"Sign-in      Basic", beside};
-        QTest::newRow("proxied") << QStringList{"Certificate  trusted, of dav.example", beside};
+        QTest::addColumn<QStringList>("lines"); // some of the printed ones
+        const QString renamed = "New files    stored under a temporary name, then renamed (MOVE)";
+        QTest::newRow("apache") << QStringList{"Sign-in      Basic", "WebDAV       class 1,2", renamed};
+        QTest::newRow("digest") << QStringList{"Sign-in      Digest", renamed};
+        QTest::newRow("rclone") << QStringList{"Sign-in      Basic", renamed};
+        QTest::newRow("proxied") << QStringList{"Certificate  trusted, of dav.example", renamed};
     }
-    void serverIsTriedAndWritten()
+    void testedServerIsWrittenToTheFile()
     {
         QFETCH(QStringList, lines);
         const std::unique_ptr<DavServer> server = DavServer::start(QTest::currentDataTag());
@@ -28,28 +28,28 @@ private slots:
         QStringList words{server->storage};
         if (!server->certificateFile.isEmpty())
             words << "--ca-file" << server->certificateFile;
-        QVERIFY2(run(words, config) == 0, m_errors);
+        QCOMPARE(run(words, config), 0);
         for (const QString &line : lines)
             QVERIFY2(m_output.contains(line), qPrintable(m_output));
         QVERIFY2(m_errors.isEmpty(), m_errors);
         QCOMPARE(readFile(config), "[production]\nkind=password\nstorage=" + server->storage.toUtf8() + '\n');
         QCOMPARE(QFile::permissions(config) & 0x0077, QFile::Permissions());
-        QCOMPARE(server->entries(""), QStringList()); // the trial is deleted
+        QCOMPARE(server->entries(""), QStringList()); // the test file is deleted
     }
 
-    void otherSectionsStay()
+    void otherSectionsOfTheFileStay()
     {
         const std::unique_ptr<DavServer> server = DavServer::start("apache");
         const QString config = m_home.filePath("pelago.ini");
         writeFile(config,
                   "# mine\n[production]\nstorage=https://a/\n\n[staging]\nstorage=x\n[development]\nkind=web\n");
-        QVERIFY2(run({server->storage, "--section", "staging"}, config) == 0, m_errors);
+        QCOMPARE(run({server->storage, "--section", "staging"}, config), 0);
         QCOMPARE(readFile(config), "# mine\n[production]\nstorage=https://a/\n\n[development]\nkind=web\n\n"
                                    "[staging]\nkind=password\nstorage=" +
                                        server->storage.toUtf8() + '\n');
     }
 
-    void failureHasOneLineAndWritesNothing_data()
+    void failurePrintsOneLineAndWritesNoFile_data()
     {
         QTest::addColumn<QString>("address"); // SERVER and TLS are replaced
         QTest::addColumn<int>("status");      // of every reply
@@ -66,7 +66,7 @@ private slots:
         row("unknown name", "https://nowhere.invalid/", 200, "the host name nowhere.invalid is unknown");
         row("plain http", "http://files.example/", 200, "pelago.ini cannot be used (production/storage)");
     }
-    void failureHasOneLineAndWritesNothing()
+    void failurePrintsOneLineAndWritesNoFile()
     {
         QFETCH(QString, address);
         QFETCH(int, status);
@@ -82,19 +82,20 @@ private slots:
         QCOMPARE(run({address.replace("SERVER", server.authority()).replace("TLS", tls.authority())}, config), 1);
         QVERIFY2(m_errors.contains(expected), m_errors);
         QCOMPARE(m_errors.count('\n'), 1);
-        QVERIFY(!m_errors.contains("demo") && !QFile::exists(config));
+        QVERIFY2(!m_errors.contains("demo"), m_errors);
+        QVERIFY(!QFile::exists(config));
     }
 
-    void wrongCommandLineShowsTheUsage()
+    void wrongCommandLinePrintsTheUsage()
     {
         for (const QStringList &line : {QStringList(), {"https://a/", "--section", "x"}, {"--what"}, {"a", "b"}}) {
             QCOMPARE(run(line, m_home.filePath("none.ini")), 2);
-            QVERIFY(m_errors.startsWith("Usage: pelago-setup ADDRESS"));
+            QVERIFY2(m_errors.startsWith("Usage: pelago-setup ADDRESS"), m_errors);
         }
     }
 
 private:
-    /// Runs the program as the user "demo". The event loop of this process goes on meanwhile.
+    /// Runs the program as the user "demo" and returns its exit status; spins the event loop. Prints the errors.
     int run(const QStringList &arguments, const QString &config)
     {
         QProcess program;
@@ -109,6 +110,7 @@ private:
             return -1;
         m_output = QString::fromUtf8(program.readAllStandardOutput());
         m_errors = program.readAllStandardError();
+        qInfo("%s", m_errors.constData());
         return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
     }
 
