@@ -1,6 +1,6 @@
 #include "FileServer.h"
 
-#include "Programs.h"
+#include "References.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -12,9 +12,9 @@
 
 namespace {
 
-const int startMs = 20000;
+constexpr int kStartTimeoutMs = 20000;
 
-const char configuration[] = R"(
+const char kConfiguration[] = R"(
 daemon off;
 master_process off;
 pid pid;
@@ -80,7 +80,7 @@ bool FileServer::start()
                      m_home.filePath(QStringLiteral("nginx.conf")), QStringLiteral("-e"), QStringLiteral("stderr")});
     QElapsedTimer clock;
     clock.start();
-    while (m_process.state() != QProcess::NotRunning && clock.elapsed() < startMs) {
+    while (m_process.state() != QProcess::NotRunning && clock.elapsed() < kStartTimeoutMs) {
         if (isListening(m_httpPort) && isListening(m_httpsPort))
             return true;
         m_process.waitForFinished(20);
@@ -97,7 +97,7 @@ bool FileServer::writeConfiguration() const
     const QStringList files{certificate(), QStringLiteral("-keyout"), m_home.filePath(QStringLiteral("key.pem"))};
     outputOf(QStringLiteral("openssl"), words + files);
     QFile file(m_home.filePath(QStringLiteral("nginx.conf")));
-    const QByteArray text = QString::fromLatin1(configuration).arg(m_httpPort).arg(m_httpsPort).toUtf8();
+    const QByteArray text = QString::fromLatin1(kConfiguration).arg(m_httpPort).arg(m_httpsPort).toUtf8();
     return QFile::exists(certificate()) && file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 

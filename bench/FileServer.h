@@ -1,6 +1,6 @@
 // bench/FileServer.h
 //
-// nginx, on free ports of this machine: serves the files of a folder over http and https, and takes uploads.
+// nginx on free ports of this machine: serves the files of a folder over http and https, and accepts uploads.
 
 #pragma once
 
@@ -14,14 +14,14 @@ class FileServer
 public:
     ~FileServer();
 
-    /// Starts it; false on failure, with the reason on the error output.
+    /// Starts nginx. Returns false on failure; the reason is printed to standard error.
     bool start();
 
     quint16 port(bool https) const { return https ? m_httpsPort : m_httpPort; }
     QString address(bool https) const;
-    /// What "/" serves. A POST or PUT below "/up/" is stored whole, answered with 200, and dropped.
+    /// The served folder. A POST or PUT below "/up/" is stored completely, answered with 200, and deleted.
     QString folder() const { return m_home.filePath(QStringLiteral("files")); }
-    /// The certificate, which vouches for itself.
+    /// The file of the self-signed certificate.
     QString certificate() const { return m_home.filePath(QStringLiteral("certificate.pem")); }
 
 private:

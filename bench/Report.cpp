@@ -1,14 +1,15 @@
 #include "Report.h"
 
+#include "Measure.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace {
 
-const double nothing = std::numeric_limits<double>::quiet_NaN();
-const int standardRounds = 5;
+constexpr int kStandardRounds = 5;
+constexpr int kColumnWidths[] = {8, 60, 10, 10, 22, 16, 4};
 
 bool isComplete(const std::vector<double> &values)
 {
@@ -32,17 +33,12 @@ QString range(const std::vector<double> &values)
     return number(*low) + QStringLiteral(" to ") + number(*high);
 }
 
-QString padded(const QString &text, int width)
-{
-    return text.leftJustified(width);
-}
-
 } // namespace
 
 double median(std::vector<double> values)
 {
     if (!isComplete(values))
-        return nothing;
+        return kFailed;
     std::sort(values.begin(), values.end());
     const std::size_t middle = values.size() / 2;
     return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
@@ -56,7 +52,7 @@ double largest(std::vector<double> values)
 double quantile(std::vector<double> values, double share)
 {
     if (!isComplete(values))
-        return nothing;
+        return kFailed;
     std::sort(values.begin(), values.end());
     const auto count = static_cast<std::size_t>(std::ceil(share * static_cast<double>(values.size())));
     return values[std::max<std::size_t>(count, 1) - 1];
@@ -78,7 +74,7 @@ Rounds alternate(int rounds, const std::function<double()> &ours, const std::fun
 
 int roundsFrom(int argc, char **argv)
 {
-    const int asked = argc > 1 ? QByteArray(argv[1]).toInt() : standardRounds;
+    const int asked = argc > 1 ? QByteArray(argv[1]).toInt() : kStandardRounds;
     return std::max(asked, 1);
 }
 
@@ -115,18 +111,19 @@ void Report::add(const QStringList &cells, double judged, const Target &target, 
 {
     const bool isOpen = target.kind == Target::Kind::None;
     const bool atMost = target.kind == Target::Kind::AtMost;
-    // None of these holds for what is no number.
-    const bool held = isOpen ? !std::isnan(judged) : atMost ? judged <= target.value : judged >= target.value;
-    m_missed = m_missed || !held;
+    // Every comparison with kFailed is false.
+    const bool reached = isOpen ? !std::isnan(judged) : atMost ? judged <= target.value : judged >= target.value;
+    m_missed = m_missed || !reached;
     QString limit;
     if (!isOpen) {
         limit = (atMost ? QStringLiteral("at most ") : QStringLiteral("at least ")) +
                 QString::number(target.value, 'g', 6) + (unit.isEmpty() ? QString() : ' ' + unit);
     }
-    const QString verdict = isOpen && held ? QString() : held ? QStringLiteral("yes") : QStringLiteral("no");
-    const QString line = QStringLiteral("| %1 | %2 | %3 | %4 | %5 | %6 | %7 |")
-                             .arg(padded(m_name, 8), padded(cells[0], 60), padded(cells[1], 10), padded(cells[2], 10),
-                                  padded(cells[3], 22), padded(limit, 16), padded(verdict, 4));
+    const QString verdict = isOpen && reached ? QString() : reached ? QStringLiteral("yes") : QStringLiteral("no");
+    QString line = QStringLiteral("|");
+    const QStringList all = QStringList(m_name) + cells + QStringList{limit, verdict};
+    for (int column = 0; column < all.size(); ++column)
+        line += ' ' + all[column].leftJustified(kColumnWidths[column]) + QStringLiteral(" |");
     std::puts(qUtf8Printable(line));
     std::fflush(stdout);
 }

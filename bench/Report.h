@@ -1,7 +1,7 @@
 // bench/Report.h
 //
-// How every figure is taken, and how it is written down: the median of some rounds, in each of which the plug-in and
-// its reference take turns, as one line of the table in docs/performance.md.
+// Takes figures in rounds, in which the plug-in and its reference alternate, and prints each figure as one line of the
+// table in docs/performance.md.
 
 #pragma once
 
@@ -11,28 +11,27 @@
 #include <functional>
 #include <vector>
 
-/// One value per round. What could not be measured is not a number.
+/// One value per round; kFailed for a failed measurement.
 struct Rounds
 {
     std::vector<double> ours;
     std::vector<double> reference;
 };
 
-/// The middle value, or the mean of the two middle ones; not a number when any value is none, or without values.
+/// The middle value, or the mean of the two middle ones. kFailed if there are no values or any of them is kFailed.
 double median(std::vector<double> values);
-
-/// The largest value; not a number when any value is none, or without values.
+/// The largest value; kFailed as for median().
 double largest(std::vector<double> values);
-/// The smallest value that at least \p share (0 to 1) of the \p values do not exceed; not a number without values.
+/// The smallest value that at least \p share (0 to 1) of the \p values do not exceed; kFailed as for median().
 double quantile(std::vector<double> values, double share);
 
-/// Takes \p ours and \p reference in turns, the other one first in every second round.
+/// Calls \p ours and \p reference once per round; \p reference is first in every second round.
 Rounds alternate(int rounds, const std::function<double()> &ours, const std::function<double()> &reference);
 
-/// The number of rounds that the command line asks for; 5 without one.
+/// The number of rounds from the command line, 5 if there is none.
 int roundsFrom(int argc, char **argv);
 
-/// What a figure is held against.
+/// The limit for a figure.
 struct Target
 {
     enum class Kind { AtMost, AtLeast, None };
@@ -43,18 +42,18 @@ struct Target
 class Report
 {
 public:
-    /// \p name stands in the first column, where bench/run looks for it.
+    /// \p name is the text of the first column, by which bench/run replaces old lines.
     explicit Report(const QString &name) : m_name(name) {}
 
-    /// Ours divided by the reference, round by round; judged by the median.
+    /// The figure is the median of ours divided by the reference, per round.
     void addRatio(const QString &figure, const Rounds &rounds, const QString &unit, const Target &target);
-    /// Ours less the reference, round by round; judged by the median. The target has the same \p unit.
+    /// The figure is the median of ours minus the reference, per round. The target has the same \p unit.
     void addDifference(const QString &figure, const Rounds &rounds, const QString &unit, const Target &target);
-    /// Values without a reference; \p judge is the function that makes one number of them.
+    /// The figure is \p judge of the values, for measurements without a reference.
     void addValues(const QString &figure, const std::vector<double> &values, double (*judge)(std::vector<double>),
                    const QString &unit, const Target &target);
 
-    /// 0 when every figure held, else 1: the program's exit status.
+    /// The program's exit status: 0 if every figure reached its target, otherwise 1.
     int exitStatus() const { return m_missed ? 1 : 0; }
 
 private:

@@ -1,23 +1,19 @@
-// From the bytes of a Dropbox reply to the page's filled list, against a bare script engine that evaluates the same
-// bytes. Usage: bench_listing [ROUNDS]
+// Fills the page's list from the bytes of a Dropbox reply, against a script engine that only evaluates the same bytes.
+// Usage: bench_listing [ROUNDS]
 
 #include "cloud/Portal_CloudBrowser.h"
+#include "Measure.h"
 #include "portals/Portal_DropBox.h"
 #include "portals/Portal_DropBox_Replies.h"
 #include "Report.h"
 #include "ui/KeldaProgram.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QListWidget>
 #include <QScriptEngine>
 #include <QTemporaryDir>
 
-#include <limits>
-
 namespace {
-
-const double failed = std::numeric_limits<double>::quiet_NaN();
 
 class SignedIn : public Portal_DropBox_Login
 {
@@ -26,7 +22,7 @@ public:
     bool GetUsername(KString &) override { return false; }
 };
 
-/// Lists whatever bytes it was given, without a service.
+/// Lists fixed bytes, without a service.
 class FixedReply : public Portal_DropBox_IPortalBrowser
 {
 public:
@@ -62,20 +58,15 @@ QByteArray reply(int entries)
     return text + "]}";
 }
 
-double since(const QElapsedTimer &clock)
-{
-    return double(clock.nsecsElapsed()) / 1e6;
-}
-
 double bareEngine(const QByteArray &bytes, int entries)
 {
     QElapsedTimer clock;
     clock.start();
     QScriptEngine engine;
     const QScriptValue value = engine.evaluate(QLatin1Char('(') + QString::fromUtf8(bytes) + QLatin1Char(')'));
-    const double ms = since(clock);
+    const double ms = milliseconds(clock);
     return value.property(QStringLiteral("contents")).property(QStringLiteral("length")).toInt32() == entries ? ms
-                                                                                                              : failed;
+                                                                                                              : kFailed;
 }
 
 class Page
@@ -97,19 +88,19 @@ public:
         Portal_CloudBrowser::UnRegisterPortal(&m_portal);
     }
 
-    /// Starts and ends with an empty list.
+    /// The list must be empty, and is empty afterwards.
     double fill(const QByteArray &bytes, int entries)
     {
         m_browser->bytes = bytes;
         QElapsedTimer clock;
         clock.start();
         m_page->RefreshFolderData();
-        const double ms = since(clock);
+        const double ms = milliseconds(clock);
         const bool isFilled = m_list->count() == entries;
         m_browser->bytes = "{}";
         m_page->RefreshFolderData();
         QApplication::processEvents();
-        return isFilled ? ms : failed;
+        return isFilled ? ms : kFailed;
     }
 
 private:

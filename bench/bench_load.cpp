@@ -1,7 +1,8 @@
-// What the plug-in adds to the host's start: from the start of the process until the window, with the plug-in loaded
-// and its dock shown, is drawn. Nobody is signed in. Usage: bench_load [ROUNDS]
+// What the plug-in adds to the host's start: the time from the start of the process until the window is drawn, with the
+// plug-in loaded and its dock shown, without a sign-in. Usage: bench_load [ROUNDS]
 
-#include "Programs.h"
+#include "Measure.h"
+#include "References.h"
 #include "Report.h"
 #include "tour/Driver.h"
 #include "ui/KeldaProgram.h"
@@ -9,17 +10,15 @@
 
 #include <QApplication>
 #include <QDeadlineTimer>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <cstdio>
-#include <limits>
 
 namespace {
 
-const QString child = QStringLiteral("--start");
+const QString kStartMode = QStringLiteral("--start");
 
-/// The clock that all processes share, in milliseconds.
+/// The monotonic clock, which is the same in all processes, in milliseconds.
 double now()
 {
     return double(QDeadlineTimer::current().deadlineNSecs()) / 1e6;
@@ -28,8 +27,8 @@ double now()
 double startOnce(bool withPlugIn)
 {
     const double begin = now();
-    const std::vector<double> end = numbersOfSelf({child, withPlugIn ? Driver::module() : QString()});
-    return end.size() == 1 ? end.front() - begin : std::numeric_limits<double>::quiet_NaN();
+    const std::vector<double> end = numbersOfSelf({kStartMode, withPlugIn ? Driver::module() : QString()});
+    return end.size() == 1 ? end.front() - begin : kFailed;
 }
 
 /// In the process that is measured: starts a host and prints when its window has been drawn.
@@ -63,7 +62,7 @@ int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == child)
+    if (arguments.value(1) == kStartMode)
         return startHost(arguments.value(2));
 
     const int rounds = roundsFrom(argc, argv);

@@ -1,37 +1,30 @@
-// Uploads one file to nginx, over http and https, and through a proxy to the local cloud: rate against the toolkit
-// alone and against curl, memory, and the largest gap of a timer in the host. Usage: bench_upload [ROUNDS [MIB]]
+// Uploads one file to nginx over http and https, and through a proxy to the local cloud: the rate against Qt alone and
+// against curl, memory, and the largest gap of a timer in the host. Usage: bench_upload [ROUNDS [MIB]]
 
 #include "FileServer.h"
 #include "http/httpClient.h"
-#include "Memory.h"
-#include "Programs.h"
+#include "Measure.h"
+#include "References.h"
 #include "Report.h"
-#include "TimerGaps.h"
-#include "Toolkit.h"
 #include "ui/KeldaProgram.h"
 
 #include <openkelda/KQtUtil.h>
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QFile>
 
 #include <cstdio>
-#include <limits>
 
 namespace {
 
-const qint64 mebibyte = 1024 * 1024;
-const int intervalMs = 16;
-const double failed = std::numeric_limits<double>::quiet_NaN();
-const QString cloudHost = QStringLiteral("api-content.dropbox.com");
+const QString kCloudHost = QStringLiteral("api-content.dropbox.com");
 
 struct Uploads
 {
     QString folder; ///< holds "upload.bin"
     qint64 size;
     QString host;
-    quint16 port; ///< 0: the usual one
+    quint16 port; ///< 0: the port of the scheme
     QString path;
     bool https;
     QStringList curlOptions;
@@ -46,17 +39,17 @@ struct Uploads
         client.setHost(host.toLatin1(), port);
         QByteArray answer;
         const qint64 before = residentBytes();
-        const bool canMeasure = forgetPeak() && before >= 0;
-        const TimerGaps timer(intervalMs);
+        const bool canMeasure = resetPeak() && before >= 0;
+        const TimerGaps timer;
         QElapsedTimer clock;
         clock.start();
         const ReturnStatus status =
             client.postFile(KQtUtil::toKString(folder + '/'), "upload.bin", path, {}, https, answer);
-        const double seconds = double(clock.nsecsElapsed()) / 1e9;
-        const bool held = status.IsSuccess() && canMeasure;
-        growth.push_back(held ? double(peakResidentBytes() - before) / double(mebibyte) : failed);
-        largestGap.push_back(held ? largest(timer.gaps()) : failed);
-        return held ? megabytesPerSecond(seconds) : failed;
+        const double seconds = milliseconds(clock) / 1000;
+        const bool succeeded = status.IsSuccess() && canMeasure;
+        growth.push_back(succeeded ? double(peakResidentBytes() - before) / double(kMebibyte) : kFailed);
+        largestGap.push_back(succeeded ? largest(timer.gaps()) : kFailed);
+        return succeeded ? megabytesPerSecond(seconds) : kFailed;
     }
 
     QString address() const
@@ -65,10 +58,10 @@ struct Uploads
         return (https ? "https://" : "http://") + authority + path;
     }
 
-    double toolkit() const
+    double qt() const
     {
-        const TimerGaps timer(intervalMs); // costs the plug-in time, too
-        return megabytesPerSecond(toolkitUploadSeconds(folder + QStringLiteral("/upload.bin"), address()));
+        const TimerGaps timer; // because ours() has one, too
+        return megabytesPerSecond(qtUploadSeconds(folder + QStringLiteral("/upload.bin"), address()));
     }
 
     double curl() const
@@ -103,14 +96,14 @@ int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
     const int rounds = roundsFrom(argc, argv);
-    const qint64 size = (argc > 2 ? QByteArray(argv[2]).toLongLong() : 500) * mebibyte;
+    const qint64 size = (argc > 2 ? QByteArray(argv[2]).toLongLong() : 500) * kMebibyte;
     const QTemporaryDir folder;
     FileServer server;
     CloudProcess cloud;
     KeldaOptions options;
     QString error;
     options.caFile = folder.filePath(QStringLiteral("authorities.pem"));
-    const QStringList rules{cloudHost + QStringLiteral(" /1/files_put/* status=200")};
+    const QStringList rules{kCloudHost + QStringLiteral(" /1/files_put/* status=200")};
     if (!server.start() || !cloud.start({folder.filePath(QStringLiteral("cloud")), rules, 0}) ||
         !join(options.caFile, {server.certificate(), cloud.caFile()}) ||
         !KeldaProgram::prepareNetwork(options, error) ||
@@ -122,7 +115,7 @@ int main(int argc, char **argv)
     const QStringList trusted{QStringLiteral("--cacert"), options.caFile};
     const QString here = QStringLiteral("127.0.0.1");
     const QString target = QStringLiteral("/up/upload.bin");
-    const Target sameAsToolkit{Target::Kind::AtLeast, 1};
+    const Target sameAsQt{Target::Kind::AtLeast, 1};
     const Target none{Target::Kind::None, 0};
     struct Route
     {
@@ -137,17 +130,16 @@ int main(int argc, char **argv)
         {QStringLiteral("nginx over https"),
          {folder.path(), size, here, server.port(true), target, true, trusted, {}, {}},
          {Target::Kind::AtMost, 48}},
-        {QStringLiteral("the local cloud by proxy"),
-         {folder.path(), size, cloudHost, 0, QStringLiteral("/1/files_put/dropbox/upload.bin"), true, trusted, {}, {}},
+        {QStringLiteral("the local cloud"),
+         {folder.path(), size, kCloudHost, 0, QStringLiteral("/1/files_put/dropbox/upload.bin"), true, trusted, {}, {}},
          none}};
     Report report(QStringLiteral("upload"));
     for (Route &route : routes) {
         Uploads &uploads = route.uploads;
-        const QString what = QStringLiteral("%1 MiB to %2: ").arg(size / mebibyte).arg(route.name);
+        const QString what = QStringLiteral("%1 MiB to %2: ").arg(size / kMebibyte).arg(route.name);
         const Rounds rates = alternate(
-            rounds, [&] { return uploads.ours(); }, [&] { return uploads.toolkit(); });
-        report.addRatio(what + QStringLiteral("rate, against the toolkit"), rates, QStringLiteral("MB/s"),
-                        sameAsToolkit);
+            rounds, [&] { return uploads.ours(); }, [&] { return uploads.qt(); });
+        report.addRatio(what + QStringLiteral("rate, against the toolkit"), rates, QStringLiteral("MB/s"), sameAsQt);
         report.addValues(what + QStringLiteral("memory growth"), uploads.growth, largest, QStringLiteral("MiB"),
                          route.memory);
         report.addValues(what + QStringLiteral("largest gap"), uploads.largestGap, largest, QStringLiteral("ms"),

@@ -1,36 +1,31 @@
-// The cloud library against rclone and curl on WebDAV servers of this machine:
-// a folder of 10,000 files, 100 small uploads, and 1 GiB down and up. Usage:
-// bench_zephal [ROUNDS]
+// The cloud library against rclone and curl on WebDAV servers of this machine: a folder of 10,000 files, 100 small
+// uploads, and 1 GiB down and up. Usage: bench_zephal [ROUNDS]
 
+#include "Measure.h"
 #include "pelago/Cloud.h"
 #include "pelago/DavServers.h"
-#include "Programs.h"
+#include "References.h"
 #include "Report.h"
-#include "Toolkit.h"
 #include "tour/CloudProcess.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include <limits>
-
 namespace {
 
-const int files = 10000;
-const int uploads = 100;
-const qint64 largeBytes = qint64{1024} * 1024 * 1024;
-const double failed = std::numeric_limits<double>::quiet_NaN();
-const QString shelf = QStringLiteral("parts");
-const QString question = QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                                        "<propfind xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/>"
-                                        "<getlastmodified/><getetag/><getcontenttype/></prop></propfind>");
+constexpr int kFiles = 10000;
+constexpr int kUploads = 100;
+constexpr qint64 kLargeBytes = 1024 * kMebibyte;
+const QString kFolder = QStringLiteral("parts");
+const QString kPropfind = QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                                         "<propfind xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/>"
+                                         "<getlastmodified/><getetag/><getcontenttype/></prop></propfind>");
 
-/// rclone's server as it is by default. That of the tests looks at the disk for
-/// every single entry, minutes long here.
+/// rclone's server with its default settings. Those of the tests read the disk for every entry, which takes minutes
+/// here.
 class RcloneServer : public DavServer
 {
 public:
@@ -74,22 +69,16 @@ std::unique_ptr<DavServer> start(const QString &name)
     return DavServer::start(name);
 }
 
-double since(const QElapsedTimer &clock)
-{
-    return double(clock.nsecsElapsed()) / 1e6;
-}
-
-double library(Cloud &cloud)
+double listWithLibrary(Cloud &cloud)
 {
     QElapsedTimer clock;
     clock.start();
-    const int count = cloud.list(shelf.toUtf8());
-    const double ms = since(clock);
-    return count == files && cloud.entries.size() == files ? ms : failed;
+    const int count = cloud.list(kFolder.toUtf8());
+    const double ms = milliseconds(clock);
+    return count == kFiles && cloud.entries.size() == kFiles ? ms : kFailed;
 }
 
-/// The milliseconds that rclone takes for \p command on the server; \p output
-/// receives what it prints.
+/// The milliseconds that rclone needs for \p command on the server. Stores its output in \p output.
 double rclone(const DavServer &server, const QStringList &command, QByteArray *output)
 {
     static const QByteArray password =
@@ -106,14 +95,14 @@ double rclone(const DavServer &server, const QStringList &command, QByteArray *o
     QElapsedTimer clock;
     clock.start();
     *output = outputOf(QStringLiteral("rclone"), command + arguments);
-    return since(clock);
+    return milliseconds(clock);
 }
 
 double rcloneList(const DavServer &server)
 {
     QByteArray names;
-    const double ms = rclone(server, {QStringLiteral("lsf"), QStringLiteral(":webdav:") + shelf}, &names);
-    return names.count('\n') == files ? ms : failed;
+    const double ms = rclone(server, {QStringLiteral("lsf"), QStringLiteral(":webdav:") + kFolder}, &names);
+    return names.count('\n') == kFiles ? ms : kFailed;
 }
 
 double curl(const DavServer &server)
@@ -121,8 +110,8 @@ double curl(const DavServer &server)
     return 1000 * curlSeconds({QStringLiteral("-o"), QStringLiteral("/dev/null"), QStringLiteral("-u"),
                                QStringLiteral("demo:demo"), QStringLiteral("-X"), QStringLiteral("PROPFIND"),
                                QStringLiteral("-H"), QStringLiteral("Depth: 1"), QStringLiteral("-H"),
-                               QStringLiteral("Content-Type: application/xml"), QStringLiteral("--data"), question,
-                               server.storage + shelf + '/'});
+                               QStringLiteral("Content-Type: application/xml"), QStringLiteral("--data"), kPropfind,
+                               server.storage + kFolder + '/'});
 }
 
 /// Stores the same small file under new names.
@@ -134,15 +123,15 @@ double smallUploads(Cloud &cloud, DavServer &server)
     const QByteArray path = cloud.write("local", QByteArray(2000, 'x'));
     QElapsedTimer clock;
     clock.start();
-    for (int i = 0; i < uploads; ++i) {
+    for (int i = 0; i < kUploads; ++i) {
         const QByteArray name = "Part " + QByteArray::number(i);
         const char *const paths[] = {path.constData()};
         const char *const names[] = {name.constData()};
         if (Skein_Storage_uploadFiles(cloud.endPoint, to.toUtf8(), paths, names, 1, nullptr, nullptr) != 1)
-            return failed;
+            return kFailed;
     }
-    const double ms = since(clock);
-    return server.entries(to).size() == uploads ? ms : failed;
+    const double ms = milliseconds(clock);
+    return server.entries(to).size() == kUploads ? ms : kFailed;
 }
 
 double rcloneUploads(DavServer &server, const QString &from)
@@ -152,19 +141,19 @@ double rcloneUploads(DavServer &server, const QString &from)
     server.makeFolder(to);
     QByteArray output;
     const double ms = rclone(server, {QStringLiteral("copy"), from, QStringLiteral(":webdav:") + to}, &output);
-    return server.entries(to).size() == uploads ? ms : failed;
+    return server.entries(to).size() == kUploads ? ms : kFailed;
 }
 
 void reportLists(Report &report, int rounds)
 {
     for (const char *name : {"apache", "nginx", "rclone"}) {
         const std::unique_ptr<DavServer> server = start(QString::fromLatin1(name));
-        server->makeFolder(shelf);
-        for (int i = 0; i < files; ++i)
-            server->makeFile(shelf + QStringLiteral("/Bracket, left %1.obj").arg(i), "v 0 0 0\n");
+        server->makeFolder(kFolder);
+        for (int i = 0; i < kFiles; ++i)
+            server->makeFile(kFolder + QStringLiteral("/Bracket, left %1.obj").arg(i), "v 0 0 0\n");
         Cloud cloud(server->storage);
         cloud.signIn();
-        const auto ours = [&] { return library(cloud); };
+        const auto ours = [&] { return listWithLibrary(cloud); };
         const QString what = QStringLiteral("10,000 entries from %1, against ").arg(QLatin1String(name));
         report.addRatio(what + QStringLiteral("rclone lsf"),
                         alternate(rounds, ours, [&] { return rcloneList(*server); }), QStringLiteral("ms"),
@@ -177,7 +166,7 @@ void reportLists(Report &report, int rounds)
 void reportSmallUploads(Report &report, int rounds)
 {
     QTemporaryDir from;
-    for (int i = 0; i < uploads; ++i)
+    for (int i = 0; i < kUploads; ++i)
         writeFile(from.filePath(QStringLiteral("Part %1").arg(i)), QByteArray(2000, 'x'));
     for (const char *name : {"apache", "nginx", "rclone", "proxied"}) {
         const std::unique_ptr<DavServer> server = DavServer::start(QString::fromLatin1(name));
@@ -194,7 +183,7 @@ void reportSmallUploads(Report &report, int rounds)
 /// The rate of moving the large file, of \p ms.
 double rate(bool moved, double ms)
 {
-    return moved ? double(largeBytes) / 1000 / ms : failed;
+    return moved ? double(kLargeBytes) / 1000 / ms : kFailed;
 }
 
 void reportLargeFile(Report &report, int rounds, const QString &name)
@@ -205,19 +194,19 @@ void reportLargeFile(Report &report, int rounds, const QString &name)
     QTemporaryDir home;
     const QString source = home.filePath(QStringLiteral("source"));
     server->makeFile(QStringLiteral("large"), QByteArray());
-    if (!writeNoise(source, largeBytes) || !writeNoise(server->path(QStringLiteral("large")), largeBytes))
+    if (!writeNoise(source, kLargeBytes) || !writeNoise(server->path(QStringLiteral("large")), kLargeBytes))
         return;
     const auto timed = [](const std::function<bool()> &move) {
         QElapsedTimer clock;
         clock.start();
         const bool moved = move();
-        return rate(moved, since(clock));
+        return rate(moved, milliseconds(clock));
     };
     const auto theirs = [&](const QStringList &fromTo, const QString &result) {
         return timed([&] {
             QByteArray output;
             rclone(*server, QStringList{QStringLiteral("copyto"), QStringLiteral("--ignore-times")} + fromTo, &output);
-            return QFileInfo(result).size() == largeBytes;
+            return QFileInfo(result).size() == kLargeBytes;
         });
     };
     const QString what = QStringLiteral("1 GiB %2, %1, against rclone copyto").arg(name);
@@ -233,7 +222,7 @@ void reportLargeFile(Report &report, int rounds, const QString &name)
     direct.setUserInfo(QStringLiteral("demo:demo"));
     report.addRatio(QStringLiteral("1 GiB down, %1: the toolkit alone").arg(name),
                     alternate(
-                        rounds, [&] { return double(largeBytes) / 1e6 / toolkitDownloadSeconds(direct, copy); },
+                        rounds, [&] { return double(kLargeBytes) / 1e6 / qtDownloadSeconds(direct, copy); },
                         [&] {
                             return theirs({QStringLiteral(":webdav:large"), copy}, copy);
                         }),
