@@ -1,15 +1,15 @@
-# One function per kind of target, so that flags, the precompiled header and the test environment stand in one place.
+# One function per kind of target: flags, the precompiled header and the environment of tests are set here only.
 
 set(TAVRIN_WARNINGS -Wall -Wextra -Wshadow -Wconversion)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-  # The host's entry points have C names and return a host class by value; that is their documented form.
+  # The documented entry points have C linkage and return a class of the host by value.
   list(APPEND TAVRIN_WARNINGS -Wno-return-type-c-linkage)
 endif()
 if(TAVRIN_WERROR)
   list(APPEND TAVRIN_WARNINGS -Werror)
 endif()
 
-# Every target is built with the same flags, which lets all of them share one precompiled header.
+# All targets have the same flags, so that they can share one precompiled header.
 add_compile_options(-fPIC)
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
 if(TAVRIN_SANITIZE)
@@ -24,7 +24,7 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   add_link_options(-fuse-ld=lld)
 endif()
 
-file(WRITE "${CMAKE_BINARY_DIR}/tavrin_pch.cpp.in" "// Carries the precompiled header that all targets share.\n")
+file(WRITE "${CMAKE_BINARY_DIR}/tavrin_pch.cpp.in" "// Source of the target that owns the shared precompiled header.\n")
 configure_file("${CMAKE_BINARY_DIR}/tavrin_pch.cpp.in" "${CMAKE_BINARY_DIR}/tavrin_pch.cpp" COPYONLY)
 add_library(tavrin_pch OBJECT "${CMAKE_BINARY_DIR}/tavrin_pch.cpp")
 target_link_libraries(tavrin_pch PRIVATE Qt5::Widgets Qt5::Network)
@@ -50,7 +50,7 @@ function(tavrin_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LIBS})
 endfunction()
 
-# tavrin_objects(name SOURCES file... [LIBS target...]): one layer of the plug-in; its tests link it without the layers above.
+# tavrin_objects(name SOURCES file... [LIBS target...]): one layer of the plug-in. Its tests link it without higher layers.
 function(tavrin_objects name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})
@@ -58,7 +58,7 @@ function(tavrin_objects name)
   target_link_libraries(${name} PUBLIC ${ARG_LIBS})
 endfunction()
 
-# tavrin_program(name SOURCES file... [LIBS target...]): an executable, put into <build>/bin.
+# tavrin_program(name SOURCES file... [LIBS target...]): an executable in <build>/bin.
 function(tavrin_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -67,8 +67,8 @@ function(tavrin_program name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 endfunction()
 
-# tavrin_plugin(name SOURCES file... [LIBS target...]): a host plug-in, <build>/plug-ins/<name>.so. It exports the two
-# entry points only and stays mapped after unloading: Qt keeps keys that live in the module's read-only data.
+# tavrin_plugin(name SOURCES file... [LIBS target...]): the host plug-in <build>/plug-ins/<name>.so. It exports only the two
+# entry points. It stays mapped after unloading, because Qt caches keys that are in the module's read-only data.
 function(tavrin_plugin name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_library(${name} MODULE ${ARG_SOURCES})
@@ -79,8 +79,8 @@ function(tavrin_plugin name)
     LINK_DEPENDS "${CMAKE_SOURCE_DIR}/cmake/plugin.map")
 endfunction()
 
-# tavrin_test(name SOURCES file... [LIBS target...] [LOCK name]): a QtTest program, run with a HOME of its own and without
-# a display. LOCK names a CTest resource that it must hold alone.
+# tavrin_test(name SOURCES file... [LIBS target...] [LOCK name]): a QtTest program, run with its own HOME and without a
+# display. Tests with the same LOCK do not run at the same time.
 function(tavrin_test name)
   cmake_parse_arguments(ARG "" "LOCK" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -95,7 +95,7 @@ function(tavrin_test name)
   endif()
 endfunction()
 
-# tavrin_fuzzer(name SOURCES file... [LIBS target...]): a libFuzzer program, put into <build>/fuzz. Only with TAVRIN_FUZZ.
+# tavrin_fuzzer(name SOURCES file... [LIBS target...]): a libFuzzer program in <build>/fuzz. Requires TAVRIN_FUZZ.
 function(tavrin_fuzzer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -105,7 +105,7 @@ function(tavrin_fuzzer name)
   set_target_properties(${name} PROPERTIES AUTOMOC OFF RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/fuzz")
 endfunction()
 
-# tavrin_import(name root): takes <name>/<name>.h and the library of an installed SDK instead of the stand-in.
+# tavrin_import(name root): uses <name>/<name>.h and the library of an installed SDK instead of the stand-in.
 function(tavrin_import name root)
   string(TOUPPER ${name} upper)
   find_path(${upper}_INCLUDE_DIR ${name}/${name}.h PATHS "${root}/include" NO_DEFAULT_PATH REQUIRED)

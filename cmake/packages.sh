@@ -1,6 +1,5 @@
 #!/bin/bash
-# Sourced by demo and check, which set tavrin_root. Installs the Debian packages that cmake/packages.txt lists when one
-# is missing.
+# Sourced by demo and check, which set tavrin_root. Installs the missing packages of cmake/packages.txt.
 
 # tavrin_packages SECTION...: the names in these sections, one per line.
 tavrin_packages() {
@@ -9,7 +8,7 @@ tavrin_packages() {
     on && NF && $1 !~ /^#/ { print $1 }' "$tavrin_root/cmake/packages.txt"
 }
 
-# tavrin_missing_packages SECTION...: those of them that are not installed, on one line.
+# tavrin_missing_packages SECTION...: the names of those that are not installed, on one line.
 tavrin_missing_packages() {
   local name missing=()
   for name in $(tavrin_packages "$@"); do
@@ -18,11 +17,11 @@ tavrin_missing_packages() {
   echo "${missing[*]-}"
 }
 
-# tavrin_install_packages SECTION...: never asks a question; false, with one line that says what to do, when it cannot.
+# tavrin_install_packages SECTION...: installs without questions. On failure it prints what to do and returns 1.
 tavrin_install_packages() {
   local missing as_root=()
   if ! command -v dpkg-query >/dev/null; then
-    echo "No dpkg here: install by hand what cmake/packages.txt lists." >&2
+    echo "dpkg is missing. Install the packages of cmake/packages.txt by hand." >&2
     return 0
   fi
   missing=$(tavrin_missing_packages "$@")
@@ -36,9 +35,9 @@ tavrin_install_packages() {
     as_root=(sudo -n)
   fi
   local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
-  "${apt[@]}" update </dev/null || echo "apt-get update failed; going on with the lists at hand." >&2
+  "${apt[@]}" update </dev/null || echo "apt-get update failed; using the existing package lists." >&2
   local policy='' status=0
-  # Tests start servers by themselves; their packages may not make services of them. See invoke-rc.d(8).
+  # The tests start the servers, so the packages must not start services. See invoke-rc.d(8).
   if [ ! -e /usr/sbin/policy-rc.d ]; then
     policy=/usr/sbin/policy-rc.d
     printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null && "${as_root[@]}" chmod 755 "$policy"
