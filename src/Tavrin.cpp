@@ -42,7 +42,7 @@ void addPortal(std::unique_ptr<IPortal> portal)
     const KString identity = portal->GetPortalUID();
     if (!Portal_CloudBrowser::RegisterPortal(portal.get()))
         return;
-    portal.release(); // deleted by removePortals()
+    (void)portal.release(); // deleted by removePortals()
     portalIdentities.push_back(identity);
     Portal_CloudBrowser::GetInstance(identity)->AddPortalTabPage();
 }

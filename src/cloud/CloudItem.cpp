@@ -117,7 +117,9 @@ KString ICloudItem::GetTooltip()
     for (const auto &[name, value] : m_properties) {
         if (!text.empty())
             text += L'\n';
-        text += name + L": " + value;
+        text += name;
+        text += L": ";
+        text += value;
     }
     return KString(text.c_str());
 }

@@ -154,7 +154,7 @@ void httpClient::readyReadCB()
 
 KString httpClient::slotError(QNetworkReply::NetworkError error)
 {
-    const KString text = httpErrors::networkErrorText(error);
+    KString text = httpErrors::networkErrorText(error);
     if (!m_quiet && !text.isEmpty())
         KGlobal::displayError(text);
     return text;
