@@ -1,5 +1,6 @@
 #include "portals/Portal_Plyx_CloudItem.h"
 
+#include "PlyxConfig.h"
 #include "TavrinHelper.h"
 
 KString Portal_Plyx_ICloudItem::GetDisplayName()
@@ -34,6 +35,11 @@ QIcon Portal_Plyx_ICloudItem::GetItemIcon()
     if (id == PlyxFolders::kGrell)
         return TavrinHelper::portalIcon("Plyx-Grell.png");
     return ICloudItem::GetItemIcon();
+}
+
+ThumbnailSource Portal_Plyx_ICloudItem::thumbnail()
+{
+    return {QUrl(KQtUtil::toQString(propertyText("ThumbnailUrl"))), QString::fromLatin1(PlyxConfig::kHost)};
 }
 
 KString Portal_Plyx_ICloudItem::GetImportPathFolder()

@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "cloud/IThumbnailItem.h"
 #include "cloud/portal/PortalBases.h"
 
 /// The unique ids of the fixed folders: the root, the user's models, and one gallery for each app of the service.
@@ -16,7 +17,7 @@ constexpr char kTarn[] = "Tarn_Folder_Id_Of_Plyx_Portal__";
 constexpr char kGrell[] = "Grell_Folder_Id_Of_Plyx_Portal__";
 } // namespace PlyxFolders
 
-class Portal_Plyx_ICloudItem : public ICloudPortalApi::CloudItemBase
+class Portal_Plyx_ICloudItem : public ICloudPortalApi::CloudItemBase, public ICloudPortalApi::IThumbnailItem
 {
 public:
     using CloudItemBase::CloudItemBase;
@@ -28,6 +29,7 @@ public:
     bool IsFolder() override;
     /// Returns the icon of the app for a gallery.
     QIcon GetItemIcon() override;
+    ThumbnailSource thumbnail() override;
     /// Returns "/" and the id, because each model needs a folder for itself and its textures.
     KString GetImportPathFolder() override;
     KString GetImportFilename() override;

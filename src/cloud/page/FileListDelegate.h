@@ -1,8 +1,13 @@
 // cloud/page/FileListDelegate.h
+//
+// Draws the rows of the file list.
 
 #pragma once
 
 #include <QStyledItemDelegate>
+
+class FileListThumbnails;
+class QListWidget;
 
 /// Makes every row as wide as the list, so that the list elides long names. Shows tool tips as plain text, since
 /// services define them. If a name does not fit, the tool tip begins with the whole name.
@@ -10,9 +15,17 @@ class FileListDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    /// \p list becomes the parent. \p thumbnails is not owned. A picture of it replaces the icon of its row.
+    FileListDelegate(QListWidget *list, const FileListThumbnails *thumbnails);
 
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
                    const QModelIndex &index) override;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override;
+
+private:
+    const FileListThumbnails *m_thumbnails;
 };

@@ -1,5 +1,6 @@
 // The folder view: the current folder, its contents, and the pages of a search.
 
+#include "cloud/page/FileListThumbnails.h"
 #include "cloud/page/FolderBar.h"
 #include "cloud/page/Portal_CloudBrowserWindows.h"
 
@@ -76,6 +77,7 @@ void Portal_CloudBrowserWindows::loadFolder()
     // Each call may have closed the dock, which leaves no current folder.
     if (!m_currentFolder)
         return;
+    m_thumbnails->cancel();
     restoreFixedFolders(m_currentFolder);
 
     const QPointer<ICloudItem> folder(m_currentFolder);
@@ -90,6 +92,7 @@ void Portal_CloudBrowserWindows::loadFolder()
     const bool isEmpty = items.empty();
     if (isFetched && folder && folder == m_currentFolder && !showItems(items))
         return;
+    m_thumbnails->listFilled();
     // The service may have refused the session during the fetch.
     bool isSignedOut = false;
     const auto checkLogin = [&] { isSignedOut = !m_portal->GetLogin()->IsLogin(); };

@@ -2,6 +2,7 @@
 
 #include "cloud/page/AfterInput.h"
 #include "cloud/page/FileListDelegate.h"
+#include "cloud/page/FileListThumbnails.h"
 #include "cloud/page/FolderBar.h"
 #include "cloud/page/ImportExportPanels.h"
 #include "cloud/page/LiteralText.h"
@@ -105,7 +106,8 @@ void Portal_CloudBrowserWindows::createFileList()
     m_fileList->setStyleSheet(QStringLiteral("QListWidget { top:  3px; bottom: 3px; } "));
     m_fileList->setAccessibleName(QStringLiteral("ListOfFileFromCloud"));
     m_fileList->setUniformItemSizes(true);
-    m_fileList->setItemDelegate(new FileListDelegate(m_fileList));
+    m_thumbnails = new FileListThumbnails(m_fileList);
+    m_fileList->setItemDelegate(new FileListDelegate(m_fileList, m_thumbnails));
     m_fileList->setTextElideMode(Qt::ElideMiddle);
     connect(m_fileList, &QListWidget::itemDoubleClicked, this, &Portal_CloudBrowserWindows::openLater);
     auto *input = new AfterInput(m_fileList);

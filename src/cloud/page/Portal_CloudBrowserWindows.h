@@ -14,6 +14,7 @@
 #include <QWidget>
 
 class ExportPanel;
+class FileListThumbnails;
 class FolderBar;
 class ImportPanel;
 class LiteralTextButton;
@@ -165,6 +166,7 @@ private:
     QToolBar *m_searchBar = nullptr; ///< this and the field are null if the portal has no search
     QLineEdit *m_searchText = nullptr;
     QListWidget *m_fileList = nullptr;
+    FileListThumbnails *m_thumbnails = nullptr;
     QAction *m_refreshAction = nullptr;
     Pager *m_pager = nullptr; ///< null if the portal does not search page by page
     QTabWidget *m_importExportTabs = nullptr;
