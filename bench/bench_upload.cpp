@@ -21,7 +21,7 @@ const QString kCloudHost = QStringLiteral("api-content.dropbox.com");
 
 struct Uploads
 {
-    QString folder; ///< holds "upload.bin"
+    QString folder; ///< contains "upload.bin"
     qint64 size;
     QString host;
     quint16 port; ///< 0: the port of the scheme

@@ -49,7 +49,7 @@ const Cause kCauses[] = {
      "Switch on Basic or Digest (MD5) there"},
     {0, "user-name", "a user name cannot contain a colon", "Correct the user name"},
     {0, "configuration", "pelago.ini cannot be used (%1)",
-     "An address begins with https:// and holds no user name, query or #; http needs allowPlainHttp=true"},
+     "An address begins with https:// without user name, query and #; http needs allowPlainHttp=true"},
     {0, "certificate", "the server's certificate is not trusted (%1)",
      "Start the host with --ca-file and the certificate of the authority"},
     {0, "host-name", "the server's certificate is for another host name (%1)",

@@ -17,19 +17,19 @@
 
 namespace {
 
-void giveAway(const QString &path)
+void makeWritable(const QString &path)
 {
     if (geteuid() == 0 && chown(QFile::encodeName(path).constData(), 65534, 65534) != 0)
-        qFatal("cannot give away %s", qPrintable(path));
+        qFatal("cannot change the owner of %s", qPrintable(path));
 }
 
-/// A server from the system's packages, run by a user without rights.
+/// A server from the system's packages, run by an unprivileged user.
 class ProcessServer : public DavServer
 {
 public:
     explicit ProcessServer(const QString &name)
     {
-        // Not below TMPDIR, which only the user of the tests may enter.
+        // Not below TMPDIR, which other users cannot enter.
         QFile::setPermissions(m_home.path(), QFileDevice::Permissions(0x7755));
         folder = m_home.path();
         for (const char *part : {"", "tmp", "root", "root/dav"})
@@ -56,8 +56,7 @@ public:
     }
 
 private:
-    /// Runs the program for \p name, in front of the server at the port \p behind if that is not empty. Returns its
-    /// port.
+    /// Starts the program for \p name and returns its port. If \p behind is not empty, it is a proxy for that port.
     quint16 start(const QString &name, const QByteArray &behind)
     {
         // Another program may take the port before the server does.
@@ -96,7 +95,7 @@ private:
         return {"nginx", "-e", "stderr", "-p", m_home.path(), "-c", settings};
     }
 
-    /// A self-signed certificate for nginx, trusted by this process from now on.
+    /// Creates a self-signed certificate for nginx, which this process trusts from now on.
     void makeCertificate()
     {
         const QStringList line{"req",
@@ -116,7 +115,7 @@ private:
                                "subjectAltName=IP:127.0.0.1"};
         if (QProcess::execute("openssl", line) != 0)
             qFatal("no certificate");
-        giveAway(m_home.filePath("key"));
+        makeWritable(m_home.filePath("key"));
         certificateFile = m_home.filePath("certificate");
         QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
         tls.addCaCertificate(QSslCertificate(readFile(certificateFile)));
@@ -149,11 +148,11 @@ private:
     std::vector<std::unique_ptr<QProcess>> m_processes;
 };
 
-/// The demo's own service, behind its proxy and under its real name.
-class Local : public DavServer
+/// The local cloud, through its proxy and under the name of the real service.
+class LocalCloudServer : public DavServer
 {
 public:
-    Local()
+    LocalCloudServer()
     {
         QString error;
         if (!m_cloud.start(&error))
@@ -165,7 +164,7 @@ public:
         QSslConfiguration::setDefaultConfiguration(tls);
         QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", m_cloud.port()));
     }
-    ~Local() override { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
+    ~LocalCloudServer() override { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
 
 private:
     LocalCloud m_cloud;
@@ -176,20 +175,20 @@ private:
 std::unique_ptr<DavServer> DavServer::start(const QString &name)
 {
     if (name == "localcloud")
-        return std::make_unique<Local>();
+        return std::make_unique<LocalCloudServer>();
     return std::make_unique<ProcessServer>(name);
 }
 
 void DavServer::makeFolder(const QString &id)
 {
     QDir().mkpath(path(id));
-    giveAway(path(id));
+    makeWritable(path(id));
 }
 
 void DavServer::makeFile(const QString &id, const QByteArray &content)
 {
     writeFile(path(id), content);
-    giveAway(path(id));
+    makeWritable(path(id));
 }
 
 QStringList DavServer::entries(const QString &folderId) const
