@@ -105,7 +105,8 @@ void Pager::createPageSizes(Portal_CloudBrowserWindows *page, QHBoxLayout *row)
 
 void Pager::setPageButton(int step, bool isOffered, qint64 number)
 {
-    QPushButton *button = m_pages[static_cast<std::size_t>(kStepsBack + step)];
+    const int position = kStepsBack + step;
+    QPushButton *button = m_pages[static_cast<std::size_t>(position)];
     setButtonText(button, isOffered ? QString::number(number) : QStringLiteral("."));
     button->setEnabled(isOffered && step != 0);
     button->setVisible(isOffered);
