@@ -63,7 +63,7 @@ Failure lastFailure()
     return last;
 }
 
-void forgetLastFailure()
+void clearLastFailure()
 {
     last = Failure();
 }

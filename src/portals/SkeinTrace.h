@@ -28,7 +28,7 @@ struct Failure
 
 /// Returns the last failure that a HostTrace received.
 Failure lastFailure();
-void forgetLastFailure();
+void clearLastFailure();
 
 /// Returns the message of the sign-in form for \p result, a negative Skein_Result, and its reason.
 QString signInMessage(int result, const Failure &failure);

@@ -18,8 +18,6 @@ public:
     /// \p receiver handles the signals of the dialogs.
     explicit OpenDialog(QObject *receiver) : m_receiver(receiver) {}
     ~OpenDialog() { close(); }
-    OpenDialog(const OpenDialog &) = delete;
-    OpenDialog &operator=(const OpenDialog &) = delete;
 
     /// Shows \p dialog and closes an older one.
     void open(Dialog *dialog)

@@ -17,16 +17,6 @@ SignInAttempt::Handle SignInAttempt::begin(Callback callback, void *context)
     return callback ? replaceWith([=](bool success) { callback(context, success); }) : replaceWith({});
 }
 
-SignInAttempt::Handle SignInAttempt::restart()
-{
-    return replaceWith(*m_current);
-}
-
-void SignInAttempt::cancel()
-{
-    replaceWith({});
-}
-
 SignInAttempt::Handle SignInAttempt::replaceWith(const Notify &notify)
 {
     m_current = std::make_shared<const Notify>(notify);

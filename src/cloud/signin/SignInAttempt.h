@@ -25,9 +25,9 @@ public:
     /// Like begin(owner). end() will call \p callback, which may be null, with \p context.
     Handle begin(Callback callback, void *context);
     /// Supersedes the current attempt and takes over its notification.
-    Handle restart();
+    Handle restart() { return replaceWith(*m_current); }
     /// Supersedes the current attempt without notification.
-    void cancel();
+    void cancel() { replaceWith({}); }
     Handle current() const { return m_current; }
 
     /// Ends the current attempt and notifies its owner or callback, which may spin the event loop and delete this
