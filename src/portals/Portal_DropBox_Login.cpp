@@ -69,7 +69,7 @@ bool Portal_DropBox_Login::Login(IPortalOwnerCB *owner)
         finish(true);
         return true;
     }
-    dropSession();
+    clearSession();
     waitForRedirect();
     QDesktopServices::openUrl(QUrl(KQtUtil::toQString(GetLoginRequestUrl())));
     return false;
@@ -89,7 +89,7 @@ void Portal_DropBox_Login::waitForRedirect()
 void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
 {
     const RunningCall running;
-    retireServer();
+    releaseServerLater();
     if (code == "timeout") {
         KGlobal::displayError(TavrinStrings::getString(TavrinStrings::KCloudPortalDropBoxOAuthTimeout));
         finish(false);
@@ -109,7 +109,7 @@ void Portal_DropBox_Login::LoginReceiveCode(const KString &code)
         return;
 
     const DropBoxReplies::Token token = DropBoxReplies::token(body);
-    dropSession();
+    clearSession();
     SetSessionID(token.accessToken, token.userId);
     m_tokenType = token.tokenType;
     SaveSessionSettings();
@@ -131,7 +131,7 @@ bool Portal_DropBox_Login::Logout()
 {
     m_attempt.cancel();
     ResetServer();
-    forgetSession();
+    deleteSession();
     return true;
 }
 
@@ -139,7 +139,7 @@ bool Portal_DropBox_Login::IsLogin()
 {
     const SessionCheck check = checkSession();
     if (check == SessionCheck::Invalid)
-        forgetSession();
+        deleteSession();
     return check == SessionCheck::Valid;
 }
 
@@ -183,7 +183,7 @@ void Portal_DropBox_Login::ResetServer()
     m_server = nullptr;
 }
 
-void Portal_DropBox_Login::retireServer()
+void Portal_DropBox_Login::releaseServerLater()
 {
     SimpleHttpServer *server = m_server;
     if (!server)

@@ -59,7 +59,7 @@ public:
 private:
     void waitForRedirect();
     /// Like ResetServer(), but deletes the server only after it has sent the page to the browser.
-    void retireServer();
+    void releaseServerLater();
     void finish(bool success);
     bool accountName(KString &name) const;
 
@@ -72,6 +72,6 @@ private:
     KString m_webHost;
     KString m_appKey;
     KString m_appSecret;
-    QObject m_serverParent; ///< owns all servers, also those of retireServer()
+    QObject m_serverParent; ///< owns all servers, also those of releaseServerLater()
     QPointer<SimpleHttpServer> m_server;
 };

@@ -61,7 +61,7 @@ Token token(const QByteArray &body)
 {
     Token token;
     const JsonReply reply(body);
-    if (JsonReply::member(reply.value(), "error").toBool()) // null and false report that there is no error
+    if (JsonReply::member(reply.value(), "error").toBool()) // null and false mean success
         return token;
     JsonReply::text(reply.value(), "access_token", token.accessToken);
     JsonReply::text(reply.value(), "token_type", token.tokenType);

@@ -46,7 +46,7 @@ bool Portal_Plyx_Login::Login(IPortalOwnerCB *owner)
         return true;
     }
 
-    dropSession();
+    clearSession();
     m_loginUi.setCallback(uiLoginCallback, this);
     if (m_loginUi.login(owner ? owner->GetParentLoginWidget() : nullptr))
         return true;
@@ -78,7 +78,7 @@ bool Portal_Plyx_Login::Logout()
 {
     m_attempt.cancel();
     m_loginUi.CleanResources();
-    forgetSession();
+    deleteSession();
     return true;
 }
 

@@ -64,15 +64,15 @@ void SessionLogin::loadSession()
     SetSessionID(settings.getSessionID(), settings.getSecureSessionID());
 }
 
-void SessionLogin::dropSession()
+void SessionLogin::clearSession()
 {
     SetSessionID(KString(), KString());
     m_isConfirmed = false;
 }
 
-void SessionLogin::forgetSession()
+void SessionLogin::deleteSession()
 {
-    dropSession();
+    clearSession();
     SaveSessionSettings();
 }
 

@@ -41,9 +41,9 @@ protected:
     /// Reads the session from the settings file. Ignored if the file could not be written before.
     void loadSession();
     /// Clears the current session, but not the settings file.
-    void dropSession();
-    /// Clears the current session and the settings file.
-    void forgetSession();
+    void clearSession();
+    /// Clears the current session, also in the settings file.
+    void deleteSession();
 
 private:
     const char *m_settingsName;

@@ -31,7 +31,7 @@ const QSize kMaxPageSize(32767, 32767);
 constexpr int kMaxMessageLength = 500;
 
 /// Replaces the dialog functions of a window before the scripts of the page run. The error ends a script that opens
-/// dialogs in an endless loop. confirm() uses the native prompt, because showMessage() gets its text from there.
+/// dialogs in an endless loop. confirm() calls the native prompt(), so that javaScriptPrompt() handles both.
 const char kDialogLimit[] = R"((function () {
     var alert = window.alert, prompt = window.prompt, left = 100;
     function limited(dialog, answer) {
