@@ -157,7 +157,7 @@ private slots:
         }
     }
 
-    void pageShowsNothingOfAWrongSignIn()
+    void pageEscapesTheUserAndHidesThePassword()
     {
         for (const QString &page : {kPlyx + "/TokenAPI/login.cfm?afc=QK4ZT8", QString(kDav).replace("dav", "signin")}) {
             QVERIFY(!m_client->get(page).body.contains("id=\"error\""));
