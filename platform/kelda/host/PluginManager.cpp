@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 
 #include <algorithm>
 #include <dlfcn.h>
@@ -38,19 +39,6 @@ KStatus guarded(const std::function<KStatus()> &call)
         return KStatus::failure("unknown exception");
     }
 }
-
-/// Counts one running command of a plug-in during its lifetime.
-class RunningCommand
-{
-public:
-    explicit RunningCommand(int &count) : m_count(count) { ++m_count; }
-    ~RunningCommand() { --m_count; }
-    RunningCommand(const RunningCommand &) = delete;
-    RunningCommand &operator=(const RunningCommand &) = delete;
-
-private:
-    int &m_count;
-};
 
 } // namespace
 
@@ -253,7 +241,8 @@ KStatus PluginManager::registerCommand(KObject plugin, const KString &name, void
         KArgList arguments;
         for (const QString &argument : call.texts())
             arguments.append(KQtUtil::toKString(argument));
-        const RunningCommand running(known->running);
+        ++known->running;
+        const auto guard = qScopeGuard([known] { --known->running; });
         const KStatus status = guarded([&] {
             const std::unique_ptr<KPxCommand> command(static_cast<KPxCommand *>(creator()));
             return command ? command->doIt(arguments) : KStatus::failure("the command object could not be created");

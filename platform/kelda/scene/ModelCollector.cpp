@@ -1,6 +1,3 @@
-#include "scene/ModelCollector.h"
-
-#include "scene/FileOptions.h"
 #include "scene/ModelFolder.h"
 #include "scene/ModelReader.h"
 
@@ -262,7 +259,7 @@ void Collector::addCorners(const aiMesh &source, const aiMatrix4x4 &transform, M
 
 } // namespace
 
-ModelData ModelCollector::collect(const aiScene &scene, double scale)
+ModelData ModelReader::collect(const aiScene &scene, double scale)
 {
     return Collector(scene, scale).collect();
 }

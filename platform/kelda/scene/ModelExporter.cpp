@@ -124,22 +124,16 @@ bool isPainted(const Material &material)
     return !grey || !(material.name.isEmpty() || material.name == QLatin1String(AI_DEFAULT_MATERIAL_NAME));
 }
 
-/// The distinct names of the objects' images, including missing ones, five at most.
+/// The distinct names of the objects' images, including missing ones.
 QString imageNames(const std::vector<SceneObject> &objects)
 {
-    constexpr int kMost = 5;
     QStringList names;
     for (const SceneObject &object : objects) {
         const Material &material = *object.material;
-        const QString name = material.textureName.isEmpty() ? QStringLiteral("(unnamed)") : material.textureName;
-        const bool hasImage = !material.texture.isNull() || !material.textureName.isEmpty();
-        if (hasImage && !names.contains(name))
-            names.append(name);
+        if (!material.textureName.isEmpty() && !names.contains(material.textureName))
+            names.append(material.textureName);
     }
-    if (names.size() <= kMost)
-        return names.join(QStringLiteral(", "));
-    return QStringList(names.mid(0, kMost)).join(QStringLiteral(", ")) +
-           QStringLiteral(" and %1 more").arg(names.size() - kMost);
+    return names.join(QStringLiteral(", "));
 }
 
 /// What the file does not contain, one line each.

@@ -1,7 +1,6 @@
 #include "scene/ModelReader.h"
 
 #include "scene/FileOptions.h"
-#include "scene/ModelCollector.h"
 #include "scene/ModelFolder.h"
 #include "scene/Translators.h"
 
@@ -47,7 +46,7 @@ QString errorOf(const Assimp::Importer &importer)
 }
 
 /// Converts the scene of \p importer. Throws FileError.
-ModelData collected(Assimp::Importer &importer, const OptionValues &options)
+ModelData convertedScene(Assimp::Importer &importer, const OptionValues &options)
 {
     const aiScene *scene = importer.GetScene();
     if (!scene->mRootNode)
@@ -57,7 +56,7 @@ ModelData collected(Assimp::Importer &importer, const OptionValues &options)
         scene = importer.ApplyPostProcessing(aiProcess_Triangulate);
     if (!scene)
         throw FileError(errorOf(importer));
-    return ModelCollector::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble());
+    return ModelReader::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble());
 }
 
 /// \p reason, with the kind of file that its first bytes suggest if that explains the failure.
@@ -99,7 +98,7 @@ ModelData ModelReader::read(const QString &path, const Translator *translator, c
     if (!importer.ReadFile(alias.toStdString(), 0))
         throw FileError(explained(errorOf(importer), path, translator));
     try {
-        ModelData model = collected(importer, options);
+        ModelData model = convertedScene(importer, options);
         model.missingMaterials = folder->missingMaterials();
         return model;
     } catch (const FileError &problem) {

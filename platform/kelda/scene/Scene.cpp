@@ -88,11 +88,6 @@ void Scene::remove(const QStringList &names)
         emit selectionChanged();
 }
 
-void Scene::clear()
-{
-    remove(names());
-}
-
 void Scene::setSelection(const QStringList &names)
 {
     const QSet<QString> wanted(names.begin(), names.end());

@@ -47,7 +47,6 @@ public:
     QStringList add(std::vector<SceneObject> objects);
     /// Unknown names are ignored.
     void remove(const QStringList &names);
-    void clear();
     /// Selects exactly these; unknown names are ignored.
     void setSelection(const QStringList &names);
 

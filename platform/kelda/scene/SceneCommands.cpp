@@ -76,7 +76,7 @@ Value FileCommand::run(const CommandCall &call)
     if (flags.has("-import"))
         return import(flags, flags.value("-import").toString());
     if (flags.has("-new")) {
-        m_scene.clear();
+        m_scene.remove(m_scene.names());
         return Value();
     }
     const bool selectionOnly = flags.has("-exportSelected");

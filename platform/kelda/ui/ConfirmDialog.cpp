@@ -4,7 +4,6 @@
 
 #include <QCloseEvent>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -14,19 +13,6 @@ namespace {
 QString buttonLabel(QString text)
 {
     return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
-}
-
-void alignText(QMessageBox &box, const QString &where)
-{
-    static const QHash<QString, Qt::Alignment> alignments{
-        {"left", Qt::AlignLeft}, {"center", Qt::AlignHCenter}, {"right", Qt::AlignRight}};
-    if (where.isEmpty())
-        return;
-    if (!alignments.contains(where))
-        throw CommandError(
-            QStringLiteral("confirmDialog: -messageAlign is left, center or right, not \"%1\"").arg(where));
-    if (auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label")))
-        label->setAlignment(alignments.value(where) | Qt::AlignVCenter);
 }
 
 /// A message box that can be closed whatever buttons it has. clickedButton() is null then.
@@ -55,7 +41,6 @@ QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, con
     box->setWindowTitle(flags.value("-title").toString());
     box->setTextFormat(Qt::PlainText);
     box->setText(flags.value("-message").toString());
-    alignText(*box, flags.value("-messageAlign").toString());
     QHash<QAbstractButton *, QString> texts;
     for (const QString &text : buttons) {
         QPushButton *button = box->addButton(buttonLabel(text), QMessageBox::AcceptRole);

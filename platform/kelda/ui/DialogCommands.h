@@ -7,7 +7,7 @@
 class KeldaHost;
 class OptionStore;
 
-/// confirmDialog -title TEXT -message TEXT [-messageAlign left|center|right] [-button TEXT]... [-defaultButton TEXT]
+/// confirmDialog -title TEXT -message TEXT [-messageAlign left] [-button TEXT]... [-defaultButton TEXT]
 ///     [-cancelButton TEXT]
 /// Returns the text of the pressed button, or, if the box is closed, that of the cancel button or "dismiss". Spins the
 /// event loop. A host without a window posts the message as information and returns as if the box was closed.

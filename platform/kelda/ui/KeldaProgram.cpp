@@ -193,8 +193,7 @@ void KeldaProgram::print(const char *prefix, const QString &text) const
     if (!m_options.echo)
         return;
     QString line = text;
-    line.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    line.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    line.remove(QLatin1Char('\r'));
     line.replace(QLatin1Char('\n'), QLatin1String("\\n"));
     std::fputs((prefix + line.toUtf8() + '\n').constData(), stdout);
     std::fflush(stdout);

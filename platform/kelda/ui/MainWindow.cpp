@@ -67,25 +67,19 @@ void MainWindow::buildMenus()
 {
     m_fileMenu = menuBar()->addMenu(tr("&File"));
     m_fileMenu->setObjectName(QStringLiteral("KeldaFileMenu"));
-    const auto add = [this](QMenu *menu, const char *name, const QString &text, const QKeySequence &keys, auto slot) {
-        QAction *action = menu->addAction(text, this, slot);
+    const auto add = [this](const char *name, const QString &text, const QKeySequence &keys, auto slot) {
+        QAction *action = m_fileMenu->addAction(text, this, slot);
         action->setObjectName(QString::fromLatin1(name));
         action->setShortcut(keys);
-        return action;
     };
-    add(m_fileMenu, "KeldaNew", tr("&New"), QKeySequence::New,
-        [this] { runCommand(QStringLiteral("file -force -new")); });
-    add(m_fileMenu, "KeldaImport", tr("&Import..."), QKeySequence(QStringLiteral("Ctrl+I")), [this] { importFile(); });
-    add(m_fileMenu, "KeldaExportAll", tr("&Export All..."), QKeySequence(QStringLiteral("Ctrl+E")),
-        [this] { exportFile(); });
+    add("KeldaNew", tr("&New"), QKeySequence::New, [this] { runCommand(QStringLiteral("file -force -new")); });
+    add("KeldaImport", tr("&Import..."), QKeySequence(QStringLiteral("Ctrl+I")), [this] { importFile(); });
+    add("KeldaExportAll", tr("&Export All..."), QKeySequence(QStringLiteral("Ctrl+E")), [this] { exportFile(); });
     m_fileMenu->addSeparator();
     m_entriesEnd = m_fileMenu->addSeparator();
-    add(m_fileMenu, "KeldaQuit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
+    add("KeldaQuit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
     // Scripts may add other entries than before.
     connect(m_fileMenu, &QMenu::aboutToShow, this, [this] { m_host.menus().rebuild(); });
-
-    QMenu *view = menuBar()->addMenu(tr("&View"));
-    add(view, "KeldaFrameAll", tr("&Frame All"), QKeySequence(), [this] { m_viewport->frameAll(); });
 }
 
 QDockWidget *MainWindow::addDock(const QString &title, const QString &name, QWidget *content, Qt::DockWidgetArea area)

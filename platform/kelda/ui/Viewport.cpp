@@ -3,7 +3,6 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QtMath>
 
 #include <algorithm>
 #include <cmath>
@@ -84,18 +83,11 @@ void Viewport::mousePressEvent(QMouseEvent *event)
 
 void Viewport::mouseMoveEvent(QMouseEvent *event)
 {
-    const QPoint way = event->pos() - m_lastPosition;
+    const QPoint distance = event->pos() - m_lastPosition;
     m_lastPosition = event->pos();
     if (event->buttons() & Qt::LeftButton) {
-        m_camera.yaw = std::fmod(m_camera.yaw - static_cast<float>(way.x()) * 0.4F, 360.0F);
-        m_camera.pitch = std::clamp(m_camera.pitch + static_cast<float>(way.y()) * 0.4F, -89.0F, 89.0F);
-    } else if (event->buttons() & Qt::MiddleButton) {
-        const float perPixel = m_camera.distance * std::tan(qDegreesToRadians(m_camera.fieldOfView) / 2) * 2 /
-                               static_cast<float>(std::max(1, height()));
-        const QVector3D forward = (m_camera.target - m_camera.eye()).normalized();
-        const QVector3D right = QVector3D::crossProduct(forward, QVector3D(0, 1, 0)).normalized();
-        const QVector3D up = QVector3D::crossProduct(right, forward);
-        m_camera.target += (up * static_cast<float>(way.y()) - right * static_cast<float>(way.x())) * perPixel;
+        m_camera.yaw = std::fmod(m_camera.yaw - static_cast<float>(distance.x()) * 0.4F, 360.0F);
+        m_camera.pitch = std::clamp(m_camera.pitch + static_cast<float>(distance.y()) * 0.4F, -89.0F, 89.0F);
     }
     invalidate();
 }

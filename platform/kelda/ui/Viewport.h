@@ -1,6 +1,6 @@
 // ui/Viewport.h
 //
-// Shows the scene. Dragging with the left button orbits, with the middle button moves, the wheel zooms, and F frames
+// Shows the scene. Dragging with the left button orbits, the wheel zooms, and F frames
 // all objects. Draws only after changes.
 
 #pragma once
