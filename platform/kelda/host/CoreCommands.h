@@ -12,8 +12,7 @@
 //   callbacks -addCallback PROC | -removeCallback PROC  -hook HOOK -owner NAME
 //   menuItem -parent MENU -label TEXT [-command TEXT] ID | -exists ID
 //   deleteUI ID                        removes a menu item
-//   setStringResource PLUGIN KEY TEXT, getStringResource PLUGIN KEY
-//   loadPlugin FILE, unloadPlugin NAME
+//   setStringResource PLUGIN KEY TEXT, getStringResource PLUGIN KEY, loadPlugin FILE, unloadPlugin NAME
 //   pluginInfo -q -listPlugins | -version NAME
 //   internalVar -userAppDir | -userPrefDir
 //   getenv NAME

@@ -72,7 +72,7 @@ void BrowserWindow::load(const QUrl &url)
 void BrowserWindow::showAddress(const QUrl &url)
 {
     m_address->setText(url.toString(QUrl::RemovePassword));
-    m_address->setCursorPosition(0); // the host name must be visible
+    m_address->setCursorPosition(0);
 }
 
 InternalBrowser::InternalBrowser(QObject *parent) : QObject(parent)
