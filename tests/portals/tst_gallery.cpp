@@ -1,0 +1,253 @@
+// portals/tst_gallery.cpp
+//
+// The pictures of a Plyx gallery on its page: what is requested when, and what the list shows.
+
+#include "cloud/page/Portal_CloudBrowserWindows.h"
+#include "cloud/Portal_CloudBrowser.h"
+#include "portals/Portal_Plyx.h"
+#include "PortalTest.h"
+
+namespace {
+
+constexpr int kModels = 150;
+constexpr int kPerPage = 64;
+
+QString pictureName(int model)
+{
+    return QStringLiteral("p%1.png").arg(model, 3, 10, QLatin1Char('0'));
+}
+
+} // namespace
+
+class TestGallery : public PortalTest
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        writeCatalogue();
+        start();
+        makePortal<Portal_Plyx, Portal_Plyx_Login, Portal_Plyx_IPortalBrowser>();
+        store(m_fixture->cloud.issuePlyxSession());
+        QVERIFY(Portal_CloudBrowser::RegisterPortal(m_portal.get()));
+        m_controller.reset(Portal_CloudBrowser::GetInstance(m_portal->GetPortalUID()));
+        m_controller->AddPortalTabPage();
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+        page()->window()->resize(500, 700);
+        QTRY_COMPARE(list()->count(), 5);
+        m_rowHeightOfFolders = rowHeight(0);
+    }
+
+    void cleanup()
+    {
+        closePage();
+        finish();
+    }
+
+    void aPictureReplacesTheIconOfItsRow()
+    {
+        hold("*/p001.png");
+        openGallery();
+        QVERIFY(waitFor([&] { return colourOf(0) == QColor(Qt::red); }));
+        QVERIFY(colourOf(1) != QColor(Qt::red));
+        QVERIFY(waitFor([&] { return colourOf(2) == QColor(Qt::red); }));
+    }
+
+    void aFailedPictureLeavesTheIcon()
+    {
+        m_fixture->cloud.addRule("*", "*/p000.png", "status=404");
+        openGallery();
+        QVERIFY(waitFor([&] { return colourOf(1) == QColor(Qt::red); }));
+        QVERIFY(colourOf(0) != QColor(Qt::red));
+        QCOMPARE(m_fixture->everythingShown(), QString());
+    }
+
+    void allRowsOfAGalleryHaveTheSameHeight()
+    {
+        QVERIFY(m_rowHeightOfFolders < 48);
+        openGallery();
+        QVERIFY(rowHeight(0) >= 48);
+        QCOMPARE(rowHeight(kPerPage - 1), rowHeight(0));
+        page()->PreviousFolderClick();
+        QTRY_COMPARE(list()->count(), 5);
+        QTRY_COMPARE(rowHeight(0), m_rowHeightOfFolders);
+    }
+
+    void namesAndToolTipsStayTheSame()
+    {
+        openGallery();
+        QVERIFY(waitFor([&] { return colourOf(0) == QColor(Qt::red); }));
+        QCOMPARE(list()->item(0)->text(), QString("Model 0"));
+        QVERIFY(list()->item(0)->toolTip().startsWith("ArtistName: Ann\n"));
+        const QAccessibleInterface *row = QAccessible::queryAccessibleInterface(list())->child(0);
+        QCOMPARE(row->text(QAccessible::Name), QString("Model 0"));
+        QCOMPARE(row->childCount(), 0);
+    }
+
+    void rowsThatCanBeSeenAreRequestedInOrder()
+    {
+        openGallery();
+        const int lastVisible = list()->indexAt(list()->viewport()->rect().bottomLeft()).row();
+        QVERIFY(waitFor([&] { return pictures().size() > lastVisible; }));
+        QTest::qWait(200);
+        const QStringList requested = pictures();
+        QVERIFY2(requested.size() <= 2 * (lastVisible + 2), qPrintable(requested.join(' ')));
+        for (int at = 0; at < requested.size(); ++at) {
+            const int place = requested.indexOf(pictureName(at)); // four connections may overtake each other
+            QVERIFY2(qAbs(place - at) <= 3, qPrintable(requested.join(' ')));
+        }
+    }
+
+    void scrollingRequestsTheRowsThatAppear()
+    {
+        openGallery();
+        QVERIFY(waitFor([&] { return pictures().contains(pictureName(0)); }));
+        list()->scrollToBottom();
+        QVERIFY(waitFor([&] { return pictures().contains(pictureName(kPerPage - 1)); }));
+        QVERIFY(!pictures().contains(pictureName(kPerPage / 2)));
+    }
+
+    void requestsCarryNoSession()
+    {
+        openGallery();
+        QVERIFY(waitFor([&] { return pictures().size() > 4; }));
+        for (const RequestRecord &record : m_fixture->cloud.requests()) {
+            const bool isPicture = record.target.startsWith("/thumbnails/");
+            for (const char *header : {"X-AFC", "X-Session", "X-Secure-Session", "Cookie"})
+                QVERIFY2(!isPicture || record.header(header).isEmpty(), header);
+            QVERIFY(!isPicture || record.tls);
+        }
+    }
+
+    void anotherPageCancelsTheRequests()
+    {
+        hold("*/p0[0-5]*.png");
+        openGallery();
+        QVERIFY(waitFor([&] { return pictures().size() == 4; }));
+        page()->NextPageClick();
+        QVERIFY(waitFor([&] { return pictures().contains(pictureName(kPerPage)); }));
+        QCOMPARE(pictures().filter(QRegularExpression("^p0[0-5]")).size(), 4);
+    }
+
+    void anotherFolderCancelsTheRequests()
+    {
+        hold("*.png");
+        openGallery();
+        QVERIFY(waitFor([&] { return pictures().size() == 4; }));
+        page()->PreviousFolderClick();
+        QTRY_COMPARE(list()->count(), 5);
+        QTRY_VERIFY(connections() < 4);
+    }
+
+    void hidingThePageCancelsTheRequests()
+    {
+        hold("*.png");
+        openGallery();
+        QVERIFY(waitFor([&] { return pictures().size() == 4; }));
+        page()->hide();
+        QTRY_VERIFY(connections() < 4);
+        m_fixture->cloud.clearRules();
+        page()->show();
+        QVERIFY(waitFor([&] { return colourOf(0) == QColor(Qt::red); }));
+    }
+
+    void pagingBackRequestsNoPictureTwice()
+    {
+        openGallery();
+        QVERIFY(waitFor([&] { return colourOf(0) == QColor(Qt::red); }));
+        QTest::qWait(200);
+        page()->NextPageClick();
+        QVERIFY(waitFor([&] { return pictures().contains(pictureName(kPerPage)); }));
+        page()->PrevPageClick();
+        QTRY_COMPARE(list()->item(0)->text(), QString("Model 0"));
+        QVERIFY(waitFor([&] { return colourOf(0) == QColor(Qt::red); }));
+        QCOMPARE(pictures().count(pictureName(0)), 1);
+    }
+
+    void slowPicturesDoNotRefuseUnloading()
+    {
+        hold("*.png");
+        openGallery();
+        QVERIFY(waitFor([&] { return pictures().size() == 4; }));
+        QVERIFY(!Portal_CloudBrowser::IsBusy());
+        QVERIFY(page()->findChild<QProgressBar *>()->isHidden());
+        closePage();
+        QTRY_COMPARE(connections(), 0);
+        QCOMPARE(pictures().size(), 4);
+    }
+
+private:
+    void writeCatalogue()
+    {
+        QImage red(128, 128, QImage::Format_RGB32);
+        red.fill(Qt::red);
+        QJsonArray assets;
+        for (int model = 0; model < kModels; ++model) {
+            const QString picture = pictureName(model);
+            const QString path = m_folder.filePath("cloud/plyx/thumbnails/" + picture);
+            QDir().mkpath(QFileInfo(path).path());
+            QVERIFY(red.save(path));
+            assets.append(QJsonObject{{"id", model + 1},
+                                      {"name", "Model " + QString::number(model)},
+                                      {"artist", "Ann"},
+                                      {"published", QString::number(9999 - model)},
+                                      {"gallery", 27},
+                                      {"fileTypes", QJsonArray{119}},
+                                      {"thumbnail", picture}});
+        }
+        writeFile(m_folder.filePath("cloud/plyx/catalogue.json"),
+                  QJsonDocument(QJsonObject{{"assets", assets}}).toJson());
+    }
+
+    void closePage()
+    {
+        Portal_CloudBrowser::PrepareUnload();
+        Portal_CloudBrowser::UnRegisterPortal(m_portal.get());
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        m_controller.reset();
+    }
+
+    void openGallery()
+    {
+        page()->ListViewItemDoubleClick(list()->findItems("Lumo", Qt::MatchExactly).first());
+        QTRY_COMPARE(list()->count(), kPerPage);
+    }
+
+    /// Pictures whose path matches are requested, but never arrive.
+    void hold(const QString &path) { m_fixture->cloud.addRule("*", path, "hang"); }
+
+    static bool waitFor(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 30000); }
+
+    Portal_CloudBrowserWindows *page() const
+    {
+        return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
+    }
+    QListWidget *list() const { return page()->findChild<QListWidget *>(); }
+    int rowHeight(int row) const { return list()->visualItemRect(list()->item(row)).height(); }
+    /// The colour in the middle of the place of the picture of \p row.
+    QColor colourOf(int row) const
+    {
+        const QRect place = list()->visualItemRect(list()->item(row));
+        return list()->viewport()->grab().toImage().pixelColor(place.left() + 26, place.center().y());
+    }
+
+    /// The names of the pictures that were requested, in order.
+    QStringList pictures() const
+    {
+        QStringList names;
+        for (const RequestRecord &record : m_fixture->cloud.requests()) {
+            if (record.target.startsWith("/thumbnails/"))
+                names << QUrl(record.target).fileName();
+        }
+        return names;
+    }
+    /// The open connections: each request that is held keeps one.
+    int connections() const { return m_fixture->cloud.findChildren<localcloud::HttpConnection *>().size(); }
+
+    std::unique_ptr<Portal_CloudBrowser> m_controller;
+    int m_rowHeightOfFolders = 0;
+};
+
+QTEST_MAIN(TestGallery)
+#include "tst_gallery.moc"
