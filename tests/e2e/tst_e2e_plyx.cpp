@@ -103,6 +103,8 @@ void TestE2EPlyx::eachFileComesFromItsServer()
     const auto requests = m_cloud.requests();
     for (std::size_t i = before; i < requests.size(); ++i) {
         const auto &request = requests[i];
+        if (request.target.startsWith("/thumbnails/"))
+            continue; // the list loads them meanwhile
         QStringList headers;
         for (const char *name : {"X-AFC", "X-Session", "X-Secure-Session"}) {
             if (request.headers.contains(QLatin1String(name)))
