@@ -60,6 +60,8 @@ private slots:
         ICloudPortalApi::ICloudItem *pot =
             static_cast<ICloudPortalApi::Portal_CloudBrowserListItem *>(list()->item(0))->GetItem();
         QCOMPARE(pot->GetImportPathFolder(), KString("/Tea & Co"));
+        QCOMPARE(dynamic_cast<ICloudPortalApi::IThumbnailItem &>(*pot).thumbnail().httpsAddress(),
+                 QUrl("https://pictures.shelf.example/picture/Tea%20%26%20Co/50%25.obj"));
         const QTemporaryDir dir;
         const KString folder = KQtUtil::toKString(dir.path() + '/');
         QVERIFY(m_portal->GetBrowser()->DownloadCloudItem(m_portal->GetLogin(), pot, folder, "pot.obj"));
