@@ -23,11 +23,18 @@ inline const QString kHost = QStringLiteral("gallery.example");
 class PictureService : public localcloud::CloudService
 {
 public:
-    bool handles(const QString &host) const override { return host.endsWith(".example"); }
-    bool handlesPath(const QByteArray &) const override { return false; }
-    void handle(HttpRequest &request, HttpResponse &response) override
+    PictureService()
     {
-        response = answers.value(request.path, answers.value("*"));
+        const auto answer = [this](HttpRequest &request, HttpResponse &response) {
+            response = answers.value(request.path, answers.value("*"));
+        };
+        localcloud::Route route;
+        route.hosts = QStringList{kHost, "cdn." + kHost, "elsewhere.example", "othergallery.example"};
+        route.match = localcloud::Route::Match::Prefix;
+        route.methods = {"GET"};
+        route.transport = localcloud::Route::Transport::Any;
+        route.handler = answer;
+        addRoute(route);
     }
 
     QHash<QByteArray, HttpResponse> answers; ///< by path; "*" answers all others

@@ -6,11 +6,14 @@
 
 namespace {
 
+/// A body of 1 GiB without a length.
 HttpResponse endless()
 {
+    static QTemporaryFile file;
     HttpResponse response;
-    response.setHeader("Content-Type", "image/png");
-    response.source = [] { return QByteArray(16 * 1024, 'x'); };
+    if (file.open() && file.resize(1024 * 1024 * 1024))
+        response.setFile(file.fileName());
+    response.noLength = true;
     return response;
 }
 
