@@ -71,6 +71,31 @@ eval "source broken.ksc; f" => failed: line 1: eval: FOLDER/scripts/broken.ksc:3
         QDir::setCurrent("/");
     }
 
+    void scriptOverManyFilesGoesOnAfterABadOne()
+    {
+        PluginHost test;
+        test.loadSample();
+        test.write("many/a.obj", "not a model\n");
+        QFile::copy(test.path("box.obj"), test.path("many/b.obj"));
+        test.write("many/c.obj", "");
+        test.write("many/d.txt", "");
+        test.write("many.ksc", R"($failed = "";
+for ($file in `getFileList -folder "many" -filespec "*.obj"`) {
+    if (catch(`file -i ("many/" + $file)`))
+        $failed = $failed + $file + " ";
+}
+if (catch(`eval "1;\nfrob"`))
+    $failed = $failed + "eval ";
+$failed + `sceneInfo -q -triangles` + `getFileList -folder "many"`;
+)");
+        test.play(R"(
+source "FOLDER/many.ksc" => error: FOLDER/many.ksc:3: cannot import "many/a.obj": OBJ-file is too small. / error: FOLDER/many.ksc:3: cannot import "many/c.obj": it is empty / error: FOLDER/many.ksc:6: eval: line 2: unknown command 'frob' / a.obj c.obj eval 12a.obj b.obj c.obj d.txt
+catch(`frob`); catch(`frob`); => error: line 1: unknown command 'frob' / error: line 1: unknown command 'frob' / 1
+catch(`frob`); frob => error: line 1: unknown command 'frob' / failed: line 1: unknown command 'frob'
+catch(`Sample execute "frob"`) => error: line 1: unknown command 'frob' / 1
+)");
+    }
+
     void resultsHaveTheKindOfTheValue()
     {
         TestHost test;

@@ -49,7 +49,7 @@ private slots:
                                "proc string k() { return " + QString("(1 + ").repeated(60) + "k()" +
                                    QString(")").repeated(60) + "; } k()"};
         for (const char *nested : {"(|1|)", "-|1|", "!|1|", "{||}", "if (1) |1;|", "if (0) 1; else |1;|", "$a = {||}",
-                                   "$a[|0|]", "$a = |0|", "f (`|f|`)", "1 + |1|"}) {
+                                   "$a[|0|]", "$a = |0|", "f (`|f|`)", "1 + |1|", "catch(|1|)"}) {
             const QStringList parts = QString(nested).split('|');
             sources.append(parts[0].repeated(100000) + parts[1] + parts[2].repeated(100000));
         }
@@ -62,6 +62,8 @@ private slots:
     }
 
     void proceduresLastAndCanReplaceThemselves();
+
+    void catchStopsAnErrorAndKeepsItsMessage();
 };
 
 void TestLanguage::programsReturnTheirLastValue()
@@ -103,6 +105,32 @@ removeMe => removeMe was called
 removeMe => line 1: unknown command 'removeMe'
 )");
     QCOMPARE(language.call("p", {}).toString(), QString("9"));
+}
+
+/// The result and the messages of the stopped errors.
+void TestLanguage::catchStopsAnErrorAndKeepsItsMessage()
+{
+    const auto outcome = [](const QString &source) {
+        Language language;
+        QStringList messages;
+        language.setCaughtHandler([&messages](const QString &message) { messages.append(message); });
+        messages.prepend(language.outcome(source));
+        return messages.join(" | ");
+    };
+    playSteps(outcome, R"(
+$n = 1; if (catch(`nope`)) $n = 2; $n => 2 | line 1: unknown command 'nope'
+catch ( `take x` ) + catch(1 + 1) => 0
+catch(`nope`);↵catch(`nope`); => 1 | line 1: unknown command 'nope' | line 2: unknown command 'nope'
+catch($x = 1 / 0); catch($x = 5); $x => 5 | line 1: division by zero
+proc f() {↵$x; } 1;↵catch(f()) => 1 | line 2: the variable $x has no value
+proc f() { f; } catch(`f`); 7 => 7 | line 1: calls are nested too deeply
+catch(catch(1 / 0)) => 0 | line 1: division by zero
+catch(`run "1 +"`) => 1 | line 1: unexpected end of the text
+take `catch(1 / 0)` => 1 | line 1: division by zero
+$s = ""; for ($v in {"a", "b", "c"}) { if (catch(`$v == "b" && 1 / 0`)) continue; $s = $s + $v; } $s => ac | line 1: division by zero
+catch 1 => line 1: unexpected '1'
+catch => line 1: '(' is missing at the end of the text
+)");
 }
 
 void TestLanguage::errorsNameFileAndLine()

@@ -200,6 +200,13 @@ Value sysFile(KeldaHost &, const CommandCall &call)
     return flags.has("-delete") ? QFile::remove(path) : QFileInfo::exists(path);
 }
 
+Value getFileList(KeldaHost &, const CommandCall &call)
+{
+    const Flags flags(call, {{"-fld", "-folder", 1}, {"-fs", "-filespec", 1}});
+    const QString pattern = flags.has("-filespec") ? flags.required("-filespec") : QStringLiteral("*");
+    return QDir(flags.required("-folder")).entryList({pattern}, QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
+}
+
 } // namespace
 
 void addCoreCommands(KeldaHost &host)
@@ -225,6 +232,7 @@ void addCoreCommands(KeldaHost &host)
         {"getenv", getEnvironment},
         {"about", about},
         {"sysFile", sysFile},
+        {"getFileList", getFileList},
     };
     for (const auto &[name, command] : kCommands) {
         host.interpreter().addCommand(QString::fromLatin1(name),

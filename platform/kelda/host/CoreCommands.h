@@ -18,6 +18,7 @@
 //   getenv NAME
 //   about -uiLanguage
 //   sysFile -exists PATH | -delete PATH
+//   getFileList -folder DIR [-filespec WILDCARD]    the sorted names of files and folders
 
 #pragma once
 

@@ -50,6 +50,10 @@ KeldaHost::KeldaHost(const Setup &setup)
     std::setlocale(LC_NUMERIC, "C");
     qRegisterMetaType<KHost::MessageKind>();
     addCoreCommands(*this);
+    m_interpreter.setCaughtHandler([this](const QString &failure) {
+        if (!isPosted(failure))
+            message(MessageKind::kError, KQtUtil::toKString(failure));
+    });
     KHost::install(this);
 }
 
@@ -87,14 +91,18 @@ KStatus KeldaHost::run(const QString &command, Value &result, bool display)
     if (echo)
         emit commandEchoed(command, result.toString());
 
-    // The message of a failed command contains those of the commands that it ran.
-    const bool isPosted = std::any_of(m_reported.cbegin(), m_reported.cend(),
-                                      [&failure](const QString &posted) { return failure.contains(posted); });
-    if (failed && !isPosted)
+    if (failed && !isPosted(failure))
         reportFailure(failure);
     --m_executing;
     m_reported = isOutermost ? QStringList() : reportedBefore + m_reported;
     return failed ? KStatus::failure(KQtUtil::toKString(failure)) : KStatus();
+}
+
+bool KeldaHost::isPosted(const QString &failure) const
+{
+    // The message of a failed command contains those of the commands that it ran.
+    return std::any_of(m_reported.cbegin(), m_reported.cend(),
+                       [&failure](const QString &posted) { return failure.contains(posted); });
 }
 
 void KeldaHost::reportFailure(const QString &reason)

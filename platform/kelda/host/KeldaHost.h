@@ -102,6 +102,9 @@ signals:
     void quitRequested(int exitStatus);
 
 private:
+    /// Whether the running command has posted an error that \p failure contains.
+    bool isPosted(const QString &failure) const;
+
     Setup m_setup;
     Interpreter m_interpreter;
     std::unique_ptr<MenuModel> m_menus;

@@ -29,7 +29,8 @@ struct Expression
         And,
         Or,
         Assign, ///< operands[0] = operands[1]; the target is a Variable or an Element
-        Call    ///< name with operands as arguments
+        Call,   ///< name with operands as arguments
+        Catch   ///< 1 if the evaluation of operands[0] fails, otherwise 0
     };
 
     Kind kind = Kind::Literal;

@@ -178,6 +178,8 @@ Value Evaluator::evaluate(const Expression &expression)
         return evaluateAssignment(expression);
     case Expression::Kind::Call:
         return evaluateCall(expression);
+    case Expression::Kind::Catch:
+        return evaluateCatch(expression);
     }
     return Value();
 }
@@ -190,6 +192,19 @@ Value Evaluator::evaluateCall(const Expression &expression)
     for (const ExpressionPtr &operand : expression.operands)
         arguments.push_back(evaluate(*operand));
     return m_interpreter.call(expression.name, arguments, {m_file, expression.line});
+}
+
+Value Evaluator::evaluateCatch(const Expression &expression)
+{
+    try {
+        evaluate(*expression.operands[0]);
+        return false;
+    } catch (const ScriptError &error) {
+        m_interpreter.m_caughtHandler(error.message());
+    } catch (const CommandError &error) {
+        m_interpreter.m_caughtHandler(ScriptError(error.reason(), {m_file, expression.line}).message());
+    }
+    return true;
 }
 
 Value Evaluator::evaluateAssignment(const Expression &expression)

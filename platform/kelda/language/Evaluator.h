@@ -29,6 +29,7 @@ private:
 
     Value evaluate(const Expression &expression);
     Value evaluateCall(const Expression &expression);
+    Value evaluateCatch(const Expression &expression);
     Value evaluateAssignment(const Expression &expression);
     int index(const Expression &element);
     QStringList &arrayNamed(const QString &name);

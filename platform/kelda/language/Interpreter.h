@@ -1,7 +1,8 @@
 // language/Interpreter.h
 //
 // The command language: runs source text, keeps variables and procedures, and calls the host's commands. The language
-// has integers, strings and arrays of strings; its only loop runs over the elements of an array.
+// has integers, strings and arrays of strings; its only loop runs over the elements of an array. "catch(expression)" is
+// 1 if the expression fails, otherwise 0.
 
 #pragma once
 
@@ -80,6 +81,8 @@ public:
     /// Parses all of \p source, then runs it and returns the value of its last statement. Commands may call this.
     /// Throws ScriptError, also for calls that are nested so deeply that the stack would overflow.
     Value evaluate(const QString &source, const QString &file = QString());
+    /// \p handler receives the message of each error that "catch" stops.
+    void setCaughtHandler(std::function<void(const QString &message)> handler) { m_caughtHandler = std::move(handler); }
     /// Calls a procedure or a command. \p where is the position for error messages. Throws ScriptError.
     Value call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where = {});
 
@@ -91,5 +94,6 @@ private:
     QHash<QString, CommandFunction> m_commands;
     QHash<QString, std::shared_ptr<const Procedure>> m_procedures;
     Variables m_globals;
+    std::function<void(const QString &)> m_caughtHandler = [](const QString &) {};
     const char *m_stackBase; ///< stack position of the constructor
 };

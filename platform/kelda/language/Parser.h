@@ -62,6 +62,7 @@ private:
     ExpressionPtr parseArrayLiteral();
     ExpressionPtr parseFunctionCall(const Token &name);
     ExpressionPtr parseBackquoted();
+    ExpressionPtr parseCatch(int line);
     ExpressionPtr parseCommand();
     void parseList(const char *close, std::vector<ExpressionPtr> &items);
     ExpressionPtr make(Expression::Kind kind, int line, std::vector<ExpressionPtr> operands = {}) const;

@@ -126,6 +126,8 @@ ExpressionPtr Parser::parsePrimary()
         expect(")");
         return inner;
     }
+    if (token.isWord("catch"))
+        return parseCatch(token.line);
     if (token.kind == Token::Kind::Word && m_lexer.peek().isSymbol("("))
         return parseFunctionCall(token);
     failAt(token);
@@ -188,9 +190,19 @@ ExpressionPtr Parser::parseBackquoted()
     return inner;
 }
 
+ExpressionPtr Parser::parseCatch(int line)
+{
+    const Nesting nesting(*this, false);
+    expect("(");
+    ExpressionPtr inner = parseExpression();
+    expect(")");
+    return make(Expression::Kind::Catch, line, std::move(inner));
+}
+
 ExpressionPtr Parser::parseCommandOrExpression()
 {
-    const bool isWord = m_lexer.peek().kind == Token::Kind::Word;
+    const Token &token = m_lexer.peek();
+    const bool isWord = token.kind == Token::Kind::Word && !token.isWord("catch");
     return isWord && m_lexer.following() != QLatin1Char('(') ? parseCommand() : parseExpression();
 }
 
