@@ -34,6 +34,41 @@ QByteArray trianglesOf(const QStringList &materials)
     return text;
 }
 
+template <typename... Numbers>
+QByteArray packed(Numbers... numbers)
+{
+    QByteArray bytes;
+    (bytes.append(reinterpret_cast<const char *>(&numbers), sizeof numbers), ...);
+    return bytes;
+}
+
+QByteArray chunk(const char *name, const QByteArray &content)
+{
+    return name + packed(content.size()) + content;
+}
+
+/// A Blitz3D file with one triangle. Its animation has three frames and a key at the fourth.
+QByteArray animatedTriangle()
+{
+    const QByteArray mesh = packed(-1) +
+                            chunk("VRTS", packed(0, 0, 0) + packed(0.F, 0.F, 0.F, 1.F, 0.F, 0.F, 0.F, 1.F, 0.F)) +
+                            chunk("TRIS", packed(-1, 0, 1, 2));
+    return chunk("BB3D", packed(1) + chunk("NODE", QByteArray("n\0", 2) +
+                                                       packed(0.F, 0.F, 0.F, 1.F, 1.F, 1.F, 1.F, 0.F, 0.F, 0.F) +
+                                                       chunk("MESH", mesh) +
+                                                       chunk("KEYS", packed(1, 0, 0.F, 0.F, 0.F, 4, 0.F, 0.F, 0.F)) +
+                                                       chunk("ANIM", packed(0, 3, 25.F))));
+}
+
+/// An OpenGEX file with one triangle and a light that has no node in Assimp's scene.
+const char kLitTriangle[] = R"(GeometryNode $node1 { Name {string {"n"}} ObjectRef {ref {$geometry1}} }
+LightNode $node2 { Name {string {"lamp"}} ObjectRef {ref {$light1}} }
+GeometryObject $geometry1 { Mesh (primitive = "triangles") {
+    VertexArray (attrib = "position") { float[3] {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}} }
+    IndexArray { unsigned_int32[3] {{0, 1, 2}} } } }
+LightObject $light1 (type = "point") { Color (attrib = "light") {float[3] {{1, 1, 1}}} }
+)";
+
 /// A text PLY file.
 QByteArray plyFile(const QByteArrayList &points, const QByteArrayList &faces)
 {
@@ -97,6 +132,7 @@ private slots:
         m_host->write("packed.tga", tgaFile(10, 4, 1, QByteArray("\x83\x00\xFF\x00", 4)));
         m_host->write("huge.tga", tgaFile(10, 65535, 65535, QByteArray("\x83\x00\xFF\x00", 4)));
         m_host->write("cut.tga", tgaFile(2, 2, 1, QByteArray()).left(15));
+        m_host->write("text.png", "not an image\n");
         QImage image(2, 1, QImage::Format_RGB32);
         image.fill(Qt::blue);
         for (const char *file : {"picture.tif", "picture.webp"})
@@ -115,11 +151,12 @@ picture.tif => 2x1 #0000ff #0000ff
 picture.webp => 2x1 #0000ff #0000ff
 huge.tga => warning: one.obj: texture "huge.tga" cannot be read as an image
 cut.tga => warning: one.obj: texture "cut.tga" cannot be read as an image
+text.png => warning: one.obj: texture "text.png" cannot be read as an image
 )");
     }
 
     /// Triangles, vertices, bounding box.
-    void equalPointsAreJoined()
+    void geometryIsReadAndEqualPointsAreJoined()
     {
         // Two triangles share two points. One of these has two texture coordinates, and -0 equals 0.
         m_host->write("seam.obj", "vt 0 0\nvt 1 1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1/1 2/1 3/1\n"
@@ -127,6 +164,8 @@ cut.tga => warning: one.obj: texture "cut.tga" cannot be read as an image
         m_host->write("unused point.ply", plyFile({"0 0 0", "1 0 0", "9 9 9", "0 1 0"}, {"3 0 1 3"}));
         m_host->write("empty solid.stl", "solid a\nendsolid a\nsolid b\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\n"
                                          "vertex 1 0 0\nvertex 0 1 0\nendloop\nendfacet\nendsolid b\n");
+        m_host->write("key after the end.b3d", animatedTriangle());
+        m_host->write("light without a node.ogex", kLitTriangle);
         const auto measured = [this](const QString &file) {
             m_host->run("file -new");
             m_host->import(file);
@@ -136,6 +175,8 @@ cut.tga => warning: one.obj: texture "cut.tga" cannot be read as an image
 seam.obj => 2 5 0 0 0 1 1 0
 unused point.ply => 1 3 0 0 0 1 1 0
 empty solid.stl => 1 3 0 0 0 1 1 0
+key after the end.b3d => 1 3 0 0 0 1 1 0
+light without a node.ogex => 1 3 0 0 0 1 1 0
 )");
     }
 
@@ -145,6 +186,9 @@ empty solid.stl => 1 3 0 0 0 1 1 0
         m_host->write("points without a name", plyFile({"0 0 0"}, {}));
         m_host->write("index.ply", plyFile({"0 0 0", "1 0 0", "0 1 0"}, {"3 0 1 2", "4 0 1 2 99999999"}));
         m_host->write("world.wrl", "#VRML V2.0 utf8\nShape { geometry Box {} }\n");
+        m_host->write("packed.wrl",
+                      QByteArray::fromHex("1f8b080000000000000353560ef3f551084fcd49ceb704001bb85b3c0d000000"));
+        m_host->write("text.glb", "not a model\n");
         m_host->write("page.glb", "<!DOCTYPE html><html><body>Not found</body></html>");
         m_host->write("picture.obj", asPng(QImage(2, 2, QImage::Format_RGB32)));
         m_host->write("text.txt", "not a model\n");
@@ -155,6 +199,8 @@ points.ply => it has only points or lines, no surfaces
 points without a name => it has only points or lines, no surfaces
 index.ply => a polygon refers to a point that does not exist
 world.wrl => its content is of the kind "VRML document", which the host does not read
+packed.wrl => its content is of the kind "Gzip archive", which the host does not read
+text.glb => it is not a glTF binary file
 page.glb => it is not a glTF binary file; its content is of the kind "HTML document"
 picture.obj => it has no surfaces; its content is of the kind "PNG image"
 text.txt => neither its name nor its content shows the kind of file; rename it with the right extension
