@@ -17,6 +17,15 @@ struct Entry
     qint64 size;
 };
 
+/// The name of a negative \p result without "Skein_Result_", otherwise the number.
+inline QString nameOf(int result)
+{
+    static const QStringList kNames = {"PasswordSignIn", "UnknownHandle", "BadArgument", "NotSignedIn", "Network",
+                                       "TimedOut",       "Closed",        "NotFound",    "Forbidden",   "Conflict",
+                                       "NoSpace",        "Redirected",    "ServerError", "BadReply",    "LocalFile"};
+    return result < 0 ? kNames.value(-1 - result) : QString::number(result);
+}
+
 class Cloud
 {
 public:

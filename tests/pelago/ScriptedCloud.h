@@ -6,11 +6,11 @@
 
 #include "pelago/Cloud.h"
 #include "support/LocalServer.h"
+#include "support/Table.h"
 
 #include <QHash>
 #include <QMap>
 #include <QStringList>
-#include <QtTest>
 #include <QVector>
 
 #include <memory>
@@ -26,22 +26,16 @@ const QByteArray kFolderProperty = "<resourcetype><collection/></resourcetype>";
 const Reply kFolder = entry("/dav/", kFolderProperty);
 const Reply kUnauthorized = Reply(401).header("WWW-Authenticate", "Basic realm=x");
 
-/// What the server does before it replies. ByStatus performs the request if the status is a success; Half stores half
-/// of a PUT, or deletes the target of a MOVE.
-enum class Effect { ByStatus, All, Half, None };
-
+/// A reply and what the server does before it: "" performs the request if the status is a success, "all" performs it,
+/// "none" does not, "half" stores half of a PUT or deletes the target of a MOVE, "changed" performs it and then another
+/// client replaces cup.obj, "close" closes the user's end point.
 struct Answer
 {
-    Answer(int status, Effect what = Effect::ByStatus) : reply(status), effect(what) {}
-    Answer(const Reply &scripted, Effect what = Effect::ByStatus) : reply(scripted), effect(what) {}
+    Answer(const Reply &scripted, const QString &what = QString()) : reply(scripted), effect(what) {}
 
     Reply reply;
-    Effect effect;
+    QString effect;
 };
-/// The answers per method; the last one is repeated.
-using Script = QHash<QByteArray, QVector<Answer>>;
-
-Q_DECLARE_METATYPE(Script)
 
 /// A folder of files at "/dav". Requests without credentials are refused. Names that contain "pelago-" are temporary
 /// names of the library.
@@ -59,16 +53,29 @@ public:
             if (answers.isEmpty())
                 return serve(request);
             const Answer answer = answers.size() > 1 ? answers.takeFirst() : answers.first();
-            const bool isSuccess = answer.reply.status() >= 200 && answer.reply.status() < 300;
-            if (answer.effect == Effect::Half)
-                serveHalf(request);
-            else if (answer.effect == Effect::All || (answer.effect == Effect::ByStatus && isSuccess))
-                serve(request);
+            perform(request, answer);
             return answer.reply;
         });
     }
 
     QString storage() const { return "http://" + authority() + "/dav"; }
+    /// Sets the answers of methods, the last one of which is repeated. In "PUT=504+all MOVE=502,201" a method has its
+    /// answers in order: a status or "noMove", "cut" or "hang", and an effect.
+    void play(const QString &words)
+    {
+        const QHash<QString, Reply> named = {{"401", kUnauthorized},
+                                             {"noMove", Reply(200).header("Allow", "GET,PUT,DELETE")},
+                                             {"cut", Reply(201).cutAfter(3)},
+                                             {"hang", Reply(201).hangAfter(0)}};
+        for (const QString &word : words.split(' ', Qt::SkipEmptyParts)) {
+            QVector<Answer> &answers = script[word.section('=', 0, 0).toLatin1()];
+            answers.clear();
+            for (const QString &text : word.section('=', 1).split(',')) {
+                const QString reply = text.section('+', 0, 0);
+                answers.append({named.value(reply, Reply(reply.toInt())), text.section('+', 1)});
+            }
+        }
+    }
     void store(const QByteArray &name, const QByteArray &content)
     {
         files["/dav/" + name] = content;
@@ -94,10 +101,22 @@ public:
         return words.mid(1).join(' ');
     }
 
-    Script script;
-    QMap<QByteArray, QByteArray> files, tags; ///< by path
+    /// The last request with \p method, or an empty one.
+    Request last(const QByteArray &method) const
+    {
+        Request found;
+        for (const Request &request : requests()) {
+            if (request.method == method)
+                found = request;
+        }
+        return found;
+    }
+
+    QHash<QByteArray, QVector<Answer>> script; ///< by method
+    QMap<QByteArray, QByteArray> files, tags;  ///< by path
     QByteArray dav = "1, 2";
     std::function<void(const Request &)> onRequest; ///< called before a request with credentials is performed
+    std::function<void()> onClose;                  ///< closes the user's end point
 
 private:
     static QByteArray destinationOf(const Request &request)
@@ -116,12 +135,19 @@ private:
         files.remove(path);
         tags.remove(path);
     }
-    void serveHalf(const Request &request)
+    void perform(const Request &request, const Answer &answer)
     {
-        if (request.method == "PUT")
+        const bool isSuccess = answer.reply.status() >= 200 && answer.reply.status() < 300;
+        if (answer.effect == "close")
+            onClose();
+        else if (answer.effect == "half" && request.method == "PUT")
             store(request.path().mid(5), request.body.left(request.body.size() / 2));
-        else
+        else if (answer.effect == "half")
             remove(destinationOf(request));
+        else if (answer.effect == "all" || answer.effect == "changed" || (answer.effect.isEmpty() && isSuccess))
+            serve(request);
+        if (answer.effect == "changed")
+            store("cup.obj", "theirs");
     }
     Reply serve(const Request &request)
     {
@@ -168,6 +194,7 @@ private slots:
     {
         m_server = std::make_unique<ScriptedCloud>();
         m_cloud = std::make_unique<Cloud>(m_server->storage());
+        m_server->onClose = [this] { Skein_Storage_destroyEndPoint(m_cloud->endPoint); };
         QCOMPARE(m_cloud->signIn(), 1);
     }
     void cleanupTestCase()
