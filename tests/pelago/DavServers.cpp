@@ -23,6 +23,13 @@ void makeWritable(const QString &path)
         qFatal("cannot change the owner of %s", qPrintable(path));
 }
 
+void trust(const QSslCertificate &certificate)
+{
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+    tls.addCaCertificate(certificate);
+    QSslConfiguration::setDefaultConfiguration(tls);
+}
+
 /// A server from the system's packages, run by an unprivileged user.
 class ProcessServer : public DavServer
 {
@@ -98,28 +105,13 @@ private:
     /// Creates a self-signed certificate for nginx, which this process trusts from now on.
     void makeCertificate()
     {
-        const QStringList line{"req",
-                               "-x509",
-                               "-newkey",
-                               "ec",
-                               "-pkeyopt",
-                               "ec_paramgen_curve:prime256v1",
-                               "-nodes",
-                               "-keyout",
-                               m_home.filePath("key"),
-                               "-out",
-                               m_home.filePath("certificate"),
-                               "-subj",
-                               "/CN=dav.example",
-                               "-addext",
-                               "subjectAltName=IP:127.0.0.1"};
-        if (QProcess::execute("openssl", line) != 0)
+        const QString line = "req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout %1/key -out "
+                             "%1/certificate -subj /CN=dav.example -addext subjectAltName=IP:127.0.0.1";
+        if (QProcess::execute("openssl", line.arg(m_home.path()).split(' ')) != 0)
             qFatal("no certificate");
         makeWritable(m_home.filePath("key"));
         certificateFile = m_home.filePath("certificate");
-        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.addCaCertificate(QSslCertificate(readFile(certificateFile)));
-        QSslConfiguration::setDefaultConfiguration(tls);
+        trust(QSslCertificate(readFile(certificateFile)));
     }
 
     bool run(const QStringList &command, quint16 port)
@@ -159,9 +151,7 @@ public:
             qFatal("no local cloud: %s", qPrintable(error));
         storage = "https://cloud.zephal.example/dav/";
         folder = m_cloud.zephalDir();
-        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.addCaCertificate(m_cloud.caCertificate());
-        QSslConfiguration::setDefaultConfiguration(tls);
+        trust(m_cloud.caCertificate());
         QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", m_cloud.port()));
     }
     ~LocalCloudServer() override { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }

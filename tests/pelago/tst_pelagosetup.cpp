@@ -2,9 +2,9 @@
 
 #include "pelago/DavServers.h"
 #include "support/LocalServer.h"
+#include "support/Table.h"
 
 #include <QProcess>
-#include <QtTest>
 
 class TestPelagoSetup : public QObject
 {
@@ -12,26 +12,25 @@ class TestPelagoSetup : public QObject
 private slots:
     void testedServerIsWrittenToTheFile_data()
     {
-        QTest::addColumn<QStringList>("lines"); // some of the printed ones
-        const QString renamed = "New files    stored under a temporary name, then renamed (MOVE)";
-        QTest::newRow("apache") << QStringList{"Sign-in      Basic", "WebDAV       class 1,2", renamed};
-        QTest::newRow("digest") << QStringList{"Sign-in      Digest", renamed};
-        QTest::newRow("rclone") << QStringList{"Sign-in      Basic", renamed};
-        QTest::newRow("proxied") << QStringList{"Certificate  trusted, of dav.example", renamed};
+        // The server, and one of the printed lines.
+        addRows({{"apache", "WebDAV       class 1,2"},
+                 {"digest", "Sign-in      Digest"},
+                 {"rclone", "Sign-in      Basic"},
+                 {"proxied", "Certificate  trusted, of dav.example"}});
     }
     void testedServerIsWrittenToTheFile()
     {
-        QFETCH(QStringList, lines);
-        const std::unique_ptr<DavServer> server = DavServer::start(QTest::currentDataTag());
+        const auto [name, line] = currentRow<2>();
+        const std::unique_ptr<DavServer> server = DavServer::start(name);
         const QString config = m_home.filePath("new/pelago.ini");
-        QDir(m_home.filePath("new")).removeRecursively();
+        QFile::remove(config);
         QStringList words{server->storage};
         if (!server->certificateFile.isEmpty())
             words << "--ca-file" << server->certificateFile;
         QCOMPARE(run(words, config), 0);
-        for (const QString &line : lines)
-            QVERIFY2(m_output.contains(line), qPrintable(m_output));
-        QVERIFY2(m_errors.isEmpty(), m_errors);
+        QVERIFY2(m_output.contains(line), qPrintable(m_output));
+        QVERIFY2(m_output.contains("New files    stored under a temporary name, then renamed"), qPrintable(m_output));
+        QCOMPARE(m_errors, QByteArray());
         QCOMPARE(readFile(config), "[production]\nkind=password\nstorage=" + server->storage.toUtf8() + '\n');
         QCOMPARE(QFile::permissions(config) & 0x0077, QFile::Permissions());
         QCOMPARE(server->entries(""), QStringList()); // the test file is deleted
@@ -51,36 +50,28 @@ private slots:
 
     void failurePrintsOneLineAndWritesNoFile_data()
     {
-        QTest::addColumn<QString>("address"); // SERVER and TLS are replaced
-        QTest::addColumn<int>("status");      // of every reply
-        QTest::addColumn<QByteArray>("expected");
-        const auto row = [](const char *name, const char *address, int status, const char *expected) {
-            QTest::newRow(name) << address << status << QByteArray(expected);
-        };
-        row("wrong password", "http://SERVER/", 401, "the server refused the user name or the password (status 401)");
-        row("redirect", "http://SERVER/", 301, "the server redirects to https://new.example/dav/ (status 301). Write");
-        row("not found", "http://SERVER/", 404, "the server does not have it (status 404)");
-        row("not WebDAV", "http://SERVER/", 200, "the reply is not one of a WebDAV server");
-        row("certificate", "TLS", 200, "is not trusted (The certificate is self-signed, and untrusted). Start");
-        row("server down", "http://127.0.0.1:1", 200, "no server answers at http://127.0.0.1:1");
-        row("unknown name", "https://nowhere.invalid/", 200, "the host name nowhere.invalid is unknown");
-        row("plain http", "http://files.example/", 200, "pelago.ini cannot be used (production/storage)");
+        // The address, in which SERVER and TLS are servers of this test, the status of every reply, and the line.
+        addRows({{"wrong password", "http://SERVER/", "401", "the server refused the user name or the password"},
+                 {"redirect", "http://SERVER/", "301", "the server redirects to https://new.example/dav/ (status 301)"},
+                 {"not found", "http://SERVER/", "404", "the server does not have it (status 404)"},
+                 {"not WebDAV", "http://SERVER/", "200", "the reply is not one of a WebDAV server"},
+                 {"certificate", "TLS", "", "is not trusted (The certificate is self-signed, and untrusted). Start"},
+                 {"server down", "http://127.0.0.1:1", "", "no server answers at http://127.0.0.1:1"},
+                 {"plain http", "http://files.example/", "", "pelago.ini cannot be used (production/storage)"}});
     }
     void failurePrintsOneLineAndWritesNoFile()
     {
-        QFETCH(QString, address);
-        QFETCH(int, status);
-        QFETCH(QByteArray, expected);
+        auto [name, address, status, expected] = currentRow<4>();
         LocalServer tls(LocalServer::Transport::Tls);
         LocalServer server;
-        server.answerOthers([status](const Request &request) {
+        server.answerOthers([status = status.toInt()](const Request &request) {
             return Reply(request.hasHeader("Authorization") ? status : 401)
                 .location("https://new.example/dav/")
                 .header("WWW-Authenticate", "Basic realm=x");
         });
         const QString config = m_home.filePath("none.ini");
         QCOMPARE(run({address.replace("SERVER", server.authority()).replace("TLS", tls.authority())}, config), 1);
-        QVERIFY2(m_errors.contains(expected), m_errors);
+        QVERIFY2(m_errors.contains(expected.toUtf8()), m_errors);
         QCOMPARE(m_errors.count('\n'), 1);
         QVERIFY2(!m_errors.contains("demo"), m_errors);
         QVERIFY(!QFile::exists(config));
