@@ -1,5 +1,6 @@
+#include "localcloud/CloudService.h"
+
 #include <algorithm>
-#include <localcloud/CloudService.h>
 
 namespace localcloud {
 

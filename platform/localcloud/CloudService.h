@@ -5,11 +5,12 @@
 
 #pragma once
 
+#include "localcloud/http/HttpTypes.h"
+
 #include <QByteArrayList>
 #include <QStringList>
 
 #include <functional>
-#include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 

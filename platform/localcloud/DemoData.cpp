@@ -1,3 +1,5 @@
+#include "localcloud/DemoData.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -6,7 +8,6 @@
 #include <QJsonObject>
 
 #include <cmath>
-#include <localcloud/DemoData.h>
 
 static void initResources()
 {

@@ -1,15 +1,17 @@
+#include "localcloud/LocalCloud.h"
+
+#include "localcloud/DemoData.h"
+#include "localcloud/dropbox/DropboxService.h"
+#include "localcloud/plyx/PlyxService.h"
+#include "localcloud/Services.h"
+#include "localcloud/zephal/ZephalService.h"
+
 #include <QDir>
 #include <QHostAddress>
 #include <QSslSocket>
 #include <QTcpServer>
 
 #include <functional>
-#include <localcloud/DemoData.h>
-#include <localcloud/dropbox/DropboxService.h>
-#include <localcloud/LocalCloud.h>
-#include <localcloud/plyx/PlyxService.h>
-#include <localcloud/Services.h>
-#include <localcloud/zephal/ZephalService.h>
 #include <sys/socket.h>
 
 using namespace localcloud;

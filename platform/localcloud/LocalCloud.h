@@ -5,16 +5,17 @@
 
 #pragma once
 
+#include "localcloud/CloudService.h"
+#include "localcloud/http/HttpConnection.h"
+#include "localcloud/http/RequestLog.h"
+#include "localcloud/http/Rules.h"
+#include "localcloud/plyx/PlyxSignIn.h"
+
 #include <QObject>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <QVector>
 
-#include <localcloud/CloudService.h>
-#include <localcloud/http/HttpConnection.h>
-#include <localcloud/http/RequestLog.h>
-#include <localcloud/http/Rules.h>
-#include <localcloud/plyx/PlyxSignIn.h>
 #include <memory>
 #include <vector>
 

@@ -1,7 +1,8 @@
-#include <QDir>
+#include "localcloud/ServedFolder.h"
 
-#include <localcloud/http/HttpTypes.h>
-#include <localcloud/ServedFolder.h>
+#include "localcloud/http/HttpTypes.h"
+
+#include <QDir>
 
 namespace localcloud {
 

@@ -1,7 +1,8 @@
-#include <localcloud/dropbox/DropboxService.h>
-#include <localcloud/plyx/PlyxService.h>
-#include <localcloud/Services.h>
-#include <localcloud/zephal/ZephalService.h>
+#include "localcloud/Services.h"
+
+#include "localcloud/dropbox/DropboxService.h"
+#include "localcloud/plyx/PlyxService.h"
+#include "localcloud/zephal/ZephalService.h"
 
 namespace localcloud {
 

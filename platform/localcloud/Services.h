@@ -5,7 +5,8 @@
 
 #pragma once
 
-#include <localcloud/CloudService.h>
+#include "localcloud/CloudService.h"
+
 #include <memory>
 
 namespace localcloud {

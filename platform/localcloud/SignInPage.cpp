@@ -1,4 +1,4 @@
-#include <localcloud/SignInPage.h>
+#include "localcloud/SignInPage.h"
 
 namespace localcloud {
 

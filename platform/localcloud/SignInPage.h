@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include <QString>
+#include "localcloud/http/HttpTypes.h"
 
-#include <localcloud/http/HttpTypes.h>
+#include <QString>
 
 namespace localcloud {
 

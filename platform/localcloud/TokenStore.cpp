@@ -1,9 +1,9 @@
+#include "localcloud/TokenStore.h"
+
 #include <QFile>
 #include <QJsonDocument>
 #include <QRandomGenerator>
 #include <QSaveFile>
-
-#include <localcloud/TokenStore.h>
 
 namespace localcloud {
 

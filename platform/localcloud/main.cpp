@@ -2,6 +2,8 @@
 //
 // The local cloud as a program. Serves until SIGTERM or SIGINT.
 
+#include "localcloud/LocalCloud.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
@@ -11,7 +13,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <localcloud/LocalCloud.h>
 #include <sys/socket.h>
 #include <unistd.h>
 

@@ -5,11 +5,11 @@
 #pragma once
 
 #include "http/ThumbnailLoader.h"
+#include "localcloud/LocalCloud.h"
 
 #include <QtNetwork>
 #include <QtTest>
 
-#include <localcloud/LocalCloud.h>
 #include <memory>
 
 using localcloud::HttpRequest;

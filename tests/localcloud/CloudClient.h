@@ -4,11 +4,10 @@
 
 #pragma once
 
+#include "localcloud/LocalCloud.h"
 #include "support/TestFiles.h"
 
 #include <QtNetwork>
-
-#include <localcloud/LocalCloud.h>
 
 struct CloudReply
 {

@@ -3,11 +3,11 @@
 // The program: its options, its log, and what it keeps on the disk.
 
 #include "CloudClient.h"
+#include "localcloud/DemoData.h"
 
 #include <QtTest>
 
 #include <csignal>
-#include <localcloud/DemoData.h>
 
 using namespace localcloud;
 

@@ -1,5 +1,7 @@
 #include "pelago/DavServers.h"
 
+#include "localcloud/LocalCloud.h"
+
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -11,7 +13,6 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include <localcloud/LocalCloud.h>
 #include <unistd.h>
 #include <vector>
 

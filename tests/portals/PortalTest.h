@@ -7,6 +7,7 @@
 
 #include "http/httpClient.h"
 #include "http/simpleHttpServer.h"
+#include "localcloud/LocalCloud.h"
 #include "portals/Portal_DropBox_Login.h"
 #include "portals/Portal_Plyx_Login.h"
 #include "support/MessageBoxes.h"
@@ -17,8 +18,6 @@
 #include <QtNetwork>
 #include <QtTest>
 #include <QtWidgets>
-
-#include <localcloud/LocalCloud.h>
 
 /// Create one for each test, before the portal, and delete it after the portal.
 class CloudFixture : public QObject

@@ -1,3 +1,5 @@
+#include "localcloud/dropbox/DropboxService.h"
+
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
@@ -5,8 +7,6 @@
 #include <QJsonObject>
 #include <QLocale>
 #include <QUrl>
-
-#include <localcloud/dropbox/DropboxService.h>
 
 namespace localcloud {
 

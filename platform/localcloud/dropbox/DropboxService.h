@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include <localcloud/CloudService.h>
-#include <localcloud/dropbox/DropboxSignIn.h>
-#include <localcloud/ServedFolder.h>
+#include "localcloud/CloudService.h"
+#include "localcloud/dropbox/DropboxSignIn.h"
+#include "localcloud/ServedFolder.h"
 
 namespace localcloud {
 

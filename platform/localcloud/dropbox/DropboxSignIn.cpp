@@ -1,7 +1,7 @@
+#include "localcloud/dropbox/DropboxSignIn.h"
+
 #include <QJsonObject>
 #include <QUrl>
-
-#include <localcloud/dropbox/DropboxSignIn.h>
 
 namespace localcloud {
 

@@ -5,11 +5,11 @@
 
 #pragma once
 
+#include "localcloud/http/HttpTypes.h"
+#include "localcloud/TokenStore.h"
+
 #include <QDateTime>
 #include <QHash>
-
-#include <localcloud/http/HttpTypes.h>
-#include <localcloud/TokenStore.h>
 
 namespace localcloud {
 

@@ -1,11 +1,11 @@
+#include "localcloud/http/Certificates.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-
-#include <localcloud/http/Certificates.h>
 
 namespace localcloud {
 

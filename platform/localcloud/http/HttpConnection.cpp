@@ -1,7 +1,8 @@
+#include "localcloud/http/HttpConnection.h"
+
 #include <QTimer>
 
 #include <algorithm>
-#include <localcloud/http/HttpConnection.h>
 
 namespace localcloud {
 

@@ -5,13 +5,14 @@
 
 #pragma once
 
+#include "localcloud/http/Certificates.h"
+#include "localcloud/http/HttpTypes.h"
+#include "localcloud/http/RequestParser.h"
+
 #include <QFile>
 #include <QObject>
 #include <QSslSocket>
 
-#include <localcloud/http/Certificates.h>
-#include <localcloud/http/HttpTypes.h>
-#include <localcloud/http/RequestParser.h>
 #include <memory>
 #include <optional>
 

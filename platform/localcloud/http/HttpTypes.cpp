@@ -1,3 +1,5 @@
+#include "localcloud/http/HttpTypes.h"
+
 #include <QDateTime>
 #include <QFileInfo>
 #include <QHash>
@@ -5,8 +7,6 @@
 #include <QJsonObject>
 #include <QLocale>
 #include <QTextCodec>
-
-#include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 

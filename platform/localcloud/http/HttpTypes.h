@@ -4,12 +4,13 @@
 
 #pragma once
 
+#include "localcloud/http/RequestBody.h"
+
 #include <QByteArray>
 #include <QPair>
 #include <QString>
 #include <QVector>
 
-#include <localcloud/http/RequestBody.h>
 #include <optional>
 
 class QJsonObject;

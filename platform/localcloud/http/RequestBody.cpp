@@ -1,7 +1,8 @@
+#include "localcloud/http/RequestBody.h"
+
 #include <QFile>
 
 #include <cstdio>
-#include <localcloud/http/RequestBody.h>
 
 namespace localcloud {
 

@@ -1,7 +1,7 @@
+#include "localcloud/http/RequestLog.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <localcloud/http/RequestLog.h>
 
 namespace localcloud {
 

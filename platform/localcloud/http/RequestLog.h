@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include <QFile>
+#include "localcloud/http/HttpTypes.h"
 
-#include <localcloud/http/HttpTypes.h>
+#include <QFile>
 
 namespace localcloud {
 

@@ -1,6 +1,7 @@
+#include "localcloud/http/RequestParser.h"
+
 #include <algorithm>
 #include <cstring>
-#include <localcloud/http/RequestParser.h>
 
 namespace localcloud {
 

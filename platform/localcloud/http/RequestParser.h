@@ -4,10 +4,10 @@
 
 #pragma once
 
+#include "localcloud/http/HttpTypes.h"
+
 #include <QByteArray>
 #include <QString>
-
-#include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 

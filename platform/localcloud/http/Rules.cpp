@@ -1,7 +1,8 @@
+#include "localcloud/http/Rules.h"
+
 #include <QHash>
 
 #include <limits>
-#include <localcloud/http/Rules.h>
 #include <optional>
 
 namespace localcloud {

@@ -4,11 +4,11 @@
 
 #pragma once
 
+#include "localcloud/http/HttpTypes.h"
+
 #include <QRegularExpression>
 #include <QString>
 #include <QVector>
-
-#include <localcloud/http/HttpTypes.h>
 
 namespace localcloud {
 

@@ -1,10 +1,11 @@
+#include "localcloud/plyx/PlyxCatalogue.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
-#include <localcloud/plyx/PlyxCatalogue.h>
 
 namespace localcloud {
 

@@ -1,3 +1,5 @@
+#include "localcloud/plyx/PlyxService.h"
+
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -5,7 +7,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <localcloud/plyx/PlyxService.h>
 
 namespace localcloud {
 

@@ -5,9 +5,9 @@
 
 #pragma once
 
-#include <localcloud/CloudService.h>
-#include <localcloud/plyx/PlyxCatalogue.h>
-#include <localcloud/plyx/PlyxSignIn.h>
+#include "localcloud/CloudService.h"
+#include "localcloud/plyx/PlyxCatalogue.h"
+#include "localcloud/plyx/PlyxSignIn.h"
 
 namespace localcloud {
 

@@ -1,7 +1,8 @@
-#include <QUrl>
+#include "localcloud/plyx/PlyxSignIn.h"
 
-#include <localcloud/plyx/PlyxSignIn.h>
-#include <localcloud/SignInPage.h>
+#include "localcloud/SignInPage.h"
+
+#include <QUrl>
 
 namespace localcloud {
 

@@ -4,8 +4,8 @@
 
 #pragma once
 
-#include <localcloud/http/HttpTypes.h>
-#include <localcloud/TokenStore.h>
+#include "localcloud/http/HttpTypes.h"
+#include "localcloud/TokenStore.h"
 
 namespace localcloud {
 

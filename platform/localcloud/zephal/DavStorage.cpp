@@ -1,10 +1,12 @@
+#include "localcloud/zephal/DavStorage.h"
+
+#include "localcloud/http/RequestParser.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QUrl>
 
 #include <cstdio>
-#include <localcloud/http/RequestParser.h>
-#include <localcloud/zephal/DavStorage.h>
 #include <sys/stat.h>
 
 namespace localcloud {

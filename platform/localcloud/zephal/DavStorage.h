@@ -5,10 +5,10 @@
 
 #pragma once
 
-#include <QByteArrayList>
+#include "localcloud/http/HttpTypes.h"
+#include "localcloud/ServedFolder.h"
 
-#include <localcloud/http/HttpTypes.h>
-#include <localcloud/ServedFolder.h>
+#include <QByteArrayList>
 
 namespace localcloud {
 

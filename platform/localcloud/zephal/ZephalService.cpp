@@ -1,7 +1,8 @@
-#include <QUrl>
+#include "localcloud/zephal/ZephalService.h"
 
-#include <localcloud/SignInPage.h>
-#include <localcloud/zephal/ZephalService.h>
+#include "localcloud/SignInPage.h"
+
+#include <QUrl>
 
 namespace localcloud {
 

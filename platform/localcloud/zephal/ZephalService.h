@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include <localcloud/CloudService.h>
-#include <localcloud/TokenStore.h>
-#include <localcloud/zephal/DavStorage.h>
+#include "localcloud/CloudService.h"
+#include "localcloud/TokenStore.h"
+#include "localcloud/zephal/DavStorage.h"
 
 namespace localcloud {
 
