@@ -15,12 +15,22 @@
 #include <QPushButton>
 #include <QTextStream>
 
+#include <cmath>
+
 namespace {
 
 constexpr int kDockWidth = 440;
 constexpr int kExportScale = 2;
 const QString kTypedName = QStringLiteral("Scene From Kelda");
 const QString kExportName = QStringLiteral("scene from kelda.glb");
+
+/// The diagonal of the scene's bounding box.
+double sceneSize(const Driver &driver)
+{
+    const QStringList box = driver.ask(QStringLiteral("sceneInfo -q -boundingBox")).split(QLatin1Char(' '));
+    const auto side = [&box](int axis) { return box.value(axis + 3).toDouble() - box.value(axis).toDouble(); };
+    return std::hypot(side(0), side(1), side(2));
+}
 
 } // namespace
 
@@ -254,6 +264,7 @@ bool Tour::exportScene()
 bool Tour::checkUpload()
 {
     const qint64 triangles = m_driver.sceneInfo("triangles");
+    const double size = kExportScale * sceneSize(m_driver);
     if (m_guide->countRequests(facts().upload) != 1)
         return m_driver.fail(QStringLiteral("the cloud did not store exactly one file"));
     if (sha256(localFile(kExportName)) != sha256(m_guide->original(m_place, kExportName)))
@@ -261,6 +272,8 @@ bool Tour::checkUpload()
     QFile::remove(localFile(kExportName));
     if (!m_page->showImportTab() || !import(kExportName))
         return false;
+    if (qAbs(sceneSize(m_driver) - size) > 1e-4 * size)
+        return m_driver.fail(QStringLiteral("the uploaded model is not %1 times as large").arg(kExportScale));
     return m_driver.sceneInfo("triangles") == triangles ||
            m_driver.fail(QStringLiteral("the uploaded model has not %1 triangles").arg(triangles));
 }
