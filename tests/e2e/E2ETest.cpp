@@ -1,6 +1,8 @@
 #include "E2ETest.h"
 
 #include <QListWidget>
+#include <QMenu>
+#include <QToolButton>
 
 void E2ETest::initTestCase()
 {
@@ -53,8 +55,41 @@ bool E2ETest::logOut()
 
 bool E2ETest::closeDock()
 {
-    m_page->dock()->close(); // a floating dock has the close button of the window system
-    return m_driver->waitFor([this] { return !m_page->dock(); }, QStringLiteral("the dock to close"));
+    return m_driver->click(m_driver->find(QStringLiteral("qt_dockwidget_closebutton"), m_page->dock())) &&
+           m_driver->waitFor([this] { return !m_page->dock(); }, QStringLiteral("the dock to close"));
+}
+
+bool E2ETest::chooseFromPath(const QString &folder, const QString &child)
+{
+    QToolButton *button = nullptr;
+    const auto findButton = [&] {
+        for (auto *candidate : m_page->part("FolderBar")->findChildren<QToolButton *>()) {
+            if (candidate->isVisible() && candidate->text() == folder)
+                button = candidate;
+        }
+        return button != nullptr;
+    };
+    if (!m_driver->waitFor(findButton, folder + QStringLiteral(" in the folder bar")))
+        return false;
+    bool chosen = false;
+    QTimer poll; // the open menu runs its own event loop
+    connect(&poll, &QTimer::timeout, &poll, [&] {
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        if (!menu)
+            return;
+        poll.stop();
+        for (QAction *entry : menu->actions()) {
+            if (entry->text() == child) {
+                chosen = m_driver->click(menu, menu->actionGeometry(entry).center());
+                return;
+            }
+        }
+        menu->close();
+    });
+    poll.start(20);
+    const QStringList before = m_page->entries();
+    return m_driver->click(button) && (chosen || m_driver->fail(QStringLiteral("the menu has no entry ") + child)) &&
+           m_driver->waitFor([&] { return m_page->entries() != before; }, QStringLiteral("the folder ") + child);
 }
 
 bool E2ETest::isListEnabled() const
@@ -68,13 +103,15 @@ bool E2ETest::canImport() const
     return button && button->isEnabled();
 }
 
-void E2ETest::answerQuestions(const std::function<QMessageBox::StandardButton()> &answer)
+void E2ETest::answerQuestions(QMessageBox::StandardButton answer)
 {
+    m_questions = 0;
     m_driver->setDialogHandler([this, answer](QDialog &dialog) {
         auto *box = qobject_cast<QMessageBox *>(&dialog);
         if (!box || box->icon() != QMessageBox::Question)
             return false;
-        m_driver->click(box->button(answer()));
+        // The driver calls this again if the box was not ready.
+        m_questions += m_driver->click(box->button(answer)) ? 1 : 0;
         return true;
     });
 }

@@ -10,7 +10,6 @@
 #include <QMessageBox>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
 
 class E2ETest : public QObject
@@ -35,12 +34,15 @@ protected:
     bool openSignedIn() { return m_page->open() && signIn(); }
     bool signIn() { return m_guide->openSignInPage(*m_page) && m_guide->signIn(*m_page); }
     bool logOut();
+    /// Clicks the close button of the docked panel. A floating one has the button of the window system.
     bool closeDock();
+    /// Clicks \p folder in the folder bar, chooses \p child from the menu, and waits until the list has changed.
+    bool chooseFromPath(const QString &folder, const QString &child);
     bool import(const QString &name) { return m_page->select(name) && m_page->import(); }
     bool isListEnabled() const;
     bool canImport() const;
-    /// Answers each question box with the button that \p answer returns.
-    void answerQuestions(const std::function<QMessageBox::StandardButton()> &answer);
+    /// Answers each question box with \p answer and counts the boxes in m_questions.
+    void answerQuestions(QMessageBox::StandardButton answer);
 
     QString storedSession() const { return m_guide->storedSession(m_userDir->path()); }
     /// Whether a file of the user's folder or the plug-in's settings contains \p text.
@@ -59,6 +61,7 @@ protected:
     std::unique_ptr<Driver> m_driver;
     std::unique_ptr<PortalGuide> m_guide;
     std::unique_ptr<CloudPage> m_page;
+    int m_questions = 0;
 
 private:
     mutable QByteArray m_error;

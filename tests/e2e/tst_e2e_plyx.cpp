@@ -32,7 +32,8 @@ private:
 
 void TestE2EPlyx::signsInAfterAWrongPassword()
 {
-    QVERIFY2(m_page->open() && m_guide->openSignInPage(*m_page), error());
+    QVERIFY2(m_page->open(), error());
+    QVERIFY2(m_guide->openSignInPage(*m_page), error());
     const auto refusal = [this] {
         return m_page->signInPage()->page()->mainFrame()->findFirstElement("#error").toPlainText();
     };
@@ -50,7 +51,8 @@ void TestE2EPlyx::signsInAfterAWrongPassword()
 
 void TestE2EPlyx::closedSignInCanBeStartedAgain()
 {
-    QVERIFY2(m_page->open() && m_guide->openSignInPage(*m_page), error());
+    QVERIFY2(m_page->open(), error());
+    QVERIFY2(m_guide->openSignInPage(*m_page), error());
     QVERIFY2(m_driver->clickInPage(m_page->signInPage(), "#user"), error());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QTRY_VERIFY(!m_page->signInPage());
@@ -66,7 +68,8 @@ void TestE2EPlyx::sessionIsKeptUntilLogout()
     QVERIFY(session.contains(QRegularExpression("[+/]")));
     const int signIns = m_guide->countRequests(m_guide->facts().signIn);
 
-    QVERIFY2(startHost() && m_page->open(), error());
+    QVERIFY2(startHost(), error());
+    QVERIFY2(m_page->open(), error());
     QVERIFY2(m_driver->waitFor([this] { return m_page->isSignedIn(); }, "the stored session"), error());
     QVERIFY2(m_page->openFolder("Home"), error());
     QCOMPARE(m_guide->countRequests(m_guide->facts().signIn), signIns);
@@ -78,7 +81,8 @@ void TestE2EPlyx::sessionIsKeptUntilLogout()
 
 void TestE2EPlyx::thirdPageIsTheLast()
 {
-    QVERIFY2(openSignedIn() && m_page->openFolder("Lumo"), error());
+    QVERIFY2(openSignedIn(), error());
+    QVERIFY2(m_page->openFolder("Lumo"), error());
     for (int page = 2; page <= 3; ++page) {
         QVERIFY2(m_page->nextPage(), error());
         QCOMPARE(sorted(m_page->entries()), sorted(m_guide->entries({{"Lumo"}, {}, page})));
@@ -94,7 +98,8 @@ void TestE2EPlyx::thirdPageIsTheLast()
 
 void TestE2EPlyx::eachFileComesFromItsServer()
 {
-    QVERIFY2(openSignedIn() && m_page->openFolder("Lumo"), error());
+    QVERIFY2(openSignedIn(), error());
+    QVERIFY2(m_page->openFolder("Lumo"), error());
     const std::size_t before = m_cloud.requests().size();
     QVERIFY2(m_page->importByDoubleClick("Wooden barrel"), error());
     QCOMPARE(m_driver->sceneInfo("textures"), 1);
@@ -103,8 +108,8 @@ void TestE2EPlyx::eachFileComesFromItsServer()
     const auto requests = m_cloud.requests();
     for (std::size_t i = before; i < requests.size(); ++i) {
         const auto &request = requests[i];
-        if (request.target.startsWith("/thumbnails/"))
-            continue; // the list loads them meanwhile
+        if (request.target.startsWith(QLatin1String("/thumbnails/")))
+            continue; // the list loads its pictures at the same time
         QStringList headers;
         for (const char *name : {"X-AFC", "X-Session", "X-Secure-Session"}) {
             if (request.headers.contains(QLatin1String(name)))
@@ -134,7 +139,9 @@ void TestE2EPlyx::modelIsImportedWithoutAFailedTexture()
     QFETCH(QString, rule);
     CloudProcess cloud;
     QVERIFY(replaceCloud(cloud, rule));
-    QVERIFY2(openSignedIn() && m_page->openFolder("Lumo") && m_page->importByDoubleClick("Wooden barrel"), error());
+    QVERIFY2(openSignedIn(), error());
+    QVERIFY2(m_page->openFolder("Lumo"), error());
+    QVERIFY2(m_page->importByDoubleClick("Wooden barrel"), error());
     QCOMPARE(triangles(), 384);
     QCOMPARE(m_driver->sceneInfo("textures"), 0);
     QCOMPARE(m_driver->takeMessages().size(), 1);

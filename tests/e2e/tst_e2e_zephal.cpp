@@ -40,7 +40,7 @@ void TestE2EZephal::initTestCase()
 /// Exports the scene, replacing an existing file, and compares the exported file with \p remote.
 bool TestE2EZephal::exportAs(const QString &name, const QString &remote)
 {
-    answerQuestions([] { return QMessageBox::Yes; });
+    answerQuestions(QMessageBox::Yes);
     const bool exported = m_page->showExportTab() && m_page->chooseTranslator("OBJ") && m_page->setExportName(name) &&
                           m_page->exportAll();
     m_driver->setDialogHandler({});
@@ -102,13 +102,15 @@ void TestE2EZephal::importAndExportWorkOnTheUsersServer()
     const QString settings = m_userDir->filePath("pelago.ini");
     writeFile(settings, "[production]\nkind=password\nstorage=" + own->storage.toUtf8() + '\n');
     qputenv("PELAGO_CONFIG", QFile::encodeName(settings));
-    QVERIFY2(m_page->open() && m_page->clickLogin(), error());
+    QVERIFY2(m_page->open(), error());
+    QVERIFY2(m_page->clickLogin(), error());
     const auto field = [this](const char *name) {
         return m_driver->find(QStringLiteral("CloudPortalLoginDialog"))->findChild<QLineEdit *>(name);
     };
-    QTRY_VERIFY(field("user") && field("user")->window()->isActiveWindow());
-    QVERIFY2(m_driver->replace(field("user"), "demo") && m_driver->replace(field("password"), "wrong", Qt::Key_Return),
-             error());
+    QTRY_VERIFY(field("user"));
+    QTRY_VERIFY(field("user")->window()->isActiveWindow());
+    QVERIFY2(m_driver->replace(field("user"), "demo"), error());
+    QVERIFY2(m_driver->replace(field("password"), "wrong", Qt::Key_Return), error());
     const auto *reason = field("user")->window()->findChild<QLabel *>("error");
     QTRY_COMPARE(reason->text(), m_driver->textOf("kCloudPortalLoginRefused"));
     QVERIFY2(m_driver->replace(field("password"), "demo", Qt::Key_Return), error());
