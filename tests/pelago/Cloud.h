@@ -50,10 +50,10 @@ public:
         endPoint = Skein_Storage_createEndPoint(session, storage, 0, "my", 0, 0);
         return result;
     }
-    /// Replaces the end point by one with this time-out. Keep it long for requests that must succeed.
-    void setIdleTimeout(const QByteArray &ms)
+    /// Adds \p line to pelago.ini, and replaces the end point.
+    void configure(const QByteArray &line)
     {
-        write("pelago.ini", readFile(local("pelago.ini")) + "idleTimeoutMs=" + ms + '\n');
+        write("pelago.ini", readFile(local("pelago.ini")) + line + '\n');
         Skein_Storage_destroyEndPoint(endPoint);
         endPoint = Skein_Storage_createEndPoint(session, storage, 0, "my", 0, 0);
     }

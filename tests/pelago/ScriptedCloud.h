@@ -47,8 +47,6 @@ public:
         answerOthers([this](const Request &request) {
             if (!request.hasHeader("Authorization"))
                 return kUnauthorized;
-            if (onRequest)
-                onRequest(request);
             QVector<Answer> &answers = script[request.method];
             if (answers.isEmpty())
                 return serve(request);
@@ -60,13 +58,15 @@ public:
 
     QString storage() const { return "http://" + authority() + "/dav"; }
     /// Sets the answers of methods, the last one of which is repeated. In "PUT=504+all MOVE=502,201" a method has its
-    /// answers in order: a status or "noMove", "cut" or "hang", and an effect.
+    /// answers in order: a status or "noMove", "groupware", "cut" or "hang", and an effect.
     void play(const QString &words)
     {
-        const QHash<QString, Reply> named = {{"401", kUnauthorized},
-                                             {"noMove", Reply(200).header("Allow", "GET,PUT,DELETE")},
-                                             {"cut", Reply(201).cutAfter(3)},
-                                             {"hang", Reply(201).hangAfter(0)}};
+        const QHash<QString, Reply> named = {
+            {"401", kUnauthorized},
+            {"noMove", Reply(200).header("Allow", "GET,PUT,DELETE")},
+            {"groupware", Reply(200).header("Allow", "MOVE").header("DAV", "1, 3, nextcloud-checksum-update")},
+            {"cut", Reply(201).cutAfter(3)},
+            {"hang", Reply(201).hangAfter(0)}};
         for (const QString &word : words.split(' ', Qt::SkipEmptyParts)) {
             QVector<Answer> &answers = script[word.section('=', 0, 0).toLatin1()];
             answers.clear();
@@ -104,19 +104,14 @@ public:
     /// The last request with \p method, or an empty one.
     Request last(const QByteArray &method) const
     {
-        Request found;
-        for (const Request &request : requests()) {
-            if (request.method == method)
-                found = request;
-        }
-        return found;
+        const auto is = [&method](const Request &request) { return request.method == method; };
+        const auto found = std::find_if(requests().rbegin(), requests().rend(), is);
+        return found == requests().rend() ? Request() : *found;
     }
 
     QHash<QByteArray, QVector<Answer>> script; ///< by method
     QMap<QByteArray, QByteArray> files, tags;  ///< by path
-    QByteArray dav = "1, 2";
-    std::function<void(const Request &)> onRequest; ///< called before a request with credentials is performed
-    std::function<void()> onClose;                  ///< closes the user's end point
+    std::function<void()> onClose;             ///< the effect "close"
 
 private:
     static QByteArray destinationOf(const Request &request)
@@ -154,7 +149,7 @@ private:
         const QByteArray path = request.path();
         const QByteArray target = request.method == "MOVE" ? destinationOf(request) : path;
         if (request.method == "OPTIONS")
-            return Reply(200).header("Allow", "OPTIONS, PUT, MOVE").header("DAV", dav);
+            return Reply(200).header("Allow", "OPTIONS, PUT, MOVE");
         if (path == "/dav/" || path == "/dav")
             return kFolder;
         if (request.method != "PUT" && !files.contains(path))

@@ -46,7 +46,7 @@ private slots:
 
     void silentServerTimesOut()
     {
-        m_cloud->setIdleTimeout("300");
+        m_cloud->configure("idleTimeoutMs=300");
         m_server->script = {{"PROPFIND", {Reply(kFolder).hangAfter(150)}},
                             {"GET", {Reply(200).body("x").hangAfter(10)}}};
         QCOMPARE(nameOf(m_cloud->list("")), QString("TimedOut"));

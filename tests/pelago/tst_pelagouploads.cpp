@@ -40,6 +40,9 @@ private slots:
             {"replace: no conditions", "MOVE=412,204+all", "1", done, moved + " MOVE*"},
             {"replace: changed, 412", "PUT=201+changed MOVE=412", "Conflict", "cup.obj=theirs", moved + " DELETE*"},
             {"replace: changed, 403", "PUT=201+changed MOVE=403", "Conflict", "cup.obj=theirs", moved + " DELETE*"},
+            {"replace: groupware server", "OPTIONS=groupware", "1", done, "PROPFIND OPTIONS PUT PROPFIND"},
+            {"replace: changed, groupware server", "OPTIONS=groupware+changed", "Conflict", "cup.obj=theirs",
+             "PROPFIND OPTIONS PUT"},
             {"replace: 504 after MOVE", "MOVE=504+all", "1", done, moved},
             {"replace: MOVE cut", "MOVE=cut+all", "1", done, moved},
             {"replace: target deleted, then 504", "MOVE=504+half", "ServerError", "*=new content", moved},
@@ -52,7 +55,8 @@ private slots:
         const auto [name, script, expected, stored, methods] = currentRow<5>();
         m_server->play(script);
         if (script.contains("hang+half"))
-            m_cloud->setIdleTimeout("1000"); // also of the requests before and after the silence, which must succeed
+            m_cloud->configure(
+                "idleTimeoutMs=1000"); // also of the requests before and after the silence, which must succeed
         if (name.startsWith("replace"))
             m_server->store("cup.obj", "old");
         traced.clear();
@@ -67,54 +71,35 @@ private slots:
         QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), int(expected != "NotSignedIn"));
     }
 
-    void groupwareServerIsReplacedInPlace_data()
+    void replacingCanBeConfigured_data()
     {
-        // A line of pelago.ini, the header DAV, and the last requests.
-        const QString inPlace = "OPTIONS PUT PROPFIND";
-        const QString renamed = "OPTIONS PUT* PROPFIND* MOVE*";
-        addRows({{"plain server", "", "1, 2", renamed},
-                 {"groupware server", "", "1, 3, nextcloud-checksum-update", inPlace},
-                 {"another groupware server", "replace=auto\n", "1,OC-Etag-Propagation", inPlace},
-                 {"configured move", "replace=move\n", "1, nc-calendar", renamed},
-                 {"configured put", "replace=put\n", "1, 2", inPlace}});
+        addRows({{"replace=auto", "OPTIONS=groupware", "PROPFIND OPTIONS PUT PROPFIND"},
+                 {"replace=move", "OPTIONS=groupware", "PROPFIND OPTIONS PUT* PROPFIND* MOVE*"},
+                 {"replace=put", "", "PROPFIND OPTIONS PUT PROPFIND"}});
     }
-    void groupwareServerIsReplacedInPlace()
+    void replacingCanBeConfigured()
     {
-        const auto [name, setting, dav, methods] = currentRow<4>();
-        Cloud cloud(m_server->storage(), "kind=password\n" + setting.toLatin1());
-        QCOMPARE(cloud.signIn(), 1);
-        m_server->dav = dav.toLatin1();
+        const auto [line, script, methods] = currentRow<3>();
+        m_cloud->configure(line.toLatin1());
+        m_server->play(script);
         m_server->store("cup.obj", "old");
-        QCOMPARE(cloud.replace("", "cup.obj", "new content"), 1);
-        QCOMPARE(m_server->stored(), QString("cup.obj=new content"));
-        QCOMPARE(m_server->methods().right(methods.size()), methods);
-        const bool isInPlace = !methods.contains("MOVE");
-        QCOMPARE(m_server->last("PUT").header("If-Match"), QByteArray(isInPlace ? "\"1\"" : ""));
-        m_server->play("PUT=412");
-        if (isInPlace)
-            QCOMPARE(nameOf(cloud.replace("", "cup.obj", "3")), QString("Conflict"));
+        QCOMPARE(m_cloud->replace("", "cup.obj", "new content"), 1);
+        QCOMPARE(m_server->methods(), methods);
     }
 
-    void renameIsBoundToAStrongTag_data()
-    {
-        // The tag of the file that is replaced, and the tag in the condition.
-        addRows({{"strong", "\"a\"", "\"a\""},
-                 {"weak", "W/\"a\"", ""},
-                 {"line feed", "\"a&#10;b\"", ""},
-                 {"without quotes", "a", ""},
-                 {"empty", "", ""}});
-    }
     void renameIsBoundToAStrongTag()
     {
-        const auto [name, tag, condition] = currentRow<3>();
         const QByteArray address = "http://" + m_server->authority() + "/dav/cup.obj";
-        m_server->store("cup.obj", "old");
-        m_server->tags["/dav/cup.obj"] = tag.toLatin1();
-        QCOMPARE(m_cloud->replace("", "cup.obj", "1"), 1);
-        const Request move = m_server->last("MOVE");
-        QCOMPARE(move.header("Overwrite"), QByteArray("T"));
-        QCOMPARE(move.header("Destination"), address);
-        QCOMPARE(move.header("If"), condition.isEmpty() ? QByteArray() : '<' + address + "> ([\"a\"])");
+        QByteArrayList conditions;
+        for (const QByteArray tag : {"\"a\"", "W/\"a\"", "\"a&#10;b\"", "a", ""}) {
+            m_server->store("cup.obj", "old");
+            m_server->tags["/dav/cup.obj"] = tag;
+            QCOMPARE(m_cloud->replace("", "cup.obj", "1"), 1);
+            conditions << m_server->last("MOVE").header("If");
+        }
+        QCOMPARE(conditions, QByteArrayList({'<' + address + "> ([\"a\"])", "", "", "", ""}));
+        QCOMPARE(m_server->last("MOVE").header("Overwrite"), QByteArray("T"));
+        QCOMPARE(m_server->last("MOVE").header("Destination"), address);
     }
 
     void newFileIsMovedWithoutOverwriting()
