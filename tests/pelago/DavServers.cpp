@@ -6,7 +6,6 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QNetworkProxy>
 #include <QProcess>
 #include <QSslConfiguration>
 #include <QTcpServer>
@@ -22,13 +21,6 @@ void makeWritable(const QString &path)
 {
     if (geteuid() == 0 && chown(QFile::encodeName(path).constData(), 65534, 65534) != 0)
         qFatal("cannot change the owner of %s", qPrintable(path));
-}
-
-void trust(const QSslCertificate &certificate)
-{
-    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    tls.addCaCertificate(certificate);
-    QSslConfiguration::setDefaultConfiguration(tls);
 }
 
 /// A server from the system's packages, run by an unprivileged user.
@@ -112,7 +104,9 @@ private:
             qFatal("no certificate");
         makeWritable(m_home.filePath("key"));
         certificateFile = m_home.filePath("certificate");
-        trust(QSslCertificate(readFile(certificateFile)));
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.addCaCertificate(QSslCertificate(readFile(certificateFile)));
+        QSslConfiguration::setDefaultConfiguration(tls);
     }
 
     bool run(const QStringList &command, quint16 port)
@@ -141,32 +135,10 @@ private:
     std::vector<std::unique_ptr<QProcess>> m_processes;
 };
 
-/// The local cloud, through its proxy and under the name of the real service.
-class LocalCloudServer : public DavServer
-{
-public:
-    LocalCloudServer()
-    {
-        QString error;
-        if (!m_cloud.start(&error))
-            qFatal("no local cloud: %s", qPrintable(error));
-        storage = "https://cloud.zephal.example/dav/";
-        folder = m_cloud.zephalDir();
-        trust(m_cloud.caCertificate());
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", m_cloud.port()));
-    }
-    ~LocalCloudServer() override { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); }
-
-private:
-    LocalCloud m_cloud;
-};
-
 } // namespace
 
 std::unique_ptr<DavServer> DavServer::start(const QString &name)
 {
-    if (name == "localcloud")
-        return std::make_unique<LocalCloudServer>();
     return std::make_unique<ProcessServer>(name);
 }
 

@@ -15,11 +15,22 @@
 
 #include <memory>
 
+/// An element of a multistatus.
+inline QByteArray response(const QByteArray &href, const QByteArray &properties)
+{
+    return "<response><href>" + href + "</href><propstat><prop>" + properties +
+           "</prop><status>HTTP/1.1 200 OK</status></propstat></response>";
+}
+
+inline Reply multiStatus(const QByteArray &responses)
+{
+    return Reply(207).body("<multistatus xmlns='DAV:'>" + responses + "</multistatus>");
+}
+
 /// A multistatus of one entry.
 inline Reply entry(const QByteArray &href, const QByteArray &properties)
 {
-    return Reply(207).body("<multistatus xmlns='DAV:'><response><href>" + href + "</href><propstat><prop>" +
-                           properties + "</prop><status>HTTP/1.1 200 OK</status></propstat></response></multistatus>");
+    return multiStatus(response(href, properties));
 }
 
 const QByteArray kFolderProperty = "<resourcetype><collection/></resourcetype>";
@@ -29,13 +40,7 @@ const Reply kUnauthorized = Reply(401).header("WWW-Authenticate", "Basic realm=x
 /// A reply and what the server does before it: "" performs the request if the status is a success, "all" performs it,
 /// "none" does not, "half" stores half of a PUT or deletes the target of a MOVE, "changed" performs it and then another
 /// client replaces cup.obj, "close" closes the user's end point.
-struct Answer
-{
-    Answer(const Reply &scripted, const QString &what = QString()) : reply(scripted), effect(what) {}
-
-    Reply reply;
-    QString effect;
-};
+using Answer = QPair<Reply, QString>;
 
 /// A folder of files at "/dav". Requests without credentials are refused. Names that contain "pelago-" are temporary
 /// names of the library.
@@ -51,8 +56,8 @@ public:
             if (answers.isEmpty())
                 return serve(request);
             const Answer answer = answers.size() > 1 ? answers.takeFirst() : answers.first();
-            perform(request, answer);
-            return answer.reply;
+            perform(request, answer.first.status(), answer.second);
+            return answer.first;
         });
     }
 
@@ -61,12 +66,14 @@ public:
     /// answers in order: a status or "noMove", "groupware", "cut" or "hang", and an effect.
     void play(const QString &words)
     {
-        const QHash<QString, Reply> named = {
-            {"401", kUnauthorized},
-            {"noMove", Reply(200).header("Allow", "GET,PUT,DELETE")},
-            {"groupware", Reply(200).header("Allow", "MOVE").header("DAV", "1, 3, nextcloud-checksum-update")},
-            {"cut", Reply(201).cutAfter(3)},
-            {"hang", Reply(201).hangAfter(0)}};
+        const auto options = [](const char *allow, const char *dav) {
+            return Reply(200).header("Allow", allow).header("DAV", dav);
+        };
+        const QHash<QString, Reply> named = {{"401", kUnauthorized},
+                                             {"noMove", options("GET,PUT,DELETE", "1")},
+                                             {"groupware", options("MOVE", "1, 3, nextcloud-checksum-update")},
+                                             {"cut", Reply(201).cutAfter(3)},
+                                             {"hang", Reply(201).hangAfter(0)}};
         for (const QString &word : words.split(' ', Qt::SkipEmptyParts)) {
             QVector<Answer> &answers = script[word.section('=', 0, 0).toLatin1()];
             answers.clear();
@@ -104,9 +111,11 @@ public:
     /// The last request with \p method, or an empty one.
     Request last(const QByteArray &method) const
     {
-        const auto is = [&method](const Request &request) { return request.method == method; };
-        const auto found = std::find_if(requests().rbegin(), requests().rend(), is);
-        return found == requests().rend() ? Request() : *found;
+        for (int at = requests().size(); at > 0; --at) {
+            if (requests()[at - 1].method == method)
+                return requests()[at - 1];
+        }
+        return {};
     }
 
     QHash<QByteArray, QVector<Answer>> script; ///< by method
@@ -119,29 +128,23 @@ private:
         const QByteArray to = request.header("Destination");
         return to.startsWith('/') ? to : to.mid(to.indexOf('/', 8));
     }
-    bool refusesCondition(const Request &request, const QByteArray &target) const
+    bool refusesCondition(const Request &request, const QByteArray &target)
     {
         const QByteArray state = request.header("If-Match") + request.header("If");
         const bool mustBeFree = request.header("If-None-Match") == "*" || request.header("Overwrite") == "F";
-        return (mustBeFree && files.contains(target)) || (!state.isEmpty() && !state.contains(tags.value(target, "-")));
+        return (mustBeFree && files.contains(target)) || (!state.isEmpty() && !(files.contains(target) && state.contains(tags[target])));
     }
-    void remove(const QByteArray &path)
+    void perform(const Request &request, int status, const QString &effect)
     {
-        files.remove(path);
-        tags.remove(path);
-    }
-    void perform(const Request &request, const Answer &answer)
-    {
-        const bool isSuccess = answer.reply.status() >= 200 && answer.reply.status() < 300;
-        if (answer.effect == "close")
+        if (effect == "close")
             onClose();
-        else if (answer.effect == "half" && request.method == "PUT")
+        else if (effect == "half" && request.method == "PUT")
             store(request.path().mid(5), request.body.left(request.body.size() / 2));
-        else if (answer.effect == "half")
-            remove(destinationOf(request));
-        else if (answer.effect == "all" || answer.effect == "changed" || (answer.effect.isEmpty() && isSuccess))
+        else if (effect == "half")
+            files.remove(destinationOf(request));
+        else if (effect == "all" || effect == "changed" || (effect.isEmpty() && status >= 200 && status < 300))
             serve(request);
-        if (answer.effect == "changed")
+        if (effect == "changed")
             store("cup.obj", "theirs");
     }
     Reply serve(const Request &request)
@@ -165,7 +168,7 @@ private:
             return Reply(412);
         const QByteArray content = request.method == "PUT" ? request.body : files[path];
         if (request.method != "PUT")
-            remove(path);
+            files.remove(path);
         if (request.method != "DELETE")
             store(target.mid(5), content);
         return Reply(201);

@@ -28,7 +28,7 @@ private slots:
     void initTestCase_data()
     {
         QTest::addColumn<QString>("name");
-        for (const char *name : {"apache", "digest", "nginx", "rclone", "localcloud", "proxied", "proxied-host"})
+        for (const char *name : {"apache", "digest", "nginx", "rclone", "proxied", "proxied-host"})
             QTest::newRow(name) << name;
     }
 
@@ -51,6 +51,7 @@ private slots:
 
     void anyNameCanBeUploadedReplacedDownloadedAndListed()
     {
+        const QDateTime hourAgo = QDateTime::currentDateTime().addSecs(-3600);
         QMap<QString, qint64> sizes;
         m_server->makeFolder("names");
         for (const QByteArray name :
@@ -58,6 +59,11 @@ private slots:
               "\"d\" 's'.obj", "back\\slash.obj", "Größe 模型 🏺.obj", ".hidden.obj", "~[x]{y}|^`<z>.obj",
               "a:b@c,$!.obj", "..."}) {
             QCOMPARE(m_cloud->upload("names", name, "first " + name), 1);
+            // Servers give strong entity tags to files that have not changed for a while.
+            QFile file(m_server->path("names/" + name));
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(hourAgo, QFileDevice::FileModificationTime));
+            file.close();
             QCOMPARE(m_cloud->replace("names", name, "second " + name), 1);
             QCOMPARE(m_cloud->download("names", name), 1);
             QCOMPARE(m_cloud->got(), "second " + name);
@@ -75,44 +81,18 @@ private slots:
         }
     }
 
-    void fileWithAStrongTagCanBeReplaced()
+    void foldersCanBeListedFromInsideAListingInOrder()
     {
-        m_server->makeFolder("older");
-        m_server->makeFile("older/cup.obj", "old");
-        // Servers give strong entity tags to files that have not changed for a while.
-        QFile file(m_server->path("older/cup.obj"));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-3600), QFileDevice::FileModificationTime));
-        file.close();
-        QCOMPARE(m_cloud->replace("older", "cup.obj", "new"), 1);
-        QCOMPARE(m_server->content("older/cup.obj"), QByteArray("new"));
-        QCOMPARE(m_server->entries("older"), QStringList("cup.obj"));
-    }
-
-    void foldersCanBeListedFromInsideAListing()
-    {
-        for (const char *id : {"tree", "tree/a b#", "tree/a b#/%41 & ü", "tree/empty+"})
+        for (const char *id : {"tree", "tree/b#", "tree/Part 10", "tree/part 9", "tree/part 9/%41 & ü", "tree/Äste+"})
             m_server->makeFolder(id);
-        m_server->makeFile("tree/a b#/%41 & ü/deep?.obj", "deep");
-        m_server->makeFile("tree/nothing.obj", "");
+        for (const char *id : {"zebra", "cup 11", "Cup 10", "cup 2", "Ärmel", "part 9/%41 & ü/deep?"})
+            m_server->makeFile(QString("tree/") + id, "x");
+        m_server->makeFile("tree/empty", "");
         Walk walk{m_cloud->endPoint, {}};
-        QCOMPARE(Skein_Storage_listContents(m_cloud->endPoint, "tree", descend, &walk), 3);
-        QCOMPARE(walk.second, QStringList({"tree/a b#/", "tree/a b#/%41 & ü/", "tree/a b#/%41 & ü/deep?.obj",
-                                           "tree/empty+/", "tree/nothing.obj"}));
-    }
-
-    void listingHasFoldersFirstThenNamesInOrder()
-    {
-        for (const char *id : {"sorted", "sorted/b", "sorted/Part 10", "sorted/part 9", "sorted/Äste"})
-            m_server->makeFolder(id);
-        for (const char *id : {"zebra", "cup 11", "Cup 10", "cup 2", "Ärmel", "a"})
-            m_server->makeFile(QString("sorted/") + id, "x");
-        QCOMPARE(m_cloud->list("sorted"), 10);
-        QStringList names;
-        for (const Entry &entry : qAsConst(m_cloud->entries))
-            names << entry.name;
-        QCOMPARE(names.join(" | "),
-                 QString("Äste | b | part 9 | Part 10 | a | Ärmel | cup 2 | Cup 10 | cup 11 | zebra"));
+        QCOMPARE(Skein_Storage_listContents(m_cloud->endPoint, "tree", descend, &walk), 10);
+        QCOMPARE(walk.second.replaceInStrings("tree/", "").join(" | "),
+                 QString("Äste+/ | b#/ | part 9/ | part 9/%41 & ü/ | part 9/%41 & ü/deep? | Part 10/ | "
+                         "Ärmel | cup 2 | Cup 10 | cup 11 | empty | zebra"));
     }
 
     void failedCallsChangeNothing()

@@ -124,7 +124,7 @@ private slots:
         // As a server behind a proxy with TLS writes it: with its own scheme and port.
         m_server->answer("/dav/cup.obj", Reply(301).location("https://127.0.0.1:1/dav/cup.obj/"));
         m_server->play("OPTIONS=200 PROPFIND=404");
-        m_server->script["PROPFIND"] += entry("/dav/cup.obj/", "<resourcetype/>");
+        m_server->script["PROPFIND"].append({entry("/dav/cup.obj/", "<resourcetype/>"), ""});
         QCOMPARE(m_cloud->upload("", "cup.obj", "content"), 1);
         QCOMPARE(m_server->methods(), QString("OPTIONS PROPFIND PROPFIND PUT PUT PROPFIND PROPFIND"));
         const Request put = m_server->last("PUT");
