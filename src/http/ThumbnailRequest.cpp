@@ -35,8 +35,10 @@ QUrl nextAddress(const QNetworkReply &reply, const QString &host)
 
 QUrl ThumbnailSource::httpsAddress() const
 {
+    if (address.isEmpty())
+        return QUrl();
     const QUrl root(QStringLiteral("https://") + host + QLatin1Char('/'));
-    if (address.isEmpty() || root.host().isEmpty())
+    if (root.host().isEmpty())
         return QUrl();
     const QUrl url = root.resolved(address);
     const bool isOnHost =
