@@ -54,6 +54,20 @@ private slots:
         QVERIFY(waitFor([&] { return colourOf(2) == QColor(Qt::red); }));
     }
 
+    void picturesAreSharp() // also run with a scale factor of 1.5
+    {
+        const int side = qRound(48 * list()->devicePixelRatioF());
+        QImage stripes(side, side, QImage::Format_RGB32);
+        for (int x = 0; x < side; ++x) {
+            for (int y = 0; y < side; ++y)
+                stripes.setPixelColor(x, y, x % 2 == 0 ? Qt::black : Qt::red);
+        }
+        QVERIFY(stripes.save(m_folder.filePath("cloud/plyx/thumbnails/" + pictureName(0))));
+        openGallery();
+        QVERIFY(waitFor([&] { return stripesIn(0) > 0; }));
+        QCOMPARE(stripesIn(0), side / 2);
+    }
+
     void aFailedPictureLeavesTheIcon()
     {
         m_fixture->cloud.addRule("*", "*/p000.png", "status=404");
@@ -230,6 +244,17 @@ private:
     {
         const QRect place = list()->visualItemRect(list()->item(row));
         return list()->viewport()->grab().toImage().pixelColor(place.left() + 26, place.center().y());
+    }
+
+    /// The red pixels next to a black one in the middle line of \p row.
+    int stripesIn(int row) const
+    {
+        const QImage image = list()->viewport()->grab().toImage();
+        const int y = qRound(list()->visualItemRect(list()->item(row)).center().y() * image.devicePixelRatio());
+        int stripes = 0;
+        for (int x = 1; x < image.width(); ++x)
+            stripes += image.pixelColor(x - 1, y) == QColor(Qt::black) && image.pixelColor(x, y) == QColor(Qt::red);
+        return stripes;
     }
 
     /// The names of the pictures that were requested, in order.
