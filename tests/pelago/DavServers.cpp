@@ -1,7 +1,5 @@
 #include "pelago/DavServers.h"
 
-#include "localcloud/LocalCloud.h"
-
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QDir>

@@ -132,7 +132,8 @@ private:
     {
         const QByteArray state = request.header("If-Match") + request.header("If");
         const bool mustBeFree = request.header("If-None-Match") == "*" || request.header("Overwrite") == "F";
-        return (mustBeFree && files.contains(target)) || (!state.isEmpty() && !(files.contains(target) && state.contains(tags[target])));
+        return (mustBeFree && files.contains(target)) ||
+               (!state.isEmpty() && !(files.contains(target) && state.contains(tags[target])));
     }
     void perform(const Request &request, int status, const QString &effect)
     {

@@ -31,7 +31,10 @@ private slots:
         QVERIFY2(m_output.contains(line), qPrintable(m_output));
         QVERIFY2(m_output.contains("New files    stored under a temporary name, then renamed"), qPrintable(m_output));
         QCOMPARE(m_errors, QByteArray());
-        QCOMPARE(readFile(config), "# mine\n[staging]\nstorage=https://a/\n[development]\nkind=web\n\n[production]\nkind=password\nstorage=" + server->storage.toUtf8() + '\n');
+        QCOMPARE(
+            readFile(config),
+            "# mine\n[staging]\nstorage=https://a/\n[development]\nkind=web\n\n[production]\nkind=password\nstorage=" +
+                server->storage.toUtf8() + '\n');
         QCOMPARE(QFile::permissions(config) & 0x0077, QFile::Permissions());
         QCOMPARE(server->entries(""), QStringList()); // the test file is deleted
     }
