@@ -34,7 +34,7 @@ const Cause kCauses[] = {
     {Skein_Result_NotFound, "not-found", "the server does not have it", "Check the address, or refresh the list"},
     {Skein_Result_Forbidden, "forbidden", "the server does not allow it",
      "Ask the server's administrator for the right"},
-    {Skein_Result_Conflict, "conflict", "the name is taken, or somebody else changed the file", "Refresh the list"},
+    {Skein_Result_Conflict, "conflict", "the name is taken, or another client changed the file", "Refresh the list"},
     {Skein_Result_NoSpace, "no-space", "the server has no space left for it", "Delete files there"},
     {Skein_Result_Redirected, "redirect", "the server redirects to %1", "Write that address into pelago.ini"},
     {Skein_Result_ServerError, "server-error", "the server failed", "Try again later"},
