@@ -47,7 +47,7 @@ public:
     int signIn(const char *password = "demo")
     {
         const int result = Skein_Auth_login(session, "demo", password);
-        endPoint = Skein_Storage_createEndPoint(session, storage, 0, "my", 0, 0);
+        configure("");
         return result;
     }
     /// Adds \p line to pelago.ini, and replaces the end point.
@@ -70,7 +70,6 @@ public:
     int download(const QByteArray &folder, const QByteArray &name)
     {
         const QByteArray to = m_home.path().toUtf8();
-        done = -1;
         return Skein_Storage_downloadFile(endPoint, folder, name, to, "got", progress, finished, this, this);
     }
     /// Writes \p content to the local file "local", unless it is null, and uploads that file.
@@ -79,15 +78,12 @@ public:
         const QByteArray path = localFile(content);
         const char *const paths[] = {path.constData()};
         const char *const names[] = {name.constData()};
-        done = -1;
         return Skein_Storage_uploadFiles(endPoint, folder, paths, names, 1, progress, finished, this, this);
     }
     int replace(const QByteArray &folder, const QByteArray &name, const QByteArray &content = QByteArray())
     {
-        const QByteArray path = localFile(content);
         const QByteArray id = folder.isEmpty() ? name : folder + '/' + name;
-        done = -1;
-        return Skein_Storage_updateFile(endPoint, folder, id, 2, path, progress, finished, this, this);
+        return Skein_Storage_updateFile(endPoint, folder, id, 2, localFile(content), progress, finished, this, this);
     }
 
     QByteArray local(const char *name) const { return m_home.filePath(name).toUtf8(); }
@@ -113,12 +109,17 @@ private:
     static void progress(void *context, int64_t done, int64_t total)
     {
         auto *cloud = static_cast<Cloud *>(context);
-        if (done < cloud->done)
+        if (done < std::exchange(cloud->m_reported, done))
             qFatal("progress went back");
         cloud->done = done;
         cloud->total = total;
     }
-    static void finished(void *context, int result) { static_cast<Cloud *>(context)->results.append(result); }
+    static void finished(void *context, int result)
+    {
+        static_cast<Cloud *>(context)->results.append(result);
+        static_cast<Cloud *>(context)->m_reported = -1;
+    }
 
+    qint64 m_reported = -1; ///< of the running transfer
     QTemporaryDir m_home;
 };

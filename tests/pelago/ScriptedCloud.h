@@ -108,16 +108,6 @@ public:
         return words.mid(1).join(' ');
     }
 
-    /// The last request with \p method, or an empty one.
-    Request last(const QByteArray &method) const
-    {
-        for (int at = requests().size(); at > 0; --at) {
-            if (requests()[at - 1].method == method)
-                return requests()[at - 1];
-        }
-        return {};
-    }
-
     QHash<QByteArray, QVector<Answer>> script; ///< by method
     QMap<QByteArray, QByteArray> files, tags;  ///< by path
     std::function<void()> onClose;             ///< the effect "close"

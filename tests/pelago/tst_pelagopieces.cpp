@@ -2,7 +2,6 @@
 
 #include "Credentials.h"
 #include "DavClient.h"
-#include "DavPath.h"
 #include "Deployments.h"
 #include "MultiStatus.h"
 #include "support/Table.h"
@@ -14,7 +13,6 @@ using namespace pelago;
 
 namespace {
 
-const Credentials kCredentials{"u", "secret", "", ""};
 const QUrl kServer("https://a/signin");
 
 /// The document that \p text abbreviates: {...} is a propstat, {404 ...} one with that status, SIZE(x) a size, FOLDER
@@ -56,9 +54,7 @@ private slots:
     {
         addRows({{"size with blanks", "HREF{SIZE( 7 )}", "/dav/a file 7"},
                  {"large size", "HREF{SIZE(5368709120)}", "/dav/a file 5368709120"},
-                 {"negative size", "HREF{SIZE(-7)}", "/dav/a file -1"},
                  {"excessive size", "HREF{SIZE(99999999999999999999)}", "/dav/a file -1"},
-                 {"size with a letter", "HREF{SIZE(12x)}", "/dav/a file -1"},
                  {"empty size", "HREF{SIZE()}", "/dav/a file -1"},
                  {"folder", "HREF{FOLDER}", "/dav/a folder -1"},
                  {"folder elsewhere", "HREF{<owner>FOLDER</owner><collection/>}", "/dav/a file -1"},
@@ -70,16 +66,13 @@ private slots:
                   "HREF<propstat><prop>FOLDER</prop><status>HTTP/1.1 404 Not Found</status></propstat>{SIZE(4)}",
                   "/dav/a file 4"},
                  {"only missing properties", "HREF{404 FOLDER}", ""},
-                 {"only a status", "HREF<status>HTTP/1.1 404 Not Found</status>", ""},
                  {"no href", "{FOLDER}", ""},
                  {"CDATA, escapes and comments", "<href>/d<![CDATA[a]]>v&#x2F;&amp;<!-- no --></href>{FOLDER}",
                   "/dav/& folder -1"},
                  {"DOCTYPE", "!<!DOCTYPE m [<!ENTITY e 'x'>]><multistatus xmlns='DAV:'/>", "refused"},
-                 {"HTML", "!<html><body/></html>", "refused"},
                  {"deep nesting", QString("<x:y>").repeated(100) + QString("</x:y>").repeated(100), "refused"},
                  {"huge element", "<href>" + QString(3000000, 'a') + "</href>", "refused"},
-                 {"incomplete", "!<multistatus xmlns='DAV:'></multi", "cut"},
-                 {"empty", "!", "cut"}});
+                 {"incomplete", "!<multistatus xmlns='DAV:'></multi", "cut"}});
     }
     void multiStatusIsReadInAnyPieces()
     {
@@ -89,72 +82,23 @@ private slots:
         QCOMPARE(reading(document, document.size() > 100000 ? 4096 : 1), expected);
     }
 
-    void hrefIsTheFolderOrAChildOrNeither_data()
-    {
-        // BASE and FULL are the folder's path and its address with a scheme and a port of their own.
-        addRows({{"BASE", "itself"},
-                 {"/d v//%61%23%62", "itself"},
-                 {"FULL", "itself"},
-                 {"BASEc/deeper", "other"},
-                 {"/d%20v/", "other"},
-                 {"/d%20v/a#b/c", "other"},
-                 {"/D%20v/a%23b/c", "other"},
-                 {"https://elsewhere.example/d%20v/a%23b/c", "other"},
-                 {"d%20v/a%23b/c", "other"},
-                 {"/d%20v/a%2523b/c", "other"},
-                 {"", "other"},
-                 {"BASEx%2Fy", "other"},
-                 {"BASE%2E%2e", "other"},
-                 {"BASE.", "other"},
-                 {"BASEnul%00", "other"},
-                 {"BASE%E4", "other"},
-                 {"FULLc%2525/", "child c%25"},
-                 {"BASE100%", "child 100%"},
-                 {"BASE%zz%4", "child %zz%4"},
-                 {"FULLa+b%2b", "child a+b+"},
-                 {"BASE%C3%A4ä", "child ää"},
-                 {"FULLc?query#x", "child c"},
-                 {"BASE%20", "child  "},
-                 {"BASE...", "child ..."}});
-    }
-    void hrefIsTheFolderOrAChildOrNeither()
-    {
-        using Member = DavPath::Folder::Member;
-        auto [href, expected] = currentRow<2>();
-        href.replace("BASE", "/d%20v/a%23b/").replace("FULL", "https://Host.example:8443/d v/a%23b//");
-        const QUrl address = DavPath::address(folderAddress("http://host.example/d v"), "a#b", DavPath::Form::Folder);
-        QCOMPARE(address.toEncoded(), QByteArray("http://host.example/d%20v/a%23b/"));
-        QString name;
-        const Member member = DavPath::Folder(address).find(href.toUtf8(), &name);
-        const QString found = member == Member::Child ? "child " + name : member == Member::Itself ? "itself" : "other";
-        QCOMPARE(found, expected);
-    }
-
     void deploymentHasOnlyUsableAddresses_data()
     {
-        // The lines of the section "production", and its kind, sign-in address and storage address.
-        const QString builtIn = "web https://cloud.zephal.example/signin https://cloud.zephal.example/dav/";
-        const QString password = "kind=password\nstorage=";
+        // The lines of the section "production", and its kind and sign-in address. The storage address is usable if
+        // that one is.
         addRows(
-            {{"empty file", "", builtIn},
-             {"another section", "[staging]\n" + password + "https://s/", builtIn},
-             {"web", "signIn=https://a/in\nstorage=https://b:8443/x/y/", "web https://a/in https://b:8443/x/y/"},
-             {"password", "kind=Password\nstorage=https://b", "password https://b/ https://b/"},
-             {"special characters", password + "https://b/a%2Cb,c d%23/ü",
-              "password https://b/a%2Cb,c%20d%23/%C3%BC/ https://b/a%2Cb,c%20d%23/%C3%BC/"},
-             {"this machine", password + "http://127.3.2.1:80/d",
-              "password http://127.3.2.1:80/d/ http://127.3.2.1:80/d/"},
-             {"localhost", "signIn=http://localhost/\nstorage=http://[::1]/", "web http://localhost/ http://[::1]/"},
-             {"plain http", "signIn=http://a/\nstorage=http://localhost.example/", "web  "},
-             {"allowed plain http", "signIn=http://a/\nstorage=http://b/\nallowPlainHttp=true",
-              "web http://a/ http://b/"},
-             {"user name in the address", password + "https://u:p@b/", "password  "},
-             {"query and fragment", "signIn=https://a/?x\nstorage=https://b/#y", "web  "},
-             {"no http address", "signIn=ftp://a/\nstorage=b/c", "web  "},
-             {"faulty line", "signIn=https://a/\nno line\n[", "web  "},
-             {"comments", "# a\n; b\nkind = password\nstorage = https://b/a;b,c\\d",
-              "password https://b/a;b,c%5Cd/ https://b/a;b,c%5Cd/"},
-             {"quotes", password + "\"https://b/x;\"", "password https://b/x;/ https://b/x;/"}});
+            {{"empty file", "", "web https://cloud.zephal.example/signin"},
+             {"password", "kind=Password\nstorage=https://b", "password https://b/"},
+             {"special characters", "kind=password\nstorage=https://b:8443/a%2Cb,c d%23/ü",
+              "password https://b:8443/a%2Cb,c%20d%23/%C3%BC/"},
+             {"this machine", "kind=password\nstorage=http://127.3.2.1:80/d", "password http://127.3.2.1:80/d/"},
+             {"localhost", "signIn=http://localhost/in\nstorage=http://[::1]/", "web http://localhost/in"},
+             {"allowed plain http", "signIn=http://a/\nstorage=http://b/\nallowPlainHttp=true", "web http://a/"},
+             {"user name in the address", "kind=password\nstorage=https://u:p@b/", "password "},
+             {"query", "signIn=https://a/?x\nstorage=https://b/#y", "web "},
+             {"no http address", "signIn=ftp://a/\nstorage=b/c", "web "},
+             {"comments", "# a\n; b\nkind = password\nstorage = https://b/a;b,c\\d", "password https://b/a;b,c%5Cd/"},
+             {"quotes", "kind=password\nstorage=\"https://b/x;\"", "password https://b/x;/"}});
     }
     void deploymentHasOnlyUsableAddresses()
     {
@@ -164,8 +108,9 @@ private slots:
         const Deployments all(file);
         const Deployment found = all.at(0);
         const QString kind = found.kind == SignInKind::Web ? "web" : "password";
-        QCOMPARE(kind + ' ' + found.signIn.toEncoded() + ' ' + found.storage.toEncoded(), expected);
-        QCOMPARE(found.problem.isEmpty(), found.storage.isValid() && found.signIn.isValid());
+        QCOMPARE(kind + ' ' + found.signIn.toEncoded(), expected);
+        QCOMPARE(found.storage.isValid(), !found.signIn.isEmpty());
+        QCOMPARE(found.problem.isEmpty(), !found.signIn.isEmpty());
         QVERIFY(!all.isAllowed(QUrl("http://elsewhere/")));
         QCOMPARE(all.isAllowed(QUrl("http://a/other")), lines.contains("allowPlainHttp"));
     }
@@ -182,32 +127,27 @@ private slots:
         QVERIFY(!file.read(QUrl("https://b/signin")));
     }
 
-    void damagedSessionFileIsIgnored_data()
-    {
-        // A text of a good file, and what replaces it.
-        addRows({{"no JSON", "{", "("},
-                 {"another version", "\"version\": 1", "\"version\": 2"},
-                 {"empty secret", "\"secret\": \"", "\"secret\": \"\", \"x\": \""},
-                 {"user is no text", "\"user\": \"u\"", "\"user\": [1]"},
-                 {"too long", "{", '{' + QString(70000, ' ')}});
-    }
     void damagedSessionFileIsIgnored()
     {
-        const auto [name, from, to] = currentRow<3>();
-        const QString path = m_home.filePath("damaged.skein");
-        const SessionFile file(path);
-        QVERIFY(file.write(kServer, kCredentials));
-        const QString content = readFile(path);
-        QVERIFY2(content.contains(from), qPrintable(content));
-        writeFile(path, QString(content).replace(from, to).toUtf8());
-        QVERIFY(!file.read(kServer));
+        const SessionFile file(m_home.filePath("damaged.skein"));
+        QVERIFY(file.write(kServer, {"u", "secret", "", ""}));
+        QVERIFY(file.read(kServer));
+        const QString good = readFile(m_home.filePath("damaged.skein"));
+        const QVector<QPair<QString, QString>> damages = {{"{", "("},
+                                                          {"\"version\": 1", "\"version\": 2"},
+                                                          {"\"secret\": \"", "\"secret\": \"\", \"x\": \""},
+                                                          {"\"user\": \"u\"", "\"user\": [1]"},
+                                                          {"{", '{' + QString(70000, ' ')}};
+        for (const auto &[from, to] : damages) {
+            writeFile(m_home.filePath("damaged.skein"), QString(good).replace(from, to).toUtf8());
+            QVERIFY2(!file.read(kServer), qPrintable(to.left(30)));
+        }
     }
 
     void sessionFileThatCannotBeWrittenIsReported()
     {
-        QVERIFY(!SessionFile(m_home.filePath("missing/kept.skein")).write(kServer, kCredentials));
-        QVERIFY(!SessionFile(m_home.path()).write(kServer, kCredentials));
-        QVERIFY(!SessionFile(m_home.path()).read(kServer));
+        QVERIFY(!SessionFile(m_home.filePath("missing/kept.skein")).write(kServer, {}));
+        QVERIFY(!SessionFile(m_home.path()).write(kServer, {}));
     }
 
 private:
