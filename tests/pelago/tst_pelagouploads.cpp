@@ -98,6 +98,7 @@ private slots:
             conditions << m_server->requests().last().header("If");
         }
         QCOMPARE(conditions, QByteArrayList({'<' + address + "> ([\"a\"])", "", "", "", ""}));
+        QCOMPARE(m_server->methods().count("MOVE*"), 5); // the server has refused no condition
         QCOMPARE(m_server->requests().last().header("Overwrite"), QByteArray("T"));
         QCOMPARE(m_server->requests().last().header("Destination"), address);
     }
