@@ -1,5 +1,5 @@
 // Signs in to a portal, changes folders 500 times and imports 50 files through the user interface: the growth of the
-// resident memory after the first tenth. Usage: bench_memory [ROUNDS]; each round is a process of its own.
+// resident memory after the first tenth. Usage: bench_memory [ROUNDS]; each round is a separate process.
 
 #include "Measure.h"
 #include "References.h"

@@ -79,7 +79,7 @@ public:
     KStatus registerCommand(KObject plugin, const KString &name, void *(*creator)(), KSyntax (*syntax)()) override;
     KStatus deregisterCommand(KObject plugin, const KString &name) override;
 
-    /// Runs command text as execute() does. \p result is none after a failure.
+    /// Runs command text as execute() does. \p result is empty after a failure.
     KStatus run(const QString &command, Value &result, bool display);
     /// Runs the callbacks of \p hook. A callback that fails posts its error and does not stop the others.
     void executeCallbacks(const QString &hook);
@@ -96,7 +96,7 @@ public:
 
 signals:
     void messagePosted(KHost::MessageKind kind, const QString &text);
-    /// A command ran with "display". \p result is empty if there is none.
+    /// A command ran with "display". \p result is empty if the command has none.
     void commandEchoed(const QString &command, const QString &result);
     /// The command quit ran. \p exitStatus is 0 to 255.
     void quitRequested(int exitStatus);

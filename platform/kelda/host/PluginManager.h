@@ -37,7 +37,7 @@ public:
     bool isLoaded(const QString &name) const { return loaded().contains(name); }
     /// Empty if the plug-in is not loaded.
     QString version(const QString &name) const;
-    /// Folder of the plug-in whose initializePlugin is running; empty if there is none.
+    /// Folder of the plug-in whose initializePlugin is running; empty at other times.
     QString loadingFolder() const;
 
     /// Calls each procedure that a loading plug-in gave to registerUIStrings(), once, as soon as it is defined.

@@ -1,6 +1,6 @@
 // scene/IsolatedReader.h
 //
-// Reads a model file in a process of its own, the program kelda_reader, because a damaged file can crash Assimp or make
+// Reads a model file in a separate process, the program kelda_reader, because a damaged file can crash Assimp or make
 // it loop for ever.
 
 #pragma once

@@ -29,7 +29,7 @@ const std::vector<Translator> &all();
 const Translator *find(const QString &name);
 /// Throws FileError for an unknown name.
 const Translator &named(const QString &name);
-/// The translator that reads files with \p extension, in any case and without a dot; null if there is none.
+/// The translator that reads files with \p extension, in any case and without a dot; null if it does not exist.
 const Translator *forExtension(const QString &extension);
 
 } // namespace Translators

@@ -49,7 +49,7 @@ public:
     /// Returns after the export, its questions and the upload.
     bool exportAll();
 
-    /// The visible widget of the page with that object or accessible name; null if there is none.
+    /// The visible widget of the page with that object or accessible name; null if it does not exist.
     QWidget *part(const char *name) const;
     QListWidget *list() const;
 

@@ -43,7 +43,7 @@ public:
     bool fail(const QString &reason);
 
     QWidget *mainWindow() const;
-    /// The visible widget with that object or accessible name, inside \p inside if given; null if there is none.
+    /// The visible widget with that object or accessible name, inside \p inside if given; null if it does not exist.
     QWidget *find(const QString &name, const QWidget *inside = nullptr) const;
     /// Runs the event loop until \p holds returns true. Fails after \p ms; \p what completes "still waiting for".
     bool waitFor(const std::function<bool()> &holds, const QString &what, int ms = 20000);

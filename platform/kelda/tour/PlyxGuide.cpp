@@ -67,7 +67,7 @@ public:
 private:
     /// The published models of that gallery that match, newest first.
     QVector<QJsonObject> assets(const QString &gallery, const QString &keyword = QString()) const;
-    /// The newest model with that name; empty if there is none.
+    /// The newest model with that name; empty if it does not exist.
     QJsonObject asset(const QStringList &folder, const QString &name) const;
 };
 

@@ -54,7 +54,7 @@ public:
     virtual bool openSignInPage(CloudPage &page);
     /// Signs in on that page and waits until the tab shows the user's name and files.
     virtual bool signIn(CloudPage &page);
-    /// The session that the plug-in has stored; empty if there is none. \p userDir is the host's user folder.
+    /// The session that the plug-in has stored; empty if it does not exist. \p userDir is the host's user folder.
     virtual QString storedSession(const QString &userDir) const;
 
     /// The names that the list must show, in any order.

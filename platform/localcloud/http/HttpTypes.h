@@ -20,7 +20,7 @@ namespace localcloud {
 /// Header lines in the order of their arrival, with the spelling of their names.
 using HeaderList = QVector<QPair<QByteArray, QByteArray>>;
 
-/// Returns the value of the first header called \p name (case-insensitive), null if there is none.
+/// Returns the value of the first header called \p name (case-insensitive), null if it does not exist.
 QByteArray headerValue(const HeaderList &headers, const char *name);
 
 /// Returns whether the comma-separated header \p name contains \p token (case-insensitive).
