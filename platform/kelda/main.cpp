@@ -56,11 +56,8 @@ int main(int argc, char **argv)
         arguments.append(QString::fromLocal8Bit(argv[at]));
     KeldaOptions options;
     QString error;
-    if (!KeldaOptions::parse(arguments, options, error)) {
-        failWith(error);
-        std::fputs(qPrintable(KeldaOptions::usage()), stderr);
-        return 1;
-    }
+    if (!KeldaOptions::parse(arguments, options, error))
+        return failWith(error + QStringLiteral("; see kelda --help"));
     if (options.help) {
         std::fputs(qPrintable(KeldaOptions::usage()), stdout);
         return 0;

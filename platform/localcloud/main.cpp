@@ -18,6 +18,25 @@
 
 namespace {
 
+const char kDescription[] = R"(Serves Dropbox, Plyx and Zephal from a folder as an HTTP proxy on 127.0.0.1.
+Copies its demo files to the folder at the first start. When it is ready, it
+prints "ready http://127.0.0.1:PORT". Pass this address to the host in
+http_proxy and https_proxy, and the file of --ca-out with --ca-file. SIGINT and
+SIGTERM end it.)";
+
+const char kActions[] = R"(
+Actions of a rule, as in --rule "api.dropbox.com /1/metadata/* delay=2000":
+  status=N         sends this status
+  delay=MS         waits before the response
+  hang             never responds
+  cut=BYTES        closes the connection after these bytes of the body
+  redirect=URL     redirects to the address
+  body=FILE        sends this file as the body
+  garbage          sends bytes that are not HTTP
+  signed-redirect  redirects a download to an address without a token
+  no-length        omits Content-Length and closes the connection at the end
+)";
+
 int signalSockets[2];
 
 void onSignal(int)
@@ -66,18 +85,22 @@ int main(int argc, char **argv)
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // file names, whatever the locale
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.setApplicationDescription("Serves Dropbox, Plyx and Zephal from a folder, as an HTTP proxy on 127.0.0.1.");
-    parser.addHelpOption();
+    parser.setApplicationDescription(kDescription);
+    const QCommandLineOption help({"h", "help"}, "Print this text.");
     const QCommandLineOption port("port", "Port to listen on; 0, the default, chooses a free one.", "N", "0");
-    const QCommandLineOption data("data", "Folder for files, tokens and certificates.", "DIR", defaultDataDir());
-    const QCommandLineOption authority("ca-out", "Write the certificate authority to this file.", "PEM");
+    const QCommandLineOption data(
+        "data", "Folder for files, tokens and certificates; by default localcloud in ${XDG_DATA_HOME:-~/.local/share}.",
+        "DIR", defaultDataDir());
+    const QCommandLineOption authority("ca-out", "Write the certificate of the authority to this file.", "PEM");
     const QCommandLineOption log("log", "Append one JSON object per request to this file, secrets included.", "FILE");
-    const QCommandLineOption rule("rule",
-                                  "Change the response to matching requests. ACTION is status=N, delay=MS, hang, "
-                                  "cut=BYTES, redirect=URL, body=FILE, garbage, signed-redirect or no-length.",
+    const QCommandLineOption rule("rule", "Change the responses to matching requests; can be repeated.",
                                   "HOST PATH-GLOB ACTION");
-    parser.addOptions({port, data, authority, log, rule});
+    parser.addOptions({help, port, data, authority, log, rule});
     parser.process(application);
+    if (parser.isSet(help)) {
+        std::printf("%s%s", qPrintable(parser.helpText()), kActions);
+        return 0;
+    }
 
     bool isNumber = false;
     LocalCloudOptions options;

@@ -73,7 +73,7 @@ private:
         QStringList lines = QString::fromUtf8(process.readAllStandardOutput()).split('\n');
         lines.removeLast();
         const QStringList errors = QString::fromUtf8(process.readAllStandardError()).split('\n');
-        lines += errors.filter("error: ") + errors.filter("usage: ");
+        lines += errors.filter("error: ");
         return lines << QString::number(process.exitCode());
     }
 
@@ -98,9 +98,9 @@ void TestProgram::argumentsDecideOutputAndExitStatus()
 --mode|interactive|--command|frobnicate|--command|2|--quit => error: ...frobnicate'|result: 2|1
 --command|file -i "bad.ksc" => error: line 1: cannot import "bad.ksc": ...|1
 --plug-in|gone.so => error: the plug-in file gone.so does not exist|1
---fast => kelda: error: unknown option "--fast"|usage: kelda ...|1
---command => kelda: error: option --command needs a value|usage: kelda ...|1
---mode|turbo => kelda: error: unknown mode "turbo"...|usage: kelda ...|1
+--fast => kelda: error: unknown option "--fast"; see kelda --help|1
+--command => kelda: error: option --command needs a value; see kelda --help|1
+--mode|turbo => kelda: error: unknown mode "turbo"; see kelda --help|1
 --ca-file|gone.pem => kelda: error: cannot read the certificate file "gone.pem"...|1
 --ca-file|empty.pem => kelda: error: ...has no certificate...|1
 --mode|interactive|--plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: ...|info: loaded|0

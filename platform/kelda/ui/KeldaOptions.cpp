@@ -69,8 +69,31 @@ bool KeldaOptions::parse(const QStringList &arguments, KeldaOptions &options, QS
 QString KeldaOptions::usage()
 {
     return QStringLiteral(
-        "usage: kelda [--mode interactive|batch|library|base] [--location DIR] [--user-dir DIR] [--plug-in FILE]...\n"
-        "             [--ca-file PEM] [--internal-browser] [--command TEXT]... [--script FILE] [--quit]\n");
+        R"(Usage: kelda [OPTION]...
+Runs the host: loads plug-ins, then runs commands and scripts in their order.
+Each result and message is one line of standard output, which begins with
+"result: ", "info: ", "warning: " or "error: ".
+
+  --mode MODE         interactive: with the window (default); batch, library:
+                      without a window; base: with the window, for plug-ins that
+                      distinguish it
+  --location DIR      the folder with scripts/, icons/ and plug-ins/; by default
+                      it is found from the program's own folder
+  --user-dir DIR      preferences and temporary files; default
+                      ${XDG_DATA_HOME:-~/.local/share}/kelda
+  --plug-in FILE      loads a plug-in; can be repeated
+  --ca-file PEM       trusts these certificates too
+  --internal-browser  opens web addresses in a window of the host, not in the
+                      system's browser
+  --command TEXT      runs a command; can be repeated
+  --script FILE       runs a script file; can be repeated
+  --quit              ends the host after the commands and scripts
+  --help              prints this text
+
+The exit status is 1 if a plug-in, a command or a script failed, else 0.
+The environment sets the proxy (http_proxy, https_proxy, no_proxy) and the
+language (KELDA_UI_LANGUAGE=en_US or de; by default that of the locale).
+)");
 }
 
 QString KeldaOptions::findLocation(const QString &programFolder)

@@ -11,10 +11,20 @@ namespace {
 const QStringList kSections = {QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("development")};
 
 const char kUsage[] =
-    "Usage: pelago-setup ADDRESS [--section production|staging|development] [--ca-file PEM] [--allow-plain-http]\n"
-    "Tests the WebDAV server at ADDRESS and writes the address to pelago.ini. Reads the user name and the password "
-    "from\n"
-    "PELAGO_USER and PELAGO_PASSWORD in the environment, or asks for them. The password is not stored.\n";
+    R"(Usage: pelago-setup ADDRESS [OPTION]...
+Tests the WebDAV server at ADDRESS with a small file and writes the address to
+~/.config/pelago.ini, or to the file that PELAGO_CONFIG names. Reads the user
+name and the password from PELAGO_USER and PELAGO_PASSWORD, or asks for them.
+The password is not stored.
+
+  --section NAME      production (default), staging or development
+  --ca-file PEM       trusts these certificates too
+  --allow-plain-http  allows sending the password without TLS
+  --help              prints this text
+
+The exit status is 0 if the file was written, 1 if the test or the writing
+failed, and 2 if the command line is wrong.
+)";
 
 /// Reads one line of the standard input, without echo if \p isSecret.
 QString ask(const char *question, bool isSecret)
