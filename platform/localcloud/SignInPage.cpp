@@ -8,12 +8,13 @@ QString signInForm(const SignInForm &form)
 <form method="post" action="%3"><label for="user">User name</label>
 <input class="text" id="user" name="user" type="text" autocomplete="off" value="%4"%5>
 <label for="password">Password</label><input class="text" id="password" name="password" type="password"%6>
-<button id="sign-in" type="submit">Sign in</button></form><p class="hint">%7</p>)");
+<button id="sign-in" type="submit">Sign in</button></form><p class="hint">On this computer: user <b>%7</b>, password
+<b>%8</b>.</p>)");
     const QString message = form.error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + form.error + "</p>";
     const bool isUserKnown = !form.user.isEmpty();
     const QString focus(" autofocus");
     return text.arg(form.heading, message, form.action, form.user.toHtmlEscaped(), isUserKnown ? QString() : focus,
-                    isUserKnown ? focus : QString(), form.hint);
+                    isUserKnown ? focus : QString(), kDemoUser, kDemoPassword);
 }
 
 void setPage(HttpResponse &response, int status, const PageLook &look, const QString &title, const QString &body)

@@ -10,6 +10,10 @@
 
 namespace localcloud {
 
+/// The user of the demo, at Plyx and Zephal.
+inline const QString kDemoUser = QStringLiteral("demo");
+inline const QString kDemoPassword = QStringLiteral("demo");
+
 /// Name and colours (as in style sheets) of one service's pages.
 struct PageLook
 {
@@ -27,11 +31,10 @@ struct SignInForm
     QString action; ///< the address that the form is sent to
     QString user;   ///< plain text; if it is not empty, the password field has the focus
     QString error;  ///< empty for none
-    QString hint;   ///< below the button
 };
 
 /// Returns a form with the fields "user" and "password", the button "sign-in" and, for an error, the paragraph "error".
-/// These are their ids.
+/// These are their ids. Below the button are the name and the password of the demo.
 QString signInForm(const SignInForm &form);
 
 /// Fills \p response with a page: a bar with the brand above a card with \p body, which is HTML. The page is at least

@@ -6,14 +6,14 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-constexpr PortalTraits kTraits{"DropBox_Portal_Unique_Identity_String", "Dropbox", "dropbox-windows-8.png",
-                               Portal_DropBox_Login::kSettingsName, "fbx"};
+constexpr PortalTraits kDropBoxTraits{"DropBox_Portal_Unique_Identity_String", "Dropbox", "dropbox-windows-8.png",
+                                      Portal_DropBox_Login::kSettingsName, "fbx"};
 constexpr char kRootName[] = "dropbox";
 
 } // namespace
 
 Portal_DropBox::Portal_DropBox(Portal_DropBox_Login *login, Portal_DropBox_IPortalBrowser *browser)
-    : PortalBase(kTraits, login, browser)
+    : PortalBase(kDropBoxTraits, login, browser)
 {}
 
 ICloudItem *Portal_DropBox::CreateFolderHierarchy()

@@ -7,8 +7,8 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-constexpr PortalTraits kTraits{"Plyx_Portal_Unique_Identity_String", "Plyx", "plyx.png",
-                               Portal_Plyx_Login::kSettingsName, nullptr};
+constexpr PortalTraits kPlyxTraits{"Plyx_Portal_Unique_Identity_String", "Plyx", "plyx.png",
+                                   Portal_Plyx_Login::kSettingsName, nullptr};
 
 struct Criterion
 {
@@ -27,7 +27,7 @@ constexpr Criterion kCriteria[] = {
 } // namespace
 
 Portal_Plyx::Portal_Plyx(Portal_Plyx_Login *login, Portal_Plyx_IPortalBrowser *browser)
-    : PortalBase(kTraits, login, browser)
+    : PortalBase(kPlyxTraits, login, browser)
 {}
 
 bool Portal_Plyx::supportSearchBar()

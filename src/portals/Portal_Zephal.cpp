@@ -6,13 +6,13 @@ using namespace ICloudPortalApi;
 
 namespace {
 
-constexpr PortalTraits kTraits{"Zephal_Portal_Unique_Identity_String", "Zephal", "corvane_zephal_icon.png",
-                               "TavrinSettings_ZephalAppBrowser", "fbx"};
+constexpr PortalTraits kZephalTraits{"Zephal_Portal_Unique_Identity_String", "Zephal", "corvane_zephal_icon.png",
+                                     "TavrinSettings_ZephalAppBrowser", "fbx"};
 
 } // namespace
 
 Portal_Zephal::Portal_Zephal(Portal_Zephal_Login *login, Portal_Zephal_IPortalBrowser *browser)
-    : PortalBase(kTraits, login, browser)
+    : PortalBase(kZephalTraits, login, browser)
 {}
 
 ICloudItem *Portal_Zephal::CreateFolderHierarchy()

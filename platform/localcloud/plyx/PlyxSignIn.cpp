@@ -8,23 +8,19 @@ namespace localcloud {
 
 namespace {
 
-const PageLook kLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
-const QString kUser = QStringLiteral("demo");
-const QString kPassword = QStringLiteral("demo");
+const PageLook kPlyxLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
 const QByteArray kApplicationCode = QByteArrayLiteral("QK4ZT8");
 
 void setLoginPage(HttpResponse &response, const QByteArray &query, const QString &user, const QString &error)
 {
     const QString action = "/TokenAPI/login.cfm?" + QString(query).toHtmlEscaped();
-    const QString form =
-        signInForm({"Sign in to see your models", action, user, error,
-                    "On this computer: user <b>" + kUser + "</b>, password <b>" + kPassword + "</b>."});
-    setPage(response, 200, kLook, QStringLiteral("Sign in to Plyx"), form);
+    const QString form = signInForm({"Sign in to see your models", action, user, error});
+    setPage(response, 200, kPlyxLook, QStringLiteral("Sign in to Plyx"), form);
 }
 
 void setErrorPage(HttpResponse &response, int status, const QString &text)
 {
-    setPage(response, status, kLook, QStringLiteral("Error"), "<h1>Error</h1><p>" + text + "</p>");
+    setPage(response, status, kPlyxLook, QStringLiteral("Error"), "<h1>Error</h1><p>" + text + "</p>");
 }
 
 bool isKnownClient(const HttpRequest &request)
@@ -53,7 +49,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
         setLoginPage(response, request.query, {}, {});
         return;
     }
-    if (user != kUser || formValue(form, "password") != kPassword) {
+    if (user != kDemoUser || formValue(form, "password") != kDemoPassword) {
         setLoginPage(response, request.query, user, QStringLiteral("The user name or the password is wrong."));
         return;
     }
@@ -68,7 +64,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
 
 void PlyxSignIn::done(HttpResponse &response)
 {
-    setSignedInPage(response, kLook);
+    setSignedInPage(response, kPlyxLook);
 }
 
 PlyxSession PlyxSignIn::openSession()

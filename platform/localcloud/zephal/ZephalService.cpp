@@ -8,14 +8,11 @@ namespace localcloud {
 
 namespace {
 
-const PageLook kLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
-const QString kUser = QStringLiteral("demo");
-const QString kPassword = QStringLiteral("demo");
+const PageLook kZephalLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
 
 QString signInPage(const QString &user, const QString &error)
 {
-    return signInForm({"Sign in to your documents", "/signin", user, error,
-                       "On this computer: user <b>" + kUser + "</b>, password <b>" + kPassword + "</b>."});
+    return signInForm({"Sign in to your documents", "/signin", user, error});
 }
 
 } // namespace
@@ -28,7 +25,7 @@ ZephalService::ZephalService(const ServiceStorage &storage)
     const QStringList host{"cloud.zephal.example"};
     const QByteArrayList &methods = DavStorage::methods();
     const auto page = [this](auto &request, auto &response) { signIn(request, response); };
-    const auto done = [](auto &, auto &response) { setSignedInPage(response, kLook); };
+    const auto done = [](auto &, auto &response) { setSignedInPage(response, kZephalLook); };
     const auto files = [this](auto &request, auto &response) { m_storage.serve(request, response); };
     const auto isAllowed = [this](const auto &request, auto &response) { return isSignedIn(request, response); };
     addRoute({host, "/signin", Match::Whole, {"GET", "POST"}, Transport::Tls, page, {}});
@@ -43,20 +40,20 @@ void ZephalService::signIn(const HttpRequest &request, HttpResponse &response)
     const QByteArray &form = request.body.bytes();
     const QString user = formValue(form, "user");
     if (request.method == "GET") {
-        setPage(response, 200, kLook, title, signInPage({}, {}));
+        setPage(response, 200, kZephalLook, title, signInPage({}, {}));
         return;
     }
-    if (user != kUser || formValue(form, "password") != kPassword) {
-        setPage(response, 200, kLook, title,
+    if (user != kDemoUser || formValue(form, "password") != kDemoPassword) {
+        setPage(response, 200, kZephalLook, title,
                 signInPage(user, QStringLiteral("The user name or the password is wrong.")));
         return;
     }
     const QString token = issueToken();
     if (token.isEmpty()) {
-        setPage(response, 500, kLook, title, QStringLiteral("<h1>Error</h1><p>The token cannot be stored.</p>"));
+        setPage(response, 500, kZephalLook, title, QStringLiteral("<h1>Error</h1><p>The token cannot be stored.</p>"));
         return;
     }
-    const QByteArray query = "user=" + QUrl::toPercentEncoding(kUser) + "&token=" + QUrl::toPercentEncoding(token) +
+    const QByteArray query = "user=" + QUrl::toPercentEncoding(kDemoUser) + "&token=" + QUrl::toPercentEncoding(token) +
                              "&first=Robin&last=Example";
     response.setRedirect("https://" + request.host.toLatin1() + "/signin/done?" + query);
 }
@@ -67,9 +64,9 @@ bool ZephalService::isSignedIn(const HttpRequest &request, HttpResponse &respons
     const auto decoded =
         QByteArray::fromBase64Encoding(header.mid(6).trimmed(), QByteArray::AbortOnBase64DecodingErrors);
     const QString pair = QString::fromUtf8(decoded.decoded);
-    const QString secret = pair.mid(kUser.size() + 1);
-    if (qstrnicmp(header.constData(), "Basic ", 6) == 0 && decoded && pair.startsWith(kUser + ':') &&
-        (secret == kPassword || m_tokens.contains(secret)))
+    const QString secret = pair.mid(kDemoUser.size() + 1);
+    if (qstrnicmp(header.constData(), "Basic ", 6) == 0 && decoded && pair.startsWith(kDemoUser + ':') &&
+        (secret == kDemoPassword || m_tokens.contains(secret)))
         return true;
     response.setText(401, "The request has no valid credentials.");
     response.setHeader("WWW-Authenticate", "Basic realm=\"Zephal\", charset=\"UTF-8\"");
