@@ -6,9 +6,9 @@
 
 #include "http/ThumbnailLoader.h"
 #include "localcloud/LocalCloud.h"
+#include "support/Table.h"
 
 #include <QtNetwork>
-#include <QtTest>
 
 #include <memory>
 

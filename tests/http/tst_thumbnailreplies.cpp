@@ -39,53 +39,35 @@ class TestThumbnailReplies : public ThumbnailTest
     Q_OBJECT
 
 private slots:
-    void addressesOfTheHostAreRequested_data()
+    void onlyAddressesOfTheHostAreRequested_data()
     {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char *name, const char *address, const char *expected) {
-            QTest::newRow(name) << address << expected;
-        };
-        row("host", "https://gallery.example/a.png", "https://gallery.example/a.png");
-        row("upper case", "HTTPS://Gallery.EXAMPLE/A.png", "https://gallery.example/A.png");
-        row("port", "https://gallery.example:8443/a.png", "https://gallery.example:8443/a.png");
-        row("subdomain", "https://a.b.gallery.example/a.png", "https://a.b.gallery.example/a.png");
-        row("absolute path", "/pictures/a.png?w=1", "https://gallery.example/pictures/a.png?w=1");
-        row("relative path", "a b.png", "https://gallery.example/a%20b.png");
-        row("without scheme", "//cdn.gallery.example/a.png", "https://cdn.gallery.example/a.png");
-        row("user and password", "https://u:p@gallery.example/a.png#x", "https://gallery.example/a.png");
-    }
-    void addressesOfTheHostAreRequested()
-    {
-        QFETCH(QString, address);
-        QTEST(source(address).httpsAddress().toString(QUrl::FullyEncoded), "expected");
-    }
-
-    void otherAddressesAreIgnored_data()
-    {
-        QTest::addColumn<QString>("address");
-        QTest::newRow("no picture") << "";
-        QTest::newRow("http") << "http://gallery.example/a.png";
-        QTest::newRow("other host") << "https://elsewhere.example/a.png";
-        QTest::newRow("host as a prefix") << "https://gallery.example.elsewhere.example/a.png";
-        QTest::newRow("host as a suffix") << "https://othergallery.example/a.png";
-        QTest::newRow("host as the user") << "https://gallery.example@elsewhere.example/a.png";
-        QTest::newRow("other host without scheme") << "//elsewhere.example/a.png";
-        QTest::newRow("parent domain") << "https://example/a.png";
-        QTest::newRow("file") << "file:///etc/passwd";
-        QTest::newRow("data") << "data:image/png;base64,AAAA";
-        QTest::newRow("invalid") << "https://gallery.example:port/";
-        QTest::newRow("4097 bytes") << "https://gallery.example/" + QString(4073, 'x');
-    }
-    void otherAddressesAreIgnored()
-    {
-        QFETCH(QString, address);
-        QCOMPARE(source(address).httpsAddress(), QUrl());
+        // The address in the reply of the service, and the address of the request, which is empty for none.
+        const QString host = "https://gallery.example/";
+        addRows({{"host", host + "a.png", host + "a.png"},
+                 {"upper case", "HTTPS://Gallery.EXAMPLE/A.png", host + "A.png"},
+                 {"port", "https://gallery.example:8443/a.png", "https://gallery.example:8443/a.png"},
+                 {"subdomain", "https://a.b.gallery.example/a.png", "https://a.b.gallery.example/a.png"},
+                 {"absolute path", "/pictures/a.png?w=1", host + "pictures/a.png?w=1"},
+                 {"relative path", "a b.png", host + "a%20b.png"},
+                 {"without scheme", "//cdn.gallery.example/a.png", "https://cdn.gallery.example/a.png"},
+                 {"user and password", "https://u:p@gallery.example/a.png#x", host + "a.png"},
+                 {"empty", "", ""},
+                 {"http", "http://gallery.example/a.png", ""},
+                 {"other host", "https://elsewhere.example/a.png", ""},
+                 {"host as a prefix", "https://gallery.example.elsewhere.example/a.png", ""},
+                 {"host as a suffix", "https://othergallery.example/a.png", ""},
+                 {"host as the user", "https://gallery.example@elsewhere.example/a.png", ""},
+                 {"other host without scheme", "//elsewhere.example/a.png", ""},
+                 {"file", "file:///etc/passwd", ""},
+                 {"4096 bytes", host + QString(4072, 'x'), host + QString(4072, 'x')},
+                 {"4097 bytes", host + QString(4073, 'x'), ""}});
     }
 
-    void anAddressNeedsAHost()
+    void onlyAddressesOfTheHostAreRequested()
     {
-        QCOMPARE((ThumbnailSource{QUrl("https://gallery.example/a.png"), QString()}).httpsAddress(), QUrl());
+        const auto [title, address, expected] = currentRow<3>();
+        QCOMPARE(source(address).httpsAddress().toString(QUrl::FullyEncoded), expected);
+        QCOMPARE((ThumbnailSource{QUrl(address), QString()}).httpsAddress(), QUrl());
     }
 
     void picturesAreScaledToTheSide_data()
@@ -93,7 +75,6 @@ private slots:
         QTest::addColumn<QByteArray>("file");
         QTest::addColumn<int>("side");
         QTest::addColumn<QSize>("expected");
-        QTest::newRow("PNG") << picture(128, 128) << 48 << QSize(48, 48);
         QTest::newRow("at scale 1.5") << picture(128, 128) << 72 << QSize(72, 72);
         QTest::newRow("wide JPEG") << picture(128, 64, "jpeg") << 48 << QSize(48, 24);
         QTest::newRow("first frame of a GIF") << twoFrameGif() << 48 << QSize(48, 48);
@@ -101,6 +82,7 @@ private slots:
         QTest::newRow("a line") << picture(4000, 1) << 48 << QSize(48, 1);
         QTest::newRow("largest") << picture(4096, 4096) << 48 << QSize(48, 48);
     }
+
     void picturesAreScaledToTheSide()
     {
         QFETCH(QByteArray, file);
@@ -147,12 +129,9 @@ private slots:
         QTest::newRow("401") << locked;
         QTest::newRow("content encoding") << compressed;
         QTest::newRow("0 bytes") << reply("");
-        QTest::newRow("HTML") << reply("<html><img src='x.png'></html>");
         QTest::newRow("SVG") << reply("<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>");
-        QTest::newRow("BMP") << reply(picture(2, 2, "bmp"));
         QTest::newRow("first bytes of a PNG only") << reply(png.left(8));
         QTest::newRow("PNG without its end") << reply(png.left(png.size() / 2));
-        QTest::newRow("first bytes of a GIF only") << reply("GIF89a");
         QTest::newRow("too wide") << reply(picture(4097, 1));
         QTest::newRow("too high") << reply(picture(1, 4097));
         QTest::newRow("PNG of 69 MiB") << reply(encoded(deep, "png"));
@@ -164,11 +143,11 @@ private slots:
         QTest::newRow("cut off") << cut(jpeg, jpeg.size() - 1);
         QTest::newRow("redirect to http") << redirect("http://gallery.example/good");
         QTest::newRow("redirect to another host") << redirect("https://elsewhere.example/good");
-        QTest::newRow("redirect to a file") << redirect("file:///etc/passwd");
         QTest::newRow("redirect without a target") << redirect("");
         QTest::newRow("redirect to itself") << redirect("?again");
         QTest::newRow("fourth redirect") << redirect("/step1");
     }
+
     void unusableRepliesAreRefused()
     {
         QFETCH(HttpResponse, answer);

@@ -1,6 +1,6 @@
 // http/tst_thumbnails.cpp
 //
-// The order, the cancellation and the cache of thumbnail requests.
+// The cancellation and the cache of thumbnail requests.
 
 #include "ThumbnailTest.h"
 
@@ -17,43 +17,6 @@ private slots:
             m_answers->insert(path, hanging());
         m_loader->load(sources("/a", 64)); // on a busy machine some of the others time out as well
         QVERIFY(waitForLoaded(1));
-    }
-
-    void atMostFourRequestsRun()
-    {
-        m_answers->insert("*", hanging());
-        m_loader->load(sources("/a", 64));
-        QVERIFY(waitForRequests(4));
-        QTest::qWait(100);
-        QStringList sent = requests();
-        sent.sort();
-        QCOMPARE(sent, QStringList({"/a0", "/a1", "/a2", "/a3"}));
-    }
-
-    void requestsFollowTheGivenOrder()
-    {
-        const std::vector<ThumbnailSource> all = sources("/a", 30);
-        m_loader->load(all);
-        QVERIFY(waitForLoaded(30));
-        const QStringList sent = requests();
-        QCOMPARE(sent.size(), 30);
-        for (int at = 0; at < 30; ++at) {
-            const int place = sent.indexOf("/a" + QString::number(at)); // four connections may overtake each other
-            QVERIFY2(place >= at - 3, qPrintable(sent.join(' ')));
-        }
-    }
-
-    void loadCancelsTheRequestsForOthers()
-    {
-        for (const char *path : {"/a0", "/a1", "/a2", "/a3"})
-            m_answers->insert(path, hanging());
-        m_loader->load(sources("/a", 64));
-        QVERIFY(waitForRequests(4));
-        m_loader->load({source("/b")});
-        QVERIFY(waitForLoaded(1));
-        QCOMPARE(m_loaded, QStringList("/b"));
-        QCOMPARE(requests().size(), 5);
-        QVERIFY(QTest::qWaitFor([&] { return openConnections() <= 2; })); // the toolkit keeps idle ones
     }
 
     void loadKeepsRunningRequests()
@@ -115,14 +78,16 @@ private slots:
         QCOMPARE(m_loader->find(source("/a")).size(), QSize(96, 96));
     }
 
-    void destructionAbortsRequests()
+    void destructionAbortsTheFourRunningRequests()
     {
         m_answers->insert("*", hanging());
         m_loader->load(sources("/a", 64));
         QVERIFY(waitForRequests(4));
         m_loader.reset();
         QVERIFY(QTest::qWaitFor([&] { return openConnections() == 0; }));
-        QCOMPARE(requests().size(), 4);
+        QStringList sent = requests();
+        sent.sort(); // four connections may overtake each other
+        QCOMPARE(sent, QStringList({"/a0", "/a1", "/a2", "/a3"}));
         QCOMPARE(m_loaded, QStringList());
     }
 
