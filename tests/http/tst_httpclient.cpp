@@ -15,6 +15,8 @@ const QByteArray kGzip = QByteArray::fromBase64(
     "pK0Q15K4Slwt4uqCK8vJUleMukrdQVwlbgVxlbhZxFXiphBXiRtGXCXuHMRV4o4grhHXk7hGXO/ENeKaLh8CcdWpa9SVSV1bdIlrxCWtkbaUtJbL"
     "FtLaH+3L/Qda5r70dQUAAA==");
 
+const QDateTime kWritten = QDateTime::fromSecsSinceEpoch(1400000000);
+
 const QByteArray kChunks("5\r\nthe m\r\n4\r\nodel\r\n0\r\n\r\n");
 
 QByteArray chunkedHead(const QByteArray &furtherHeaders = QByteArray())
@@ -66,20 +68,20 @@ private slots:
         QCOMPARE(m_client->body, QByteArray("no port"));
     }
 
+    void postFileSendsTheFile_data() { addRows({{"empty", "0"}, {"several reads", "3000000"}}); }
+
     void postFileSendsTheFile()
     {
+        m_client->data = numberedBytes(currentRow<2>()[1].toInt());
         m_server->answer("/put", Reply(200).body("{\"rev\":\"1\"}"));
         const HeaderMap headers = {{L"content-LENGTH", L"3"}, {L"Content-Type", L"a/b"}, {L"content-type", L"c/d"}};
-        for (const int size : {0, 3000000}) {
-            m_client->data = numberedBytes(size);
-            QCOMPARE(m_client->run(Call::PostFile, "/put?x=1", headers).GetStatusCode(), 200);
-            QCOMPARE(m_client->body, QByteArray("{\"rev\":\"1\"}"));
-            const Request request = m_server->lastRequest("/put");
-            QCOMPARE(request.headerValues("Content-Type"), QList<QByteArray>{"application/octet-stream"});
-            QCOMPARE(request.headerValues("Content-Length"), QList<QByteArray>{QByteArray::number(size)});
-            QCOMPARE(request.method, QByteArray("POST"));
-            QCOMPARE(request.body, m_client->data);
-        }
+        QCOMPARE(m_client->run(Call::PostFile, "/put?x=1", headers).GetStatusCode(), 200);
+        QCOMPARE(m_client->body, QByteArray("{\"rev\":\"1\"}"));
+        const Request request = m_server->lastRequest("/put");
+        QCOMPARE(request.headerValues("Content-Type"), QList<QByteArray>{"application/octet-stream"});
+        QCOMPARE(request.headerValues("Content-Length"), QList<QByteArray>{currentRow<2>()[1].toLatin1()});
+        QCOMPARE(request.method, QByteArray("POST"));
+        QCOMPARE(request.body, m_client->data);
     }
 
     void postFileSendsRegularFilesOnly()
@@ -105,7 +107,10 @@ private slots:
         QTest::addColumn<std::function<void(QFile &)>>("change");
         using Change = std::function<void(QFile &)>;
         QTest::newRow("shrinks") << Change([](QFile &file) { file.resize(100); });
-        QTest::newRow("grows") << Change([](QFile &file) { file.resize(file.size() + 1); });
+        QTest::newRow("grows, and its time stays the same") << Change([](QFile &file) {
+            file.resize(file.size() + 1);
+            file.setFileTime(kWritten, QFile::FileModificationTime);
+        });
         QTest::newRow("is rewritten") << Change([](QFile &file) {
             file.seek(file.size() - 1);
             file.write("x");
@@ -118,6 +123,9 @@ private slots:
         m_server->answer("/put", Reply().body("stored"));
         const QString path = m_client->folder + "cup.fbx";
         writeFile(path, numberedBytes(30000000));
+        QFile written(path);
+        QVERIFY(written.open(QIODevice::ReadWrite));
+        QVERIFY(written.setFileTime(kWritten, QFile::FileModificationTime));
         int changes = 0;
         QTimer everyTurn;
         connect(&everyTurn, &QTimer::timeout, this, [&] {
@@ -137,7 +145,7 @@ private slots:
         QCOMPARE(m_server->requests().size(), 0); // a request counts once its body is complete
     }
 
-    void encodedReplyIsRefusedAndChunkedReplyIsRead_data()
+    void everyCallReportsTheSameEnd_data()
     {
         QTest::addColumn<Reply>("reply");
         QTest::addColumn<QString>("end");
@@ -145,25 +153,40 @@ private slots:
         const QString closed = "0 " + failureText("RemoteHostClosedError");
         const QString encoded = "0 " + TavrinStrings::text(TavrinStrings::kHttpReplyEncoded) + "gzip";
         const auto gzip = [](int status) { return Reply(status).header("Content-Encoding", "gzip").body(kGzip); };
-        QTest::newRow("gzip, cut") << gzip(200).cutAfter(200) << closed << QByteArray();
-        QTest::newRow("gzip, whole") << gzip(200) << encoded << QByteArray();
-        QTest::newRow("gzip, error page") << gzip(404) << "404 " + failureText("ContentNotFoundError") << QByteArray();
-        QTest::newRow("identity named") << Reply().header("Content-Encoding", "identity").body("the model") << "200 "
-                                        << QByteArray("the model");
-        QTest::newRow("chunked, larger length")
-            << Reply::raw(chunkedHead("Content-Length: 99\r\n") + kChunks) << "200 " << QByteArray("the model");
+        const auto cut = [](int bytes) { return Reply().body(QByteArray(2 * bytes, 'x')).cutAfter(bytes); };
+        const QByteArray tooLong = chunkedHead("Content-Length: 99\r\n") + kChunks;
+        const auto row = [](const char *name, const Reply &reply, const QString &end, const QByteArray &content = {}) {
+            QTest::newRow(name) << reply << end << content;
+        };
+        row("success", Reply(299).body("why"), "299 ", "why");
+        row("error with a name", Reply(403).body("why"), "403 " + failureText("ContentAccessDenied"), "why");
+        row("other error", Reply(503).body("why"), "503 " + failureText("UnknownHttpClientError"), "why");
+        row("no reply", Reply().cutAfter(0), closed);
+        row("cut", cut(3000), closed);
+        row("large, cut", cut(150000), closed); // Qt reports success for about one of six
+        row("gzip, cut", gzip(200).cutAfter(200), closed);
+        row("gzip, whole", gzip(200), encoded);
+        row("gzip, error page", gzip(404), "404 " + failureText("ContentNotFoundError"));
+        row("identity named", Reply().header("Content-Encoding", "identity").body("the model"), "200 ", "the model");
+        row("chunked, larger length", Reply::raw(tooLong), "200 ", "the model");
     }
 
-    void encodedReplyIsRefusedAndChunkedReplyIsRead()
+    void everyCallReportsTheSameEnd()
     {
         QFETCH(Reply, reply);
         QFETCH(QString, end);
         QFETCH(QByteArray, content);
-        m_server->answer("/x", reply);
-        for (const Call call : {Call::Get, Call::GetFile}) {
-            QCOMPARE(outcome(m_client->run(call, "/x")), end);
-            if (!content.isEmpty())
-                QCOMPARE(call == Call::Get ? m_client->body : m_client->downloaded(), content);
+        for (int run = 0; run < 10; ++run) {
+            for (const Call call : {Call::Get, Call::Post, Call::PostFile, Call::GetFile}) {
+                reset();
+                m_server->answer("/x", reply);
+                QCOMPARE(outcome(m_client->run(call, "/x", {{L"Content-Type", L"text/plain"}})), end);
+                QCOMPARE(m_host.errors().value(0), end.section(' ', 1));
+                if (call != Call::GetFile)
+                    QVERIFY(m_host.errors().size() <= 1);
+                if (!content.isEmpty() && (call != Call::GetFile || end.startsWith('2')))
+                    QCOMPARE(call == Call::GetFile ? m_client->downloaded() : m_client->body, content);
+            }
         }
     }
 
@@ -192,59 +215,22 @@ private slots:
 
     void repliesAreLimitedTo16MiB_data()
     {
-        QTest::addColumn<int>("size");
-        QTest::addColumn<QString>("end");
-        QTest::newRow("16 MiB") << 16 * 1024 * 1024 << "200 ";
-        QTest::newRow("one byte more") << 16 * 1024 * 1024 + 1
-                                       << "0 The server's reply is larger than the limit of 16 MiB.";
+        addRows({{"16 MiB", "0", "200 "},
+                 {"one byte more", "1", "0 The server's reply is larger than the limit of 16 MiB."}});
     }
 
     void repliesAreLimitedTo16MiB()
     {
-        QFETCH(int, size);
-        QFETCH(QString, end);
-        const bool isTaken = end == "200 ";
-        const QByteArray content = numberedBytes(size);
-        for (const QByteArray &wire :
-             {"HTTP/1.1 200 OK\r\n\r\n" + content,
-              chunkedHead() + QByteArray::number(size, 16) + "\r\n" + content + "\r\n0\r\n\r\n"}) {
-            reset();
-            m_server->answer("/x", Reply::raw(wire));
-            for (const Call call : {Call::Get, Call::Post, Call::PostFile}) {
-                m_client->body = "before";
-                QCOMPARE(outcome(m_client->run(call, "/x", {{L"Content-Type", L"a/b"}})), end);
-                QVERIFY(m_client->body == (isTaken ? content : "before"));
-            }
-            QCOMPARE(m_host.errors().size(), isTaken ? 0 : 3);
+        const auto [title, more, end] = currentRow<3>();
+        const QByteArray content = numberedBytes(16 * 1024 * 1024 + more.toInt());
+        m_server->answer("/x", Reply().body(content).withoutLength());
+        for (const Call call : {Call::Get, Call::Post, Call::PostFile}) {
+            m_client->body = "before";
+            QCOMPARE(outcome(m_client->run(call, "/x", {{L"Content-Type", L"a/b"}})), end);
+            QVERIFY(m_client->body == (end == "200 " ? content : "before"));
         }
-        m_server->answer("/x", Reply().body(content));
+        QCOMPARE(m_host.errors().size(), end == "200 " ? 0 : 3);
         QCOMPARE(m_client->run(Call::GetFile, "/x").GetStatusCode(), 200);
-    }
-
-    void everyCallReportsStatusAndErrorAlike()
-    {
-        const QString closed = failureText("RemoteHostClosedError");
-        const std::tuple<Reply, int, QString> ends[] = {
-            {Reply(299).body("why"), 299, ""},
-            {Reply(403).body("why"), 403, failureText("ContentAccessDenied")},
-            {Reply(503).body("why"), 503, failureText("UnknownHttpClientError")},
-            {Reply().cutAfter(0), 0, closed},
-            {Reply().body(QByteArray(5000, 'x')).cutAfter(3000), 0, closed},
-            {Reply().body(QByteArray(9000000, 'x')).cutAfter(5000000), 0, closed},
-        };
-        for (const auto &[reply, code, message] : ends) {
-            for (const Call call : {Call::Get, Call::Post, Call::GetFile, Call::PostFile}) {
-                reset();
-                m_server->answer("/x", reply);
-                const ReturnStatus status = m_client->run(call, "/x", {{L"Content-Type", L"text/plain"}});
-                QCOMPARE(outcome(status), QString::number(code) + ' ' + message);
-                QCOMPARE(m_host.errors().value(0), message);
-                if (call == Call::GetFile)
-                    continue;
-                QVERIFY(m_host.errors().size() <= 1);
-                QVERIFY(code == 0 || m_client->body == "why");
-            }
-        }
     }
 
     void timeoutClosesTheConnectionAndTheClientStaysUsable()
