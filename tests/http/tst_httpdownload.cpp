@@ -39,27 +39,26 @@ class TestHttpDownload : public HttpFixture
 private slots:
     void init() { reset(); }
 
+    void fileArrivesWholeInSlices_data() { addRows({{"empty", "0"}, {"several slices", "17825792"}}); }
+
     void fileArrivesWholeInSlices()
     {
-        for (const int size : {0, 17 * 1024 * 1024}) {
-            const QByteArray content = numberedBytes(size);
-            reset();
-            m_server->answer("/cup", Reply().body(content));
-            qint64 last = 0;
-            qint64 largest = 0;
-            QTimer everyTurn;
-            connect(&everyTurn, &QTimer::timeout, this, [&] {
-                const qint64 now = QFileInfo(m_client->folder + "down").size();
-                largest = qMax(largest, now - last);
-                last = now;
-                QThread::msleep(3);
-            });
-            everyTurn.start(0);
-            QCOMPARE(outcome(m_client->run(Call::GetFile, "/cup")), QString("200 "));
-            QVERIFY(m_client->downloaded() == content);
-            QVERIFY2(largest <= 1024 * 1024, qPrintable(QString::number(largest)));
-            QCOMPARE(largest > 0, size > 0);
-        }
+        const QByteArray content = numberedBytes(currentRow<2>()[1].toInt());
+        m_server->answer("/cup", Reply().body(content));
+        qint64 last = 0;
+        qint64 largest = 0;
+        QTimer everyTurn;
+        connect(&everyTurn, &QTimer::timeout, this, [&] {
+            const qint64 now = QFileInfo(m_client->folder + "down").size();
+            largest = qMax(largest, now - last);
+            last = now;
+            QThread::msleep(3);
+        });
+        everyTurn.start(0);
+        QCOMPARE(outcome(m_client->run(Call::GetFile, "/cup")), QString("200 "));
+        QVERIFY(m_client->downloaded() == content);
+        QVERIFY2(largest <= 1024 * 1024, qPrintable(QString::number(largest)));
+        QCOMPARE(largest > 0, !content.isEmpty());
         QCOMPARE(m_host.errors(), QStringList());
     }
 
@@ -125,72 +124,73 @@ private slots:
 
     void downloadHasTheLengthThatTheServiceNames_data()
     {
-        QTest::addColumn<QByteArray>("wire");
-        QTest::addColumn<int>("expected");
-        QTest::addColumn<bool>("isWhole");
-        const QByteArray head("HTTP/1.1 200 OK\r\n");
-        const QByteArray chunked = head + "Transfer-Encoding: chunked\r\n\r\n";
-        QTest::newRow("closed, whole") << head + "\r\nthe model" << 9 << true;
-        QTest::newRow("closed, cut") << head + "\r\nthe mo" << 9 << false;
-        QTest::newRow("closed, longer") << head + "\r\nthe models" << 9 << false;
-        QTest::newRow("closed, size unknown") << head + "\r\nthe mo" << -1 << true;
-        QTest::newRow("chunked, whole") << chunked + "9\r\nthe model\r\n0\r\n\r\n" << 9 << true;
-        QTest::newRow("chunked, cut after a chunk") << chunked + "6\r\nthe mo\r\n" << 9 << false;
-        QTest::newRow("chunked, cut inside one") << chunked + "9\r\nthe mo" << 9 << false;
-        QTest::newRow("own length, cut") << head + "Content-Length: 9\r\n\r\nthe mo" << -1 << false;
-        QTest::newRow("own length") << head + "Content-Length: 6\r\n\r\nthe mo" << 9 << true;
+        // The reply after its first line, the length that the service names, and the result.
+        const QString chunked = "Transfer-Encoding: chunked\r\n\r\n";
+        addRows({{"closed, whole", "\r\nthe model", "9", "whole"},
+                 {"closed, cut", "\r\nthe mo", "9", "broken"},
+                 {"closed, longer", "\r\nthe models", "9", "broken"},
+                 {"closed, size unknown", "\r\nthe mo", "-1", "whole"},
+                 {"chunked, whole", chunked + "9\r\nthe model\r\n0\r\n\r\n", "9", "whole"},
+                 {"chunked, cut after a chunk", chunked + "6\r\nthe mo\r\n", "9", "broken"},
+                 {"chunked, cut inside one", chunked + "9\r\nthe mo", "9", "broken"},
+                 {"own length, cut", "Content-Length: 9\r\n\r\nthe mo", "-1", "broken"},
+                 {"own length", "Content-Length: 6\r\n\r\nthe mo", "9", "whole"}});
     }
 
     void downloadHasTheLengthThatTheServiceNames()
     {
-        QFETCH(QByteArray, wire);
-        QFETCH(int, expected);
-        QFETCH(bool, isWhole);
-        m_server->answer("/cup", Reply::raw(wire));
+        const auto [title, wire, length, result] = currentRow<4>();
+        m_server->answer("/cup", Reply::raw("HTTP/1.1 200 OK\r\n" + wire.toLatin1()));
         m_server->answer("/start", Reply(302).location("/cup"));
-        m_client->expectDownloadBytes(expected);
-        const QStringList broken{
-            "0 The downloaded file does not have the size that the list shows. Refresh the list and "
-            "try again.",
-            "0 " + failureText("RemoteHostClosedError")};
+        m_client->expectDownloadBytes(length.toInt());
+        const QStringList ends{"0 The downloaded file does not have the size that the list shows. Refresh the list "
+                               "and try again.",
+                               "0 " + failureText("RemoteHostClosedError")};
         for (const char *path : {"/cup", "/start"}) {
             for (int run = 0; run < 10; ++run) {
                 const QString end = outcome(m_client->run(Call::GetFile, path));
-                QVERIFY2(isWhole ? end == "200 " : broken.contains(end), qPrintable(end));
+                QVERIFY2(result == "whole" ? end == "200 " : ends.contains(end), qPrintable(end));
             }
         }
     }
 
-    void one302IsFollowed()
+    void one302IsFollowed_data()
     {
+        QTest::addColumn<QByteArray>("location");
+        QTest::addColumn<Reply>("target");
+        QTest::addColumn<QString>("end"); // and the number of requests
         const QByteArray there("../target?key=1%2F2");
         const Reply model = Reply().body("the model");
         const Reply cut = Reply().body(QByteArray(9999, 'x')).cutAfter(5000);
-        const std::tuple<int, QByteArray, Reply, int, QString> rows[] = {
-            {302, "http://HOST/target?key=1%2F2", model, 2, "200 "},
-            {302, there, model, 2, "200 "},
-            {302, there, Reply(302).location("/start/x"), 2, "302 "},
-            {302, there, cut, 2, "0 " + failureText("RemoteHostClosedError")},
-            {302, there, Reply().hangAfter(0), 2, "408 408 zu lange"},
-            {301, there, model, 1, "301 "},
-            {302, "", model, 1, "302 "},
-            {302, "file:///etc/passwd", model, 1, "302 "},
-        };
-        for (const auto &[code, location, target, requests, end] : rows) {
-            reset(60000, end.startsWith("408") ? 300 : 60000);
-            const QByteArray moved = requests == 2 ? "moved, which is longer than the model" : "";
-            const QByteArray full = QByteArray(location).replace("HOST", m_server->authority());
-            m_server->answer("/start/x", Reply(code).location(full).body(moved));
-            m_server->answer("/target", target);
-            QCOMPARE(outcome(m_client->run(Call::GetFile, "/start/x", {{L"X-Session", L"s"}})), end);
-            QCOMPARE(m_client->downloaded() == "the model", end == "200 ");
-            QVERIFY(!m_client->downloaded().contains("moved"));
-            QVERIFY(!m_client->downloaded().contains("root"));
-            QCOMPARE(m_server->requests().size(), requests);
-            QCOMPARE(m_server->lastRequest("/start/x").header("X-Session"), QByteArray("s"));
-            QVERIFY(!m_server->lastRequest("/target").hasHeader("X-Session"));
-            QCOMPARE(m_server->lastRequest("/target").target, requests == 2 ? "/target?key=1%2F2" : QByteArray());
-        }
+        QTest::newRow("absolute") << QByteArray("http://HOST/target?key=1%2F2") << model << "200 :2";
+        QTest::newRow("relative") << there << model << "200 :2";
+        QTest::newRow("second redirect") << there << Reply(302).location("/start/x") << "302 :2";
+        QTest::newRow("cut") << there << cut << "0 " + failureText("RemoteHostClosedError") + ":2";
+        QTest::newRow("hanging") << there << Reply().hangAfter(0) << "408 408 zu lange:2";
+        QTest::newRow("301") << there << model << "301 :1";
+        QTest::newRow("no target") << QByteArray() << model << "302 :1";
+        QTest::newRow("file") << QByteArray("file:///etc/passwd") << model << "302 :1";
+    }
+
+    void one302IsFollowed()
+    {
+        QFETCH(QByteArray, location);
+        QFETCH(Reply, target);
+        QFETCH(QString, end);
+        reset(60000, end.startsWith("408") ? 300 : 60000);
+        const QByteArray longer = "moved, which is longer than the model";
+        location.replace("HOST", m_server->authority());
+        m_server->answer("/start/x", Reply(end.startsWith("301") ? 301 : 302).location(location).body(longer));
+        m_server->answer("/target", target);
+        const QString found = outcome(m_client->run(Call::GetFile, "/start/x", {{L"X-Session", L"s"}}));
+        const bool isFollowed = m_server->requests().size() == 2;
+        QCOMPARE(found + ':' + QString::number(m_server->requests().size()), end);
+        QCOMPARE(m_client->downloaded() == "the model", end == "200 :2");
+        QVERIFY(!isFollowed || !m_client->downloaded().contains("moved"));
+        QVERIFY(!m_client->downloaded().contains("root"));
+        QCOMPARE(m_server->lastRequest("/start/x").header("X-Session"), QByteArray("s"));
+        QVERIFY(!m_server->lastRequest("/target").hasHeader("X-Session"));
+        QCOMPARE(m_server->lastRequest("/target").target, isFollowed ? "/target?key=1%2F2" : QByteArray());
     }
 
     void fullDiskEndsTheDownload()
