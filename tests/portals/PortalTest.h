@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "cloud/Portal_CloudBrowser.h"
 #include "http/httpClient.h"
 #include "http/simpleHttpServer.h"
 #include "localcloud/LocalCloud.h"
@@ -147,6 +148,22 @@ protected:
         QDir(m_folder.path()).removeRecursively();
     }
 
+    /// Shows the page of the portal in a dock.
+    void showPage()
+    {
+        QVERIFY(Portal_CloudBrowser::RegisterPortal(m_portal.get()));
+        m_controller.reset(Portal_CloudBrowser::GetInstance(m_portal->GetPortalUID()));
+        m_controller->AddPortalTabPage();
+        Portal_CloudBrowser::RaiseDockingWindow(true);
+    }
+    void closePage()
+    {
+        Portal_CloudBrowser::PrepareUnload();
+        Portal_CloudBrowser::UnRegisterPortal(m_portal.get());
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        m_controller.reset();
+    }
+
     void store(const localcloud::PlyxSession &session)
     {
         CloudFixture::store(m_portal->GetSettingsName().utf8(), session);
@@ -222,6 +239,7 @@ protected:
     QWidget m_window;
     std::unique_ptr<CloudFixture> m_fixture;
     std::unique_ptr<ICloudPortalApi::IPortal> m_portal;
+    std::unique_ptr<Portal_CloudBrowser> m_controller;
     RecordingOwner m_owner;
     std::vector<Item> m_itemsOfTheCall;
 };

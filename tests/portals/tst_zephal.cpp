@@ -111,18 +111,15 @@ private slots:
 
     void formNamesTheReason_data()
     {
-        // The configuration, in which SERVER is a server with an unknown certificate and PLAIN one without TLS; a rule
-        // of the local cloud; and the beginning of the error, a star, its end.
+        // The configuration, in which TLS is a server with an unknown certificate and PLAIN one without TLS; a rule of
+        // the local cloud; and the beginning of the error, a star, its end.
         const QString direct = "kind=password\nstorage=";
         const QString usual = direct + "https://cloud.zephal.example/dav";
         addRows(
             {{"plain http", direct + "http://files.example/", "",
               "pelago.ini is invalid. An address must begin with https:// and must not contain a user name, a query or "
               "#; http requires allowPlainHttp=true. Correct this part: production/storage"},
-             {"plain http of a page", "kind=web\nstorage=https://x/\nsignIn=http://files.example/", "",
-              "pelago.ini *this part: production/signIn"},
-             {"line without a value", "kind=password\nstorage", "", "pelago.ini *this part: line 3"},
-             {"certificate", direct + "https://SERVER/", "",
+             {"certificate", direct + "https://TLS/", "",
               "The server's certificate is not trusted.* --ca-file *: The certificate is self-signed, and untrusted"},
              {"no TLS", direct + "https://PLAIN/", "", "The server does not support TLS at this address.*"},
              {"redirect", usual, "redirect=https://new.example/dav/?secret",
@@ -134,31 +131,26 @@ private slots:
              {"unknown name", direct + "https://nowhere.invalid/", "", "The host name is unknown.*: nowhere.invalid"},
              {"failing server", usual, "status=503", "Sorry but we were not able to connect*"}});
     }
+
     void formNamesTheReason()
     {
         const auto [title, settings, rule, expected] = currentRow<4>();
-        LocalServer foreign(LocalServer::Transport::Tls);
+        LocalServer tls(LocalServer::Transport::Tls);
         QTcpServer plain;
         QVERIFY(plain.listen(QHostAddress::LocalHost));
-        connect(&plain, &QTcpServer::newConnection, &plain, [&plain] {
-            QTcpSocket *socket = plain.nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [socket] {
-                socket->write("HTTP/1.1 400 Bad Request\r\n\r\n");
-                socket->disconnectFromHost();
-            });
-        });
+        connect(&plain, &QTcpServer::newConnection, &plain,
+                [&plain] { plain.nextPendingConnection()->write("HTTP/1.1 400 Bad Request\r\n\r\n"); });
+        const QString plainAddress = "127.0.0.1:" + QString::number(plain.serverPort());
         if (rule.isEmpty())
             QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-        configure(QString(settings)
-                      .replace("SERVER", foreign.authority())
-                      .replace("PLAIN", QString("127.0.0.1:%1").arg(plain.serverPort()))
-                      .toUtf8());
+        configure(QString(settings).replace("TLS", tls.authority()).replace("PLAIN", plainAddress).toUtf8());
         if (!rule.isEmpty())
             m_fixture->cloud.addRule("*", "/dav/*", rule);
         QVERIFY(m_login->Login(&m_owner));
         enter("demo");
         QTRY_VERIFY(!error().isEmpty());
-        QVERIFY2(error().startsWith(expected.section('*', 0, 0)), qPrintable(error()));
+        const QString start = expected.section('*', 0, 0);
+        QCOMPARE(error().left(start.size()), start);
         QVERIFY2(error().endsWith(expected.section('*', -1)), qPrintable(error()));
         QCOMPARE(boxes(), QStringList());
         const QString warning = m_fixture->warnings().value(m_fixture->warnings().size() - 1);
@@ -318,6 +310,37 @@ private slots:
             QCOMPARE(m_fixture->host.commands().last(), "sysFile -delete \"" + local("a\\\"b\""));
         }
         QVERIFY(!download(nullptr, "a"));
+    }
+
+    void failedDownloadIsReportedAndLeavesNoFile_data()
+    {
+        // The rule of the cloud; without one, a folder has the name of the local file. Then the start of the reason.
+        addRows({{"missing file", "status=404", "the server does not have it (status 404)."},
+                 {"credentials refused for one file", "status=401", "the server does not allow it"},
+                 {"server error", "status=503", "the server failed"},
+                 {"redirect", "redirect=https://new.example/", "the server redirects to"},
+                 {"connection closed half-way", "cut=4", "the connection broke off"},
+                 {"local file", "", "the local file cannot be read or written"}});
+    }
+
+    void failedDownloadIsReportedAndLeavesNoFile()
+    {
+        const auto [title, rule, reason] = currentRow<3>();
+        QVERIFY(signIn());
+        const auto top = root();
+        if (rule.isEmpty())
+            QVERIFY(QDir().mkpath(local("cup.obj")));
+        else
+            m_fixture->cloud.addRule("*", "/dav/cup.obj", rule);
+        QVERIFY(!download(makeItem("", "cup.obj", top.get()), "cup.obj"));
+        const QString start = "Download of \"cup.obj\" failed: " + reason;
+        QCOMPARE(m_fixture->warnings().join('|').left(start.size()), start);
+        QVERIFY(!QFileInfo(local("cup.obj")).isFile());
+        QCOMPARE(boxes(), QStringList());
+        m_fixture->cloud.clearRules();
+        QDir().rmdir(local("cup.obj"));
+        QVERIFY(download(makeItem("", "cup.obj", top.get()), "cup.obj")); // in the same session
+        QCOMPARE(readFile(local("cup.obj")), QByteArray("/cup.obj"));
     }
 
     void uploadReplacesOnlyTheGivenItem()
