@@ -86,27 +86,40 @@ private slots:
         QCOMPARE(isFree(80), canListen);
     }
 
-    void deletingThePortalEndsTheSignIn_data()
+    void openConnectionEndsWithItsSignIn_data()
     {
-        // The number of bytes of the redirect that are sent before the portal is deleted.
-        addRows({{"connection without a request", "0"}, {"half a request", "40"}, {"whole request, not read", "99"}});
+        // What ends the sign-in, and the number of bytes of the redirect that are sent before that.
+        addRows({{"deletion of the portal, no request", "0"},
+                 {"deletion of the portal, half a request", "40"},
+                 {"deletion of the portal, request not read", "99"},
+                 {"logout", "99"},
+                 {"newer sign-in, while the service confirms the stored token", "99"}});
     }
 
-    void deletingThePortalEndsTheSignIn()
+    void openConnectionEndsWithItsSignIn()
     {
-        const int sentBytes = currentRow<2>()[1].toInt();
-        m_login->Login(&m_owner);
+        const auto [end, sentBytes] = currentRow<2>();
+        RecordingOwner replaced;
+        m_login->Login(&replaced);
         QTcpSocket browser;
-        connectBrowser(browser);
-        browser.write(kRedirect.left(sentBytes));
-        QVERIFY(browser.flush() || sentBytes == 0);
-        m_portal.reset();
-        QVERIFY(isFree(8080));
-        browser.write(kRedirect.mid(sentBytes));
+        browser.connectToHost(QHostAddress::LocalHost, 8080);
+        QVERIFY(browser.waitForConnected());
+        QTest::qWait(20); // the redirect server accepts the connection
+        browser.write(kRedirect.left(sentBytes.toInt()));
+        browser.flush();
+        store({"stale", {}});
+        if (end == "logout")
+            m_login->Logout();
+        else if (end.startsWith("newer"))
+            m_login->Login(&m_owner);
+        else
+            m_portal.reset();
+        QCOMPARE(isFree(8080), !end.startsWith("newer"));
+        browser.write(kRedirect.mid(sentBytes.toInt()));
         QTRY_COMPARE(browser.state(), QAbstractSocket::UnconnectedState);
         QCOMPARE(browser.readAll(), QByteArray());
-        QCOMPARE(m_owner.results, QList<bool>());
-        QCOMPARE(m_fixture->requests(), QStringList());
+        QCOMPARE(m_fixture->requests(), end.startsWith("newer") ? QStringList(kAccount) : QStringList());
+        QCOMPARE(replaced.results + m_owner.results, QList<bool>());
     }
 
     void unwritableSettingsKeepTheSessionInMemory()
@@ -118,8 +131,7 @@ private slots:
         const auto restore = qScopeGuard([&folder] { QFile::remove(folder); });
         QVERIFY(!m_login->IsLogin());
         for (int round = 0; round < 2; ++round) {
-            QVERIFY(!m_login->Login(&m_owner));
-            QVERIFY(m_fixture->allow());
+            QVERIFY(signInByBrowser());
             QVERIFY(m_login->IsLogin());
             QCOMPARE(listed(root()), QString());
             QVERIFY(m_login->Login(&m_owner));
@@ -129,8 +141,7 @@ private slots:
         const QString warning = m_fixture->warnings().join('|');
         QVERIFY2(QRegularExpression("^Signing in[^|]*: " + file + '$').match(warning).hasMatch(), qPrintable(warning));
         QVERIFY(QFile::remove(folder));
-        QVERIFY(!m_login->Login(&m_owner));
-        QVERIFY(m_fixture->allow());
+        QVERIFY(signInByBrowser());
         QVERIFY(!token().isEmpty());
     }
 
@@ -153,56 +164,25 @@ private slots:
         QVERIFY(!m_login->IsLogin());
         QCOMPARE(token(), QByteArray());
         store({"stale again", {}});
-        QVERIFY(!m_login->Login(nullptr));
-        QVERIFY(m_fixture->allow());
+        QVERIFY(signInByBrowser());
         QVERIFY(m_login->IsLogin());
     }
 
     void failedExchangeIsReportedAndLogoutEndsTheExchange()
     {
         QVERIFY(m_fixture->cloud.addRule("*", "/1/oauth2/token", "garbage"));
-        m_login->Login(&m_owner);
         m_owner.onDone = [this] { m_owner.results = {m_login->IsLogin()}; };
-        QVERIFY(m_fixture->allow());
+        QVERIFY(signInByBrowser());
         QCOMPARE(m_owner.results, QList<bool>{false});
         QCOMPARE(token(), QByteArray());
         m_owner.results.clear();
         m_fixture->cloud.clearRules();
         m_fixture->cloud.clearRequests();
-        m_login->Login(&m_owner);
-        QVERIFY(m_login->Logout());
-        QVERIFY(!m_fixture->allow());
-        m_login->Login(&m_owner);
         connect(&m_fixture->cloud, &LocalCloud::requestServed, m_fixture.get(), [this] { m_login->Logout(); });
-        QVERIFY(m_fixture->allow());
+        QVERIFY(signInByBrowser());
         QCOMPARE(m_fixture->requests().size(), 1);
         QCOMPARE(m_owner.results, QList<bool>());
         QCOMPARE(token(), QByteArray());
-    }
-
-    void connectionsEndWithTheirSignIn_data()
-    {
-        addRows({{"logout"}, {"newer sign-in, while the service confirms the stored token"}});
-    }
-
-    void connectionsEndWithTheirSignIn()
-    {
-        const bool isLogout = currentRow<1>()[0] == "logout";
-        RecordingOwner replaced;
-        m_login->Login(&replaced);
-        QTcpSocket browser;
-        connectBrowser(browser);
-        browser.write(kRedirect);
-        QVERIFY(browser.flush());
-        store({"stale", {}});
-        if (isLogout)
-            m_login->Logout();
-        else
-            m_login->Login(&m_owner);
-        QTRY_COMPARE(browser.state(), QAbstractSocket::UnconnectedState);
-        QCOMPARE(browser.readAll(), QByteArray());
-        QCOMPARE(m_fixture->requests(), isLogout ? QStringList() : QStringList(kAccount));
-        QCOMPARE(replaced.results + m_owner.results, QList<bool>());
     }
 
     void timeoutIsReportedAndAllowsAnotherSignIn()
@@ -321,13 +301,8 @@ private slots:
 
 private:
     void signIn() { store({m_fixture->cloud.issueDropboxToken(), {}}); }
-    /// Connects \p browser to the redirect server, which accepts the connection.
-    static void connectBrowser(QTcpSocket &browser)
-    {
-        browser.connectToHost(QHostAddress::LocalHost, 8080);
-        QVERIFY(browser.waitForConnected());
-        QTest::qWait(20);
-    }
+    /// Returns false if no browser is needed or the redirect server does not reply.
+    bool signInByBrowser() { return !m_login->Login(&m_owner) && m_fixture->allow(); }
     QByteArray token() const { return stored().section('|', 0, 0).toLatin1(); }
     Item makeItem(const QString &path)
     {
