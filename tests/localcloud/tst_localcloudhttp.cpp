@@ -104,6 +104,7 @@ private slots:
         // The rule; then status, media type, end of the connection, and beginning of the body.
         addRows({{"status", "/a/* status=503", "503 application/json whole {\"er"},
                  {"encoded path", "*%20? status=202", "202 application/json whole {\"er"},
+                 {"decoded path", "/a/b?c status=201", "201 application/json whole {\"er"},
                  {"other path", "/a/b?c?q status=201", "200 text/plain whole GET "},
                  {"redirect", "* redirect=https://x.test/y", "302 text/plain; charset=utf-8 whole The "},
                  {"file", "* body=FILE.png", "200 image/png whole inst"},
