@@ -53,8 +53,7 @@ private slots:
 
     void onlyARedirectWithACodeEndsTheWait_data()
     {
-        // The request line, in which PATH is the path of the redirect; and the code, which is empty if the wait goes
-        // on.
+        // The request line, in which PATH is the path of the redirect. The code; empty if the wait continues.
         addRows({{"code among others", "GET PATH?state=x&code=abc&last=1", "abc"},
                  {"encoded code", "GET PATH?code=a%2Fb+c", "a%2Fb+c"},
                  {"empty code first", "GET PATH?code=&code=abc", "abc"},
