@@ -32,7 +32,7 @@ void ReturnStatus::DisplayUserMessageBox() const
     const KString successTitle = TavrinStrings::getString(TavrinStrings::kHttpSuccessMessageTitle);
     const KString errorTitle = TavrinStrings::getString(TavrinStrings::kHttpErrorMessageTitle);
 
-    // QPointer, because the main window may be deleted while the box is open, and with it the box.
+    // QPointer, because the main window may be deleted while the box is open, and deletes the box then.
     QPointer<QMessageBox> box = new QMessageBox(KQtUtil::mainWindow());
     box->setWindowTitle(KQtUtil::toQString(IsSuccess() ? successTitle : errorTitle));
     box->setTextFormat(Qt::PlainText);

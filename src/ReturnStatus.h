@@ -23,7 +23,7 @@ public:
 
     /// Returns the localised text for the user: the code, followed by the message on a second line if there is one.
     KString GetFormattedResultMessage() const;
-    /// Shows that text in a modal box over the host's main window and returns when the box is closed. Spins the event
+    /// Shows this text in a modal box over the host's main window and returns when the box is closed. Spins the event
     /// loop. Ignored in a host without a user interface.
     void DisplayUserMessageBox() const;
 

@@ -55,12 +55,13 @@ KString quoted(const KString &text);
 /// Percent-encodes the ASCII \p characters in \p text, a part of a request path. httpClient encodes other characters.
 QString percentEncoded(const QString &text, const char *characters);
 
-/// Returns the host's application folder of the user, with a separator at the end; "./" if the host returns none.
+/// Returns the host's application folder of the user, with a separator at the end; "./" if the host returns an empty
+/// path.
 KString userAppDirectory();
 /// Returns userAppDirectory() + "temp_cloud".
 KString tempCloudDirectory();
 
-/// Returns the installation folder of the host (KELDA_LOCATION); "." if the host returns none.
+/// Returns the installation folder of the host (KELDA_LOCATION); "." if the host returns an empty path.
 KString hostLocation();
 /// Returns the icon \p fileName from the plug-in's icon folder; an empty icon if the file does not exist.
 QIcon portalIcon(const KString &fileName);

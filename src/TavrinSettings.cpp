@@ -8,8 +8,7 @@
 namespace {
 
 const QString kOrganisation = QStringLiteral("Corvane");
-/// A settings name with this suffix gives a path below a file that is not a folder, so it can be neither read nor
-/// written.
+/// A settings name with this suffix is a path below a regular file, so it can be neither read nor written.
 const QString kUnusableSuffix = QStringLiteral(".ini/unusable");
 
 constexpr char kVersionKey[] = "version";

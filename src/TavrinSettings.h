@@ -14,8 +14,8 @@
 namespace Tavrin {
 
 /// Create it as a local variable where a value is needed; the destructor writes the file. The constructor adds missing
-/// keys with their defaults, and resets a file of version 0 or less. A file that contains a session has mode 0600. The
-/// getters return the default for an unreadable value; store() reports a file that cannot be written.
+/// keys with their defaults, and resets all values of a file of version 0 or less. A file that contains a session has
+/// mode 0600. The getters return the default for an unreadable value; store() reports a file that cannot be written.
 class Settings : public QSettings
 {
 public:
@@ -47,7 +47,7 @@ public:
     bool getWindowRaised() const;
     void setWindowFloating(bool floating);
     bool getWindowFloating() const;
-    /// The dock area; Qt::NoDockWidgetArea if none or an invalid number is stored.
+    /// The dock area. Qt::NoDockWidgetArea if the stored number is missing or invalid.
     void setWindowDock(Qt::DockWidgetArea area);
     Qt::DockWidgetArea getWindowDock() const;
 

@@ -8,7 +8,7 @@ namespace TavrinStrings {
 
 namespace {
 
-/// A function, because the identifiers are created before the static objects of this file.
+/// A function-local static object, because other files create identifiers before the static objects of this file.
 std::vector<const KStringResourceId *> &identifiers()
 {
     static std::vector<const KStringResourceId *> all;

@@ -12,7 +12,7 @@
 
 #include <QString>
 
-/// The identifiers exist from the loading of the library to its unloading. Static objects must not look up a text.
+/// The identifiers exist while the library is loaded. Constructors of static objects must not look up a text.
 namespace TavrinStrings {
 
 /// An identifier that registerKStringResources() registers.
@@ -142,7 +142,7 @@ inline const Id kPluginBusy("kPluginBusy",
 /// Registers every identifier with the host, in the order above, and returns success. Texts that the host has already
 /// replaced stay replaced.
 KStatus registerKStringResources();
-/// Returns the current text of \p id, or its default text if the host does not know it.
+/// Returns the current text of \p id, or its default text if it is not registered.
 KString getString(const KStringResourceId &id);
 /// Returns the same text as a QString.
 QString text(const KStringResourceId &id);

@@ -37,7 +37,7 @@ public:
     virtual QWidget *GetParentLoginWidget() = 0;
 };
 
-/// Signing in to a portal and out of it.
+/// Signs the user in to a portal and out.
 class ILogin
 {
 public:
@@ -53,17 +53,18 @@ public:
     /// Returns true if a valid session exists. May restore a stored session and verify it with the service, which spins
     /// the event loop.
     virtual bool IsLogin() = 0;
-    /// Adds the service's data about the user, at least the key "username". Returns false if the service sends none.
+    /// Adds the service's data about the user, at least the key "username". Returns false if the service does not send
+    /// them.
     virtual bool GetUserInformation(HeaderMap &info) = 0;
-    /// Leaves \p name unchanged if the service sends none. May spin the event loop.
+    /// Returns false and leaves \p name unchanged if the service does not send it. May spin the event loop.
     virtual bool GetUsername(KString &name) = 0;
     /// Writes the sign-in address into \p buffer, cut to \p size bytes with the last byte always 0. Returns the full
     /// length plus one, or -1 without writing if the address cannot be built.
     virtual long CreateLoginRequest(char *buffer, unsigned long size) = 0;
 };
 
-/// Listing, searching and transferring. Each function that sends a request spins the event loop, and shows a failure to
-/// the user before it returns false.
+/// Lists, searches, downloads and uploads. Each function that sends a request spins the event loop, and shows a failure
+/// to the user before it returns false.
 class IPortalBrowser
 {
 public:
@@ -72,10 +73,10 @@ public:
     /// Returns a PortalType.
     virtual int GetPortalType() = 0;
     /// Appends page \p pageNumber of \p pageSize matches to \p results, whose items the caller owns. Stores the page
-    /// that the service returned and its totals. A portal without search returns false and stores nothing.
+    /// that the service returned and its totals. A portal without search returns false and changes no argument.
     virtual bool SearchCloudItems(ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize, ItemVector &results,
                                   int &currentPage, int &totalPageCount, int &totalResultCount) = 0;
-    /// Paged listing. Existing portals return false and store nothing.
+    /// Paged listing. The existing portals return false and change no argument.
     virtual bool GetChildCloudItems(ILogin *login, HeaderMap &criteria, int pageNumber, int pageSize,
                                     ItemVector &results) = 0;
     /// Appends all children of the folder in \p criteria to \p results. The caller owns these items, also after a
@@ -88,7 +89,7 @@ public:
     /// with that name in the folder, or null.
     virtual bool UploadFile(ILogin *login, ICloudItem *folder, ICloudItem *existing, KString localFolder,
                             KString fileName) = 0;
-    /// Items that are created from now on report clicks to \p owner. If it is null, clicks are ignored.
+    /// Items that are created later report clicks to \p owner. If it is null, clicks are ignored.
     virtual void setOwnerCB(IPortalOwnerCB *owner) = 0;
 
     /// Sorts the children of \p parent and then \p extra, whose parent becomes \p parent, into \p folders and \p files.
@@ -123,7 +124,7 @@ public:
     virtual ICloudItem *CreateFolderHierarchy() = 0;
     /// Stores \p owner and passes it to the browser.
     virtual void setOwnerCB(IPortalOwnerCB *owner) = 0;
-    /// Adds the criteria for listing \p folder or searching in it. Adds none if \p folder is null.
+    /// Adds the criteria for listing \p folder or searching in it. Ignored if \p folder is null.
     virtual void FillSearchCriteria(ICloudItem *folder, HeaderMap &criteria) = 0;
 };
 

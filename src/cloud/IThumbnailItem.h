@@ -9,14 +9,14 @@
 namespace ICloudPortalApi {
 
 /// A class derived from ICloudItem also derives from this one if its items have pictures. The page finds the interface
-/// with dynamic_cast and loads the pictures of the rows that can be seen, in the background.
+/// with dynamic_cast and loads the pictures of visible rows in the background.
 class IThumbnailItem
 {
 public:
     virtual ~IThumbnailItem() = default;
 
-    /// The picture, a PNG, JPEG or GIF file of at most 512 KiB that is served without a session. Its address is empty
-    /// if the item has none. Must not spin the event loop.
+    /// Returns the picture: a PNG, JPEG or GIF file of at most 512 KiB that is served without a session. The address is
+    /// empty for an item without a picture. Must not spin the event loop.
     virtual ThumbnailSource thumbnail() = 0;
 };
 

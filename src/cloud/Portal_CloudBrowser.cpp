@@ -22,7 +22,7 @@ bool Portal_CloudBrowser::RegisterPortal(IPortal *portal)
     if (_registerPortals.count(identity) != 0)
         return false;
 
-    // Only with the first portal: the host may delete its window, and the panel with it, before the last one.
+    // Only for the first portal. If the host deletes its window and the panel later, the panel is not created again.
     if (!_dockWidget && _registerPortals.empty()) {
         _dockWidget = new Portal_CloudBrowserDockWidget(qobject_cast<QMainWindow *>(KQtUtil::mainWindow()));
         RaiseDockingWindow(Tavrin::Settings(Portal_CloudBrowserDockWidget::kSettingsName).getWindowRaised());

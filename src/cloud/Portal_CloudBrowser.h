@@ -24,8 +24,8 @@ public:
     /// Creates a controller for \p portal, and the dock panel with the first one. The caller of UnRegisterPortal()
     /// deletes the controller. Returns false without a change if the portal's identity is already registered.
     static bool RegisterPortal(ICloudPortalApi::IPortal *portal);
-    /// Removes the portal's controller from the registry without deleting it. Deletes the dock panel after the last
-    /// one.
+    /// Removes the portal's controller from the registry without deleting it. Deletes the dock panel when the registry
+    /// is empty.
     static void UnRegisterPortal(ICloudPortalApi::IPortal *portal);
     /// Returns null if \p uniqueId is not registered.
     static Portal_CloudBrowser *GetInstance(KString uniqueId);

@@ -50,7 +50,7 @@ Portal_CloudBrowserDockWidget::Portal_CloudBrowserDockWidget(QWidget *parent)
     connect(m_tabWidget, &QTabWidget::currentChanged, this,
             [this, input](int index) { input->run(this, [this, index] { currentTabPageChanged(index); }); });
 
-    // From the event loop, after the main window has arranged its panels.
+    // Queued, so that the main window arranges its panels first.
     connect(this, &QDockWidget::visibilityChanged, this, &Portal_CloudBrowserDockWidget::storeVisibility,
             Qt::QueuedConnection);
     m_restoreTimer.setSingleShot(true);
@@ -96,7 +96,7 @@ void Portal_CloudBrowserDockWidget::ShowPortal(Portal_CloudBrowser *browser)
 void Portal_CloudBrowserDockWidget::IgnoreTabChanges()
 {
     m_tabWidget->disconnect(this);
-    m_tabIndex.clear(); // for a tab change that is queued in the event loop
+    m_tabIndex.clear(); // so that a queued tab change is ignored
 }
 
 void Portal_CloudBrowserDockWidget::currentTabPageChanged(int newIndex)
@@ -162,7 +162,7 @@ void Portal_CloudBrowserDockWidget::finishRestoring()
 
 void Portal_CloudBrowserDockWidget::storeVisibility()
 {
-    // If the main window is hidden, for example when the host quits, the user did not hide the panel.
+    // If the host hides its main window, for example when it quits, the user has not hidden the panel.
     if (!m_restoring && (!m_mainWindow || m_mainWindow->isVisible()))
         persistWindowLayout();
 }

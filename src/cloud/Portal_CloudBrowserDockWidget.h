@@ -1,6 +1,6 @@
 // cloud/Portal_CloudBrowserDockWidget.h
 //
-// The dock panel with one tab per portal. It stores its own position in the settings.
+// The dock panel with one tab per portal. It stores its position in the settings.
 
 #pragma once
 
@@ -34,14 +34,14 @@ public:
     /// event loop.
     void AddPortalTab(Portal_CloudBrowser *browser, Portal_CloudBrowserWindows *window,
                       ICloudPortalApi::IPortal *portal);
-    /// Selects the tab of \p browser, or the first tab if \p browser has none.
+    /// Selects the tab of \p browser, or the first tab if \p browser has no tab.
     void ShowPortal(Portal_CloudBrowser *browser);
     /// After this call, tab changes do not call portals.
     void IgnoreTabChanges();
 
-    /// Floats or docks the panel as stored. In an area with another visible dock it becomes a tab of that dock. A
-    /// docked panel gets its stored width (in the top and bottom area its height) from the event loop, when it is
-    /// visible and no call is running. Until then the panel does not store its size, position and visibility.
+    /// Floats or docks the panel as stored. In an area with another visible dock it becomes a tab of that dock. The
+    /// stored width of a docked panel (in the top and bottom area its height) is set later, when the panel is visible
+    /// and no call is running. Until then the panel does not store its size, position and visibility.
     void restoreWindowLayout();
     /// Stores size and position in pixels, floating state, dock area and visibility.
     void persistWindowLayout();

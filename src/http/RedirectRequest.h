@@ -7,7 +7,7 @@
 #include <QByteArray>
 #include <QString>
 
-/// Parses only the request line and ignores the rest of the request.
+/// Parses the request line and ignores the rest of the request.
 class RedirectRequest
 {
 public:

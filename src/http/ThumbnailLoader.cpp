@@ -15,7 +15,7 @@ constexpr int kMaxSide = 4096;
 constexpr qint64 kMaxDecodedBits = qint64(kMaxSide) * kMaxSide * 32;
 constexpr int kMaxJpegScans = 64;
 
-/// A file in memory. Reading fails as soon as \p isCancelled is set, which ends the decoding of a large picture.
+/// A file in memory. Reading fails after \p isCancelled was set, so that the decoding of a large picture ends.
 class CancellableFile : public QIODevice
 {
 public:
@@ -50,8 +50,8 @@ private:
     qint64 m_position = 0;
 };
 
-/// The format of \p file by its first bytes; null for all but PNG, JPEG and GIF. The image plug-ins of the host are not
-/// consulted, so a service cannot choose among them.
+/// Returns the format that the first bytes of \p file identify; null unless it is PNG, JPEG or GIF. Services must not
+/// be able to select another image plug-in of the host.
 const char *formatOf(const QByteArray &file)
 {
     if (file.startsWith("\x89PNG\r\n\x1a\n"))
@@ -61,7 +61,7 @@ const char *formatOf(const QByteArray &file)
     return file.startsWith("GIF87a") || file.startsWith("GIF89a") ? "gif" : nullptr;
 }
 
-/// Whether \p reader needs at most the memory of a picture of the largest size with 32 bits per pixel.
+/// Returns true if \p reader needs at most the memory of a picture of the largest size with 32 bits per pixel.
 bool isWithinLimits(const QImageReader &reader)
 {
     const QSize size = reader.size();
@@ -75,7 +75,8 @@ bool isWithinLimits(const QImageReader &reader)
 QImage scaledPicture(const QByteArray &bytes, int side, const std::atomic<bool> &isCancelled)
 {
     const char *const format = formatOf(bytes);
-    // Each scan of a progressive JPEG goes through the whole picture, so thousands of short ones would take minutes.
+    // The decoder processes the whole picture for each scan of a progressive JPEG. Thousands of short scans would take
+    // minutes.
     if (!format || (*format == 'j' && bytes.count("\xff\xda") > kMaxJpegScans))
         return QImage();
     CancellableFile file(bytes, isCancelled);

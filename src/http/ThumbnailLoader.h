@@ -1,6 +1,7 @@
 // http/ThumbnailLoader.h
 //
-// Loads and caches the pictures of a list in the background. Nothing is stored on disk, and failures cause no message.
+// Loads and caches the pictures of a list in the background. Pictures are not stored on disk, and failures are not
+// reported.
 
 #pragma once
 
@@ -19,15 +20,15 @@
 #include <memory>
 #include <vector>
 
-/// Loads at most four pictures at a time. The cache holds 16 MiB of decoded pictures and drops those that were not used
-/// for the longest time. Pictures are PNG, JPEG or GIF files (the first frame) of up to 4096 x 4096 pixels.
+/// Loads at most four pictures at a time. The cache contains up to 16 MiB of decoded pictures and removes the least
+/// recently used ones. Pictures are PNG, JPEG or GIF files (the first frame) of up to 4096 x 4096 pixels.
 class ThumbnailLoader : public QObject
 {
     Q_OBJECT
 public:
     /// \p timeoutMs limits the request of each picture.
     explicit ThumbnailLoader(int timeoutMs = 10000);
-    /// Cancels all requests and emits nothing. Blocks until the decoding of a picture has stopped, up to 0.1 seconds.
+    /// Cancels all requests without a signal. Blocks until the decoding of a picture has stopped, up to 0.1 seconds.
     ~ThumbnailLoader() override;
 
     /// Sets the side of the square that each picture is scaled to fit, in pixels. A new value cancels all requests and
@@ -37,10 +38,10 @@ public:
     /// Requests the pictures of \p sources in their order, and cancels all requests for others. Skips those in the
     /// cache and those that failed.
     void load(const std::vector<ThumbnailSource> &sources);
-    /// Cancels all requests, and lets load() repeat those that failed.
+    /// Cancels all requests. Later calls of load() repeat those that failed.
     void reset();
 
-    /// The picture of \p source, scaled and with its aspect ratio; a null image if the cache does not hold it.
+    /// Returns the picture of \p source, scaled and with its aspect ratio; a null image if it is not in the cache.
     QImage find(const ThumbnailSource &source) const;
 
 signals:
@@ -60,5 +61,5 @@ private:
     QSet<QUrl> m_failed;
     mutable QCache<QUrl, QImage> m_cache; ///< reading changes the order of use
     std::atomic<bool> m_isStopping{false};
-    QThreadPool m_decoder; ///< one thread, since the largest pictures would block the host for a second
+    QThreadPool m_decoder; ///< one thread, because the largest pictures would block the host for a second
 };

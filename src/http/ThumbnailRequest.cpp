@@ -21,7 +21,7 @@ bool isComplete(const QNetworkReply &reply, qint64 receivedBytes)
            (announced < 0 || announced == receivedBytes) && unwantedEncoding(reply).isEmpty();
 }
 
-/// The address of the request that follows \p reply, or an empty one.
+/// Returns the address of the request that follows \p reply; empty if \p reply is the last one.
 QUrl nextAddress(const QNetworkReply &reply, const QString &host)
 {
     // Qt also fails requests that wait for a connection when another connection breaks.

@@ -19,8 +19,8 @@ struct ThumbnailSource
     QUrl address; ///< absolute, or relative to the root of \a host; empty without a picture
     QString host; ///< the portal's host, with a port if it needs one
 
-    /// The address of the request. Empty unless it is an https address of at most 4096 bytes, on \a host or on a
-    /// subdomain of it.
+    /// Returns the address of the request; empty unless it is an https address of at most 4096 bytes on \a host or a
+    /// subdomain.
     QUrl httpsAddress() const;
 };
 
@@ -33,7 +33,7 @@ public:
     /// Sends the request at once. \p source has an httpsAddress(). \p timeoutMs limits the whole request, redirects
     /// included. \p manager must outlive this object.
     ThumbnailRequest(QNetworkAccessManager &manager, const ThumbnailSource &source, int timeoutMs);
-    ~ThumbnailRequest() override; // aborts the request and emits nothing
+    ~ThumbnailRequest() override; // aborts the request without a signal
 
 signals:
     /// Emitted once. \p body is empty if the request failed, the status is not 200, or the body is incomplete, encoded,

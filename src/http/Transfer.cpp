@@ -8,7 +8,7 @@ namespace {
 
 constexpr qint64 kWindowMs = 1000;
 constexpr qint64 kSampleMs = 50;
-constexpr qint64 kShortestMs = 100; ///< a shorter time gives no useful rate
+constexpr qint64 kShortestMs = 100; ///< the rate of a shorter time is useless
 
 } // namespace
 

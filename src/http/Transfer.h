@@ -1,7 +1,7 @@
 // http/Transfer.h
 //
-// The progress of one request, download or upload of any protocol. The function that transfers the bytes has the object
-// on its stack. TransferProgress lists the running transfers.
+// The progress of one request, download or upload of any protocol. Create it on the stack of the function that
+// transfers the bytes. TransferProgress lists the running transfers.
 
 #pragma once
 
@@ -22,7 +22,7 @@ public:
         Upload
     };
 
-    /// Starts. \p name is the file's name for the user.
+    /// Starts the transfer. \p name is the file's name for the user.
     explicit Transfer(Kind kind, const QString &name = QString());
     /// Ends the transfer.
     ~Transfer() override;
@@ -37,8 +37,8 @@ public:
     double bytesPerSecond() const;
 
 public slots:
-    /// Stores that \p bytes of \p totalBytes were transferred. A total of 0 or less is unknown. Emits nothing; displays
-    /// poll the values.
+    /// Stores the number of transferred bytes and the total, which is unknown if it is 0 or less. Emits no signal;
+    /// displays poll the values.
     void report(qint64 bytes, qint64 totalBytes);
 
 private:

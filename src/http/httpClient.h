@@ -58,7 +58,7 @@ public:
     /// Downloads to the new file \p localDir + \p fileName (no separator is added). Replaces an older file and creates
     /// missing folders. Accepts any certificate. Follows one 302, without \p headers, and verifies certificates then.
     /// If the file cannot be replaced or written, returns status 0 with the system's reason and removes the incomplete
-    /// file. After other failures the received bytes stay in the file.
+    /// file. After other failures the file keeps the received bytes.
     ReturnStatus getFile(QString localDir, QString fileName, QString path, HeaderMap headers, bool https);
     /// Sends a POST with the file \p localDir + \p fileName, which is read while it is sent. Returns status 0 without a
     /// message and without a request if it is not a readable regular file. Returns status 0 with a message if another

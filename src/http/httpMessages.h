@@ -18,7 +18,7 @@
 namespace httpMessages {
 
 /// Returns a request without redirects, HTTP/2, cookies and content encoding. By default Qt requests gzip, decompresses
-/// the reply without a limit and hides its Content-Length, so that an incomplete reply looks complete.
+/// the reply without a limit and hides its Content-Length, and an incomplete reply looks complete.
 QNetworkRequest plainRequest(const QUrl &url);
 /// Sets \p headers on \p request. Removes CR, LF and NUL, and ignores headers whose name is empty then.
 void addHeaders(QNetworkRequest &request, const HeaderMap &headers);

@@ -32,7 +32,7 @@ void writePage(QTcpSocket &browser)
            << QDateTime::currentDateTime().toString() << "\n";
 }
 
-/// Ends the reply. Closes only the sending direction, because a full close loses the page if the browser is still
+/// Ends the reply. Closes only the sending direction, because closing both loses the page if the browser is still
 /// sending its header. Bytes that arrive later are ignored until the browser closes the connection.
 void endReply(QTcpSocket &browser)
 {

@@ -33,7 +33,7 @@ public:
     /// Ends the wait without calling the callback. Closes the port and all connections, except the connection whose
     /// code is being passed to the callback: the server still sends the page to it.
     void stop();
-    /// Returns true if the server can listen on \p port. Closes the server, and pauses it if the result is true.
+    /// Returns true if the server can listen on \p port. If so, stops and pauses the server.
     bool tryListen(unsigned short port);
     /// A paused server continues to listen, but closes new connections.
     void pause();

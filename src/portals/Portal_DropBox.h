@@ -11,7 +11,7 @@
 class Portal_DropBox : public ICloudPortalApi::PortalBase
 {
 public:
-    /// Takes ownership of \p login and \p browser, which must not be null.
+    /// Owns \p login and \p browser, which must not be null.
     Portal_DropBox(Portal_DropBox_Login *login, Portal_DropBox_IPortalBrowser *browser);
 
     ICloudPortalApi::ICloudItem *CreateFolderHierarchy() override;

@@ -12,7 +12,7 @@
 class Portal_Plyx : public ICloudPortalApi::PortalBase
 {
 public:
-    /// Takes ownership of \p login and \p browser, which must not be null.
+    /// Owns \p login and \p browser, which must not be null.
     Portal_Plyx(Portal_Plyx_Login *login, Portal_Plyx_IPortalBrowser *browser);
 
     bool supportSearchBar() override;

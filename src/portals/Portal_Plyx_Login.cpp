@@ -52,8 +52,7 @@ bool Portal_Plyx_Login::Login(IPortalOwnerCB *owner)
         return true;
     if (attempt.expired())
         return false;
-    // LoginUi calls IsLogin() again. The session is valid then if the service was unreachable only at the first
-    // request.
+    // LoginUi calls IsLogin() again, which succeeds if the service was unreachable only at the first request.
     m_loginUi.CleanResources();
     if (!isConfirmed()) {
         m_attempt.cancel();

@@ -40,12 +40,13 @@ struct Texture
 struct AssetFiles
 {
     std::vector<Texture> textures;
-    std::optional<QString> modelId; ///< the file in OBJ format; empty if the asset has none
+    std::optional<QString> modelId; ///< the file in OBJ format; empty if the asset has no such file
 };
 
 AssetFiles assetFiles(const QByteArray &body);
 
-/// Returns the host of the next download with an optional port; empty if the reply contains none or more than that.
+/// Returns the host of the next download, with its port if the reply contains one. Empty if the reply contains anything
+/// else.
 KString downloadHost(const QByteArray &body);
 
 } // namespace PlyxReplies

@@ -9,7 +9,7 @@ QString escapedValue(const QString &text)
     return TavrinHelper::percentEncoded(text, "&#%");
 }
 
-/// Returns the start of a search path; empty without a place to search in.
+/// Returns the start of a search path; empty if \p criteria select neither a gallery nor the user's models.
 QString searchPlace(const HeaderMap &criteria)
 {
     const auto gallery = criteria.find(L"Public");

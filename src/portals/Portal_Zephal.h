@@ -12,7 +12,7 @@
 class Portal_Zephal : public ICloudPortalApi::PortalBase
 {
 public:
-    /// Takes ownership of \p login and \p browser, which must not be null.
+    /// Owns \p login and \p browser, which must not be null.
     Portal_Zephal(Portal_Zephal_Login *login, Portal_Zephal_IPortalBrowser *browser);
 
     ICloudPortalApi::ICloudItem *CreateFolderHierarchy() override;

@@ -64,7 +64,7 @@ void contentCb(void *context, const char *id, const char *name, const char *modi
     item->SetProperty("mime_type", type);
     if (type.isEmpty() && size == 0)
         item->SetProperty("is_dir", "true");
-    results->second->push_back(item.release()); // owned by the caller of the listing
+    results->second->push_back(item.release()); // the caller of the listing owns it
 }
 
 void progressCb(void *context, int64_t done, int64_t total)

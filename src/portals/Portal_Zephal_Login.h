@@ -38,7 +38,7 @@ public:
     bool Logout() override;
     /// Sends no request.
     bool IsLogin() override;
-    /// Reads the name from the session. Returns false if it contains none.
+    /// Reads the name from the session. Returns false if the session has no name.
     bool GetUserInformation(HeaderMap &info) override;
     /// Returns 0, because this portal does not use ICloudPortalApi::LoginUi.
     long CreateLoginRequest(char *buffer, unsigned long size) override;

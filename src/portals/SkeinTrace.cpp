@@ -19,7 +19,7 @@ constexpr int kRequests = 2;
 int traceCount = 0;
 Failure last;
 
-/// Returns the start of the reason in \p line, or the length of the line.
+/// Returns the index of the reason in \p line, or the length of a line without a reason.
 int causeStart(const QString &line)
 {
     const int start = line.lastIndexOf(QLatin1String(" ["));
@@ -89,8 +89,7 @@ QString signInMessage(int result, const Failure &failure)
         return failure.cause == QLatin1String(each.first);
     });
     if (found != std::end(messages))
-        return TavrinStrings::text(*found->second) +
-               failure.detail; // the detail is empty for a message without a colon
+        return TavrinStrings::text(*found->second) + failure.detail; // empty for messages that do not end in a colon
     return TavrinStrings::text(result == Skein_Result_NotSignedIn ? TavrinStrings::kCloudPortalLoginRefused
                                                                   : TavrinStrings::KHttpServerErrorGeneric);
 }

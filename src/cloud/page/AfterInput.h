@@ -1,7 +1,7 @@
 // cloud/page/AfterInput.h
 //
-// Calls the slot of a widget's signal only after the widget has handled the input event that caused the signal. Qt's
-// item views and tab bars use their members after the signal, and a slot that spins the event loop may delete them.
+// Delays the slot of a widget's signal until the widget has handled the input event that caused the signal. Qt's item
+// views and tab bars use their members after the signal, and a slot that spins the event loop may delete them.
 
 #pragma once
 

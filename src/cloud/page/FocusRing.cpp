@@ -42,7 +42,7 @@ void FocusRing::place()
 
 bool FocusRing::eventFilter(QObject *watched, QEvent *event)
 {
-    // From the event loop, since the layout may move the control after this event.
+    // Queued, because the layout may move the control after this event.
     if (event->type() == QEvent::Resize || event->type() == QEvent::Move || event->type() == QEvent::LayoutRequest)
         QTimer::singleShot(0, this, &FocusRing::place);
     return QWidget::eventFilter(watched, event);

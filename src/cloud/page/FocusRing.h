@@ -1,7 +1,7 @@
 // cloud/page/FocusRing.h
 //
-// A frame around the control of a page that has the keyboard focus, since the style's own mark is hard to see on a dark
-// page. The frame is drawn over the layout, does not change it, and ignores the mouse.
+// A frame around the control of a page that has the keyboard focus, because the style's focus frame is hard to see on a
+// dark page. The frame is drawn over the layout and ignores the mouse.
 
 #pragma once
 

@@ -32,7 +32,7 @@ void release(QObject *object)
     object->deleteLater();
 }
 
-/// Removes \p action and its menu from \p bar. Both are disconnected at once and deleted in the event loop.
+/// Removes \p action and its menu from \p bar. Both are disconnected at once and deleted later.
 void releaseAction(QToolBar *bar, QAction *action)
 {
     if (QMenu *menu = action->menu()) {

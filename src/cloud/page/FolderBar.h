@@ -1,7 +1,7 @@
 // cloud/page/FolderBar.h
 //
-// The bar of a page that shows the path from the top folder to the current one. If the bar is too narrow, the first
-// folders are left out and a button opens a menu of them, so that the current folder is always visible.
+// The bar of a page that shows the path from the top folder to the current one. If the bar is too narrow, it hides the
+// first folders and shows a button with a menu of them. The current folder is always visible.
 
 #pragma once
 
@@ -25,13 +25,13 @@ public:
     /// \p page owns the bar. The Tab key moves the focus from \p previous to the first folder.
     FolderBar(Portal_CloudBrowserWindows *page, QWidget *previous);
 
-    /// Shows \p path, the top folder first. Folders that have been deleted are left out.
+    /// Shows \p path, the top folder first. Skips folders that have been deleted.
     void setPath(const FolderPath &path);
-    /// Removes all folders. Their actions are disconnected at once and deleted in the event loop, since one of them may
-    /// be the sender of the current signal.
+    /// Removes all folders. Their actions are disconnected at once and deleted later, because one of them may be the
+    /// sender of the current signal.
     void clearPath();
 
-    /// The size for the whole path, including the folders that are left out.
+    /// Returns the size for the whole path, including hidden folders.
     QSize sizeHint() const override;
 
 protected:

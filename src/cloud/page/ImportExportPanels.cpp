@@ -129,7 +129,7 @@ void ExportPanel::setTranslators(const std::vector<Translator> &translators)
 {
     const int remembered = std::max(m_filter->currentIndex(), 0);
     m_filter->clear();
-    // Before the entries, since adding the first one already emits that it was chosen.
+    // Set before the entries are added, because adding the first one emits that it was chosen.
     m_translators = translators;
     for (const Translator &translator : translators)
         m_filter->addItem(KQtUtil::toQString(translator.name));

@@ -1,7 +1,7 @@
 // cloud/page/ImportExportPanels.h
 //
-// The two tabs at the bottom of a page. They hold what the user chose for an import and for an export; the page runs
-// both. The widgets call the page's slots.
+// The two tabs at the bottom of a page, with the user's choices for an import and for an export. The widgets call the
+// page's slots, which run the import and the export.
 
 #pragma once
 
@@ -27,9 +27,9 @@ public:
     /// Shows \p name, and enables the import button if that file can be imported.
     void setChoice(const QString &name, bool isImportable);
     void clearChoice() { setChoice(QString(), false); }
-    /// True if the user wants to see the import options.
+    /// Returns true if the user wants to see the import options.
     bool isOptionsChecked() const;
-    /// Disabling also clears the choice. Enabling leaves the import button to setChoice().
+    /// Disabling also clears the choice. Enabling does not change the import button; setChoice() does.
     void enableControls(bool enable);
 
 private:
@@ -53,11 +53,11 @@ public:
     /// The icon of the options button is read with a host command.
     explicit ExportPanel(Portal_CloudBrowserWindows *page);
 
-    /// Offers \p translators and keeps the chosen index if the list is long enough.
+    /// Replaces the list by \p translators. Keeps the chosen index if the list is long enough.
     void setTranslators(const std::vector<Translator> &translators);
     /// Uses the translator at \p index, or an empty one if the list has no such index.
     void useTranslator(int index);
-    /// Chooses the first translator for \p extension. Returns false if the list has none.
+    /// Chooses the first translator for \p extension. Returns false if the list does not contain one.
     bool chooseExtension(const KString &extension);
     const Translator &translator() const { return m_translator; }
 
@@ -65,7 +65,7 @@ public:
     /// Returns the typed name, cleaned, with the translator's extension at its end.
     KString fileName() const;
     void enableButtons(bool enable);
-    /// Disabling also disables the two export buttons. Enabling leaves them to enableButtons().
+    /// Disabling also disables the two export buttons. Enabling does not change them; enableButtons() does.
     void enableControls(bool enable);
 
 private:

@@ -22,7 +22,7 @@ public:
     /// Deletes all items except those in \p inUse, those that a widget shows, their ancestors, and all items below any
     /// of these. \p inUse may contain null.
     void releaseUnused(const ICloudPortalApi::ItemVector &inUse);
-    /// Deletes all items. The destructor does the same.
+    /// Deletes all items, like the destructor.
     void releaseAll();
     /// Returns the number of items that exist.
     int count() const;

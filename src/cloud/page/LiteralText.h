@@ -1,6 +1,6 @@
 // cloud/page/LiteralText.h
 //
-// Texts from a service in buttons and menus. Qt reads an "&" in such a text as a mnemonic; here it is drawn.
+// Buttons and menus for texts from a service. They draw an "&" instead of using it as a mnemonic.
 
 #pragma once
 
@@ -15,7 +15,7 @@ QString literalText(const QString &text);
 QMenu *createLiteralTextMenu(QWidget *parent);
 
 /// A button that draws its text on one line, with every "&". The text defines neither a shortcut nor the width of the
-/// layout: if it does not fit, the middle is left out and the tool tip shows the whole text.
+/// layout: if it does not fit, the button elides the middle and its tool tip shows the whole text.
 class LiteralTextButton : public QPushButton
 {
     Q_OBJECT

@@ -23,7 +23,8 @@ QMenu *createFolderMenu(QToolBar *bar, const ICloudPortalApi::ItemVector &folder
     QMenu *menu = createLiteralTextMenu(bar);
     for (ICloudItem *folder : folders) {
         QAction *action = menu->addAction(KQtUtil::toQString(folder->GetDisplayName()));
-        // From the event loop: the menu uses itself after the signal, and the host may delete it during the click.
+        // Queued, because the menu uses its members after the signal, and the host may delete the menu during the
+        // click.
         QObject::connect(action, &QAction::triggered, folder, &ICloudItem::FolderClick, Qt::QueuedConnection);
         folder->SetFolderActionArrow(action);
     }
@@ -95,7 +96,7 @@ QToolButton *overflowButton(QToolBar *bar)
 void adaptOverflow(QToolBar *bar)
 {
     if (QToolButton *button = overflowButton(bar)) {
-        button->setToolButtonStyle(Qt::ToolButtonTextOnly); // its arrow is black in every palette
+        button->setToolButtonStyle(Qt::ToolButtonTextOnly); // the style draws its arrow in black with every palette
         button->setText(QString(QChar(0xbb)));
         button->setAccessibleName(TavrinStrings::text(TavrinStrings::kCloudPortalMore));
         button->setFocusPolicy(Qt::TabFocus);

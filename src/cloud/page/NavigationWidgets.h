@@ -22,7 +22,7 @@ QPushButton *CreateNavigationButton(KString text, KString accessibleName, Portal
 
 QIcon GetIconPreviousFolder();
 QIcon GetIconSearch();
-/// Returns the decoration at the left end of the folder bar. \p parent owns it until a tool bar takes it.
+/// Returns the decoration at the left end of the folder bar. \p parent owns it until it is added to a tool bar.
 QPushButton *GetIconFolderButton(Portal_CloudBrowserWindows *parent);
 
 /// Appends a button for \p folder to \p bar, with a menu of its sub-folders if it has any, and stores the actions in

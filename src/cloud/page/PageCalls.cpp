@@ -11,8 +11,8 @@
 #include <optional>
 #include <utility>
 
-/// One running call of a page, which may delete the page. Transfers with an index of at least \c firstTransfer began in
-/// it.
+/// One running call of a page, which may delete the page. Transfers with an index of at least \c firstTransfer began
+/// during the call.
 struct PageCalls::Running
 {
     explicit Running(PageCalls *pageCalls)
@@ -61,8 +61,8 @@ bool PageCalls::runSteps(const std::function<void()> &steps)
 
 bool PageCalls::runUnderWaitCursor(const std::function<void()> &steps)
 {
-    const RunningCall running;                // for the cursor's last command
-    std::optional<Tavrin::WaitCursor> cursor; // its destructor turns the cursor off on every other way out
+    const RunningCall running;                // counts the destructor of the cursor too
+    std::optional<Tavrin::WaitCursor> cursor; // the destructor turns the cursor off if a step returns false
     return run([&cursor] { cursor.emplace(); }) && runSteps(steps) && run([&cursor] { cursor.reset(); });
 }
 
@@ -87,7 +87,7 @@ void PageCalls::callsEnded()
 {
     m_endQueued = false;
     if (isRunning())
-        return; // the end of that call queues this function again
+        return; // the end of the running call queues this function again
     if (m_postponed == Fetch::None) {
         emit idle();
         return;

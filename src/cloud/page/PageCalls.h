@@ -13,8 +13,8 @@
 class QWidget;
 class Transfer;
 
-/// Every function that calls something returns false if the page was deleted meanwhile: then the caller returns without
-/// using the page. A caller that ends there anyway discards the result.
+/// Each function that runs a call returns false if the page was deleted meanwhile. The caller must then return without
+/// using the page. A caller that returns in any case may discard the result.
 class PageCalls : public QObject
 {
     Q_OBJECT
@@ -27,22 +27,22 @@ public:
 
     /// Runs \p call. Fetches that arrive meanwhile are postponed, and unloading the plug-in is refused.
     [[nodiscard]] bool run(const std::function<void()> &call);
-    /// As run(), for a call that waits for the portal's service: the page's transfer bar shows that it is running.
+    /// Like run(), for a call that waits for the portal's service. The page's transfer bar shows that it is running.
     [[nodiscard]] bool runPortalCall(const std::function<void()> &call);
-    /// Runs \p steps, which use this guard themselves for each of their calls.
+    /// Runs \p steps, which pass each of their calls to this guard.
     [[nodiscard]] bool runSteps(const std::function<void()> &steps);
-    /// As runSteps(), with the host's wait cursor on. \p steps are left out if the page was deleted when the cursor was
+    /// Like runSteps(), with the host's wait cursor on. Skips \p steps if the page was deleted when the cursor was
     /// turned on.
     [[nodiscard]] bool runUnderWaitCursor(const std::function<void()> &steps);
 
-    /// True while one of the page's calls is running.
+    /// Returns true while one of the page's calls is running.
     bool isRunning() const { return m_running > 0; }
     /// Returns false if no call is running. Otherwise stores \p call, which runs once from the event loop after the
     /// running calls have ended, and returns true.
     bool postpone(Fetch fetch, std::function<void()> call);
 
-    /// The running transfers that \p page shows, outermost first: those that began in a call of the page, and those
-    /// that began outside of the calls of all pages.
+    /// Returns the running transfers that \p page shows, outermost first: those that began in a call of the page, and
+    /// those that began outside of all pages' calls.
     static std::vector<const Transfer *> transfersOf(const QWidget *page);
 
 signals:

@@ -97,7 +97,7 @@ void Pager::createPageSizes(Portal_CloudBrowserWindows *page, QHBoxLayout *row)
                              TavrinStrings::text(TavrinStrings::kCloudPortalItems));
     }
     m_pageSizes->setCurrentIndex(2);
-    // From the event loop: the box uses itself after the signal, and the host may delete it during the fetch.
+    // Queued, because the box uses its members after the signal, and the host may delete the box during the fetch.
     connect(m_pageSizes, qOverload<int>(&QComboBox::currentIndexChanged), page,
             &Portal_CloudBrowserWindows::ItemPerPageClick, Qt::QueuedConnection);
     row->addWidget(m_pageSizes, 0, Qt::AlignRight);

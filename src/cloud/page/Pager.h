@@ -21,13 +21,13 @@ struct Paging
     qint32 itemCount = 0;
     qint32 pageCount = 1;
 
-    /// Returns true if the pager offers the page that is \p steps (above 0) after or before the current one. The last
-    /// counted item hides the page that it is on.
+    /// Returns true if the pager offers the page that is \p steps (above 0) after or before the current one. The page
+    /// with the last item of the total is not offered.
     bool hasPageAfter(int steps) const;
     bool hasPageBefore(int steps) const;
     bool hasPrevious() const { return page >= 2; }
     /// Returns the number of the page \p delta pages away, or an empty optional if it is outside of the totals. Page 0
-    /// is inside.
+    /// is inside the totals.
     std::optional<qint32> pageAt(int delta) const;
 };
 
@@ -39,7 +39,7 @@ public:
     explicit Pager(Portal_CloudBrowserWindows *page);
 
     void show(const Paging &paging);
-    /// Shows that there is no result.
+    /// Shows an empty result.
     void reset();
     void enablePageSizes(bool enable);
 

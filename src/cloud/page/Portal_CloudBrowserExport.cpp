@@ -41,7 +41,7 @@ void reportMissingTranslator()
                             TavrinHelper::quoted(TavrinStrings::getString(TavrinStrings::kOk)) + "\"");
 }
 
-/// Asks the user over \p mainWindow. Returns false without asking if the host runs without its interactive interface.
+/// Asks the user over \p mainWindow. Returns false without a question if the host has no interactive interface.
 bool mayOverwrite(QWidget *mainWindow)
 {
     const KGlobal::KeldaState state = KGlobal::keldaState();

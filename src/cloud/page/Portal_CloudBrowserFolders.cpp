@@ -46,7 +46,7 @@ void Portal_CloudBrowserWindows::createRoot()
     m_items.keep(m_root);
 }
 
-/// Detaches the children of \p folder. The root gets the portal's fixed folders again.
+/// Detaches the children of \p folder. Adds the portal's fixed folders to the root again.
 void Portal_CloudBrowserWindows::restoreFixedFolders(ICloudItem *folder)
 {
     folder->RemoveAllChild(false);
@@ -74,7 +74,7 @@ void Portal_CloudBrowserWindows::RefreshFolderData()
 
 void Portal_CloudBrowserWindows::loadFolder()
 {
-    // Each call may have closed the dock, which leaves no current folder.
+    // Each call may have closed the dock, which clears the current folder.
     if (!m_currentFolder)
         return;
     m_thumbnails->cancel();

@@ -90,7 +90,7 @@ void Portal_CloudBrowserWindows::createSearchBar()
     m_searchText = new QLineEdit(m_searchBar);
     m_searchText->setMaximumHeight(kBarHeight);
     m_searchText->setAccessibleName(QStringLiteral("SearchTextInput"));
-    // From the event loop: the field uses itself after the signal, and the host may delete it during the search.
+    // Queued, because the field uses its members after the signal, and the host may delete the field during the search.
     connect(m_searchText, &QLineEdit::returnPressed, this, &Portal_CloudBrowserWindows::searchTextReturnPressEvent,
             Qt::QueuedConnection);
     m_searchBar->addWidget(m_searchText);
@@ -181,7 +181,7 @@ void Portal_CloudBrowserWindows::createShortcuts()
     m_refreshAction->setShortcut(Qt::Key_F5);
     m_refreshAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     m_refreshAction->setAutoRepeat(false);
-    // From the event loop, since the menu uses itself after the signal.
+    // Queued, because the menu uses its members after the signal.
     connect(
         m_refreshAction, &QAction::triggered, this, [this] { reloadFolder(); }, Qt::QueuedConnection);
     addAction(m_refreshAction);

@@ -39,7 +39,7 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
     for (ICloudItem *item : entries)
         m_items.keep(item);
 
-    std::vector<QIcon> icons; // some need a host command, which may delete the page and its items
+    std::vector<QIcon> icons; // reading one may send a host command, which may delete the page and its items
     const auto readIcons = [&] {
         for (const QPointer<ICloudItem> &item : entries)
             icons.push_back(item ? item->GetItemIcon() : QIcon());
@@ -66,7 +66,7 @@ bool Portal_CloudBrowserWindows::showItems(const ItemVector &fetched)
 
 void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &icon)
 {
-    // Filled before it is added: an entry of a list searches its own row after each change.
+    // Filled before it is added, because an entry in a list searches for its row after each change.
     auto *entry = new Portal_CloudBrowserListItem(item, icon, KQtUtil::toQString(item->GetDisplayName()), nullptr);
     if (!item->IsFolder())
         entry->setToolTip(KQtUtil::toQString(item->GetTooltip()));
@@ -155,8 +155,8 @@ void Portal_CloudBrowserWindows::ListViewItemDoubleClick(QListWidgetItem *itemCl
     ListViewItemClicked(itemOf(itemClick), true);
 }
 
-/// Opens \p entry from the event loop: the list uses itself after the signal of a double click, and the host may delete
-/// it during the call. Ignored if the entry has been removed from the list by then.
+/// Opens \p entry from the event loop, because the list uses its members after the signal of a double click, and the
+/// host may delete the list during the call. Ignored if the entry has been removed from the list by then.
 void Portal_CloudBrowserWindows::openLater(QListWidgetItem *entry)
 {
     const QPointer<ICloudItem> item(itemOf(entry));
@@ -181,7 +181,8 @@ void Portal_CloudBrowserWindows::ClearSelection()
     m_fileList->clearSelection();
 }
 
-/// The menu is not made by Qt::ActionsContextMenu, which puts it on the stack: deleting the page would delete it there.
+/// Creates the menu on the heap. Qt::ActionsContextMenu would create it on the stack, where deleting the page would
+/// delete it.
 void Portal_CloudBrowserWindows::showListMenu(const QPoint &at)
 {
     auto *menu = new QMenu(m_fileList);

@@ -41,7 +41,7 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
     new TransferBar(this);
     connect(&m_calls, &PageCalls::idle, this, &Portal_CloudBrowserWindows::releaseUnusedItems);
 
-    // Last: a host command above may have deleted the parent, and with it a page that was already its child.
+    // Last, because a host command above may delete the parent, and the parent deletes its children.
     setParent(owner);
     if (auto *dock = qobject_cast<Portal_CloudBrowserDockWidget *>(owner.data()))
         connect(dock, &Portal_CloudBrowserDockWidget::aboutToClose, this, &Portal_CloudBrowserWindows::ClearSelection);
@@ -49,7 +49,7 @@ Portal_CloudBrowserWindows::Portal_CloudBrowserWindows(QWidget *parent, IPortal 
 
 Portal_CloudBrowserWindows::~Portal_CloudBrowserWindows()
 {
-    // The widgets are deleted after this body and must not call slots of the page then.
+    // The widgets are deleted after this body. They must not call slots of the page then.
     m_fileList->disconnect(this);
     m_importExportTabs->disconnect(this);
     m_folderBar->clearPath();

@@ -33,15 +33,15 @@ class Portal_CloudBrowserWindows : public QWidget
 {
     Q_OBJECT
 public:
-    /// \p parent is the dock panel; \p portal is not owned and outlives every call on the page, but not the page. Sends
-    /// host commands. The page gets no parent if one of them deleted \p parent.
+    /// \p parent is the dock panel; \p portal is not owned. It must outlive every call on the page, but may be deleted
+    /// before the page. Sends host commands. The page has no parent if a command deleted \p parent.
     Portal_CloudBrowserWindows(QWidget *parent, ICloudPortalApi::IPortal *portal);
     ~Portal_CloudBrowserWindows() override;
 
-    /// Sets the panel, the controller and the host's main window (which may be null). The page owns none of them.
+    /// Sets the panel, the controller and the host's main window (which may be null). The page does not own them.
     void SetOwners(Portal_CloudBrowserDockWidget *dock, Portal_CloudBrowser *controller, QMainWindow *mainWindow);
 
-    /// Shows whether the user is signed in. Spins the event loop for the portal's answer.
+    /// Shows whether the user is signed in. Spins the event loop while the portal checks the session.
     void RefreshLoginButtonState();
     /// Enables or disables the controls that need a session. Controls that also need a choice are only disabled.
     void EnablePortalGui(bool enable);
@@ -171,5 +171,5 @@ private:
     Pager *m_pager = nullptr; ///< null if the portal does not search page by page
     QTabWidget *m_importExportTabs = nullptr;
     ImportPanel *m_importPanel = nullptr;
-    ExportPanel *m_exportPanel = nullptr; ///< null if the portal takes no files
+    ExportPanel *m_exportPanel = nullptr; ///< null if the portal supports no upload
 };

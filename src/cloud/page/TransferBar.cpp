@@ -45,7 +45,7 @@ QString TransferBar::text() const
     return m_numbers.isEmpty() ? m_name : m_name + QStringLiteral("  ") + m_numbers;
 }
 
-/// Returns the innermost transfer that is to be shown, or null.
+/// Returns the innermost transfer that the bar must show, or null.
 const Transfer *TransferBar::shownTransfer() const
 {
     const std::vector<const Transfer *> running = PageCalls::transfersOf(parentWidget());
@@ -115,7 +115,7 @@ void TransferBar::hideNow()
     if (isHidden())
         return;
     hide();
-    // At once, since the code after a transfer may block the event loop.
+    // Repaint now, because the code after a transfer may block the event loop.
     parentWidget()->repaint(geometry());
 }
 

@@ -1,7 +1,7 @@
 // cloud/page/TransferBar.h
 //
 // The thin bar at the lower edge of a page that shows the page's running transfer. It is drawn over the layout, does
-// not change it, never gets the focus, and ignores the mouse.
+// not accept the focus, and ignores the mouse.
 
 #pragma once
 

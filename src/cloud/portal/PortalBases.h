@@ -91,7 +91,7 @@ public:
     void setOwnerCB(IPortalOwnerCB *owner) override;
 
 protected:
-    /// Takes ownership of \p login and \p browser, which must not be null.
+    /// Owns \p login and \p browser, which must not be null.
     PortalBase(const PortalTraits &traits, ILogin *login, IPortalBrowser *browser);
 
     /// Receives the clicks on the items that the portal creates. Null before setOwnerCB().

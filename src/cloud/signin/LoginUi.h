@@ -24,8 +24,8 @@ public:
     LoginUi();
     ~LoginUi() override;
 
-    /// Sets the object that builds the sign-in address and recognises the last address of the sign-in. Not owned.
-    /// Required before login().
+    /// Sets the object that builds the sign-in address and recognises the last address of the sign-in. \p login is not
+    /// owned. Required before login().
     void SetILogin(ILogin *login);
     /// The next dialog calls \p callback (may be null) once, with \p context and its result, when it ends.
     void setCallback(Callback callback, void *context);

@@ -34,7 +34,7 @@ public:
         m_dialog->disconnect(m_receiver);
         m_dialog->hide();
     }
-    /// hide(), and deletes the dialog later.
+    /// Hides the dialog like hide() and deletes it later.
     void close()
     {
         hide();

@@ -23,8 +23,8 @@ public:
     void SetSessionID(const KString &id, const KString &secureId);
     KString GetSessionID() const { return m_sessionId; }
     KString GetSecureSessionID() const { return m_secureSessionId; }
-    /// Writes the current session to the settings file. If that fails, this object keeps the session in memory, and the
-    /// first time writes a warning with the file's path to the host's output.
+    /// Writes the current session to the settings file. If that fails, the session stays in memory only, and the first
+    /// failure writes a warning with the file's path to the host's output.
     void SaveSessionSettings();
 
 protected:
@@ -34,7 +34,7 @@ protected:
     /// \p settingsName is the name of the settings file and must be a literal.
     explicit SessionLogin(const char *settingsName);
 
-    /// Does the work of IsLogin().
+    /// Implements IsLogin().
     SessionCheck checkSession();
     /// Returns true if the last checkSession() returned Valid.
     bool isConfirmed() const { return m_isConfirmed; }

@@ -24,7 +24,7 @@ public:
     Handle begin(IPortalOwnerCB *owner);
     /// Like begin(owner). end() will call \p callback, which may be null, with \p context.
     Handle begin(Callback callback, void *context);
-    /// Supersedes the current attempt and takes over its notification.
+    /// Supersedes the current attempt. end() then notifies the owner or callback of that attempt.
     Handle restart() { return replaceWith(*m_current); }
     /// Supersedes the current attempt without notification.
     void cancel() { replaceWith({}); }
