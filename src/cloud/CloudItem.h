@@ -57,13 +57,12 @@ public:
     virtual QIcon GetItemIcon();
     /// Deletes the cached icons of the style. The next call of GetItemIcon() reads them again.
     static void ReleaseStandardIcons();
-    /// Returns the sub-folder of the portal's download folder: empty, or with a "/" at its beginning and none at its
-    /// end.
+    /// Returns the sub-folder of the portal's download folder: empty, or a path that begins but does not end with "/".
     virtual KString GetImportPathFolder() = 0;
     /// Returns the local name of the downloaded file.
     virtual KString GetImportFilename() = 0;
 
-    /// The item owns none of the three. An action that has been deleted is returned as null.
+    /// The item does not own these objects. The getters return null for an action that has been deleted.
     virtual void SetFolderAction(QAction *action);
     virtual QAction *GetFolderAction();
     virtual void SetFolderActionArrow(QAction *action);
@@ -77,7 +76,8 @@ public:
     /// Returns all properties as "name: value", one per line and in the order of their names. Plain text.
     virtual KString GetTooltip();
     virtual int GetPropertiesCount();
-    /// \p index counts in the order of the names. A negative index is read as 0; one past the end gives an empty text.
+    /// \p index counts in the order of the names. A negative index is treated like 0; an index past the end returns an
+    /// empty text.
     virtual KString GetPropertyName(int index);
     virtual KString GetPropertyValue(int index);
 
@@ -85,13 +85,13 @@ public:
     /// The children are ordered by address. Removing a child invalidates its iterators only.
     virtual ItemSet::iterator GetChildBegin();
     virtual ItemSet::iterator GetChildEnd();
-    /// Takes ownership of \p child, but does not set its parent. Returns true, also if it was a child already.
+    /// Takes ownership of \p child, but does not set its parent. Returns true, even if it was a child already.
     virtual bool AddChild(ICloudItem *child);
     /// Removes \p child and, with \p deleteChild, deletes it. Returns false if it is not a child.
     virtual bool RemoveChild(ICloudItem *child, bool deleteChild);
     virtual ICloudItem *GetParent();
     virtual bool SetParent(ICloudItem *parent);
-    /// Removes all children. With false they are not deleted, and the caller owns them.
+    /// Removes all children. If \p deleteChildren is false, the caller owns the children.
     virtual void RemoveAllChild(bool deleteChildren);
 
 public slots:

@@ -19,7 +19,7 @@ class JsonReply
 {
 public:
     /// Parses \p body up to its first zero byte. Rejects replies with more than 1024 nested levels or 500,000 values
-    /// (counted as commas and opening brackets, also in strings), and replies for which the memory is not sufficient.
+    /// (counted as commas and opening brackets, also in strings), and replies that need more memory than is available.
     /// The last two are reported on the host's error output.
     explicit JsonReply(const QByteArray &body);
     JsonReply(const JsonReply &) = delete;
@@ -29,7 +29,8 @@ public:
     QScriptValue value() const { return m_value; }
     bool isValid() const { return m_value.isValid(); }
 
-    /// Returns the own property \p name of \p object, or an invalid value. \p object may be any value.
+    /// Returns the property \p name of \p object itself (not an inherited one), or an invalid value. \p object may be
+    /// any value.
     static QScriptValue member(const QScriptValue &object, const char *name);
     /// Reads the text property \p name. Returns false and leaves \p out unchanged if it does not exist or has another
     /// type. The same applies to integer() and boolean().

@@ -9,13 +9,13 @@
 class FileListThumbnails;
 class QListWidget;
 
-/// Makes every row as wide as the list, so that the list elides long names. Shows tool tips as plain text, since
+/// Makes every row as wide as the list, so that the list elides long names. Shows tool tips as plain text, because
 /// services define them. If a name does not fit, the tool tip begins with the whole name.
 class FileListDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
 public:
-    /// \p list becomes the parent. \p thumbnails is not owned. A picture of it replaces the icon of its row.
+    /// \p list becomes the parent. \p thumbnails is not owned. Its pictures replace the icons of their rows.
     FileListDelegate(QListWidget *list, const FileListThumbnails *thumbnails);
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;

@@ -1,6 +1,6 @@
 // cloud/page/FileListThumbnails.h
 //
-// Loads the pictures of the file list in the background: those of the rows that can be seen, and of one screen below.
+// Loads the pictures of the file list in the background: those of the visible rows and of one screen below.
 
 #pragma once
 
@@ -13,8 +13,8 @@
 
 class QListWidget;
 
-/// Cancels all requests when the list is hidden or deleted. No call waits for a picture, and a failure causes no
-/// message.
+/// Cancels all requests when the list is hidden or deleted. Calls do not wait for pictures, and failures are not
+/// reported.
 class FileListThumbnails : public QObject
 {
     Q_OBJECT
@@ -25,15 +25,15 @@ public:
     /// \p list becomes the parent.
     explicit FileListThumbnails(QListWidget *list);
 
-    /// Cancels all requests. To be called before the contents of the list are fetched.
+    /// Cancels all requests. Must be called before the contents of the list are fetched.
     void cancel();
-    /// Begins to load. To be called after each fetch. If an item of the list has a picture, all rows become tall enough
-    /// for one.
+    /// Starts to load the pictures. Must be called after each fetch. If an item of the list has a picture, all rows
+    /// become tall enough for one.
     void listFilled();
 
-    /// True while the list has tall rows.
+    /// Returns true while the list has tall rows.
     bool isEnabled() const { return m_isEnabled; }
-    /// The picture of \p row at the list's device pixel ratio; a null image if it has not arrived.
+    /// Returns the picture of \p row at the list's device pixel ratio; a null image if it is not loaded.
     QImage picture(int row) const;
 
 protected:
