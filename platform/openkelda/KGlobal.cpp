@@ -12,27 +12,17 @@ KString textOf(const KCommandResult &result)
     int integer = 0;
     double number = 0;
     KStringArray array;
-    switch (result.kind()) {
-    case KCommandResult::kNone:
-        break;
-    case KCommandResult::kInt:
-        result.getResult(integer);
+    if (result.getResult(integer)) {
         text += integer;
-        break;
-    case KCommandResult::kDouble:
-        result.getResult(number);
+    } else if (result.getResult(number)) {
         text += number;
-        break;
-    case KCommandResult::kString:
-        result.getResult(text);
-        break;
-    case KCommandResult::kStringArray:
-        result.getResult(array);
+    } else if (result.getResult(array)) {
         for (unsigned i = 0; i < array.length(); ++i) {
             text += i == 0 ? "" : " ";
             text += array[i];
         }
-        break;
+    } else {
+        result.getResult(text);
     }
     return text;
 }
@@ -58,7 +48,7 @@ KStatus KGlobal::executeCommand(const KString &command, KCommandResult &result, 
     result = KCommandResult();
     if (KHost *host = KHost::instance())
         return host->execute(command, result, display, undo);
-    return KStatus::failure("no host runs commands in this process");
+    return KStatus::failure("this process has no host that runs commands");
 }
 
 KString KGlobal::executeCommandStringResult(const KString &command, bool display, bool undo, KStatus *status)

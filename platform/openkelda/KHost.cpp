@@ -73,7 +73,7 @@ KFnPlugin::KFnPlugin(KObject plugin, const char *vendor, const char *version, co
 {
     KHost *host = KHost::instance();
     if (!host)
-        m_status = KStatus::failure("no host loads plug-ins in this process");
+        m_status = KStatus::failure("this process has no host that loads plug-ins");
     else if (plugin.isNull())
         m_status = KStatus::failure("the plug-in object is null");
     else
@@ -104,7 +104,7 @@ KStringResourceId::KStringResourceId(const char *plugin, const char *key, const 
 KStatus KStringResource::registerString(const KStringResourceId &id)
 {
     KHost *host = KHost::instance();
-    return host ? host->registerString(id) : KStatus::failure("no host keeps texts in this process");
+    return host ? host->registerString(id) : KStatus::failure("this process has no host that stores texts");
 }
 
 KString KStringResource::getString(const KStringResourceId &id, KStatus &status)
@@ -114,6 +114,6 @@ KString KStringResource::getString(const KStringResourceId &id, KStatus &status)
     if (host && host->findString(id, text))
         status = KStatus();
     else
-        status = KStatus::failure("no text is registered as " + id.plugin() + "." + id.key());
+        status = KStatus::failure("the text " + id.plugin() + "." + id.key() + " is not registered");
     return text;
 }

@@ -12,8 +12,8 @@ bool isScalar(char32_t point)
     return point < 0xD800 || (point > 0xDFFF && point <= 0x10FFFF);
 }
 
-/// Returns the code point at \p at and moves \p at behind it. A malformed sequence is one replacement character and
-/// ends before the first byte that cannot belong to it.
+/// Returns the code point at \p at and moves \p at to the next one. A malformed sequence becomes one replacement
+/// character and ends before the first byte that cannot continue it.
 char32_t decode(const std::string &text, std::size_t &at)
 {
     const auto lead = static_cast<unsigned char>(text[at++]);

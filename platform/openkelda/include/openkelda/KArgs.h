@@ -16,12 +16,12 @@ class KSyntax
 {
 public:
     KSyntax() = default;
-    /// A flag without arguments.
+    /// Adds a flag without arguments.
     void addFlag(const char *shortName, const char *longName);
     void enableQuery(bool enable) { m_query = enable; }
     void enableEdit(bool enable) { m_edit = enable; }
 
-    /// The short name of the flag with the short or long name \p flag; empty for an unknown flag.
+    /// Returns the short name of \p flag, which is a short or long name; empty for an unknown flag.
     std::string shortNameOf(const std::string &flag) const;
 
 private:

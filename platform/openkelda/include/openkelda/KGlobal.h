@@ -13,8 +13,8 @@ class KGlobal
 public:
     enum KeldaState { kInteractive = 0, kBatch, kLibraryApp, kBaseUI };
 
-    /// Runs command-language text. The status of a failure has file, line and reason. \p display echoes the command and
-    /// its result. Commands that show a dialog spin the event loop.
+    /// Runs command-language text. The status of a failure contains file, line and reason. \p display echoes the
+    /// command and its result. Commands that show a dialog spin the event loop.
     static KStatus executeCommand(const KString &command, bool display = false, bool undo = false);
     static KStatus executeCommand(const KString &command, KCommandResult &result, bool display = false,
                                   bool undo = false);

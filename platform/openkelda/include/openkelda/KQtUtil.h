@@ -14,6 +14,6 @@ class KQtUtil
 public:
     static QString toQString(const KString &text);
     static KString toKString(const QString &text);
-    /// The host's main window, which the host owns. Null without a user interface.
+    /// Returns the main window, which the host owns, or null without a user interface.
     static QWidget *mainWindow();
 };

@@ -21,7 +21,7 @@ public:
     const char *utf8() const { return m_utf8.c_str(); }
     /// One wide character per code point; malformed UTF-8 becomes U+FFFD.
     std::wstring wide() const;
-    /// Number of characters (code points), not bytes.
+    /// Returns the number of characters (code points), not bytes.
     unsigned length() const;
     bool isEmpty() const { return m_utf8.empty(); }
 

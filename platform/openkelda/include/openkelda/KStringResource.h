@@ -7,7 +7,7 @@
 #include "openkelda/KStatus.h"
 #include "openkelda/KString.h"
 
-/// Identifies a text by plug-in and key, and has its default.
+/// Identifies a text by plug-in and key, and contains the default text.
 class KStringResourceId
 {
 public:

@@ -6,8 +6,8 @@
 
 #include "openkelda/openkelda.h"
 
-/// A host program derives from this and installs one object. Without it, commands fail, messages go to stderr, the run
-/// mode is batch and texts are the defaults.
+/// A host program derives from this and installs one object. Without an installed host, commands fail, messages are
+/// written to stderr, the run mode is batch and texts are the defaults.
 class KHost
 {
 public:

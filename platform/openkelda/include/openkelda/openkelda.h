@@ -1,6 +1,6 @@
 // openkelda/openkelda.h
 //
-// Everything a plug-in needs of the host's API, in one include.
+// Includes the host's API for plug-ins.
 
 #pragma once
 
