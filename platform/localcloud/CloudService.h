@@ -14,15 +14,14 @@
 
 namespace localcloud {
 
-/// Where one service keeps its data. All of it is on one file system.
+/// The places of one service's data, all on one file system.
 struct ServiceStorage
 {
-    QString folder;     ///< the files that it serves; exists
-    QString workFolder; ///< for temporary files; exists
-    QString tokenFile;  ///< for its TokenStore
+    QString folder;     ///< the served files; must exist
+    QString workFolder; ///< for temporary files; must exist
+    QString tokenFile;  ///< for the TokenStore
 };
 
-/// A call that a service offers.
 struct Route
 {
     enum class Match { Whole, Prefix };
@@ -30,10 +29,10 @@ struct Route
 
     QStringList hosts; ///< lower case
     QByteArray path;
-    Match match = Match::Whole; ///< whether \a path is the whole path or its beginning
+    Match match = Match::Whole; ///< whether \a path is the whole path of the request or its beginning
     QByteArrayList methods;
-    Transport transport = Transport::Tls; ///< the service answers 403 to requests over the other one
-    /// Gets the request with \a path removed from the start of its path.
+    Transport transport = Transport::Tls; ///< requests over the other transport fail with 403
+    /// Called with the request, from whose path \a path was removed.
     std::function<void(HttpRequest &, HttpResponse &)> handler;
     /// Returns false and fills the response to refuse the request. Null allows all requests.
     std::function<bool(const HttpRequest &, HttpResponse &)> isAllowed;
@@ -47,11 +46,11 @@ public:
     /// Reads the stored data. Returns false and sets \p error if it is damaged.
     virtual bool open(QString *error);
 
-    /// Returns whether \p host (lower case, without port) is one of this service's names.
+    /// Returns true if \p host (lower case, without port) is one of this service's names.
     bool hasHost(const QString &host) const;
 
-    /// Fills \p response by the first route that matches. May move the request's body away. Answers 404 if no route
-    /// matches and 405 if the route has other methods.
+    /// Fills \p response by the first route that matches. May empty the request's body. The status is 404 if no route
+    /// matches, and 405 if the route has other methods.
     void serve(HttpRequest &request, HttpResponse &response) const;
 
 protected:

@@ -3,7 +3,6 @@
 #include "localcloud/DemoData.h"
 #include "localcloud/dropbox/DropboxService.h"
 #include "localcloud/plyx/PlyxService.h"
-#include "localcloud/Services.h"
 #include "localcloud/zephal/ZephalService.h"
 
 #include <QDir>
@@ -13,12 +12,26 @@
 
 #include <functional>
 #include <sys/socket.h>
+#include <utility>
 
 using namespace localcloud;
 
 namespace {
 
 constexpr int kPendingConnections = 1000;
+
+template <class Service>
+std::unique_ptr<CloudService> make(const ServiceStorage &storage)
+{
+    return std::make_unique<Service>(storage);
+}
+
+/// The services. Their folders in the data folder and their demo data have the same names.
+const std::pair<QString, std::unique_ptr<CloudService> (*)(const ServiceStorage &)> kServices[] = {
+    {"dropbox", make<DropboxService>},
+    {"plyx", make<PlyxService>},
+    {"zephal", make<ZephalService>},
+};
 
 /// Passes on descriptors instead of sockets, because a tunnel needs a QSslSocket.
 class Listener : public QTcpServer
@@ -71,12 +84,12 @@ bool LocalCloud::startServices(QString *error)
         return false;
     }
     QFile::setPermissions(m_dataDir + "/.localcloud", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    for (const ServiceEntry &entry : serviceRegistry()) {
-        const ServiceStorage storage{serviceFolder(entry.name), uploadFolder(), stateFile(entry.name + "-tokens.json")};
+    for (const auto &[name, makeService] : kServices) {
+        const ServiceStorage storage{serviceFolder(name), uploadFolder(), stateFile(name + "-tokens.json")};
         QDir().mkpath(storage.folder);
-        if (m_options.demoData && !fillOnce(entry.name, storage.folder, stateFile("seeded-" + entry.name), error))
+        if (m_options.demoData && !fillOnce(name, storage.folder, stateFile("seeded-" + name), error))
             return false;
-        m_services.push_back(entry.make(storage));
+        m_services.push_back(makeService(storage));
         if (!m_services.back()->open(error))
             return false;
     }
@@ -111,31 +124,6 @@ quint16 LocalCloud::port() const
 QUrl LocalCloud::proxyUrl() const
 {
     return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(port()));
-}
-
-QString LocalCloud::caFile() const
-{
-    return m_authority->caFile();
-}
-
-QSslCertificate LocalCloud::caCertificate() const
-{
-    return m_authority->certificate();
-}
-
-bool LocalCloud::addRule(const QString &host, const QString &pathGlob, const QString &action, int times)
-{
-    return m_rules.add(host, pathGlob, action, times);
-}
-
-bool LocalCloud::addRule(const QString &line)
-{
-    return m_rules.add(line);
-}
-
-void LocalCloud::clearRules()
-{
-    m_rules.clear();
 }
 
 /// Returns the registered service of that type, which must exist.

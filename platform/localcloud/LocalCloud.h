@@ -1,7 +1,7 @@
 // localcloud/LocalCloud.h
 //
 // The services of the demo and the tests in one object: an HTTP proxy on 127.0.0.1 that serves the services' real host
-// names from a folder of files. It works in the thread of its clients, because it never spins the event loop.
+// names from a folder of files. It may run in the thread of its clients, because it does not spin the event loop.
 
 #pragma once
 
@@ -25,7 +25,7 @@ struct LocalCloudOptions
 {
     quint16 port = 0;          ///< 0 chooses a free port
     QString dataDir;           ///< empty for a temporary folder, which the destructor deletes
-    QString logFile;           ///< empty for none
+    QString logFile;           ///< empty: no log
     bool demoData = false;     ///< fill the folders of the services once
     bool ownAuthority = false; ///< keep the certificate authority in dataDir instead of sharing one per process
     bool keepRequests = true;  ///< collect requests()
@@ -45,25 +45,28 @@ public:
     /// Returns "http://127.0.0.1:PORT", the proxy for http and https.
     QUrl proxyUrl() const;
     /// Returns the PEM file of the certificate authority to trust; valid after start().
-    QString caFile() const;
-    QSslCertificate caCertificate() const;
+    QString caFile() const { return m_authority->caFile(); }
+    QSslCertificate caCertificate() const { return m_authority->certificate(); }
 
-    /// Return the folder that a service shows: absolute, without a slash at its end; valid after start().
+    /// Return the folder that a service serves: absolute, without a slash at its end; valid after start().
     QString dropboxDir() const { return serviceFolder("dropbox"); }
     QString plyxDir() const { return serviceFolder("plyx"); }
     QString zephalDir() const { return serviceFolder("zephal"); }
 
     /// Adds a rule for \p times requests, 0 for all; see localcloud::Rules::add().
-    bool addRule(const QString &host, const QString &pathGlob, const QString &action, int times = 0);
+    bool addRule(const QString &host, const QString &pathGlob, const QString &action, int times = 0)
+    {
+        return m_rules.add(host, pathGlob, action, times);
+    }
     /// Adds the rule "HOST PATH-GLOB ACTION".
-    bool addRule(const QString &line);
-    void clearRules();
+    bool addRule(const QString &line) { return m_rules.add(line); }
+    void clearRules() { m_rules.clear(); }
 
     /// Returns the requests served so far, oldest first, including those in tunnels. CONNECT is not recorded.
     const QVector<RequestRecord> &requests() const { return m_requests; }
     void clearRequests() { m_requests.clear(); }
 
-    /// Return what a sign-in yields, for tests without a sign-in page; valid after start().
+    /// Return the results of a sign-in without its page, for tests; valid after start().
     QString issueDropboxToken();
     QString issueDropboxCode(const QString &clientId, const QString &redirectUri);
     localcloud::PlyxSession issuePlyxSession();

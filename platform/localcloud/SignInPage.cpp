@@ -2,21 +2,6 @@
 
 namespace localcloud {
 
-QString signInForm(const SignInForm &form)
-{
-    static const QString text = QStringLiteral(R"(<h1>%1</h1>%2
-<form method="post" action="%3"><label for="user">User name</label>
-<input class="text" id="user" name="user" type="text" autocomplete="off" value="%4"%5>
-<label for="password">Password</label><input class="text" id="password" name="password" type="password"%6>
-<button id="sign-in" type="submit">Sign in</button></form><p class="hint">On this computer: user <b>%7</b>, password
-<b>%8</b>.</p>)");
-    const QString message = form.error.isEmpty() ? QString() : "<p id=\"error\" class=\"error\">" + form.error + "</p>";
-    const bool isUserKnown = !form.user.isEmpty();
-    const QString focus(" autofocus");
-    return text.arg(form.heading, message, form.action, form.user.toHtmlEscaped(), isUserKnown ? QString() : focus,
-                    isUserKnown ? focus : QString(), kDemoUser, kDemoPassword);
-}
-
 void setPage(HttpResponse &response, int status, const PageLook &look, const QString &title, const QString &body)
 {
     static const QString frame = QStringLiteral(R"(<!DOCTYPE html>
@@ -39,6 +24,7 @@ input.text:focus { border-color: %3; outline: 2px solid %6; background: #ffffff;
 button { display: block; width: 100%; margin: 22px 0 0; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
          background: %3; color: #ffffff; cursor: pointer; }
 button:focus, button:hover { background: %4; }
+#deny { margin-top: 10px; background: #7a8791; }
 .hint { margin: 18px 0 0; font-size: 12px; color: #7a8791; text-align: center; }
 </style></head><body><div class="bar">%2<small>local cloud</small></div><div class="card">%7</div></body></html>
 )");
@@ -46,6 +32,32 @@ button:focus, button:hover { background: %4; }
                                    look.paleColour, look.focusColour, body);
     response.set(status, "text/html; charset=utf-8", page.toUtf8());
     response.setHeader("Cache-Control", "no-store");
+}
+
+void setErrorPage(HttpResponse &response, int status, const PageLook &look, const QString &reason)
+{
+    setPage(response, status, look, QStringLiteral("Error"), "<h1>Error</h1><p>" + reason + "</p>");
+}
+
+bool checkSignIn(const HttpRequest &request, HttpResponse &response, const PageLook &look, const QString &heading,
+                 const QString &action)
+{
+    static const QString form = QStringLiteral(R"(<h1>%1</h1>%2
+<form method="post" action="%3"><label for="user">User name</label>
+<input class="text" id="user" name="user" type="text" autocomplete="off" value="%4"%5>
+<label for="password">Password</label><input class="text" id="password" name="password" type="password"%6>
+<button id="sign-in" type="submit">Sign in</button></form>
+<p class="hint">On this computer: user <b>%7</b>, password <b>%8</b>.</p>)");
+    const QString user = formValue(request.body.bytes(), "user");
+    const bool isPosted = request.method == "POST";
+    if (isPosted && user == kDemoUser && formValue(request.body.bytes(), "password") == kDemoPassword)
+        return true;
+    const QString error("<p id=\"error\" class=\"error\">The user name or the password is wrong.</p>");
+    const QString focus(" autofocus");
+    setPage(response, 200, look, "Sign in to " + look.brand,
+            form.arg(heading, isPosted ? error : QString(), action, user.toHtmlEscaped(),
+                     user.isEmpty() ? focus : QString(), user.isEmpty() ? QString() : focus, kDemoUser, kDemoPassword));
+    return false;
 }
 
 void setSignedInPage(HttpResponse &response, const PageLook &look)

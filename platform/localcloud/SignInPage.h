@@ -1,6 +1,7 @@
 // localcloud/SignInPage.h
 //
-// The web pages that the services share. They are plain enough for the web engine of the sign-in dialogs.
+// The web pages and the account that the services share. The pages are plain enough for the web engine
+// of the sign-in dialogs.
 
 #pragma once
 
@@ -9,10 +10,6 @@
 #include <QString>
 
 namespace localcloud {
-
-/// The user of the demo, at Plyx and Zephal.
-inline const QString kDemoUser = QStringLiteral("demo");
-inline const QString kDemoPassword = QStringLiteral("demo");
 
 /// Name and colours (as in style sheets) of one service's pages.
 struct PageLook
@@ -24,22 +21,21 @@ struct PageLook
     QString focusColour; ///< of the border around the focused field
 };
 
-/// The form for a user name and a password. All texts but \a user are HTML.
-struct SignInForm
-{
-    QString heading;
-    QString action; ///< the address that the form is sent to
-    QString user;   ///< plain text; if it is not empty, the password field has the focus
-    QString error;  ///< empty for none
-};
-
-/// Returns a form with the fields "user" and "password", the button "sign-in" and, for an error, the paragraph "error".
-/// These are their ids. Below the button are the name and the password of the demo.
-QString signInForm(const SignInForm &form);
+/// The user name and the password of the account.
+const QString kDemoUser = QStringLiteral("demo");
+const QString kDemoPassword = QStringLiteral("demo");
 
 /// Fills \p response with a page: a bar with the brand above a card with \p body, which is HTML. The page is at least
 /// 440 pixels wide, because a dialog that embeds it takes its size from it. Browsers do not store it.
 void setPage(HttpResponse &response, int status, const PageLook &look, const QString &title, const QString &body);
+
+void setErrorPage(HttpResponse &response, int status, const PageLook &look, const QString &reason);
+
+/// Returns true for a POST with the user name and the password of the account. Otherwise fills \p response with the
+/// sign-in page, which has an error after a POST. The ids of its elements are "user", "password", "sign-in" and
+/// "error". \p heading and \p action, the address of the form, are HTML.
+bool checkSignIn(const HttpRequest &request, HttpResponse &response, const PageLook &look, const QString &heading,
+                 const QString &action);
 
 /// Fills \p response with the page at the end of a sign-in.
 void setSignedInPage(HttpResponse &response, const PageLook &look);

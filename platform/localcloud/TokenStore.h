@@ -1,6 +1,6 @@
 // localcloud/TokenStore.h
 //
-// The tokens that a service has issued, each with a value. Kept in a file of mode 0600, so they outlive the process.
+// The tokens that a service has issued, each with a value. They are stored in a file of mode 0600.
 
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace localcloud {
 
-/// Returns 64 random characters out of a-z and 0-9.
+/// Returns 64 random characters from a-z and 0-9.
 QString randomKey();
 
 /// Returns "+/" and 32 random characters of Base64, which must be escaped in addresses.
@@ -24,7 +24,7 @@ public:
     /// Stores \p token and returns it; empty if the file cannot be written.
     QString add(const QString &token, const QString &value = {});
     bool contains(const QString &token) const { return m_tokens.contains(token); }
-    /// Returns the value of \p token, null for an unknown one.
+    /// Returns the value of \p token, or a null text for an unknown token.
     QString value(const QString &token) const { return m_tokens.value(token).toString(); }
     int count() const { return m_tokens.size(); }
 

@@ -82,7 +82,7 @@ QString defaultDataDir()
 
 int main(int argc, char **argv)
 {
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // file names, whatever the locale
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // for file names in every locale
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(kDescription);

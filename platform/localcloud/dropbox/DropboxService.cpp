@@ -48,7 +48,7 @@ QString iconOf(const QFileInfo &info, const QByteArray &type)
     return type.startsWith("text/") ? QStringLiteral("page_white_text") : QStringLiteral("page_white");
 }
 
-/// Returns the description of the entry at \p path without the contents of a folder.
+/// Returns the metadata of the entry at \p path, for a folder without its contents.
 QJsonObject metadataOf(const QString &path, const QFileInfo &info)
 {
     const QByteArray revision = revisionOf(path, info);

@@ -1,5 +1,7 @@
 #include "localcloud/dropbox/DropboxSignIn.h"
 
+#include "localcloud/SignInPage.h"
+
 #include <QJsonObject>
 #include <QUrl>
 
@@ -10,36 +12,7 @@ namespace {
 constexpr int kUserId = 4711;
 constexpr int kCodeLifetimeSeconds = 600;
 
-/// Fills \p response with a page. \p body is HTML.
-void setPage(HttpResponse &response, int status, const QString &title, const QString &body)
-{
-    static const QString frame = QStringLiteral(R"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><title>%1</title>
-<style>
-body { margin: 0; background: #2b2b2b; color: #d8d8d8; font: 14px "DejaVu Sans", Arial, sans-serif; }
-.bar { background: #1f1f1f; padding: 14px 24px; font-weight: bold; color: #f0f0f0; border-bottom: 1px solid #3c3c3c; }
-.card { max-width: 420px; margin: 56px auto; padding: 28px 32px; background: #383838; border: 1px solid #4a4a4a;
-        border-radius: 6px; }
-h1 { font-size: 20px; margin: 0 0 12px; color: #ffffff; font-weight: normal; }
-p, li { line-height: 1.5; }
-ul { padding-left: 20px; color: #b8b8b8; }
-code { background: #2b2b2b; padding: 1px 5px; border-radius: 3px; word-wrap: break-word; }
-form { margin-top: 24px; text-align: right; }
-button { font: inherit; padding: 9px 26px; margin-left: 10px; border-radius: 4px; border: 1px solid #5c5c5c;
-         background: #4a4a4a; color: #f0f0f0; cursor: pointer; }
-button.main { background: #2d7dd2; border-color: #2d7dd2; color: #ffffff; }
-button:focus { outline: 2px solid #8fc1f5; }
-.small { color: #9a9a9a; font-size: 12px; margin-bottom: 0; }
-</style></head><body><div class="bar">Dropbox &middot; local cloud</div><div class="card">%2</div></body></html>
-)");
-    response.set(status, "text/html; charset=utf-8", frame.arg(title.toHtmlEscaped(), body).toUtf8());
-}
-
-void setErrorPage(HttpResponse &response, const QString &reason)
-{
-    const QString body = QStringLiteral("<h1>This link does not work</h1><p>") + reason.toHtmlEscaped() + "</p>";
-    setPage(response, 400, QStringLiteral("Error"), body);
-}
+const PageLook kLook{"Dropbox", "#1f6ab5", "#18548f", "#c9def2", "#b3d1ee"};
 
 bool isLoopback(const QUrl &url)
 {
@@ -85,11 +58,11 @@ void setAuthorizePage(HttpResponse &response, const AuthorizeRequest &parameters
                        "<form method=\"post\" action=\"/1/oauth2/authorize\">") +
         hiddenField("client_id", parameters.clientId) + hiddenField("response_type", "code") +
         hiddenField("redirect_uri", parameters.redirectUri) + hiddenField("state", parameters.state) +
-        QStringLiteral("<button id=\"deny\" type=\"submit\" name=\"decision\" value=\"deny\">Deny</button>"
-                       "<button id=\"allow\" class=\"main\" type=\"submit\" name=\"decision\" value=\"allow\">Allow"
-                       "</button></form><p class=\"small\">You will return to ") +
+        QStringLiteral("<button id=\"allow\" type=\"submit\" name=\"decision\" value=\"allow\">Allow</button>"
+                       "<button id=\"deny\" type=\"submit\" name=\"decision\" value=\"deny\">Deny</button>"
+                       "</form><p class=\"hint\">You will return to ") +
         QUrl(parameters.redirectUri).authority().toHtmlEscaped() + "</p>";
-    setPage(response, 200, QStringLiteral("Connect an application"), body);
+    setPage(response, 200, kLook, QStringLiteral("Connect an application"), body);
 }
 
 } // namespace
@@ -101,7 +74,7 @@ void DropboxSignIn::authorize(const HttpRequest &request, HttpResponse &response
     const AuthorizeRequest parameters(form);
     response.setHeader("Cache-Control", "no-store");
     if (!parameters.fault.isEmpty()) {
-        setErrorPage(response, parameters.fault);
+        setErrorPage(response, 400, kLook, parameters.fault.toHtmlEscaped());
         return;
     }
     if (!posted) {
@@ -124,7 +97,7 @@ QString DropboxSignIn::issueCode(const QString &clientId, const QString &redirec
     return code;
 }
 
-/// Removes \p code. Returns whether it was issued to this client for this address and has not expired.
+/// Removes \p code. Returns true if it was issued to this client for this address and has not expired.
 bool DropboxSignIn::redeemCode(const QString &code, const QString &clientId, const QString &redirectUri)
 {
     const Code known = m_codes.take(code);

@@ -36,21 +36,9 @@ QByteArray contentOf(const QString &path)
 
 QStringList newCertificate(const QString &section, const QString &name, int days)
 {
-    return {"req",
-            "-new",
-            "-x509",
-            "-sha256",
-            "-newkey",
-            "ec",
-            "-pkeyopt",
-            "ec_paramgen_curve:prime256v1",
-            "-nodes",
-            "-days",
-            QString::number(days),
-            "-subj",
-            "/CN=" + name,
-            "-extensions",
-            section};
+    const QString command("req -new -x509 -sha256 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes");
+    return command.split(' ') << "-days" << QString::number(days) << "-subj"
+                              << "/CN=" + name << "-extensions" << section;
 }
 
 } // namespace

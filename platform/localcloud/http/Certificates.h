@@ -1,7 +1,7 @@
 // localcloud/http/Certificates.h
 //
-// A certificate authority and the server certificates that it signs. The openssl command makes them when they are first
-// needed, which blocks for some ten milliseconds without spinning the event loop.
+// A certificate authority and the server certificates that it signs. The openssl command creates them at their first
+// use, which blocks for some ten milliseconds without spinning the event loop.
 
 #pragma once
 
@@ -29,19 +29,19 @@ public:
     /// openssl fails.
     static std::shared_ptr<CertificateAuthority> forProcess(QString *error);
 
-    /// Keeps its files in \p folder, which only its owner can read, so that clients trust the next run too.
+    /// Stores the files in \p folder, which only its owner can read. A later run uses them again.
     explicit CertificateAuthority(const QString &folder);
 
-    /// Loads the authority. Makes a new one if it is missing or expires within 30 days. Returns false and sets \p error
-    /// on failure.
+    /// Loads the authority. Creates a new one if it is missing or expires within 30 days. Returns false and sets
+    /// \p error on failure.
     bool open(QString *error);
 
     /// Returns the PEM file of the authority's certificate.
     QString caFile() const;
     QSslCertificate certificate() const { return m_certificate; }
 
-    /// Returns the certificate for the name \p host, which is made once per process. Returns an empty optional and sets
-    /// \p error if openssl fails.
+    /// Returns the certificate for the name \p host, which is created once per process. Returns an empty optional and
+    /// sets \p error if openssl fails.
     std::optional<ServerIdentity> identity(const QString &host, QString *error);
 
 private:

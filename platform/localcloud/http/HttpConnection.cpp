@@ -27,8 +27,8 @@ HttpConnection::HttpConnection(QSslSocket *socket, RequestHandler &handler, QObj
     m_socket->setReadBufferSize(kReadBuffer);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     connect(m_socket, &QSslSocket::readyRead, this, &HttpConnection::read);
-    connect(m_socket, &QSslSocket::bytesWritten, this, &HttpConnection::onBytesWritten);
-    connect(m_socket, &QSslSocket::encryptedBytesWritten, this, &HttpConnection::onBytesWritten);
+    connect(m_socket, &QSslSocket::bytesWritten, this, &HttpConnection::writeMore);
+    connect(m_socket, &QSslSocket::encryptedBytesWritten, this, &HttpConnection::writeMore);
     connect(m_socket, &QSslSocket::disconnected, this, &HttpConnection::onDisconnected);
 }
 
@@ -180,20 +180,15 @@ void HttpConnection::writeHead()
     m_socket->write(text);
 }
 
-void HttpConnection::onBytesWritten()
-{
-    if (m_writing)
-        writeMore();
-}
-
 void HttpConnection::writeMore()
 {
-    while (m_sent < m_toSend && m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() < kWriteAhead) {
+    while (m_writing && m_sent < m_toSend &&
+           m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() < kWriteAhead) {
         const qint64 count = std::min(kSlice, m_toSend - m_sent);
         const QByteArray bytes = m_response.file.isEmpty()
                                      ? m_response.body.mid(static_cast<int>(m_sent), static_cast<int>(count))
                                      : m_file->read(count);
-        if (bytes.isEmpty()) { // the file has shrunk, so the announced length cannot be kept
+        if (bytes.isEmpty()) { // the file has become shorter than the announced length
             m_socket->abort();
             return;
         }

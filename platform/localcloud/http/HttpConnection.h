@@ -1,7 +1,7 @@
 // localcloud/http/HttpConnection.h
 //
-// One client connection. Reads requests, also inside a CONNECT tunnel, which it turns into TLS itself; has them served
-// one after the other; writes the responses. Never spins the event loop.
+// One client connection. Reads requests, also with TLS in a CONNECT tunnel, passes them to the handler one after the
+// other, and writes the responses. Does not spin the event loop.
 
 #pragma once
 
@@ -18,12 +18,12 @@
 
 namespace localcloud {
 
-/// What a connection needs from its owner.
+/// The functions of the owner that a connection calls.
 class RequestHandler
 {
 public:
     virtual ~RequestHandler() = default;
-    /// Returns the certificate for a tunnel to \p host, an empty optional if no service has that name.
+    /// Returns the certificate for a tunnel to \p host, or an empty optional for an unknown name.
     virtual std::optional<ServerIdentity> identityFor(const QString &host) = 0;
     virtual void serve(HttpRequest &request, HttpResponse &response) = 0;
     /// Returns the folder for large request bodies.
@@ -34,14 +34,13 @@ class HttpConnection : public QObject
 {
     Q_OBJECT
 public:
-    /// Owns \p socket. Deletes itself when the client disconnects. \p handler outlives the connection.
+    /// Owns \p socket. Deletes itself when the client disconnects. \p handler must outlive the connection.
     HttpConnection(QSslSocket *socket, RequestHandler &handler, QObject *parent);
 
 private:
     enum class State { Head, Body, Responding };
 
     void onDisconnected();
-    void onBytesWritten();
     void read();
     bool readHead();
     bool readBody();
@@ -63,8 +62,8 @@ private:
     HttpResponse m_response;
     QString m_tunnelHost; ///< empty outside a tunnel
     std::unique_ptr<QFile> m_file;
-    qint64 m_sent = 0;   ///< bytes of the body handed to the socket
-    qint64 m_toSend = 0; ///< bytes of the body that are sent in all
+    qint64 m_sent = 0;   ///< bytes of the body written to the socket
+    qint64 m_toSend = 0; ///< total bytes of the body to send
     bool m_writing = false;
 };
 

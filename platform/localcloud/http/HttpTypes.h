@@ -1,16 +1,16 @@
 // localcloud/http/HttpTypes.h
 //
-// One parsed request, one response, and the record of an exchange. Also the functions that read headers and forms.
+// One parsed request, one response, and the record of an exchange. Functions that read headers and forms.
 
 #pragma once
-
-#include "localcloud/http/RequestBody.h"
 
 #include <QByteArray>
 #include <QPair>
 #include <QString>
+#include <QTemporaryFile>
 #include <QVector>
 
+#include <memory>
 #include <optional>
 
 class QJsonObject;
@@ -20,10 +20,10 @@ namespace localcloud {
 /// Header lines in the order of their arrival, with the spelling of their names.
 using HeaderList = QVector<QPair<QByteArray, QByteArray>>;
 
-/// Returns the value of the first header called \p name (case-insensitive), null if it does not exist.
+/// Returns the value of the first header \p name (case-insensitive), or null.
 QByteArray headerValue(const HeaderList &headers, const char *name);
 
-/// Returns whether the comma-separated header \p name contains \p token (case-insensitive).
+/// Returns true if the comma-separated header \p name contains \p token (case-insensitive).
 bool headerHasToken(const HeaderList &headers, const char *name, const char *token);
 
 /// Decodes UTF-8. Returns an empty optional for malformed bytes.
@@ -32,7 +32,35 @@ std::optional<QString> utf8Text(const QByteArray &bytes);
 /// Returns the first value of \p name in the form "a=b&c=d", decoded once ("+" is a blank). Empty if it is missing.
 QString formValue(const QByteArray &form, const char *name);
 
-/// A complete request. The body is in memory or in a temporary file.
+/// The body of a request. Up to 64 KiB stay in memory; a larger body is written to a temporary file, which a service
+/// can move without copying.
+class RequestBody
+{
+public:
+    RequestBody() = default;
+    /// Large bodies are written to a file in \p folder that only its owner can read.
+    explicit RequestBody(const QString &folder) : m_folder(folder) {}
+
+    /// Returns false if the bytes cannot be stored.
+    bool append(const QByteArray &bytes);
+    qint64 size() const { return m_size; }
+
+    /// Returns the bytes of a body in memory; empty for a body in a file.
+    const QByteArray &bytes() const { return m_bytes; }
+
+    /// Moves the body to \p path in one step and replaces the file there. \p path is on the same file system as the
+    /// folder given at construction. Returns false and changes nothing if that fails. Empties the body on success.
+    bool moveTo(const QString &path);
+
+private:
+    bool openFile();
+
+    QString m_folder;
+    QByteArray m_bytes;
+    std::shared_ptr<QTemporaryFile> m_file;
+    qint64 m_size = 0;
+};
+
 struct HttpRequest
 {
     QByteArray method;
@@ -43,7 +71,7 @@ struct HttpRequest
     RequestBody body;
     bool tls = false;
     bool hasLength = false;      ///< the request has a Content-Length header
-    bool signedRedirect = false; ///< a rule demands a redirect to an address that needs no token
+    bool signedRedirect = false; ///< a rule requires a redirect to an address without a token
 
     QByteArray header(const char *name) const { return headerValue(headers, name); }
     QByteArray target() const { return query.isNull() ? path : path + '?' + query; }
@@ -56,7 +84,7 @@ struct HttpResponse
     int status = 200;
     HeaderList headers;
     QByteArray body;
-    QString file; ///< path of a local file that is sent; empty for none
+    QString file; ///< path of a local file to send; empty if \a body is sent
     qint64 fileLength = 0;
 
     int delayMs = 0;       ///< delay before the first byte
@@ -81,13 +109,12 @@ struct HttpResponse
     void setFile(const QString &path);
 };
 
-/// Returns the reason phrase of \p status, "Status" for an unlisted one.
+/// Returns the reason phrase of \p status, or "Status" for an unknown status.
 QByteArray reasonPhrase(int status);
 
 /// Formats seconds since 1970 as headers do: "Sun, 06 Nov 1994 08:49:37 GMT".
 QByteArray httpDate(qint64 seconds);
 
-/// Returns the media type for the extension of \p fileName.
 QByteArray mediaType(const QString &fileName);
 
 } // namespace localcloud
@@ -102,7 +129,7 @@ struct RequestRecord
     localcloud::HeaderList headers;
     qint64 bodyBytes = 0;
     QByteArray body; ///< empty if it was larger than 64 KiB
-    int status = 0;  ///< 0 if a rule let the request hang or sent garbage
+    int status = 0;  ///< 0 after a rule with hang or garbage
 
     QByteArray header(const char *name) const { return localcloud::headerValue(headers, name); }
 };

@@ -73,7 +73,7 @@ bool readTarget(const QByteArray &target, RequestHead &head)
     return rest.startsWith('/');
 }
 
-/// Returns the status that refuses the announced body, 0 if it is valid.
+/// Returns 0 if the announced body is valid, otherwise the status of the refusal.
 int readBodyLength(RequestHead &head)
 {
     QByteArray length;

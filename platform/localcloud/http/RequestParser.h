@@ -1,6 +1,6 @@
 // localcloud/http/RequestParser.h
 //
-// Parses the head of an HTTP/1.1 request. Needs no socket.
+// Parses the head of an HTTP/1.1 request. Performs no input or output.
 
 #pragma once
 
@@ -11,7 +11,8 @@
 
 namespace localcloud {
 
-/// A parsed request head. If \a status is not 0, the request is refused with it and the other members are unset.
+/// A parsed request head. If \a status is not 0, the request must be refused with that status, and the other members
+/// are unset.
 struct RequestHead
 {
     int status = 0;

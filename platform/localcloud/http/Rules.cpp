@@ -1,15 +1,11 @@
 #include "localcloud/http/Rules.h"
 
-#include <QHash>
-
+#include <algorithm>
 #include <limits>
-#include <optional>
 
 namespace localcloud {
 
 namespace {
-
-using Kind = RuleAction::Kind;
 
 QRegularExpression globExpression(const QString &glob, QRegularExpression::PatternOption option)
 {
@@ -25,78 +21,47 @@ bool matchesPath(const QRegularExpression &expression, const QByteArray &path)
            expression.match(QString::fromUtf8(QByteArray::fromPercentEncoding(path))).hasMatch();
 }
 
-/// Fills the response of an action that replaces the response of the service.
-void fill(const RuleAction &action, HttpResponse &response)
+RuleAction parseAction(const QString &text)
 {
-    switch (action.kind) {
-    case Kind::Status:
-        response.setJsonError(static_cast<int>(action.number), "Refused by a rule.");
-        break;
-    case Kind::Hang:
-        response.hang = true;
-        response.status = 0;
-        break;
-    case Kind::Garbage:
-        response.garbage = true;
-        response.status = 0;
-        break;
-    case Kind::Redirect:
-        response.setRedirect(action.text.toUtf8());
-        break;
-    case Kind::Body:
-        response.setFile(action.text); // status 500 if the file cannot be opened
-        break;
-    case Kind::Delay:
-    case Kind::Cut:
-    case Kind::SignedRedirect:
-    case Kind::NoLength:
-        break;
+    const QString name = text.section('=', 0, 0);
+    const QString value = text.section('=', 1);
+    bool isNumber = false;
+    const qint64 number = value.toLongLong(&isNumber);
+    const bool isCount = isNumber && number >= 0;
+    if (text == "hang" || text == "garbage") {
+        return {[hangs = text == "hang"](auto &, auto &response) {
+                    response.hang = hangs;
+                    response.garbage = !hangs;
+                    response.status = 0;
+                },
+                true};
     }
-}
-
-/// Returns an empty optional for an unknown action.
-std::optional<RuleAction> parseAction(const QString &text)
-{
-    static const QHash<QString, Kind> words{{"hang", Kind::Hang},
-                                            {"garbage", Kind::Garbage},
-                                            {"signed-redirect", Kind::SignedRedirect},
-                                            {"no-length", Kind::NoLength}};
-    static const QHash<QString, Kind> numbers{{"status", Kind::Status}, {"delay", Kind::Delay}, {"cut", Kind::Cut}};
-    static const QHash<QString, Kind> texts{{"redirect", Kind::Redirect}, {"body", Kind::Body}};
-
-    RuleAction action;
-    const int equals = text.indexOf('=');
-    const QString name = text.left(equals);
-    if (equals < 0) {
-        action.kind = words.value(name);
-        return words.contains(name) ? std::optional(action) : std::nullopt;
-    }
-    action.text = text.mid(equals + 1);
-    if (texts.contains(name) && !action.text.isEmpty()) {
-        action.kind = texts.value(name);
-        return action;
-    }
-    bool ok = false;
-    action.number = action.text.toLongLong(&ok);
-    action.kind = numbers.value(name);
-    if (!ok || !numbers.contains(name) || action.number < 0)
-        return {};
-    if (action.kind == Kind::Status && (action.number < 200 || action.number > 599))
-        return {};
-    if (action.kind == Kind::Delay && action.number > std::numeric_limits<int>::max())
-        return {};
-    return action;
+    if (text == "signed-redirect")
+        return {[](auto &request, auto &) { request.signedRedirect = true; }};
+    if (text == "no-length")
+        return {[](auto &, auto &response) { response.noLength = true; }};
+    if (name == "redirect" && !value.isEmpty())
+        return {[value](auto &, auto &response) { response.setRedirect(value.toUtf8()); }, true};
+    if (name == "body" && !value.isEmpty()) // status 500 if the file cannot be opened
+        return {[value](auto &, auto &response) { response.setFile(value); }, true};
+    if (name == "status" && number >= 200 && number <= 599)
+        return {[number](auto &, auto &response) { response.setJsonError(int(number), "Refused by a rule."); }, true};
+    if (name == "delay" && isCount && number <= std::numeric_limits<int>::max())
+        return {[number](auto &, auto &response) { response.delayMs = int(number); }};
+    if (name == "cut" && isCount)
+        return {[number](auto &, auto &response) { response.cutAfter = number; }};
+    return {};
 }
 
 } // namespace
 
 bool Rules::add(const QString &host, const QString &pathGlob, const QString &action, int times)
 {
-    const auto parsed = parseAction(action);
-    if (!parsed || host.isEmpty() || pathGlob.isEmpty())
+    const RuleAction parsed = parseAction(action);
+    if (!parsed.run || host.isEmpty() || pathGlob.isEmpty())
         return false;
     m_rules.append({globExpression(host, QRegularExpression::CaseInsensitiveOption),
-                    globExpression(pathGlob, QRegularExpression::NoPatternOption), *parsed, times});
+                    globExpression(pathGlob, QRegularExpression::NoPatternOption), parsed, times});
     return true;
 }
 
@@ -109,33 +74,19 @@ bool Rules::add(const QString &line)
 
 bool Rules::matchesHost(const QString &host) const
 {
-    for (const Rule &rule : m_rules) {
-        if (rule.host.match(host).hasMatch())
-            return true;
-    }
-    return false;
+    return std::any_of(m_rules.begin(), m_rules.end(),
+                       [&](const Rule &rule) { return rule.host.match(host).hasMatch(); });
 }
 
 bool Rules::apply(HttpRequest &request, HttpResponse &response)
 {
     bool isComplete = false;
     for (Rule &rule : m_rules) {
-        if (rule.left < 0 || !rule.host.match(request.host).hasMatch() || !matchesPath(rule.path, request.path))
+        if (rule.left < 0 || !rule.host.match(request.host).hasMatch() || !matchesPath(rule.path, request.path) ||
+            (isComplete && rule.action.replacesResponse))
             continue;
-        if (rule.action.kind == Kind::Delay) {
-            response.delayMs = static_cast<int>(rule.action.number);
-        } else if (rule.action.kind == Kind::Cut) {
-            response.cutAfter = rule.action.number;
-        } else if (rule.action.kind == Kind::SignedRedirect) {
-            request.signedRedirect = true;
-        } else if (rule.action.kind == Kind::NoLength) {
-            response.noLength = true;
-        } else if (!isComplete) {
-            fill(rule.action, response);
-            isComplete = true;
-        } else {
-            continue;
-        }
+        rule.action.run(request, response);
+        isComplete = isComplete || rule.action.replacesResponse;
         if (rule.left > 0 && --rule.left == 0)
             rule.left = -1;
     }

@@ -1,6 +1,6 @@
 // localcloud/http/Rules.h
 //
-// Rules that make the local cloud answer matching requests differently, for tests of failures.
+// Rules that change the responses to matching requests, for tests of failures.
 
 #pragma once
 
@@ -10,15 +10,15 @@
 #include <QString>
 #include <QVector>
 
+#include <functional>
+
 namespace localcloud {
 
-/// What a rule does. \a number is a status, milliseconds or bytes; \a text is an address or a file.
+/// What a rule does with a matching request.
 struct RuleAction
 {
-    enum class Kind { Status, Delay, Hang, Cut, Redirect, Body, Garbage, SignedRedirect, NoLength };
-    Kind kind = Kind::Status;
-    qint64 number = 0;
-    QString text;
+    std::function<void(HttpRequest &, HttpResponse &)> run; ///< null for an unknown action
+    bool replacesResponse = false;                          ///< the service does not serve the request
 };
 
 class Rules
@@ -34,11 +34,11 @@ public:
     bool add(const QString &line);
     void clear() { m_rules.clear(); }
 
-    /// Returns whether a rule matches \p host.
+    /// Returns true if a rule matches \p host.
     bool matchesHost(const QString &host) const;
 
-    /// Applies every matching delay, cut, signed-redirect and no-length, and the first matching other action. Returns
-    /// true if \p response is complete, so that the service must not serve the request.
+    /// Runs every matching action, but only the first one that replaces the response. Returns true if \p response is
+    /// complete, so that the service must not serve the request.
     bool apply(HttpRequest &request, HttpResponse &response);
 
 private:

@@ -38,7 +38,7 @@ PlyxAsset assetOf(const QJsonObject &object, const QString &files)
     return asset;
 }
 
-/// Returns whether \p word begins a word of \p text (case-insensitive), so that "red" does not match "chequered".
+/// Returns true if a word of \p text begins with \p word (case-insensitive), so "red" does not match "chequered".
 bool hasWord(const QString &text, const QString &word)
 {
     for (int at = text.indexOf(word, 0, Qt::CaseInsensitive); at >= 0;

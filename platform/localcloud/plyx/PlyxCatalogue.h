@@ -26,7 +26,7 @@ struct PlyxAsset
     QString name;
     QString artist;
     QString published; ///< "2014-05-31 17:45:00"
-    int gallery = 0;   ///< a media type id; 0 for the member's own models
+    int gallery = 0;   ///< a media type id; 0 for the models of the member
     bool free = true;
     QSet<int> fileTypes;
     QString thumbnail; ///< a file name in "thumbnails"
@@ -34,7 +34,6 @@ struct PlyxAsset
     QVector<PlyxFile> textures;
 };
 
-/// The criteria of a search.
 struct PlyxQuery
 {
     enum class Shelf { Published, Own };
@@ -49,16 +48,16 @@ struct PlyxQuery
 class PlyxCatalogue
 {
 public:
-    /// Reads \p folder. Without a catalogue it is empty. Returns false and sets \p error if the catalogue is damaged.
+    /// Reads the catalogue in \p folder, which may be missing. Returns false and sets \p error if it is damaged.
     bool open(const QString &folder, QString *error);
 
     /// Returns null if the id is unknown.
     const PlyxAsset *find(qint64 id) const;
-    /// Returns the file with the id "ASSET_FILE", null if it is unknown or does not exist on the disk.
+    /// Returns the file with the id "ASSET_FILE"; null if the id is unknown or the file does not exist on the disk.
     const PlyxFile *file(const QString &id) const;
     /// Returns all matches, newest first. The pointers are valid until the next open().
     QVector<const PlyxAsset *> search(const PlyxQuery &query) const;
-    /// Returns whether a model has the thumbnail \p name.
+    /// Returns true if a model has the thumbnail \p name.
     bool hasThumbnail(const QString &name) const;
 
 private:

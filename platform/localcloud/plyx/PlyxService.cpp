@@ -18,7 +18,7 @@ constexpr qint64 kMaxPageSize = 200;
 const QString kHost = QStringLiteral("www.plyx.example");
 const QStringList kDownloadHosts{QStringLiteral("files1.plyx.example"), QStringLiteral("files2.plyx.example")};
 
-/// Returns the number called \p name in the query, \p fallback if it is missing, -1 if it is malformed or negative.
+/// Returns the number \p name in the query; \p fallback if it is missing, or -1 if it is malformed or negative.
 qint64 numberIn(const QByteArray &query, const char *name, qint64 fallback)
 {
     const QString text = formValue(query, name);
@@ -152,7 +152,7 @@ void PlyxService::download(const HttpRequest &request, HttpResponse &response) c
     response.setRedirect("https://" + kDownloadHosts[next].toLatin1() + "/v1/File/" + id.toLatin1() + '/' + name);
 }
 
-/// Refuses requests with a session, as storage servers refuse requests that are signed twice.
+/// Refuses requests with a session, because storage servers refuse requests that are signed twice.
 void PlyxService::sendFile(const HttpRequest &request, HttpResponse &response) const
 {
     const PlyxFile *file = m_catalogue.file(QString::fromLatin1(request.path).section('/', 0, 0));

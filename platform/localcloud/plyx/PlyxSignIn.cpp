@@ -8,20 +8,8 @@ namespace localcloud {
 
 namespace {
 
-const PageLook kPlyxLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
+const PageLook kLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
 const QByteArray kApplicationCode = QByteArrayLiteral("QK4ZT8");
-
-void setLoginPage(HttpResponse &response, const QByteArray &query, const QString &user, const QString &error)
-{
-    const QString action = "/TokenAPI/login.cfm?" + QString(query).toHtmlEscaped();
-    const QString form = signInForm({"Sign in to see your models", action, user, error});
-    setPage(response, 200, kPlyxLook, QStringLiteral("Sign in to Plyx"), form);
-}
-
-void setErrorPage(HttpResponse &response, int status, const QString &text)
-{
-    setPage(response, status, kPlyxLook, QStringLiteral("Error"), "<h1>Error</h1><p>" + text + "</p>");
-}
 
 bool isKnownClient(const HttpRequest &request)
 {
@@ -39,23 +27,16 @@ bool allowOrRefuse(bool isAllowed, HttpResponse &response)
 
 void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
 {
-    const QByteArray &form = request.body.bytes();
-    const QString user = formValue(form, "user");
     if (formValue(request.query, "afc").toLatin1() != kApplicationCode) {
-        setErrorPage(response, 400, QStringLiteral("Unknown application code."));
+        setErrorPage(response, 400, kLook, QStringLiteral("Unknown application code."));
         return;
     }
-    if (request.method == "GET") {
-        setLoginPage(response, request.query, {}, {});
+    const QString action = "/TokenAPI/login.cfm?" + QString(request.query).toHtmlEscaped();
+    if (!checkSignIn(request, response, kLook, QStringLiteral("Sign in to see your models"), action))
         return;
-    }
-    if (user != kDemoUser || formValue(form, "password") != kDemoPassword) {
-        setLoginPage(response, request.query, user, QStringLiteral("The user name or the password is wrong."));
-        return;
-    }
     const PlyxSession session = openSession();
     if (session.id.isEmpty()) {
-        setErrorPage(response, 500, QStringLiteral("The session cannot be stored."));
+        setErrorPage(response, 500, kLook, QStringLiteral("The session cannot be stored."));
         return;
     }
     response.setRedirect("/TokenAPI/done.cfm?Session=" + QUrl::toPercentEncoding(session.id) +
@@ -64,7 +45,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
 
 void PlyxSignIn::done(HttpResponse &response)
 {
-    setSignedInPage(response, kPlyxLook);
+    setSignedInPage(response, kLook);
 }
 
 PlyxSession PlyxSignIn::openSession()

@@ -22,21 +22,21 @@ public:
     explicit PlyxSignIn(const QString &tokenFile) : m_sessions(tokenFile) {}
 
     /// GET shows the page. POST takes the fields "user" and "password"; it shows the page with an error, or redirects
-    /// to /TokenAPI/done.cfm with "Session" and "SecureSession" in the query. 400 for an unknown "afc".
+    /// to /TokenAPI/done.cfm with "Session" and "SecureSession" in the query. The status is 400 for an unknown "afc".
     void login(const HttpRequest &request, HttpResponse &response);
 
-    /// The page at the end of a sign-in.
+    /// Fills \p response with the page at the end of a sign-in.
     static void done(HttpResponse &response);
 
-    /// Opens a further session; empty if it cannot be stored.
+    /// Returns a new session; empty if it cannot be stored.
     PlyxSession openSession();
 
-    /// Returns whether the request has the application code and both strings of a session; else fills \p response with
+    /// Returns true if the request has the application code and both strings of a session; else fills \p response with
     /// 401.
     bool isSignedIn(const HttpRequest &request, HttpResponse &response) const;
-    /// The same without the secure string.
+    /// Like isSignedIn(), without the secure string.
     bool hasSession(const HttpRequest &request, HttpResponse &response) const;
-    /// Returns whether the request has the application code and two empty strings, as before a sign-in.
+    /// Returns true if the request has the application code and two empty strings, as before a sign-in.
     bool isSignedOut(const HttpRequest &request) const;
 
 private:

@@ -13,7 +13,7 @@ namespace localcloud {
 
 namespace {
 
-/// Returns a strong entity tag with its quotes, nothing for a folder or a missing file.
+/// Returns a strong entity tag with its quotes; empty for a folder or a missing file.
 QByteArray tagOf(const QFileInfo &info)
 {
     struct stat status = {};
@@ -32,7 +32,7 @@ bool conditionsHold(const HttpRequest &request, const QFileInfo &stored)
     return (match.isEmpty() || match == tagOf(stored)) && (noneMatch != "*" || !stored.exists());
 }
 
-/// Evaluates the form of the header If that names one entity tag of the destination: <ADDRESS> ([TAG]).
+/// Evaluates the header If with one entity tag of the destination: <ADDRESS> ([TAG]).
 bool ifHeaderHolds(const HttpRequest &request, const QFileInfo &destination)
 {
     const QByteArray header = request.header("If");
@@ -109,7 +109,7 @@ void DavStorage::list(const HttpRequest &request, const QString &path, HttpRespo
     response.set(207, "application/xml; charset=utf-8", xml + "</D:multistatus>\n");
 }
 
-/// Returns whether the folder above \p path exists; else fills \p response.
+/// Returns true if the folder above \p path exists; else fills \p response.
 bool DavStorage::isInFolder(const QString &path, HttpResponse &response) const
 {
     if (!path.isEmpty() && m_folder.find(path.left(path.lastIndexOf('/'))).isDir())
@@ -137,8 +137,8 @@ void DavStorage::put(HttpRequest &request, const QString &path, HttpResponse &re
     }
 }
 
-/// Returns the decoded path in the header Destination, an address on the same host or its path; null, with \p response
-/// filled, if it is outside of the storage.
+/// Returns the decoded path in the header Destination, which is an address on the same host or its path. If it is
+/// outside of the storage, returns null and fills \p response.
 QString DavStorage::destinationOf(const HttpRequest &request, HttpResponse &response) const
 {
     QByteArray address = request.header("Destination");

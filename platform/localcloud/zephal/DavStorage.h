@@ -15,7 +15,7 @@ namespace localcloud {
 class DavStorage
 {
 public:
-    /// \p folder exists. \p base is the path of its address, without a slash at its end.
+    /// \p folder must exist. \p base is the path of its address, without a slash at its end.
     DavStorage(const QString &folder, const QByteArray &base) : m_folder(folder), m_base(base) {}
 
     static const QByteArrayList &methods();

@@ -8,12 +8,7 @@ namespace localcloud {
 
 namespace {
 
-const PageLook kZephalLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
-
-QString signInPage(const QString &user, const QString &error)
-{
-    return signInForm({"Sign in to your documents", "/signin", user, error});
-}
+const PageLook kLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
 
 } // namespace
 
@@ -25,7 +20,7 @@ ZephalService::ZephalService(const ServiceStorage &storage)
     const QStringList host{"cloud.zephal.example"};
     const QByteArrayList &methods = DavStorage::methods();
     const auto page = [this](auto &request, auto &response) { signIn(request, response); };
-    const auto done = [](auto &, auto &response) { setSignedInPage(response, kZephalLook); };
+    const auto done = [](auto &, auto &response) { setSignedInPage(response, kLook); };
     const auto files = [this](auto &request, auto &response) { m_storage.serve(request, response); };
     const auto isAllowed = [this](const auto &request, auto &response) { return isSignedIn(request, response); };
     addRoute({host, "/signin", Match::Whole, {"GET", "POST"}, Transport::Tls, page, {}});
@@ -36,21 +31,11 @@ ZephalService::ZephalService(const ServiceStorage &storage)
 
 void ZephalService::signIn(const HttpRequest &request, HttpResponse &response)
 {
-    const QString title = QStringLiteral("Sign in to Zephal");
-    const QByteArray &form = request.body.bytes();
-    const QString user = formValue(form, "user");
-    if (request.method == "GET") {
-        setPage(response, 200, kZephalLook, title, signInPage({}, {}));
+    if (!checkSignIn(request, response, kLook, QStringLiteral("Sign in to your documents"), "/signin"))
         return;
-    }
-    if (user != kDemoUser || formValue(form, "password") != kDemoPassword) {
-        setPage(response, 200, kZephalLook, title,
-                signInPage(user, QStringLiteral("The user name or the password is wrong.")));
-        return;
-    }
     const QString token = issueToken();
     if (token.isEmpty()) {
-        setPage(response, 500, kZephalLook, title, QStringLiteral("<h1>Error</h1><p>The token cannot be stored.</p>"));
+        setErrorPage(response, 500, kLook, QStringLiteral("The token cannot be stored."));
         return;
     }
     const QByteArray query = "user=" + QUrl::toPercentEncoding(kDemoUser) + "&token=" + QUrl::toPercentEncoding(token) +

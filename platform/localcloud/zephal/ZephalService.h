@@ -23,8 +23,7 @@ private:
     /// GET shows the page. POST takes the fields "user" and "password"; it shows the page with an error, or redirects
     /// to /signin/done with "user", "token", "first" and "last" in the query.
     void signIn(const HttpRequest &request, HttpResponse &response);
-    /// Returns whether the request has the user's name with a token or with the password; else fills \p response with
-    /// 401.
+    /// Returns true if the request has the user's name with a token or the password; else fills \p response with 401.
     bool isSignedIn(const HttpRequest &request, HttpResponse &response) const;
 
     TokenStore m_tokens;
