@@ -98,7 +98,7 @@ bool SessionFile::write(const QUrl &server, const Credentials &credentials) cons
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    // Before the first byte, so that other users can never read any content.
+    // Set before the first byte is written, so that other users can never read the content.
     if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner))
         return false;
     file.write(QJsonDocument(content).toJson());

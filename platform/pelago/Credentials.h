@@ -1,6 +1,6 @@
 // pelago/Credentials.h
 //
-// A user's credentials, how they are sent to a server, and the file that keeps them until the next start.
+// A user's credentials, the choice of the scheme with which they are sent, and the file that stores them.
 
 #pragma once
 
@@ -23,24 +23,25 @@ struct Credentials
     AuthScheme scheme = AuthScheme::Unknown; ///< not stored in the file
 };
 
-/// The scheme to use for \p url, chosen from a header WWW-Authenticate. Unknown if the header offers neither Basic nor
-/// Digest with MD5, the only algorithm that Qt computes.
+/// Chooses the scheme for \p url from a header WWW-Authenticate. Returns Unknown if the header offers neither Basic nor
+/// Digest with MD5, the only algorithm that Qt supports.
 AuthScheme offeredScheme(const QByteArray &challenges, const QUrl &url);
-/// The names of the schemes in a header WWW-Authenticate, for a message to the user.
+/// Returns the names of the schemes in a header WWW-Authenticate, for a message to the user.
 QString schemeNames(const QByteArray &challenges);
 
 /// A JSON file that only its owner can read.
 class SessionFile
 {
 public:
-    /// With an empty \p path, nothing is stored.
+    /// If \p path is empty, the credentials are not stored.
     explicit SessionFile(const QString &path) : m_path(path) {}
 
-    /// The credentials stored for \p server. Empty if the file is missing, unreadable, damaged or of another server.
+    /// Returns the credentials stored for \p server; empty if the file is missing, unreadable, damaged or for another
+    /// server.
     std::optional<Credentials> read(const QUrl &server) const;
-    /// Replaces the content. On failure it returns false, and the old content stays.
+    /// Replaces the content. After a failure returns false; the old content stays.
     bool write(const QUrl &server, const Credentials &credentials) const;
-    /// Removes the file. Returns whether the file does not exist afterwards.
+    /// Removes the file. Returns true if it does not exist afterwards.
     bool remove() const;
 
 private:

@@ -79,8 +79,8 @@ void readHeaders(const QNetworkReply &reply, DavResult *result)
     result->announced = length.isValid() ? length.toLongLong() : -1;
 }
 
-/// The address that \p reply redirects to, without user name, query and fragment, which may be secret. Empty if the
-/// reply has none.
+/// Returns the address that \p reply redirects to, without user name, query and fragment, which may be secret. Empty
+/// without a redirect.
 QUrl redirectTarget(const QNetworkReply &reply)
 {
     const QByteArray location = reply.rawHeader("Location");
@@ -89,8 +89,9 @@ QUrl redirectTarget(const QNetworkReply &reply)
                               : target.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
 }
 
-/// The request's address with a slash appended to its path if \p reply redirects there, otherwise an empty one. The
-/// scheme and the port of the redirect are ignored, because many servers behind a proxy write their own.
+/// Returns the request's address with a slash appended to its path if \p reply redirects there, otherwise an empty
+/// address. Ignores the scheme and the port of the redirect, because servers behind a proxy often send their internal
+/// ones.
 QUrl slashFormOf(const QNetworkReply &reply, int status)
 {
     QUrl requested = reply.request().url();
@@ -104,8 +105,8 @@ QUrl slashFormOf(const QNetworkReply &reply, int status)
     return requested;
 }
 
-/// The time-out after the whole body was sent. Behind a proxy, Qt reports that when the proxy has taken the file, which
-/// the proxy then still has to send.
+/// Returns the time-out after the whole body was sent. Qt reports this when a proxy has received the file, which the
+/// proxy must then send to the server.
 int storeTimeoutMs(int idleTimeoutMs, qint64 bodyBytes)
 {
     const qint64 proxyMs = std::min<qint64>(bodyBytes / kSlowestBytesPerMs, std::numeric_limits<int>::max() / 2);
@@ -159,7 +160,7 @@ void setNetworkCause(const QNetworkReply &reply, const QList<QSslError> &tlsErro
     }
 }
 
-/// The result of a finished reply whose headers and body were read into \p read.
+/// Returns the result of a finished reply whose headers and body were read into \p read.
 int finishedResult(const DavCall &call, const QNetworkReply &reply, const DavResult &read)
 {
     if (read.status == 0)
@@ -171,7 +172,7 @@ int finishedResult(const DavCall &call, const QNetworkReply &reply, const DavRes
     return reply.error() != QNetworkReply::NoError || isShort ? Skein_Result_Network : 1;
 }
 
-/// The port of the peer of \p descriptor; 0 if it is not a connected TCP socket.
+/// Returns the port of the peer of \p descriptor; 0 if it is not a connected TCP socket.
 quint16 peerPort(int descriptor)
 {
     int type = 0;
@@ -311,7 +312,7 @@ void DavClient::exchange(const DavCall &call, QNetworkReply &reply, DavResult *r
         }
         if (event == ReplyLoop::Event::Finished && reply.bytesAvailable() == 0) {
             result->result = finishedResult(call, reply, *result);
-            // Qt does not report the end of a body that is answered at once.
+            // Qt does not report the end of a body if the reply arrives immediately.
             if (call.sent && result->isSuccess() && reported < bodyBytes)
                 call.sent(bodyBytes);
             return;
@@ -337,7 +338,7 @@ QNetworkReply *DavClient::start(const DavCall &call)
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     disableSendDelay(call.url.port(call.url.scheme() == QLatin1String("https") ? 443 : 80));
     request.setRawHeader("User-Agent", "pelago");
-    // The announced length is that of the stored bytes only without a content encoding.
+    // With a content encoding, the announced length would not be the number of stored bytes.
     request.setRawHeader("Accept-Encoding", "identity");
     for (const auto &[name, value] : call.headers)
         request.setRawHeader(name, value);

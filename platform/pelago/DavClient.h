@@ -6,7 +6,7 @@
 #pragma once
 
 #include "Credentials.h"
-#include "Outcome.h"
+#include "Trace.h"
 
 #include <QByteArray>
 #include <QList>
@@ -25,20 +25,20 @@ namespace pelago {
 
 struct DavCall
 {
-    /// A Change has a longer time-out once the server has received all of it. CleanUp is sent by a closed client too,
-    /// with a short time-out.
+    /// The time-out of a Change is longer after its whole body was sent. A CleanUp is sent by a closed client too, with
+    /// a short time-out.
     enum class Kind { Query, Change, CleanUp };
 
     QByteArray verb;
     QUrl url;
-    std::shared_ptr<Credentials> credentials; ///< null sends none; send() sets their scheme
+    std::shared_ptr<Credentials> credentials; ///< null: without credentials; send() sets their scheme
     Kind kind = Kind::Query;
     QList<QPair<QByteArray, QByteArray>> headers;
     QByteArray body;
     QIODevice *file = nullptr; ///< sent instead of \a body if not null; open, owned by the caller
     int expected = 0;          ///< the only accepted status; 0 accepts 200, 201 and 204
     /// Receives the body of an accepted reply in pieces of at most 1 MiB, and the announced length of the body, -1 when
-    /// unknown. The call fails with BadReply if it returns false.
+    /// unknown. If it returns false, the call fails with BadReply.
     std::function<bool(qint64 announced, const QByteArray &bytes)> sink;
     /// Receives how many bytes of the request's body have been sent.
     std::function<void(qint64 bytes)> sent;
@@ -51,7 +51,7 @@ struct DavResult : Outcome
     QByteArray allow;       ///< header Allow
     QByteArray dav;         ///< header DAV
     QByteArray challenges;  ///< header WWW-Authenticate
-    bool hasFileId = false; ///< whether the reply has a header OC-ETag or OC-FileId
+    bool hasFileId = false; ///< the reply has a header OC-ETag or OC-FileId
 };
 
 class DavClient : public QObject
@@ -63,7 +63,7 @@ public:
 
     /// Sends \p call; spins the event loop, and the client must exist until it returns. A redirect that only appends a
     /// slash to the path is followed once; any other redirect fails. Credentials of an unknown scheme are sent only
-    /// after the server has asked for them.
+    /// after a reply 401.
     DavResult send(const DavCall &call);
     /// Ends running calls, except CleanUp calls, with Closed; later calls fail with Closed.
     void close();

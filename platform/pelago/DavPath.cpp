@@ -9,7 +9,7 @@ namespace pelago::DavPath {
 
 namespace {
 
-/// Decodes escapes once. A "%" without two hexadecimal digits stays as it is.
+/// Decodes escapes once. Keeps a "%" without two hexadecimal digits.
 QByteArray decoded(const QByteArray &text)
 {
     QByteArray bytes;
@@ -24,7 +24,8 @@ QByteArray decoded(const QByteArray &text)
     return bytes;
 }
 
-/// The decoded names of an escaped path. It is split before decoding, so that an escaped slash stays part of a name.
+/// Returns the decoded names of an escaped path. Splits the path before decoding, because a name may contain an escaped
+/// slash.
 QByteArrayList namesOf(const QByteArray &path)
 {
     QByteArrayList names;
@@ -93,7 +94,7 @@ Folder::Member Folder::find(const QByteArray &href, QString *name) const
     if (authority >= 0) {
         const int pathStart = href.indexOf('/', authority + 3);
         const QUrl server = QUrl::fromEncoded(href.left(pathStart));
-        // The scheme and the port are ignored, because servers behind a gateway often write their own.
+        // Ignore the scheme and the port, because servers behind a gateway often send their internal ones.
         if (server.host(QUrl::FullyEncoded).toLatin1().toLower() != m_host)
             return Member::Other;
         path = pathStart < 0 ? QByteArray("/") : href.mid(pathStart);

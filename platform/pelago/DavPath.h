@@ -11,20 +11,20 @@
 
 namespace pelago::DavPath {
 
-/// Whether \p name can be part of an identifier: not empty, ".", or "..", and without "/" and NUL.
+/// Returns true if \p name can be part of an identifier: not empty, ".", or "..", and without "/" and NUL.
 bool isName(const QString &name);
-/// Whether \p id is empty or consists of such names.
+/// Returns true if \p id is empty or consists of such names.
 bool isIdentifier(const QString &id);
-/// The identifier of \p name in \p folder.
+/// Returns the identifier of \p name in \p folder.
 QString child(const QString &folder, const QString &name);
-/// The identifier of the folder that contains \p id.
+/// Returns the identifier of the folder that contains \p id.
 QString parent(const QString &id);
-/// A new name for an incomplete file. It has no leading dot, because many servers refuse such names.
+/// Returns a new name for an incomplete file, without a leading dot, because many servers refuse such names.
 QString temporaryName();
 
 enum class Form { File, Folder };
 
-/// The address of \p id below \p root, whose path ends in "/". With Form::Folder, the result ends in "/" too.
+/// Returns the address of \p id below \p root, whose path ends in "/". With Form::Folder, the result ends in "/" too.
 QUrl address(const QUrl &root, const QString &id, Form form);
 
 /// Classifies the addresses in a folder's listing.

@@ -44,8 +44,8 @@ QString unquoted(const QString &text)
     return quoted ? text.mid(1, text.size() - 2) : text;
 }
 
-/// The sections of \p file by name. Values are read to the end of the line; "#" and ";" begin a comment only at the
-/// start of a line. Returns an empty optional and sets \p problem if a line cannot be read.
+/// Returns the sections of \p file by name. A value ends at the end of the line; "#" and ";" begin a comment only at
+/// the start of a line. Returns an empty optional and sets \p problem if a line cannot be read.
 std::optional<QHash<QString, Section>> readSections(QFile &file, QString *problem)
 {
     QHash<QString, Section> sections;
@@ -67,7 +67,8 @@ std::optional<QHash<QString, Section>> readSections(QFile &file, QString *proble
     return sections;
 }
 
-/// Returns \p address if \p deployment may use it; otherwise an invalid one, and sets the deployment's problem.
+/// Returns \p address if \p deployment may use it. Otherwise returns an invalid address and sets the deployment's
+/// problem.
 QUrl checked(const QUrl &address, const QString &key, Deployment *deployment)
 {
     if (address.isValid() && (deployment->plainHttp || isProtected(address)))

@@ -21,16 +21,16 @@ struct Deployment
     QUrl signIn;  ///< invalid if the file has no usable address
     QUrl storage; ///< likewise; its path ends in "/"
     SignInKind kind = SignInKind::Web;
-    bool plainHttp = false; ///< whether other machines may be used without TLS
+    bool plainHttp = false; ///< true allows other machines without TLS
     int idleTimeoutMs = 60000;
     Replacing replacing = Replacing::Auto;
-    QString problem; ///< the faulty place if an address is invalid: "line 3", "production/storage", or the file's path
+    QString problem; ///< the faulty place for an invalid address: "line 3", "production/storage", or the file's path
 };
 
 class Deployments
 {
 public:
-    /// The file named by PELAGO_CONFIG, otherwise pelago.ini in the user's configuration folder.
+    /// Returns the value of PELAGO_CONFIG, or pelago.ini in the user's configuration folder.
     static QString path();
     static Deployments load() { return Deployments(path()); }
     /// If the file does not exist, the built-in addresses are used; if it cannot be read, all addresses are invalid.
@@ -38,9 +38,10 @@ public:
 
     /// \p number as in Skein_Service_Deployment. For any other number, the addresses are invalid.
     Deployment at(int number) const { return m_all.value(number); }
-    /// The first deployment with this sign-in address; if there is none, one with defaults and invalid addresses.
+    /// Returns the first deployment with this sign-in address, or a default one with invalid addresses.
     Deployment forSignIn(const QUrl &signIn) const;
-    /// Whether credentials may be sent to \p address: with TLS, to this machine, or if the file allows its origin.
+    /// Returns true if credentials may be sent to \p address: with TLS, to this machine, or if the file allows its
+    /// origin.
     bool isAllowed(const QUrl &address) const;
 
 private:
@@ -49,9 +50,9 @@ private:
 
 /// Converts \p text to an address. Invalid unless it is http or https without user name, query and fragment.
 QUrl serverAddress(const QString &text);
-/// The same, with a slash appended to the path if it has none.
+/// Like serverAddress(), with a slash appended to the path if it is missing.
 QUrl folderAddress(const QString &text);
-/// Whether other machines cannot read what is sent to \p address: TLS, or this machine.
+/// Returns true if other machines cannot read data sent to \p address: with TLS, or on this machine.
 bool isProtected(const QUrl &address);
 bool sameOrigin(const QUrl &one, const QUrl &other);
 

@@ -16,7 +16,7 @@ QList<QByteArray> tokens(const QByteArray &header)
     return words;
 }
 
-/// Whether a header DAV has the tokens of a groupware server, which replaces a file in one step.
+/// Returns true if a header DAV has the tokens of a groupware server, which replaces a file in one step.
 bool isGroupwareHeader(const QByteArray &header)
 {
     const QList<QByteArray> words = tokens(header.toLower());
@@ -25,7 +25,7 @@ bool isGroupwareHeader(const QByteArray &header)
     });
 }
 
-/// Whether a server refuses OPTIONS but may accept other requests.
+/// Returns true if the server refuses OPTIONS but may accept other requests.
 bool refusesOptions(const DavResult &result)
 {
     const bool isRequestError = result.status >= 400 && result.status < 500;
@@ -65,8 +65,8 @@ DavResult EndPoint::send(DavCall call)
     return result;
 }
 
-/// Signs out only if the root refuses the credentials too: some servers answer 401 instead of 403 to a signed-in user
-/// who lacks the right to one folder.
+/// Signs out only if the root refuses the credentials too, because some servers return 401 instead of 403 if a
+/// signed-in user lacks the right to one folder.
 void EndPoint::checkRefusal(const DavCall &call, DavResult *result)
 {
     int status = 401;
@@ -102,7 +102,7 @@ Outcome EndPoint::queryCapabilities()
         return result;
     DavCall call;
     call.verb = "OPTIONS";
-    call.url = m_root; // some servers do not answer for folders that do not exist
+    call.url = m_root; // some servers refuse OPTIONS for folders that do not exist
     result = send(call);
     if (!result.isSuccess() && !refusesOptions(result))
         return result;

@@ -27,7 +27,7 @@ public:
     EndPoint(std::shared_ptr<Session> session, const QUrl &root);
 
     QUrl address(const QString &id, DavPath::Form form) const { return DavPath::address(m_root, id, form); }
-    /// The value of a header Destination for the file \p id.
+    /// Returns the value of a header Destination for the file \p id.
     QByteArray destination(const QString &id, Destination form) const;
     /// Sends \p call with the session's credentials. Spins the event loop. A 401 signs the session out only if the
     /// storage's root refuses the credentials too; otherwise the result is Skein_Result_Forbidden.
@@ -38,16 +38,16 @@ public:
     void close() { m_client.close(); }
     bool isClosed() const { return m_client.isClosed(); }
 
-    /// Sends OPTIONS once; spins the event loop. Later calls return a success at once. A server that refuses OPTIONS is
-    /// treated as one that cannot rename.
+    /// Sends OPTIONS; spins the event loop. After a success, later calls send no request. A server that refuses OPTIONS
+    /// is treated like a server that cannot rename.
     Outcome queryCapabilities();
-    /// The forms to try for a rename, in this order; empty if the server cannot rename.
+    /// Returns the forms to try for a rename, in order; empty if the server cannot rename.
     QVector<Destination> destinations() const { return m_destinations; }
     /// Moves the form that worked to the front.
     void preferDestination(Destination form);
-    /// Makes later uploads store in place; called after the server has refused every form.
+    /// Later uploads store in place. Called after the server has refused every form.
     void disableRenaming() { m_destinations.clear(); }
-    /// Whether files are replaced in place, by configuration or because the server replaces files in one step.
+    /// Returns true if files are replaced in place, by configuration or because the server replaces files in one step.
     bool replacesInPlace() const;
 
 private:
@@ -56,7 +56,7 @@ private:
     std::shared_ptr<Session> m_session;
     QUrl m_root;
     DavClient m_client;
-    bool m_isKnown = false; ///< whether queryCapabilities() has succeeded
+    bool m_isKnown = false; ///< queryCapabilities() has succeeded
     bool m_isGroupware = false;
     QVector<Destination> m_destinations;
 };

@@ -9,7 +9,7 @@ namespace {
 constexpr int kMaxDepth = 64;
 constexpr int kMaxElementBytes = 1024 * 1024;
 constexpr int kMaxNameLength = 32; ///< longer than the names of all elements that are read
-// Small pieces, so that an endless element is detected before it fills the memory.
+// An endless element must be detected before it uses all memory.
 constexpr int kPieceBytes = 64 * 1024;
 
 const QByteArray kRoot = "/multistatus";
@@ -24,7 +24,7 @@ const QByteArray kModified = kProp + "/getlastmodified";
 const QByteArray kMediaType = kProp + "/getcontenttype";
 const QByteArray kETag = kProp + "/getetag";
 
-/// Whether a line like "HTTP/1.1 200 OK" has a 2xx status.
+/// Returns true if a line like "HTTP/1.1 200 OK" has a 2xx status.
 bool isSuccess(const QString &statusLine)
 {
     return statusLine.section(QLatin1Char(' '), 1, 1, QString::SectionSkipEmpty).startsWith(QLatin1Char('2'));

@@ -21,7 +21,7 @@ struct DavCall;
 /// One element "response" with the properties that have a 2xx status.
 struct DavEntry
 {
-    QByteArray href; ///< as the server wrote it
+    QByteArray href; ///< as in the reply
     bool folder = false;
     qint64 size = -1; ///< bytes, -1 when unknown
     QString modified;
@@ -37,11 +37,11 @@ public:
     /// \p sink receives each entry as soon as it is complete. Entries without a property of status 2xx are skipped.
     explicit MultiStatus(Sink sink) : m_sink(std::move(sink)) {}
 
-    /// Parses the next bytes. Returns false if the document is refused, also for all later bytes.
+    /// Parses the next bytes. Returns false from then on if the document is refused.
     bool read(const QByteArray &bytes);
-    /// Whether the whole document was read and accepted.
+    /// Returns true if the whole document was read and accepted.
     bool isComplete() const { return m_complete && !m_refused; }
-    /// A PROPFIND for the properties of DavEntry. This object parses its reply, and must exist during the call.
+    /// Returns a PROPFIND for the properties of DavEntry. This object parses the reply and must exist during the call.
     DavCall request(const QUrl &url, const char *depth);
 
 private:

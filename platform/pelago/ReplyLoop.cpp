@@ -33,9 +33,9 @@ ReplyLoop::Event ReplyLoop::wait(int idleMs)
         code = m_loop.exec(QEventLoop::ExcludeUserInputEvents);
         m_timer.stop();
     }
-    if (code < 0) // the application is ending, and loops return at once
+    if (code < 0) // the application ends, and event loops return at once
         return Event::Closed;
-    // A nested call may have used up the time, and the reply may have had an event meanwhile.
+    // During a nested call the time may pass although the reply has an event.
     const bool timedOut = code == kTimedOutCode && !m_hasEvent && !m_reply.isFinished();
     return timedOut ? Event::TimedOut : currentState();
 }

@@ -24,11 +24,11 @@ public:
     /// \p client and \p reply must outlive the loop. With Closing::Ends, closing the client ends a wait.
     ReplyLoop(const DavClient &client, QNetworkReply &reply, Closing closing);
 
-    /// Blocks until the next event, at most \p idleMs. Returns at once if there was one since the last call.
+    /// Blocks until the next event, at most \p idleMs. Returns at once if an event arrived since the last call.
     Event wait(int idleMs);
     /// Processes pending events without blocking. Returns Progress if the reply has neither finished nor been closed.
     Event poll();
-    /// Bytes of the request's body that have been sent.
+    /// Returns the number of sent bytes of the request's body.
     qint64 sent() const { return m_sent; }
 
 private:

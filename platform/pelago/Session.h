@@ -26,12 +26,12 @@ public:
     Session(const QString &file, const QUrl &server);
 
     bool isSignedIn() const { return m_credentials != nullptr; }
-    /// Null if not signed in; a new object after each sign-in.
+    /// Returns null if not signed in, and a new object after each sign-in.
     std::shared_ptr<Credentials> credentials() const { return m_credentials; }
-    /// The deployment of this session, read from pelago.ini at each call.
+    /// Reads the deployment of this session from pelago.ini at each call.
     Deployment deployment() const { return Deployments::load().forSignIn(m_server); }
     const QUrl &server() const { return m_server; }
-    /// Whether the credentials may be sent to \p storage.
+    /// Returns true if the credentials may be sent to \p storage.
     bool mayUse(const QUrl &storage) const;
 
     /// Signs in with \p finalAddress, the last address of the sign-in page, and returns 1. Returns 0 for any other
@@ -39,7 +39,7 @@ public:
     int completeLogin(const QUrl &finalAddress);
     /// Signs in if the storage accepts the password. Spins the event loop.
     Outcome login(const QString &user, const QString &password);
-    /// The address that login() uses.
+    /// Returns the address that login() uses.
     QUrl storage() const;
     /// Returns false if the session file cannot be removed; the user stays signed in then.
     bool logout();

@@ -19,7 +19,7 @@ HandleTable<Session> &sessions()
 
 namespace {
 
-/// The member \p name of the session's credentials, stored in its member \p text.
+/// Returns the member \p name of the session's credentials and stores it in the session's member \p text.
 const char *nameText(int64_t handle, QString Credentials::*name, QByteArray Session::*text) noexcept
 {
     const char *result = "";

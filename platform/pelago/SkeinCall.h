@@ -18,7 +18,7 @@
 
 namespace pelago {
 
-/// Objects by the numbers that callers hold instead of pointers.
+/// Objects by the numbers that callers use instead of pointers.
 template <class Object>
 class HandleTable
 {
@@ -31,7 +31,7 @@ public:
         m_objects.emplace(++m_last, std::move(object));
         return m_last;
     }
-    /// Null for an unknown number. The returned pointer keeps the object alive while a call on it runs.
+    /// Returns null for an unknown number. The caller shares the ownership while a call runs on the object.
     std::shared_ptr<Object> find(int64_t handle) const
     {
         const auto found = m_objects.find(handle);
@@ -82,7 +82,7 @@ void closeHandle(HandleTable<Object> &(*table)(), int64_t handle) noexcept
     });
 }
 
-/// The text of one address of \p deployment, stored in \p texts; empty if it is unknown or cannot be used.
+/// Returns one address of \p deployment and stores its text in \p texts; empty if the address is unknown or invalid.
 const char *addressText(Skein_Service_Deployment deployment, QUrl Deployment::*address,
                         QByteArray (&texts)[3]) noexcept;
 

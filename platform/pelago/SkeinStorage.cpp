@@ -20,7 +20,7 @@ HandleTable<EndPoint> &endPoints()
     return *kTable;
 }
 
-/// \p what followed by the quoted \p id, for a line about a failure.
+/// Returns \p what followed by the quoted \p id, for a line about a failure.
 QString withName(const char *what, const QString &id)
 {
     return QLatin1String(what) +
@@ -54,7 +54,8 @@ class Meter
 public:
     Meter(Skein_ProgressCb callback, void *context) : m_callback(callback), m_context(context) {}
 
-    /// The progress of one file, after \p before bytes of other files. \p knownTotal, if not -1, is the total of all.
+    /// Returns the function for one file after \p before bytes of other files. \p knownTotal is the total of all files,
+    /// or -1.
     Progress forFile(qint64 before, qint64 knownTotal)
     {
         return [=](qint64 done, qint64 total) {

@@ -15,7 +15,7 @@ namespace pelago {
 
 namespace {
 
-/// In UTF-8, which takes half the memory of QString in large folders.
+/// The texts are UTF-8, which needs half the memory of QString in large folders.
 struct Item
 {
     QByteArray name;
@@ -33,14 +33,14 @@ Item itemOf(const QString &name, const DavEntry &entry)
     return {name.toUtf8(), entry.modified.toUtf8(), mediaType, entry.size};
 }
 
-/// The user's locale, or English for the locale "C", which sorts by code points.
+/// Returns the user's locale, or English for the locale "C", which sorts by code points.
 QLocale sortingLocale()
 {
     const QLocale user = QLocale::system();
     return user.language() == QLocale::C ? QLocale(QLocale::English) : user;
 }
 
-/// Folders first, then by name with numbers by value.
+/// Sorts folders before files, and each by name with numbers by value.
 void sort(std::vector<Item> *items)
 {
     QCollator collator(sortingLocale());
@@ -62,7 +62,7 @@ void sort(std::vector<Item> *items)
     items->swap(sorted);
 }
 
-/// A temporary file in the folder of \p target: replaces it in keep(), and is removed otherwise.
+/// A temporary file in the folder of \p target. keep() renames it to \p target; otherwise the destructor removes it.
 class PartFile
 {
 public:
@@ -91,7 +91,7 @@ private:
     QFile m_file;
 };
 
-/// Fails with Network if the listed size differs. A reply without a length ends with the connection, complete or not.
+/// Fails with Network if the listed size differs. Needed for a reply without a length, which ends with the connection.
 Outcome checkListedSize(EndPoint &endPoint, const QString &id, qint64 received)
 {
     DavEntry entry;

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "MultiStatus.h"
-#include "Outcome.h"
+#include "Trace.h"
 
 #include <pelago/pelago.h>
 
@@ -24,11 +24,10 @@ using Progress = std::function<void(qint64 done, qint64 total)>;
 /// the order of the user's locale, numbers by value. The result is the number of entries, or negative.
 Outcome listFolder(EndPoint &endPoint, const QString &folderId, Skein_ContentCb contentCb, void *context);
 
-/// Reads the properties of one file or folder.
 Outcome findEntry(EndPoint &endPoint, const QString &id, DavEntry *entry);
 
 /// Downloads the file \p id to the local file \p target, whose folder must exist. An older file is replaced only by a
-/// complete one. The size of a reply without a length is compared with the listed size.
+/// complete one. The bytes of a reply without a length are compared with the listed size.
 Outcome downloadFile(EndPoint &endPoint, const QString &id, const QString &target, const Progress &progress);
 
 /// Stores \p localPath as the new file \p id. Fails with Conflict if the name is taken.

@@ -21,7 +21,7 @@ Sink g_sink;
 
 struct Cause
 {
-    int result; ///< the result that has this cause if a call names none; 0 for causes that a call must name
+    int result; ///< the result with this cause as its default; 0 for causes that a call must set
     const char *name;
     const char *text; ///< %1 is the detail
     const char *remedy;
@@ -43,7 +43,7 @@ const Cause kCauses[] = {
     {Skein_Result_BadArgument, "argument", "a name or an address cannot be used", "Choose another one"},
     {Skein_Result_Internal, "internal", "out of memory, or called from another thread", "Restart the application"},
     {0, "truncated", "the server stored %1 bytes only", "Check its disk space, and try again"},
-    {0, "unfinished", "whether it is stored is unknown; the whole file is on the server as %1",
+    {0, "unfinished", "it is unknown whether the file is stored; the whole file is on the server as %1",
      "Refresh the list before you try again"},
     {0, "sign-in-method", "the server offers no sign-in that can be used (it offers %1)",
      "Switch on Basic or Digest (MD5) there"},
@@ -54,9 +54,9 @@ const Cause kCauses[] = {
      "Start the host with --ca-file and the certificate of the authority"},
     {0, "host-name", "the server's certificate is for another host name (%1)",
      "Write the name of the certificate into pelago.ini"},
-    {0, "tls", "the server does not speak TLS at this address", "Check https and the port in pelago.ini"},
+    {0, "tls", "the server does not support TLS at this address", "Check https and the port in pelago.ini"},
     {0, "unknown-host", "the host name %1 is unknown", "Check the address in pelago.ini and the network"},
-    {0, "unreachable", "no server answers at %1", "Check the address in pelago.ini, and that the server runs"},
+    {0, "unreachable", "the server at %1 does not respond", "Check the address in pelago.ini, and start the server"},
     {0, "proxy", "the proxy did not connect (%1)", "Check the proxy settings"},
 };
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kLockedRetryMs = 300;
 
-/// \p tag without the prefix of a weak tag.
+/// Returns \p tag without the prefix of a weak tag.
 QByteArray opaque(const QByteArray &tag)
 {
     return tag.startsWith("W/") ? tag.mid(2) : tag;
@@ -30,9 +30,9 @@ struct State
 
     bool isPresent() const { return kind == Kind::Present; }
     bool isAbsent() const { return kind == Kind::Absent; }
-    /// Compares weakly: some servers mark a tag as weak during the first second after a change.
+    /// Compares weakly, because some servers mark a tag as weak during the first second after a change.
     bool hasTag(const QByteArray &tag) const { return isPresent() && opaque(entry.etag) == opaque(tag); }
-    /// The tag for a condition; empty if the server sent no strong one.
+    /// Returns the tag for a condition; empty if the server did not send a strong tag.
     QByteArray strongTag() const
     {
         const QByteArray &tag = entry.etag;
@@ -41,8 +41,8 @@ struct State
     }
 };
 
-/// Whether the server may have performed the request: it did not answer, a gateway answered, or the status is not
-/// defined for the request.
+/// Returns true if the server may have performed the request: the reply is missing, comes from a gateway, or has a
+/// status that is not defined for the request.
 bool isUnknown(const Outcome &outcome)
 {
     if (outcome.status == 0)
@@ -51,13 +51,12 @@ bool isUnknown(const Outcome &outcome)
     return outcome.status == 408 || outcome.status < 300 || (outcome.status >= 500 && !isDefinite);
 }
 
-/// Whether another form of Destination may help after this answer to MOVE.
+/// Returns true if MOVE may succeed with another form of Destination after this status.
 bool mayDependOnDestination(int status)
 {
     return status == 400 || status == 403 || status == 405 || status == 409 || status == 501 || status == 502;
 }
 
-/// The upload of one file.
 class Upload
 {
 public:
@@ -182,7 +181,7 @@ Outcome Upload::renamePart(const QString &part)
 }
 
 /// Stores the file under its own name. \p part, if not empty, is a complete copy; it is removed unless it may be the
-/// only one.
+/// only complete copy.
 Outcome Upload::storeInPlace(const QString &part)
 {
     if (m_target.kind == State::Kind::Unknown) {
@@ -242,7 +241,7 @@ Outcome Upload::move(const QString &part, Destination form, bool conditional)
     return m_endPoint.send(call);
 }
 
-/// \p outcome with the cause of an upload whose complete copy \p part stays on the server.
+/// Returns \p outcome with the cause of an upload whose complete copy \p part stays on the server.
 Outcome Upload::unfinished(Outcome outcome, const QString &part)
 {
     outcome.cause = "unfinished";
@@ -250,7 +249,7 @@ Outcome Upload::unfinished(Outcome outcome, const QString &part)
     return outcome;
 }
 
-/// Tries again once if \p part is locked, because servers lock a file for a moment after an interrupted PUT.
+/// Tries again once if \p part is locked, because servers lock a file briefly after an interrupted PUT.
 void Upload::removePart(const QString &part)
 {
     DavCall call;
@@ -282,7 +281,7 @@ State Upload::query(const QString &id)
     return state;
 }
 
-/// Whether the file was renamed, although the server reported a failure.
+/// Returns true if the file was renamed although the server reported a failure.
 bool Upload::wasRenamed(const Outcome &moved, const State &part, const State &target) const
 {
     if (!target.isPresent() || (target.entry.size >= 0 && target.entry.size != m_file.size()))
@@ -291,8 +290,8 @@ bool Upload::wasRenamed(const Outcome &moved, const State &part, const State &ta
     return part.isAbsent() || (isUnknown(moved) && hasNewTag);
 }
 
-/// Whether another client has stored a file under the name. A missing file does not count: the refused request may have
-/// deleted it.
+/// Returns true if another client has stored a file under the name. A missing file returns false, because the refused
+/// request may have deleted it.
 bool Upload::wasChanged(const State &target) const
 {
     return target.isPresent() && !(m_target.isPresent() && target.hasTag(m_target.entry.etag));

@@ -44,7 +44,7 @@ private slots:
         // The address, in which SERVER and TLS are servers of this test, and the line.
         addRows({{"wrong password", "http://SERVER/", "the server refused the user name or the password (status 401)"},
                  {"certificate", "TLS", "is not trusted (The certificate is self-signed, and untrusted). Start"},
-                 {"server down", "http://127.0.0.1:1", "no server answers at http://127.0.0.1:1"},
+                 {"server down", "http://127.0.0.1:1", "the server at http://127.0.0.1:1 does not respond"},
                  {"plain http", "http://files.example/", "pelago.ini cannot be used (production/storage)"}});
     }
     void failurePrintsOneLineAndWritesNoFile()

@@ -150,8 +150,8 @@ int Skein_Storage_updateFile(int64_t endPoint, const char *folderId, const char 
 /* Tracing */
 
 /** 0, the default: no lines; 1: one line per failed call; 2: also one line per request. A line contains no secret, no
- * query and no file content. A line of level 1 says what failed, why and what to do, and ends in "[cause]" or
- * "[cause: detail]", for programs with texts of their own. The library's README.md lists the causes. */
+ * query and no file content. A line of level 1 contains the failed action, the reason and the remedy. It ends in
+ * "[cause]" or "[cause: detail]", for programs with other texts. The library's README.md lists the causes. */
 void SkeinTrace_setLevel(int level);
 
 /** Sets the function that receives the lines, with their level and context. Null writes them to standard error. */
