@@ -14,7 +14,7 @@ namespace {
 
 int signalPipe[2];
 
-/// A signal handler may only write; the event loop reads the other end.
+/// A signal handler may only write to the pipe. The event loop reads from it.
 void reportSignal(int)
 {
     const char byte = 0;

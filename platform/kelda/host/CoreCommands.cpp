@@ -117,7 +117,7 @@ Value deleteUI(KeldaHost &host, const CommandCall &call)
     return Value();
 }
 
-/// The id of the text that the first two of \p count arguments name: plug-in and key.
+/// Returns the id of the text that the first two of \p count arguments identify: plug-in and key.
 KStringResourceId textId(const CommandCall &call, std::size_t count)
 {
     call.requireCount(count);
@@ -163,7 +163,7 @@ Value pluginInfo(KeldaHost &host, const CommandCall &call)
                                      : Value(host.plugins().version(flags.required("-version")));
 }
 
-/// \p path with a separator at its end. Creates the folder if it is missing.
+/// Returns \p path with a separator at its end. Creates the folder if it is missing.
 QString createdFolder(const QString &path)
 {
     QDir().mkpath(path);

@@ -1,8 +1,8 @@
 // host/CoreCommands.h
 //
-// The commands of every host. \p host must outlive its interpreter's calls of them.
+// The commands of every host.
 //
-//   eval TEXT...                       runs the joined arguments as a program of their own
+//   eval TEXT...                       runs the joined arguments as a program
 //   source FILE                        runs a script file; relative names are searched in KeldaHost::scriptFolders()
 //   print TEXT...                      posts an information
 //   error TEXT...                      fails with the text
@@ -11,7 +11,7 @@
 //   quit [-exitCode N]
 //   callbacks -addCallback PROC | -removeCallback PROC  -hook HOOK -owner NAME
 //   menuItem -parent MENU -label TEXT [-command TEXT] ID | -exists ID
-//   deleteUI ID                        removes a menu item
+//   deleteUI ID                        removes a menu entry
 //   setStringResource PLUGIN KEY TEXT, getStringResource PLUGIN KEY, loadPlugin FILE, unloadPlugin NAME
 //   pluginInfo -q -listPlugins | -version NAME
 //   internalVar -userAppDir | -userPrefDir

@@ -100,7 +100,7 @@ KStatus KeldaHost::run(const QString &command, Value &result, bool display)
 
 bool KeldaHost::isPosted(const QString &failure) const
 {
-    // The message of a failed command contains those of the commands that it ran.
+    // The message of a failed command contains the messages of the commands that it ran.
     return std::any_of(m_reported.cbegin(), m_reported.cend(),
                        [&failure](const QString &posted) { return failure.contains(posted); });
 }

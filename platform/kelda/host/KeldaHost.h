@@ -1,7 +1,7 @@
 // host/KeldaHost.h
 //
-// The host without its window: command language, string table, plug-ins, callbacks and menu entries. Programs and
-// tests add what they need, such as scene commands and a window.
+// The host without its window: command language, string table, plug-ins, callbacks and menu entries. Programs and tests
+// add further commands and a window.
 
 #pragma once
 
@@ -30,8 +30,8 @@ public:
     {
         KGlobal::KeldaState state = KGlobal::kBatch;
         QString location;   ///< the value of getenv "KELDA_LOCATION"
-        QString userDir;    ///< the folder of internalVar -userAppDir and -userPrefDir, which create it
-        QString uiLanguage; ///< the value of about -uiLanguage; empty: KELDA_UI_LANGUAGE, else the locale's
+        QString userDir;    ///< the folder of internalVar -userAppDir and -userPrefDir; created when it is queried
+        QString uiLanguage; ///< the value of about -uiLanguage; if empty, KELDA_UI_LANGUAGE or the locale's language
     };
     /// A procedure that runs at a hook.
     struct Callback
@@ -46,25 +46,25 @@ public:
         }
     };
 
-    /// Installs itself as the process's host and sets the process's LC_NUMERIC to "C". Construct it after the
+    /// Installs this object as the process's host and sets the process's LC_NUMERIC to "C". Construct it after the
     /// QCoreApplication, which sets the locale from the environment.
     explicit KeldaHost(const Setup &setup);
-    /// Unloads every plug-in that is still loaded, last loaded first.
+    /// Unloads the remaining plug-ins, last loaded first.
     ~KeldaHost() override;
 
     Interpreter &interpreter() { return m_interpreter; }
     MenuModel &menus() { return *m_menus; }
     PluginManager &plugins() { return *m_plugins; }
-    /// In the order in which they run.
+    /// The callbacks in the order in which they run.
     std::vector<Callback> &callbacks() { return m_callbacks; }
     const Setup &setup() const { return m_setup; }
     /// The language of texts, such as "de_DE" or "de".
     QString uiLanguage() const;
     /// The folders of script files, in search order.
     QStringList scriptFolders() const;
-    /// Whether the host has windows and menus.
+    /// Returns true if the host has windows and menus.
     bool hasInterface() const { return m_setup.state == KGlobal::kInteractive || m_setup.state == KGlobal::kBaseUI; }
-    /// The caller keeps \p window and may delete it before the host.
+    /// \p window is not owned, and may be deleted before the host.
     void setMainWindow(QWidget *window) { m_mainWindow = window; }
 
     KStatus execute(const KString &command, KCommandResult &result, bool display, bool undo) override;
@@ -83,26 +83,27 @@ public:
     KStatus run(const QString &command, Value &result, bool display);
     /// Runs the callbacks of \p hook. A callback that fails posts its error and does not stop the others.
     void executeCallbacks(const QString &hook);
-    /// Posts \p reason as an error. A running command that fails with the same reason does not post it again.
+    /// Posts \p reason as an error. A running command that later fails with the same reason does not post it again.
     void reportFailure(const QString &reason);
     /// Returns false if \p id is not registered.
     bool replaceString(const KStringResourceId &id, const KString &text);
-    /// If on, every command is echoed as if it ran with "display".
+    /// While the echo is on, every command is echoed as if it ran with "display".
     bool commandEcho() const { return m_commandEcho; }
     void setCommandEcho(bool on) { m_commandEcho = on; }
     bool isWaiting() const { return m_waits > 0; }
-    /// Counts: the wait cursor is shown until it was switched off as often as on. Further calls with false are ignored.
+    /// Counts the calls: the wait cursor is shown until it was switched off as often as on. Further calls with false
+    /// are ignored.
     void setWaiting(bool on);
 
 signals:
     void messagePosted(KHost::MessageKind kind, const QString &text);
-    /// A command ran with "display". \p result is empty if the command has none.
+    /// A command ran with "display". \p result is empty if the command has no result.
     void commandEchoed(const QString &command, const QString &result);
     /// The command quit ran. \p exitStatus is 0 to 255.
     void quitRequested(int exitStatus);
 
 private:
-    /// Whether the running command has posted an error that \p failure contains.
+    /// Returns true if the running command has posted an error that \p failure contains.
     bool isPosted(const QString &failure) const;
 
     Setup m_setup;

@@ -18,12 +18,12 @@ public:
     struct Entry
     {
         QString id;
-        QString menu; ///< name of its menu, such as "FileMenu"
+        QString menu; ///< name of the menu, such as "FileMenu"
         QString label;
         QString command; ///< command text that choosing the entry executes
     };
 
-    /// The entries of one menu in the order in which they were added.
+    /// Returns the entries of one menu in the order in which they were added.
     std::vector<Entry> entries(const QString &menu) const;
     bool contains(const QString &id) const;
     /// Appends \p entry, or replaces the entry with its id.
@@ -33,8 +33,8 @@ public:
 
     /// rebuild() calls \p builder to add entries.
     void setBuilder(std::function<void()> builder) { m_builder = std::move(builder); }
-    /// Removes the entries that the builder added before and runs it again. Other entries stay. Runs commands, so it
-    /// may spin the event loop; nested calls are ignored.
+    /// Removes the entries that the builder added before and runs it again. Other entries stay. The builder runs
+    /// commands, which may spin the event loop. Nested calls are ignored.
     void rebuild();
 
 signals:

@@ -28,7 +28,7 @@ KStatus failure(const QString &reason)
     return KStatus::failure(KQtUtil::toKString(reason));
 }
 
-/// Calls code of a plug-in and turns exceptions into failures.
+/// Calls a function of a plug-in and converts exceptions to failures.
 KStatus guarded(const std::function<KStatus()> &call)
 {
     try {
@@ -49,7 +49,7 @@ struct PluginManager::Plugin
     QString version;
     void *module = nullptr;
     QStringList commands;
-    QStringList stringProcedures; ///< given to registerUIStrings() and not yet defined
+    QStringList stringProcedures; ///< passed to registerUIStrings(), but not yet defined
     bool isLoading = true;
     bool isUnloading = false;
     int running = 0; ///< its running commands
@@ -201,7 +201,7 @@ void PluginManager::runDefinedStringProcedures()
             m_host.reportFailure(error.message());
         }
     }
-    // Existing entries show the former texts.
+    // The existing menu entries show the former texts.
     if (!defined.isEmpty())
         m_host.menus().rebuild();
 }

@@ -1,6 +1,6 @@
 // host/PluginManager.h
 //
-// Loads and unloads plug-in modules, and keeps their registrations.
+// Loads and unloads plug-in modules, and stores their registrations.
 
 #pragma once
 
@@ -19,28 +19,29 @@ class PluginManager
 public:
     /// \p host must outlive this object.
     explicit PluginManager(KeldaHost &host);
-    /// Does not call the plug-ins; call unloadAll() before.
+    /// Does not call the plug-ins. Call unloadAll() before.
     ~PluginManager();
 
     /// Opens \p file (absolute, or relative to the current folder) and calls its initializePlugin. The plug-in's name
     /// is the file's name without folder and suffix. After a failure, whose status names the file, the module is
     /// closed.
     KStatus load(const QString &file);
-    /// Calls uninitializePlugin, removes the plug-in's remaining commands, and closes the module. Fails, and the
-    /// plug-in stays loaded, if that entry point fails or one of its commands is running.
+    /// Calls uninitializePlugin, removes the plug-in's remaining commands, and closes the module. Fails if that entry
+    /// point fails or one of the commands is running; the plug-in stays loaded then.
     KStatus unload(const QString &name);
-    /// Unloads all, last loaded first. Posts an error for each plug-in that fails to unload.
+    /// Unloads all plug-ins, last loaded first. Posts an error for each plug-in that fails to unload.
     void unloadAll();
 
-    /// Names in the order of loading.
+    /// Returns the plug-ins' names in the order of loading.
     QStringList loaded() const;
     bool isLoaded(const QString &name) const { return loaded().contains(name); }
-    /// Empty if the plug-in is not loaded.
+    /// Returns an empty text if the plug-in is not loaded.
     QString version(const QString &name) const;
-    /// Folder of the plug-in whose initializePlugin is running; empty at other times.
+    /// Returns the folder of the plug-in whose initializePlugin is running; empty at other times.
     QString loadingFolder() const;
 
-    /// Calls each procedure that a loading plug-in gave to registerUIStrings(), once, as soon as it is defined.
+    /// Calls the procedures that loading plug-ins passed to registerUIStrings(). Each is called once, after its
+    /// definition.
     void runDefinedStringProcedures();
 
     // The calls of KHost.

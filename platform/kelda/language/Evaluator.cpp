@@ -34,7 +34,7 @@ Value calculated(Operator op, qint64 left, qint64 right)
     return result;
 }
 
-/// Two integers are compared as numbers, all other values as texts. Negative, 0 or positive.
+/// Returns a negative number, 0 or a positive number. Compares two integers as numbers, all other values as texts.
 int compared(const Value &left, const Value &right)
 {
     if (left.kind() != Value::Kind::Int || right.kind() != Value::Kind::Int)

@@ -1,6 +1,6 @@
 // language/Evaluator.h
 //
-// Runs parsed statements with the variables of one procedure call, or with the global ones.
+// Runs parsed statements with the variables of one procedure call, or with the global variables.
 
 #pragma once
 
@@ -19,7 +19,7 @@ public:
 
     /// Throws ScriptError.
     Flow run(const StatementList &block);
-    /// The value of the last expression statement or of "return".
+    /// Returns the value of the last expression statement or of "return".
     const Value &result() const { return m_result; }
 
 private:

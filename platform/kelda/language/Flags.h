@@ -8,7 +8,7 @@
 
 #include <initializer_list>
 
-/// One flag of a command: both names with their dash, and the number of values that follow it.
+/// One flag of a command: both names with their dash, and the number of values after it.
 struct FlagSpec
 {
     const char *shortName;
@@ -23,15 +23,15 @@ public:
     /// is a plain argument.
     Flags(const CommandCall &call, std::initializer_list<FlagSpec> known);
 
-    /// \p longName with its dash, as listed for the constructor.
+    /// \p longName begins with the dash, as in the constructor's list.
     bool has(const char *longName) const { return m_set.contains(QString::fromLatin1(longName)); }
-    /// The value of the flag at \p index, which counts over repeated flags; none if there are fewer.
+    /// Returns value \p index of the flag, counted over repeated flags; an empty Value if the flag has fewer values.
     Value value(const char *longName, int index = 0) const;
-    /// The first value of the flag as text. Throws CommandError if the flag is not set.
+    /// Returns the first value of the flag as text. Throws CommandError if the flag is not set.
     QString required(const char *longName) const;
 
     const std::vector<Value> &plain() const { return m_plain; }
-    /// The one plain argument as text. Throws CommandError unless there is exactly one.
+    /// Returns the plain argument as text. Throws CommandError unless the call has exactly one.
     QString onlyPlain() const;
 
 private:
@@ -41,5 +41,5 @@ private:
 };
 
 /// Runs a command that switches one state: returns \p state for -query, else passes the value of -state to \p set.
-/// Throws CommandError unless that is on, true, 1, off, false or 0.
+/// Throws CommandError unless the value is on, true, 1, off, false or 0.
 Value runSwitch(const CommandCall &call, bool state, const std::function<void(bool)> &set);

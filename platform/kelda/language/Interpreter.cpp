@@ -29,7 +29,7 @@ void requireArguments(const QString &name, std::size_t wanted, std::size_t given
         throw CommandError(QStringLiteral("%1 takes %2 arguments, not %3").arg(name).arg(wanted).arg(given));
 }
 
-/// Characters of a string, elements of an array.
+/// Returns the number of characters of a string or of elements of an array.
 Value size(const CommandCall &call)
 {
     call.requireCount(1);
@@ -43,7 +43,7 @@ Value toLower(const CommandCall &call)
     return call.texts()[0].toLower();
 }
 
-/// tokenize(text, separators): the parts between any of the separator characters, without empty ones.
+/// tokenize(text, separators) splits the text at each separator character and returns the parts that are not empty.
 Value tokenize(const CommandCall &call)
 {
     call.requireCount(2);

@@ -1,6 +1,6 @@
 // language/Interpreter.h
 //
-// The command language: runs source text, keeps variables and procedures, and calls the host's commands. The language
+// The command language: runs source text, stores variables and procedures, and calls the host's commands. The language
 // has integers, strings and arrays of strings; its only loop runs over the elements of an array. "catch(expression)" is
 // 1 if the expression fails, otherwise 0.
 
@@ -35,7 +35,7 @@ public:
     QString message() const { return QString::fromUtf8(what()); }
 };
 
-/// Thrown by a command that fails. The interpreter turns it into a ScriptError with the position of the call.
+/// Thrown by a command that fails. The interpreter converts it to a ScriptError with the position of the call.
 class CommandError : public std::runtime_error
 {
 public:
@@ -43,19 +43,18 @@ public:
     QString reason() const { return QString::fromUtf8(what()); }
 };
 
-/// One call of a command. In command syntax ("file -force -i x") bare words arrive as strings.
+/// One call of a command. In command syntax ("file -force -i x") bare words are passed as strings.
 struct CommandCall
 {
     QString name;
     std::vector<Value> arguments;
 
-    /// Throws CommandError unless there are exactly \p count arguments.
+    /// Throws CommandError unless the call has exactly \p count arguments.
     void requireCount(std::size_t count) const;
-    /// The arguments as strings.
     QStringList texts() const;
 };
 
-/// \p text between double quotes, as one argument of a command.
+/// Returns \p text between double quotes, as one argument of a command.
 QString quotedArgument(QString text);
 
 using CommandFunction = std::function<Value(const CommandCall &)>;
@@ -72,7 +71,7 @@ class Interpreter
 public:
     Interpreter();
 
-    /// Returns false and changes nothing if a command of that name exists.
+    /// Returns false without a change if a command of that name exists.
     bool addCommand(const QString &name, CommandFunction function);
     bool removeCommand(const QString &name) { return m_commands.remove(name) > 0; }
     bool hasCommand(const QString &name) const { return m_commands.contains(name); }
@@ -83,7 +82,7 @@ public:
     Value evaluate(const QString &source, const QString &file = QString());
     /// \p handler receives the message of each error that "catch" stops.
     void setCaughtHandler(std::function<void(const QString &message)> handler) { m_caughtHandler = std::move(handler); }
-    /// Calls a procedure or a command. \p where is the position for error messages. Throws ScriptError.
+    /// Calls a procedure or a command. Error messages contain the position \p where. Throws ScriptError.
     Value call(const QString &name, const std::vector<Value> &arguments, const SourcePosition &where = {});
 
 private:
@@ -95,5 +94,5 @@ private:
     QHash<QString, std::shared_ptr<const Procedure>> m_procedures;
     Variables m_globals;
     std::function<void(const QString &)> m_caughtHandler = [](const QString &) {};
-    const char *m_stackBase; ///< stack position of the constructor
+    const char *m_stackBase; ///< the stack's address in the constructor
 };

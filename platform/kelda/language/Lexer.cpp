@@ -19,7 +19,7 @@ bool isNamePart(QChar c)
     return isNameStart(c) || isDigit(c);
 }
 
-/// Whether \p c belongs to a bare word of a command.
+/// Returns true if \p c can be part of a bare word of a command.
 bool isWordPart(QChar c)
 {
     return !c.isSpace() && !QStringLiteral(";\"`(){}$").contains(c);

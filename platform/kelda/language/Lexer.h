@@ -1,7 +1,7 @@
 // language/Lexer.h
 //
-// Splits source text into tokens when the parser needs them, because the same characters form other tokens in an
-// expression than among the bare words of a command.
+// Splits source text into tokens. The parser requests each token with a mode, because the same characters form other
+// tokens in an expression than in the bare words of a command.
 
 #pragma once
 
@@ -14,7 +14,7 @@ struct Token
     Kind kind = Kind::End;
     QString text; ///< the characters of a word or symbol, a variable's name without "$", a string's unescaped content
     int line = 0;
-    int end = 0; ///< offset of the first character behind it
+    int end = 0; ///< offset of the first character after the token
 
     bool isSymbol(const char *symbol) const { return kind == Kind::Symbol && text == QLatin1String(symbol); }
     bool isWord(const char *word) const { return kind == Kind::Word && text == QLatin1String(word); }
@@ -32,7 +32,7 @@ public:
     const Token &peek(Mode mode = Mode::Expression);
     /// Consumes the next token.
     Token take(Mode mode = Mode::Expression);
-    /// The character that directly follows the token of the last peek(); null at the end.
+    /// Returns the character that directly follows the token of the last peek(); null at the end.
     QChar following() const { return at(m_token.end); }
 
 private:
@@ -47,7 +47,7 @@ private:
 
     const QString &m_source;
     const QString &m_file;
-    int m_offset = 0; ///< behind the last token consumed
+    int m_offset = 0; ///< after the last token consumed
     int m_line = 1;
     Token m_token; ///< valid if m_peeked
     Mode m_mode = Mode::Expression;

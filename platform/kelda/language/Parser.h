@@ -22,7 +22,7 @@ private:
     class Nesting
     {
     public:
-        /// \p inBackquotes: a backquote closes a command inside this level. Throws ScriptError beyond the deepest
+        /// If \p inBackquotes is true, a backquote ends a command in this level. Throws ScriptError beyond the deepest
         /// level.
         Nesting(Parser &parser, bool inBackquotes);
         ~Nesting();
@@ -75,5 +75,5 @@ private:
     int m_nesting = 0;
     int m_loops = 0;
     bool m_inBackquotes = false;
-    const Procedure *m_procedure = nullptr; ///< the one whose body is parsed
+    const Procedure *m_procedure = nullptr; ///< the procedure whose body is being parsed
 };

@@ -28,17 +28,17 @@ public:
     Kind kind() const { return static_cast<Kind>(m_data.index()); }
     bool isNone() const { return kind() == Kind::None; }
 
-    /// False for none, 0, the empty string and the empty array.
+    /// Returns false for none, 0, the empty string and the empty array.
     bool toBool() const;
-    /// A string is parsed as a decimal integer. Returns 0 if it is not one, and for none and arrays.
+    /// Parses a string as a decimal integer. Returns 0 for other strings, none and arrays.
     qint64 toInt() const;
-    /// Integers in decimal, the elements of an array joined by blanks, none as "".
+    /// Returns integers in decimal, the elements of an array joined by blanks, and "" for none.
     QString toString() const;
-    /// None as an empty array, an integer or a string as an array of one element.
+    /// Returns an empty array for none, and an array of one element for an integer or a string.
     QStringList toStringList() const;
-    /// Throws CommandError if exactly one of this value and \p type is an array. None becomes "" or an empty array.
+    /// Converts none to "" or an empty array. Throws CommandError if exactly one of this value and \p type is an array.
     Value converted(DeclaredType type) const;
-    /// The array of this value, to be changed in place; null for any other kind.
+    /// Returns the array of this value, to be changed in place; null for other kinds.
     QStringList *array() { return std::get_if<QStringList>(&m_data); }
 
 private:

@@ -75,8 +75,8 @@ std::unique_ptr<aiScene> Builder::build(const std::vector<SceneObject> &objects)
     return scene;
 }
 
-/// \p text on one line, without a quotation mark in FBX, which the importer rejects, and without a backslash at the end
-/// of an OBJ line, which would join it with the next line.
+/// Returns \p text on one line. Replaces quotation marks for FBX, because the importer rejects them, and a backslash at
+/// the end for OBJ, because it would join two lines.
 aiString Builder::name(const QString &text) const
 {
     QString line = text.simplified();
@@ -149,8 +149,8 @@ aiMaterial *Builder::material(const Material &source)
     return material;
 }
 
-/// \p image as the content of a PNG file. Assimp's FBX exporter pads base64 wrongly if the number of bytes is a
-/// multiple of three, so a zero byte is appended then. Image readers ignore it.
+/// Returns \p image as the content of a PNG file. Appends a zero byte for FBX if the number of bytes is a multiple of
+/// three, because Assimp's exporter pads base64 wrongly then. Image readers ignore the byte.
 QByteArray Builder::imageFile(const QImage &image) const
 {
     QBuffer buffer;
@@ -162,7 +162,7 @@ QByteArray Builder::imageFile(const QImage &image) const
     return bytes;
 }
 
-/// A reference to the embedded image, or the image's name if this kind of file cannot contain it.
+/// Returns a reference to the embedded image, or the image's name if this kind of file cannot contain images.
 aiString Builder::textureReference(const Material &source)
 {
     if (!m_translator.holdsTextures())

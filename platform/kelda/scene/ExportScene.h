@@ -1,6 +1,6 @@
 // scene/ExportScene.h
 //
-// Converts the host's objects into a scene of Assimp, limited to what the chosen kind of file supports.
+// Converts the host's objects to a scene of Assimp with the features that the chosen kind of file supports.
 
 #pragma once
 

@@ -42,12 +42,13 @@ enum class FileAction { Import, Export };
 class OptionStore
 {
 public:
-    /// "Import", "ExportAll" or "ExportActive"; both exports share their options. Throws FileError for another name.
+    /// Accepts "Import", "ExportAll" and "ExportActive"; both exports share their options. Throws FileError for another
+    /// name.
     static FileAction actionNamed(const QString &name);
     /// Throws FileError if \p translator does not support \p action.
     static std::vector<OptionSpec> specs(FileAction action, const Translator &translator);
 
-    /// The current value of every key of specs().
+    /// Returns the current values of all keys of specs().
     OptionValues values(FileAction action, const Translator &translator) const;
     /// \p key and \p value must fit one of specs().
     void set(FileAction action, const Translator &translator, const QString &key, const QVariant &value);

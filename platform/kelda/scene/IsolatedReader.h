@@ -1,7 +1,7 @@
 // scene/IsolatedReader.h
 //
-// Reads a model file in a separate process, the program kelda_reader, because a damaged file can crash Assimp or make
-// it loop for ever.
+// Reads a model file in a separate process, the program kelda_reader, because Assimp can crash or loop endlessly on a
+// damaged file.
 
 #pragma once
 
@@ -16,7 +16,7 @@ struct Translator;
 struct ReadRequest
 {
     QString path;
-    QString translator; ///< its name; empty for the kind that the file's first bytes suggest
+    QString translator; ///< the translator's name; if empty, the file's first bytes determine the kind of file
     OptionValues options;
 };
 
@@ -35,9 +35,9 @@ class IsolatedReader
 public:
     static constexpr int kDefaultTimeoutMs = 20'000;
 
-    /// As ModelReader::read. Blocks until the process ends, without the event loop. Throws FileError also if the
-    /// process crashes, exceeds its memory limit, or computes longer than the time-out plus four seconds per MiB of the
-    /// file.
+    /// Like ModelReader::read. Blocks until the process ends, without spinning the event loop. Throws FileError also if
+    /// the process crashes, exceeds its memory limit, or computes longer than the time-out plus four seconds per MiB of
+    /// the file.
     static ModelData read(const QString &path, const Translator *translator, const OptionValues &options);
     static void setTimeout(int milliseconds) { s_timeoutMs = milliseconds; }
 

@@ -29,21 +29,21 @@ class Mesh
 {
 public:
     std::vector<QVector3D> positions;
-    std::vector<QVector3D> normals; ///< as many as positions, or none
-    std::vector<QVector2D> uvs;     ///< as many as positions, or none; v increases upwards
+    std::vector<QVector3D> normals; ///< empty, or as many as positions
+    std::vector<QVector2D> uvs;     ///< empty, or as many as positions; v increases upwards
 
     /// \p corners are indices into positions, at least three of them.
     void addFace(const std::vector<quint32> &corners);
     int faceCount() const { return static_cast<int>(m_faceEnds.size()); }
     /// Number of faces with exactly three corners.
     int triangleCount() const { return m_triangles; }
-    /// The \p count corners of a face. Valid until the mesh changes.
+    /// Returns the \p count corners of a face. Valid until the mesh changes.
     const quint32 *face(int index, int &count) const;
     const Bounds &bounds() const { return m_bounds; }
-    /// Call after positions has changed.
+    /// Must be called after positions has changed.
     void updateBounds();
 
-    /// Uses this machine's byte order: for another process, not for files.
+    /// Writes this machine's byte order, for another process.
     void save(QDataStream &stream) const;
     /// Sets the stream's status if data is missing.
     void load(QDataStream &stream);

@@ -42,7 +42,7 @@ void takeEmbedded(const aiTexture &texture, MaterialData &material)
         material.texelSize = QSize(static_cast<int>(texture.mWidth), static_cast<int>(texture.mHeight));
 }
 
-/// Finds equal points of a mesh: an open-addressing table of the points kept so far.
+/// An open-addressing hash table of the points kept so far, which finds equal points of a mesh.
 class PointTable
 {
 public:
@@ -54,7 +54,7 @@ public:
         m_slots.assign(size, kFree);
     }
 
-    /// Returns the kept point that equals \p point. If there is no such point, keeps \p point and returns it.
+    /// Returns the kept point that equals \p point. Keeps \p point and returns it if it is the first.
     quint32 find(quint32 point)
     {
         const std::size_t mask = m_slots.size() - 1;
@@ -147,7 +147,7 @@ private:
 
 ModelData Collector::collect()
 {
-    // The file decides how deep nodes are nested, so this is not recursive.
+    // Not recursive, because the file determines how deep nodes are nested.
     std::vector<Visit> open{{m_scene.mRootNode, aiMatrix4x4()}};
     while (!open.empty()) {
         const Visit visit = open.back();

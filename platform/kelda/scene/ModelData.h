@@ -1,6 +1,6 @@
 // scene/ModelData.h
 //
-// The content of a model file, independent of Assimp, in a form that passes between processes.
+// The content of a model file, independent of Assimp. It can be sent to another process.
 
 #pragma once
 

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The name that Assimp's exporter gives its file.
+/// The name of the file in the output of Assimp's exporter.
 const char kBlobName[] = "model";
 constexpr std::size_t kLargestText = std::numeric_limits<int>::max();
 
@@ -36,8 +36,8 @@ public:
             throw FileError(m_file.errorString());
     }
 
-    /// When the disk becomes full, one write stores only some of the bytes and only the next one fails. The device is
-    /// unbuffered, because a buffer would hide that.
+    /// When the disk becomes full, one write stores only a part of the bytes, and the next one fails. The device is
+    /// unbuffered, because a buffer would hide the failure.
     void write(const char *bytes, qint64 size)
     {
         while (size > 0) {
@@ -63,7 +63,7 @@ private:
     QSaveFile m_file;
 };
 
-/// A text glTF refers to a second file with the numbers. Embeds them as base64, so that the export is a single file.
+/// A text glTF refers to a second file with the numbers. Embeds them as base64, so that the export is one file.
 void writeWithBuffers(const aiExportDataBlob &text, OutputFile &out)
 {
     const aiExportDataBlob *numbers = text.next;
@@ -92,7 +92,7 @@ void writeWithBuffers(const aiExportDataBlob &text, OutputFile &out)
 
 QByteArray exporterId(const Translator &translator)
 {
-    // Without a material file, since an upload takes the model file alone.
+    // Without a material file, because an upload sends only the model file.
     return translator.exportId == "obj" ? QByteArray("objnomtl") : translator.exportId;
 }
 
@@ -117,14 +117,14 @@ void writeChecked(const std::vector<SceneObject> &objects, const QString &target
     out.commit();
 }
 
-/// False for the default material of files without materials.
+/// Returns false for the default material of files without materials.
 bool isPainted(const Material &material)
 {
     const bool grey = material.diffuse.saturation() == 0;
     return !grey || !(material.name.isEmpty() || material.name == QLatin1String(AI_DEFAULT_MATERIAL_NAME));
 }
 
-/// The distinct names of the objects' images, including missing ones.
+/// Returns the distinct names of the objects' images, including missing ones.
 QString imageNames(const std::vector<SceneObject> &objects)
 {
     QStringList names;
@@ -136,7 +136,7 @@ QString imageNames(const std::vector<SceneObject> &objects)
     return names.join(QStringLiteral(", "));
 }
 
-/// What the file does not contain, one line each.
+/// Returns one line for each kind of data that the file cannot contain.
 QStringList losses(const std::vector<SceneObject> &objects, const Translator &translator)
 {
     if (translator.holdsTextures())

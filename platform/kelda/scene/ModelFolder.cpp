@@ -46,7 +46,7 @@ public:
     void Flush() override {}
 
 private:
-    /// Some of Assimp's readers loop for ever if a file ends too early.
+    /// Some of Assimp's readers loop endlessly if a file ends too early.
     static constexpr int kMostEmptyReads = 1000;
 
     QFile m_file;
@@ -105,7 +105,7 @@ Assimp::IOStream *ModelFolder::Open(const char *file, const char *mode)
     auto stream = std::make_unique<FileStream>(path);
     const bool opened = !path.isEmpty() && stream->open();
     if (name.endsWith(QLatin1String(".mtl"), Qt::CaseInsensitive)) {
-        // If this fails, Assimp also tries the model's own name.
+        // After a failure, Assimp also tries the model's name.
         if (opened)
             m_missingMaterials.clear();
         else if (m_missingMaterials.isEmpty())

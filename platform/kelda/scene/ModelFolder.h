@@ -14,11 +14,11 @@ public:
     /// Larger files are not opened, because Assimp uses 32-bit sizes in places.
     static constexpr qint64 kLargestFile = (qint64(1) << 31) - 1;
 
-    /// \p alias is the name by which Assimp opens the model itself, \p modelPath the model's file.
+    /// \p alias is the name with which Assimp opens the model, \p modelPath the model's file.
     ModelFolder(const QString &modelPath, const QString &alias);
 
-    /// The file for \p reference, as written in the model: the relative path inside the folder, else the last component
-    /// beside the model, in upper or lower case. Empty if it is not an existing regular file.
+    /// Returns the file for \p reference, as written in the model: the relative path inside the folder, else the last
+    /// component beside the model, in upper or lower case. Empty unless the file is an existing regular file.
     QString resolve(const QString &reference) const;
 
     bool Exists(const char *file) const override;
@@ -27,7 +27,7 @@ public:
     Assimp::IOStream *Open(const char *file, const char *mode) override;
     void Close(Assimp::IOStream *stream) override;
 
-    /// The material file that Assimp could not open and has not replaced by another one; else empty.
+    /// Returns the material file that Assimp could not open, unless it then opened another one.
     const QString &missingMaterials() const { return m_missingMaterials; }
 
 private:

@@ -56,7 +56,7 @@ public:
     Material build(const MaterialData &data);
     /// Warns about the missing material file \p name.
     void addMissingFile(const QString &name);
-    /// Missing or unreadable files and textures, one line each.
+    /// Returns one line for each missing or unreadable file or texture.
     const QStringList &warnings() const { return m_warnings; }
 
 private:

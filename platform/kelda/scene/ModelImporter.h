@@ -1,7 +1,7 @@
 // scene/ModelImporter.h
 //
-// Reads a model file into scene objects. The file is not trusted: whatever its content, the result is objects or one
-// error that names the file.
+// Reads a model file into scene objects. The file is not trusted: any content results in objects or in one error with
+// the file's name.
 
 #pragma once
 
@@ -19,7 +19,7 @@ struct ImportResult
 class ModelImporter
 {
 public:
-    /// Reads \p path as a file of \p translator, or of the kind that its first bytes suggest if that is null. Blocks
-    /// without the event loop. Throws FileError.
+    /// Reads \p path as a file of \p translator. If that is null, the first bytes determine the kind of file. Blocks
+    /// without spinning the event loop. Throws FileError.
     static ImportResult read(const QString &path, const Translator *translator, const OptionValues &options);
 };

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// A name with an extension of \p translator, by which Assimp chooses its reader.
+/// Returns a name with an extension of \p translator. Assimp selects its reader by the extension.
 QString aliasFor(const QString &path, const Translator *translator)
 {
     const QFileInfo info(path);
@@ -25,7 +25,7 @@ QString aliasFor(const QString &path, const Translator *translator)
     return info.absoluteFilePath() + QLatin1Char('.') + translator->extension();
 }
 
-/// Throws FileError for a point index out of range, which Assimp does not check.
+/// Throws FileError for a point index out of range, because Assimp does not check them.
 void checkMeshes(const aiScene &scene)
 {
     for (unsigned at = 0; at < scene.mNumMeshes; ++at) {
@@ -59,10 +59,10 @@ ModelData convertedScene(Assimp::Importer &importer, const OptionValues &options
     return ModelReader::collect(*scene, options.value(QStringLiteral("scale"), 1.0).toDouble());
 }
 
-/// \p reason, with the kind of file that its first bytes suggest if that explains the failure.
+/// Returns \p reason, and the kind of file that the first bytes indicate if that explains the failure.
 QString explained(const QString &reason, const QString &path, const Translator *translator)
 {
-    // Kinds that are detected reliably and that no translator reads.
+    // Kinds that the MIME database detects reliably and the host cannot read.
     static const QRegularExpression foreign(
         QStringLiteral("^(image|audio|video)/|/(html|pdf|gzip|x-xz|x-bzip|x-7z-compressed|vnd.rar)$"));
     const QMimeType kind = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);

@@ -1,7 +1,7 @@
 // scene/ModelReader.h
 //
-// Reads a model file with Assimp. A damaged file can crash Assimp or make it loop for ever, so the host uses
-// IsolatedReader instead.
+// Reads a model file with Assimp. The host uses IsolatedReader instead, because Assimp can crash or loop endlessly on a
+// damaged file.
 
 #pragma once
 
@@ -19,7 +19,7 @@ public:
     /// Maximal absolute coordinate after scaling.
     static constexpr float kLargestCoordinate = 1e15F;
 
-    /// Reads \p path as a file of \p translator, or of the kind that its first bytes suggest if that is null. The
+    /// Reads \p path as a file of \p translator. If that is null, the first bytes determine the kind of file. The
     /// result has at least one part. Throws FileError and the exceptions of Assimp.
     static ModelData read(const QString &path, const Translator *translator, const OptionValues &options);
 

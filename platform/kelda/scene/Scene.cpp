@@ -6,7 +6,7 @@
 
 namespace {
 
-/// \p name on one line, with at most 200 characters and without control characters, for commands and lists.
+/// Returns \p name on one line, with at most 200 characters and without control characters, for commands and lists.
 QString tidied(const QString &name)
 {
     QString text = name.left(200).simplified();

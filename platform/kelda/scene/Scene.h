@@ -38,7 +38,7 @@ public:
     explicit Scene(QObject *parent = nullptr);
 
     const std::vector<SceneObject> &objects() const { return m_objects; }
-    /// Null if the object does not exist. Valid until the scene changes.
+    /// Returns null if the object does not exist. Valid until the scene changes.
     const SceneObject *find(const QString &name) const;
     QStringList names() const;
     QStringList selection() const;
@@ -52,7 +52,7 @@ public:
 
     qint64 triangleCount() const;
     qint64 vertexCount() const;
-    /// Number of different texture images.
+    /// Returns the number of different texture images.
     int textureCount() const;
     Bounds bounds() const;
 

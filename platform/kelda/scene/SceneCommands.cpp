@@ -15,7 +15,7 @@
 
 namespace {
 
-/// All plain arguments, and the elements of those that are arrays.
+/// Returns all plain arguments, with arrays replaced by their elements.
 QStringList plainNames(const Flags &flags)
 {
     QStringList names;
@@ -32,14 +32,13 @@ void requireObjects(const Scene &scene, const QStringList &names)
     }
 }
 
-/// The translator of -type, else the one for the extension of \p path, which may be null.
+/// Returns the translator of -type or for the extension of \p path; null for an unknown extension.
 const Translator *translatorFor(const Flags &flags, const QString &path)
 {
     return flags.has("-type") ? &Translators::named(flags.value("-type").toString())
                               : Translators::forExtension(QFileInfo(path).suffix());
 }
 
-/// The file command.
 class FileCommand
 {
 public:

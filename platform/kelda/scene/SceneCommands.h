@@ -21,5 +21,5 @@ class Scene;
 ///   sceneInfo -q -triangles | -vertices | -objects | -textures | -boundingBox
 void registerSceneCommands(KeldaHost &host, Scene &scene, OptionStore &options);
 
-/// Wraps \p function: a FileError becomes a CommandError.
+/// Returns a function that calls \p function and converts a FileError to a CommandError.
 CommandFunction withFileErrors(CommandFunction function);

@@ -16,20 +16,20 @@ struct Translator
     bool reads = true;
 
     bool writes() const { return !exportId.isEmpty(); }
-    /// Whether exported files of this kind contain their images.
+    /// Returns true if exported files of this kind contain their images.
     bool holdsTextures() const { return exportId == "gltf2" || exportId == "glb2" || exportId == "fbxa"; }
     QString extension() const { return extensions.first(); }
 };
 
 namespace Translators {
 
-/// In the order of menus. The kinds that the host also writes come first.
+/// Returns the translators in the order of menus, first those that also write.
 const std::vector<Translator> &all();
 /// Returns null for an unknown name. Case-sensitive.
 const Translator *find(const QString &name);
 /// Throws FileError for an unknown name.
 const Translator &named(const QString &name);
-/// The translator that reads files with \p extension, in any case and without a dot; null if it does not exist.
+/// Returns the translator that reads files with \p extension (in any case, without a dot), or null.
 const Translator *forExtension(const QString &extension);
 
 } // namespace Translators

@@ -43,6 +43,6 @@ int main(int argc, char **argv)
     if (stream.status() != QDataStream::Ok || !file.resize(0) || !file.seek(0))
         return EXIT_FAILURE;
     stream << problem << model;
-    // Destructors are skipped, because a damaged file may have left Assimp in a state that crashes them.
+    // Skips the destructors, which may crash after Assimp has read a damaged file.
     std::_Exit(file.flush() && stream.status() == QDataStream::Ok ? EXIT_SUCCESS : EXIT_FAILURE);
 }

@@ -1,6 +1,6 @@
 // ui/BrowserWindow.h
 //
-// A small web browser for addresses that would otherwise open in the system's browser.
+// A small web browser that replaces the system's browser.
 
 #pragma once
 

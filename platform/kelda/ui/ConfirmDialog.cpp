@@ -9,13 +9,13 @@
 
 namespace {
 
-/// \p text for a button, without a mnemonic.
+/// Returns \p text for a button, without a mnemonic.
 QString buttonLabel(QString text)
 {
     return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
-/// A message box that can be closed whatever buttons it has. clickedButton() is null then.
+/// A message box that can be closed with any set of buttons. clickedButton() is null then.
 class ClosableBox : public QMessageBox
 {
 public:
@@ -35,7 +35,7 @@ protected:
 /// Shows the question and returns the pressed button's text, or \p closed. Spins the event loop.
 QString ask(QWidget *parent, const Flags &flags, const QStringList &buttons, const QString &closed)
 {
-    // The parent may be deleted, and the box with it, while it is open.
+    // QPointer, because the parent may be deleted while the box is open, and deletes the box then.
     const QPointer<QMessageBox> box = new ClosableBox(parent);
     box->setObjectName(QStringLiteral("KeldaConfirmDialog"));
     box->setWindowTitle(flags.value("-title").toString());

@@ -9,12 +9,12 @@ class OptionStore;
 
 /// confirmDialog -title TEXT -message TEXT [-messageAlign left] [-button TEXT]... [-defaultButton TEXT]
 ///     [-cancelButton TEXT]
-/// Returns the text of the pressed button, or, if the box is closed, that of the cancel button or "dismiss". Spins the
-/// event loop. A host without a window posts the message as information and returns as if the box was closed.
+/// Returns the text of the pressed button. If the box is closed, returns the text of the cancel button or "dismiss".
+/// Spins the event loop. A host without a window posts the message as information and returns as if the box was closed.
 void registerConfirmDialog(KeldaHost &host);
 
-/// The procedures that put the options of a translator into a layout of a plug-in's dialog, found by its object name,
-/// and store the values when the plug-in calls the last one. Each option's widget is named "KeldaOption_" and its key.
+/// The procedures that show the options of a translator in a plug-in's dialog, in the layout with the object name
+/// LAYOUT. The last procedure stores the values. Each option's widget is named "KeldaOption_" and its key.
 ///
 /// initCurrentFileTypeOption ACTION "" ""
 /// fileOperationsOptionsUISetup ACTION LAYOUT

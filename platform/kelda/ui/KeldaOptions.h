@@ -13,7 +13,7 @@
 
 struct KeldaOptions
 {
-    /// A command or script to run after loading, in the order given.
+    /// A command or script to run after the plug-ins are loaded.
     struct Task
     {
         bool isScript = false; ///< text is the file of a script, else a command
@@ -21,8 +21,8 @@ struct KeldaOptions
     };
 
     KGlobal::KeldaState mode = KGlobal::kInteractive;
-    QString location; ///< empty: found from the program's own folder
-    QString userDir;  ///< empty: the user's data folder for kelda
+    QString location; ///< if empty, findLocation() is used
+    QString userDir;  ///< if empty, the user's data folder for kelda
     QStringList plugIns;
     QString caFile;
     bool internalBrowser = false;
@@ -36,7 +36,7 @@ struct KeldaOptions
     /// \p arguments without the program's name. Returns false, with one line in \p error, for invalid arguments.
     static bool parse(const QStringList &arguments, KeldaOptions &options, QString &error);
     static QString usage();
-    /// The nearest folder at or above \p programFolder, three levels at most, that contains scripts and icons, or its
-    /// folder lib/kelda if that contains them; else \p programFolder.
+    /// Returns the nearest folder at or above \p programFolder, three levels at most, that contains scripts and icons
+    /// itself or in lib/kelda; else \p programFolder.
     static QString findLocation(const QString &programFolder);
 };

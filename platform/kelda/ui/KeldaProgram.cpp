@@ -43,7 +43,7 @@ const char *prefixOf(KHost::MessageKind kind)
 }
 
 /// Translates Qt's own texts, such as the buttons of message boxes, into \p language during the lifetime of \p owner.
-/// They stay English if the translation is not installed.
+/// If the translation is not installed, they stay English.
 void translateQt(const QString &language, QObject *owner)
 {
     auto *translator = new QTranslator(owner);
@@ -113,7 +113,7 @@ bool KeldaProgram::prepareNetwork(const KeldaOptions &options, QString &error)
         error = QStringLiteral("the file \"%1\" has no certificate").arg(options.caFile);
         return false;
     }
-    // The list replaces that of the system, so it contains the latter.
+    // This list replaces the system's list.
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + certificates);
     QSslConfiguration::setDefaultConfiguration(configuration);

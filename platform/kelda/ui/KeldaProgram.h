@@ -1,7 +1,7 @@
 // ui/KeldaProgram.h
 //
-// The whole host in one object: command language, scene, options, and a window in the modes that have one. Used by the
-// kelda program, the end-to-end tests and the tour. Requires a QApplication; one object at a time.
+// The whole host in one object: command language, scene, options, and a window in the modes that have one. The kelda
+// program, the end-to-end tests and the tour use it. Requires a QApplication; one object at a time.
 
 #pragma once
 
@@ -24,7 +24,7 @@ class KeldaProgram : public QObject
 {
     Q_OBJECT
 public:
-    /// Shows the window. Does not load plug-ins; start() does.
+    /// Shows the window. Plug-ins are loaded by start().
     explicit KeldaProgram(const KeldaOptions &options);
     /// Unloads the plug-ins, then deletes the window.
     ~KeldaProgram() override;
@@ -42,10 +42,10 @@ public:
 
     KeldaHost &host() { return *m_host; }
     Scene &scene() { return m_scene; }
-    /// Null in batch and library mode, and after the window was deleted.
+    /// Returns null in batch and library mode, and after the window was deleted.
     MainWindow *window() const;
 
-    /// Runs one command as --command does. Returns false if it failed.
+    /// Runs one command like --command. Returns false if it failed.
     bool runCommand(const QString &text);
 
 public slots:

@@ -78,7 +78,7 @@ void MainWindow::buildMenus()
     m_fileMenu->addSeparator();
     m_entriesEnd = m_fileMenu->addSeparator();
     add("KeldaQuit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
-    // Scripts may add other entries than before.
+    // Scripts may add other entries each time.
     connect(m_fileMenu, &QMenu::aboutToShow, this, [this] { m_host.menus().rebuild(); });
 }
 
@@ -129,7 +129,7 @@ void MainWindow::buildCommandDock()
 
 void MainWindow::refreshFileMenu()
 {
-    // One of these actions may be running this command, so they are deleted later.
+    // Deleted later, because one of these actions may have started the running command.
     for (QAction *action : qAsConst(m_entryActions)) {
         m_fileMenu->removeAction(action);
         action->deleteLater();

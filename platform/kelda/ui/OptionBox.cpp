@@ -30,9 +30,9 @@ public:
     void show(const Translator &translator, const OptionValues &values);
     /// Shows the name of the file. "." and an empty text hide it.
     void setFile(const QString &path);
-    /// Stores the values of the widgets. Throws FileError before show().
+    /// Stores the values of the widgets. Throws FileError if show() was not called.
     void store(OptionStore &options) const;
-    /// Null before show().
+    /// Returns null before show().
     const Translator *translator() const { return m_translator; }
 
 private:
@@ -138,8 +138,8 @@ private:
     QHash<QString, QPointer<OptionPanel>> m_panels;
 };
 
-/// A closed dialog that is not yet deleted may have a layout of the same name. A layout without a panel is preferred,
-/// then a visible one.
+/// Prefers a layout without a panel, then a visible one, because a closed dialog that is not yet deleted may have a
+/// layout of the same name.
 QLayout *OptionBox::findLayout(const QString &name)
 {
     QLayout *best = nullptr;
@@ -192,7 +192,7 @@ void OptionBox::showTranslator(FileAction action, const QString &layoutName, con
         box.show(translator, m_options.values(action, translator));
 }
 
-/// A command with \p count arguments, the first of which is ACTION. \p body gets all arguments as texts.
+/// Returns a command with \p count arguments, the first of which is ACTION. \p body receives all arguments as texts.
 CommandFunction procedure(std::size_t count, std::function<void(FileAction, const QStringList &)> body)
 {
     return withFileErrors([count, body = std::move(body)](const CommandCall &call) {

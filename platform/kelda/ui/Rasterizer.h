@@ -11,7 +11,7 @@
 
 #include <vector>
 
-/// Looks at a target from a distance. Angles are in degrees; a positive pitch looks from above.
+/// A view of a target from a distance. Angles are in degrees; a positive pitch is a view from above.
 struct Camera
 {
     QVector3D target;
@@ -33,7 +33,7 @@ public:
     Rasterizer(const QSize &size, const Camera &camera);
 
     void fillBackground(const QColor &top, const QColor &bottom);
-    /// Lines on the ground (y = 0) around the origin, \p count on each side.
+    /// Draws lines on the ground (y = 0) around the origin, \p count on each side.
     void drawGrid(float step, int count, const QColor &colour);
     /// Ignores a texture without 32 bits per pixel. Tints a selected object.
     void drawObject(const SceneObject &object);

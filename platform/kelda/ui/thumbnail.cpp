@@ -25,7 +25,8 @@ QImage drawn(const Scene &scene, const QColor &background)
     return picture.image();
 }
 
-/// Makes the background transparent and cuts it off. The background is what two pictures do not have in common.
+/// Makes the background transparent and crops the picture. The background consists of the pixels that differ between
+/// the two pictures.
 QImage withoutBackground(const QImage &onBlack, const QImage &onWhite)
 {
     QImage picture = onBlack.convertToFormat(QImage::Format_ARGB32_Premultiplied);
