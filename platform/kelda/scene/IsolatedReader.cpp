@@ -17,8 +17,8 @@
 
 namespace {
 
-/// The memory limit of the process, in addition to the host's current use. A file that refers to itself would fill the
-/// machine otherwise.
+/// The memory limit of the process, in addition to the host's current use. Without it, a file that refers to itself
+/// could use all memory.
 constexpr rlim_t kBasicMemory = rlim_t(512) << 20;
 constexpr rlim_t kMemoryPerByte = 150; ///< of the file
 
@@ -41,7 +41,7 @@ public:
     SharedMemoryFile &operator=(const SharedMemoryFile &) = delete;
 
     int handle() const { return m_handle; }
-    /// The file, positioned at its beginning.
+    /// Moves to the beginning of the file and returns it.
     QFile &rewound()
     {
         if (!m_file.seek(0))
@@ -52,12 +52,6 @@ public:
 private:
     int m_handle;
     QFile m_file;
-};
-
-struct Limits
-{
-    int computingMs;
-    rlim_t memory;
 };
 
 rlim_t addressSpaceInUse()
@@ -84,20 +78,20 @@ void startTimer(__itimer_which kind, int milliseconds)
     setitimer(kind, &limit, nullptr);
 }
 
-/// Turns the forked process into the reader. Must not allocate, because another thread of the host may have held a lock
-/// during the fork. The limits survive execv(). A crash leaves neither a core file nor output on the terminal.
-[[noreturn]] void becomeReader(char *const *arguments, int handle, const Limits &limits)
+/// Starts the reader in the forked process. Must not allocate memory, because another thread of the host may have held
+/// a lock during the fork. The limits stay in force after execv(). A crash writes no core file and no output.
+[[noreturn]] void becomeReader(char *const *arguments, int handle, int computingMs, rlim_t memory)
 {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     for (const int number : {SIGPROF, SIGALRM, SIGINT, SIGTERM})
         std::signal(number, SIG_DFL);
-    startTimer(ITIMER_PROF, limits.computingMs);
-    startTimer(ITIMER_REAL, limits.computingMs * 6); // for a file system that blocks
+    startTimer(ITIMER_PROF, computingMs);
+    startTimer(ITIMER_REAL, computingMs * 6); // for a file system that blocks
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
-    const rlimit space{limits.memory, limits.memory};
+    const rlimit space{memory, memory};
     setrlimit(RLIMIT_AS, &space);
     dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
     fcntl(handle, F_SETFD, 0);
@@ -105,8 +99,8 @@ void startTimer(__itimer_which kind, int milliseconds)
     _exit(EXIT_FAILURE);
 }
 
-/// Returns the status of waitpid().
-int runReader(int handle, const Limits &limits)
+/// Runs the reader with limits of its computing time and its memory in bytes. Returns the status of waitpid().
+int runReader(int handle, int computingMs, rlim_t memory)
 {
     QByteArray program = readerProgram();
     QByteArray number = QByteArray::number(handle);
@@ -117,7 +111,7 @@ int runReader(int handle, const Limits &limits)
     if (child < 0)
         throw FileError(QStringLiteral("the reader process cannot be started"));
     if (child == 0)
-        becomeReader(arguments, handle, limits);
+        becomeReader(arguments, handle, computingMs, memory);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
@@ -136,9 +130,8 @@ ModelData IsolatedReader::read(const QString &path, const Translator *translator
     memory.rewound(); // also flushes; both processes share the position
 
     const qint64 size = QFileInfo(path).size();
-    const int status =
-        runReader(memory.handle(), {s_timeoutMs + static_cast<int>(size >> 8),
-                                    addressSpaceInUse() + kBasicMemory + kMemoryPerByte * static_cast<rlim_t>(size)});
+    const rlim_t limit = addressSpaceInUse() + kBasicMemory + kMemoryPerByte * static_cast<rlim_t>(size);
+    const int status = runReader(memory.handle(), s_timeoutMs + static_cast<int>(size >> 8), limit);
     if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGPROF || WTERMSIG(status) == SIGALRM))
         throw FileError(QStringLiteral("reading takes too long, the file is probably damaged"));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS)

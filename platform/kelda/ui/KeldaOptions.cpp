@@ -32,35 +32,31 @@ bool setMode(const QString &name, KeldaOptions &options, QString &error)
 
 bool KeldaOptions::parse(const QStringList &arguments, KeldaOptions &options, QString &error)
 {
-    static const QStringList valued{"--mode",    "--location", "--user-dir", "--plug-in",
-                                    "--ca-file", "--command",  "--script"};
+    static const QHash<QString, bool KeldaOptions::*> switches{{"--quit", &KeldaOptions::quit},
+                                                               {"--internal-browser", &KeldaOptions::internalBrowser},
+                                                               {"--help", &KeldaOptions::help}};
+    static const QHash<QString, QString KeldaOptions::*> texts{{"--location", &KeldaOptions::location},
+                                                               {"--user-dir", &KeldaOptions::userDir},
+                                                               {"--ca-file", &KeldaOptions::caFile}};
+    static const QStringList others{"--mode", "--plug-in", "--command", "--script"};
     for (int at = 0; at < arguments.size(); ++at) {
         const QString &name = arguments[at];
-        if (name == QLatin1String("--quit")) {
-            options.quit = true;
-        } else if (name == QLatin1String("--internal-browser")) {
-            options.internalBrowser = true;
-        } else if (name == QLatin1String("--help")) {
-            options.help = true;
-        } else if (!valued.contains(name)) {
+        if (switches.contains(name)) {
+            options.*switches[name] = true;
+        } else if (!texts.contains(name) && !others.contains(name)) {
             error = QStringLiteral("unknown option \"%1\"").arg(name);
             return false;
         } else if (++at >= arguments.size()) {
             error = QStringLiteral("option %1 needs a value").arg(name);
             return false;
-        } else if (name == QLatin1String("--mode")) {
-            if (!setMode(arguments[at], options, error))
-                return false;
-        } else if (name == QLatin1String("--location")) {
-            options.location = arguments[at];
-        } else if (name == QLatin1String("--user-dir")) {
-            options.userDir = arguments[at];
+        } else if (texts.contains(name)) {
+            options.*texts[name] = arguments[at];
         } else if (name == QLatin1String("--plug-in")) {
             options.plugIns.append(arguments[at]);
-        } else if (name == QLatin1String("--ca-file")) {
-            options.caFile = arguments[at];
-        } else {
+        } else if (name != QLatin1String("--mode")) {
             options.tasks.push_back({name == QLatin1String("--script"), arguments[at]});
+        } else if (!setMode(arguments[at], options, error)) {
+            return false;
         }
     }
     return true;

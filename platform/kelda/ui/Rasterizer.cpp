@@ -8,8 +8,8 @@
 
 namespace {
 
-/// The part of the line from \p first along \p way that is inside the picture, as shares of \p way from start to end.
-/// The start is greater than the end if the line is outside.
+/// Returns start and end of the line's part inside the picture, as shares of \p way from \p first. The start is greater
+/// than the end if the line is outside.
 std::pair<double, double> visibleShares(const QPointF &first, const QPointF &way, double width, double height)
 {
     double start = 0;
@@ -31,14 +31,17 @@ std::pair<double, double> visibleShares(const QPointF &first, const QPointF &way
 
 constexpr QRgb kHighlight = 0xff5aa9ff;
 
-float mixed(int from, int to, float share)
+/// Returns red, green and blue, 0 to 255.
+QVector3D components(QRgb colour)
 {
-    return static_cast<float>(from) + static_cast<float>(to - from) * share;
+    return QVector3D(static_cast<float>(qRed(colour)), static_cast<float>(qGreen(colour)),
+                     static_cast<float>(qBlue(colour)));
 }
 
-int toByte(float value)
+QRgb toRgb(const QVector3D &colour)
 {
-    return std::clamp(static_cast<int>(value), 0, 255);
+    const auto toByte = [](float value) { return std::clamp(static_cast<int>(value), 0, 255); };
+    return qRgb(toByte(colour.x()), toByte(colour.y()), toByte(colour.z()));
 }
 
 } // namespace
@@ -84,9 +87,8 @@ void Rasterizer::fillBackground(const QColor &top, const QColor &bottom)
     const int height = m_image.height();
     for (int y = 0; y < height; ++y) {
         const float share = static_cast<float>(y) / static_cast<float>(height);
-        const QRgb colour =
-            qRgb(toByte(mixed(top.red(), bottom.red(), share)), toByte(mixed(top.green(), bottom.green(), share)),
-                 toByte(mixed(top.blue(), bottom.blue(), share)));
+        const QVector3D first = components(top.rgb());
+        const QRgb colour = toRgb(first + (components(bottom.rgb()) - first) * share);
         auto *line = reinterpret_cast<QRgb *>(m_image.scanLine(y));
         std::fill(line, line + m_image.width(), colour);
     }
@@ -235,25 +237,18 @@ void Rasterizer::fillTriangle(const Corner &a, const Corner &b, const Corner &c,
 
 QRgb Rasterizer::shaded(const Surface &surface, float shade, float u, float v)
 {
-    float red = static_cast<float>(qRed(surface.colour));
-    float green = static_cast<float>(qGreen(surface.colour));
-    float blue = static_cast<float>(qBlue(surface.colour));
+    QVector3D colour = components(surface.colour);
     if (surface.texture) {
         const QImage &image = *surface.texture;
         const int column = static_cast<int>((u - std::floor(u)) * static_cast<float>(image.width()));
         const int row = static_cast<int>((1 - (v - std::floor(v))) * static_cast<float>(image.height()));
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(std::clamp(row, 0, image.height() - 1)));
         const QRgb texel = line[std::clamp(column, 0, image.width() - 1)];
-        red *= static_cast<float>(qRed(texel)) / 255;
-        green *= static_cast<float>(qGreen(texel)) / 255;
-        blue *= static_cast<float>(qBlue(texel)) / 255;
+        colour *= components(texel) / 255;
     }
-    if (surface.highlight > 0) {
-        red += (static_cast<float>(qRed(kHighlight)) - red) * surface.highlight;
-        green += (static_cast<float>(qGreen(kHighlight)) - green) * surface.highlight;
-        blue += (static_cast<float>(qBlue(kHighlight)) - blue) * surface.highlight;
-    }
-    return qRgb(toByte(red * shade), toByte(green * shade), toByte(blue * shade));
+    if (surface.highlight > 0)
+        colour += (components(kHighlight) - colour) * surface.highlight;
+    return toRgb(colour * shade);
 }
 
 void Rasterizer::drawLine(const QVector3D &from, const QVector3D &to, QRgb colour)
@@ -290,7 +285,7 @@ void Rasterizer::drawLine(const QVector3D &from, const QVector3D &to, QRgb colou
         const float nearness = static_cast<float>(1 - share) / a.w + static_cast<float>(share) / b.w;
         float &depth = m_depth[static_cast<std::size_t>(row) * static_cast<std::size_t>(m_image.width()) +
                                static_cast<std::size_t>(column)];
-        // A little nearer than it is, so that a line on a surface is visible.
+        // Slightly nearer than its position, so that a line on a surface is visible.
         if (nearness * 1.002F < depth)
             continue;
         depth = nearness;

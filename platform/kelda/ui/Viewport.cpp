@@ -9,10 +9,10 @@
 
 namespace {
 
-/// Up to this many triangles, the picture is drawn at double size and scaled down, which smooths edges.
+/// The picture of up to this many triangles is drawn at double size and scaled down, which smooths edges.
 constexpr qint64 kMostSmoothedTriangles = 300000;
 
-/// The power of ten that divides the scene into about ten squares.
+/// Returns half a power of ten that divides the scene into 2 to 20 squares.
 float gridStep(const Bounds &bounds)
 {
     const float size = std::max(bounds.size(), 1e-6F);
@@ -112,11 +112,6 @@ void Viewport::keyPressEvent(QKeyEvent *event)
         frameAll();
     else
         QWidget::keyPressEvent(event);
-}
-
-void Viewport::resizeEvent(QResizeEvent *)
-{
-    invalidate();
 }
 
 void Viewport::sceneChanged()
