@@ -24,7 +24,7 @@ input.text:focus { border-color: %3; outline: 2px solid %6; background: #ffffff;
 button { display: block; width: 100%; margin: 22px 0 0; font: inherit; font-size: 15px; padding: 10px; border: 0; border-radius: 4px;
          background: %3; color: #ffffff; cursor: pointer; }
 button:focus, button:hover { background: %4; }
-#deny { margin-top: 10px; background: #7a8791; }
+.plain { margin-top: 10px; background: #7a8791; }
 .hint { margin: 18px 0 0; font-size: 12px; color: #7a8791; text-align: center; }
 </style></head><body><div class="bar">%2<small>local cloud</small></div><div class="card">%7</div></body></html>
 )");

@@ -58,9 +58,10 @@ void setAuthorizePage(HttpResponse &response, const AuthorizeRequest &parameters
                        "<form method=\"post\" action=\"/1/oauth2/authorize\">") +
         hiddenField("client_id", parameters.clientId) + hiddenField("response_type", "code") +
         hiddenField("redirect_uri", parameters.redirectUri) + hiddenField("state", parameters.state) +
-        QStringLiteral("<button id=\"allow\" type=\"submit\" name=\"decision\" value=\"allow\">Allow</button>"
-                       "<button id=\"deny\" type=\"submit\" name=\"decision\" value=\"deny\">Deny</button>"
-                       "</form><p class=\"hint\">You will return to ") +
+        QStringLiteral(
+            "<button id=\"allow\" type=\"submit\" name=\"decision\" value=\"allow\">Allow</button>"
+            "<button id=\"deny\" class=\"plain\" type=\"submit\" name=\"decision\" value=\"deny\">Deny</button>"
+            "</form><p class=\"hint\">You will return to ") +
         QUrl(parameters.redirectUri).authority().toHtmlEscaped() + "</p>";
     setPage(response, 200, kLook, QStringLiteral("Connect an application"), body);
 }
