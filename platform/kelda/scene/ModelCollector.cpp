@@ -124,7 +124,6 @@ std::vector<quint32> joinPoints(const aiMesh &source, Mesh &mesh)
     return indices;
 }
 
-/// Collects the parts and materials of one file.
 class Collector
 {
 public:

@@ -19,7 +19,6 @@ namespace {
 
 const QString kPanelName = QStringLiteral("KeldaOptionPanel");
 
-/// The widgets for the options of one action.
 class OptionPanel : public QWidget
 {
 public:
