@@ -12,7 +12,7 @@ namespace {
 constexpr int kUserId = 4711;
 constexpr int kCodeLifetimeSeconds = 600;
 
-const PageLook kLook{"Dropbox", "#1f6ab5", "#18548f", "#c9def2", "#b3d1ee"};
+const PageLook kDropBoxLook{"Dropbox", "#1f6ab5", "#18548f", "#c9def2", "#b3d1ee"};
 
 bool isLoopback(const QUrl &url)
 {
@@ -63,7 +63,7 @@ void setAuthorizePage(HttpResponse &response, const AuthorizeRequest &parameters
             "<button id=\"deny\" class=\"plain\" type=\"submit\" name=\"decision\" value=\"deny\">Deny</button>"
             "</form><p class=\"hint\">You will return to ") +
         QUrl(parameters.redirectUri).authority().toHtmlEscaped() + "</p>";
-    setPage(response, 200, kLook, QStringLiteral("Connect an application"), body);
+    setPage(response, 200, kDropBoxLook, QStringLiteral("Connect an application"), body);
 }
 
 } // namespace
@@ -75,7 +75,7 @@ void DropboxSignIn::authorize(const HttpRequest &request, HttpResponse &response
     const AuthorizeRequest parameters(form);
     response.setHeader("Cache-Control", "no-store");
     if (!parameters.fault.isEmpty()) {
-        setErrorPage(response, 400, kLook, parameters.fault.toHtmlEscaped());
+        setErrorPage(response, 400, kDropBoxLook, parameters.fault.toHtmlEscaped());
         return;
     }
     if (!posted) {

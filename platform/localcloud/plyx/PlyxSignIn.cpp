@@ -8,7 +8,7 @@ namespace localcloud {
 
 namespace {
 
-const PageLook kLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
+const PageLook kPlyxLook{"Plyx", "#14805e", "#0f6a4d", "#bfe5d8", "#a9d9c9"};
 const QByteArray kApplicationCode = QByteArrayLiteral("QK4ZT8");
 
 bool isKnownClient(const HttpRequest &request)
@@ -28,15 +28,15 @@ bool allowOrRefuse(bool isAllowed, HttpResponse &response)
 void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
 {
     if (formValue(request.query, "afc").toLatin1() != kApplicationCode) {
-        setErrorPage(response, 400, kLook, QStringLiteral("Unknown application code."));
+        setErrorPage(response, 400, kPlyxLook, QStringLiteral("Unknown application code."));
         return;
     }
     const QString action = "/TokenAPI/login.cfm?" + QString(request.query).toHtmlEscaped();
-    if (!checkSignIn(request, response, kLook, QStringLiteral("Sign in to see your models"), action))
+    if (!checkSignIn(request, response, kPlyxLook, QStringLiteral("Sign in to see your models"), action))
         return;
     const PlyxSession session = openSession();
     if (session.id.isEmpty()) {
-        setErrorPage(response, 500, kLook, QStringLiteral("The session cannot be stored."));
+        setErrorPage(response, 500, kPlyxLook, QStringLiteral("The session cannot be stored."));
         return;
     }
     response.setRedirect("/TokenAPI/done.cfm?Session=" + QUrl::toPercentEncoding(session.id) +
@@ -45,7 +45,7 @@ void PlyxSignIn::login(const HttpRequest &request, HttpResponse &response)
 
 void PlyxSignIn::done(HttpResponse &response)
 {
-    setSignedInPage(response, kLook);
+    setSignedInPage(response, kPlyxLook);
 }
 
 PlyxSession PlyxSignIn::openSession()

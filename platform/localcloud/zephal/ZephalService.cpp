@@ -8,7 +8,7 @@ namespace localcloud {
 
 namespace {
 
-const PageLook kLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
+const PageLook kZephalLook{"Zephal", "#7a3f8f", "#5f2e71", "#e6d3ed", "#d6b8e0"};
 
 } // namespace
 
@@ -20,7 +20,7 @@ ZephalService::ZephalService(const ServiceStorage &storage)
     const QStringList host{"cloud.zephal.example"};
     const QByteArrayList &methods = DavStorage::methods();
     const auto page = [this](auto &request, auto &response) { signIn(request, response); };
-    const auto done = [](auto &, auto &response) { setSignedInPage(response, kLook); };
+    const auto done = [](auto &, auto &response) { setSignedInPage(response, kZephalLook); };
     const auto files = [this](auto &request, auto &response) { m_storage.serve(request, response); };
     const auto isAllowed = [this](const auto &request, auto &response) { return isSignedIn(request, response); };
     addRoute({host, "/signin", Match::Whole, {"GET", "POST"}, Transport::Tls, page, {}});
@@ -31,11 +31,11 @@ ZephalService::ZephalService(const ServiceStorage &storage)
 
 void ZephalService::signIn(const HttpRequest &request, HttpResponse &response)
 {
-    if (!checkSignIn(request, response, kLook, QStringLiteral("Sign in to your documents"), "/signin"))
+    if (!checkSignIn(request, response, kZephalLook, QStringLiteral("Sign in to your documents"), "/signin"))
         return;
     const QString token = issueToken();
     if (token.isEmpty()) {
-        setErrorPage(response, 500, kLook, QStringLiteral("The token cannot be stored."));
+        setErrorPage(response, 500, kZephalLook, QStringLiteral("The token cannot be stored."));
         return;
     }
     const QByteArray query = "user=" + QUrl::toPercentEncoding(kDemoUser) + "&token=" + QUrl::toPercentEncoding(token) +
