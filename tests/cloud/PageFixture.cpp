@@ -1,5 +1,7 @@
 #include "PageFixture.h"
 
+#include "support/MessageBoxes.h"
+
 void PageFixture::openWindow(int width, int height)
 {
     m_window = std::make_unique<QMainWindow>();
@@ -21,6 +23,27 @@ void PageFixture::stop()
     Portal_CloudBrowser::UnRegisterPortal(&m_portal);
     settle();
     m_controller.reset();
+}
+
+void PageFixture::showPage()
+{
+    start();
+    if (!m_window)
+        return;
+    Portal_CloudBrowser::RaiseDockingWindow(true);
+    m_window->show();
+    QApplication::setActiveWindow(m_window.get());
+    list()->setFocus();
+    settle();
+}
+
+QAction *PageFixture::folderAction(const QString &text) const
+{
+    for (QAction *action : folderBar()->actions()) {
+        if (action->text() == text)
+            return action;
+    }
+    qFatal("no folder %s", qPrintable(text));
 }
 
 QStringList PageFixture::names() const
@@ -58,6 +81,29 @@ void PageFixture::doubleClick(const QString &name) const
     settle();
 }
 
+void PageFixture::press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    QTest::keyClick(widget, key, modifiers);
+    settle();
+}
+
+QString PageFixture::toolTip(QWidget *widget, QPoint place)
+{
+    QHelpEvent event(QEvent::ToolTip, place, widget->mapToGlobal(place));
+    QApplication::sendEvent(widget, &event);
+    const QString text = QToolTip::text();
+    QToolTip::hideText();
+    settle();
+    return text;
+}
+
+void PageFixture::clearRecords()
+{
+    m_host.clear();
+    m_portal.log.clear();
+    m_questions.clear();
+}
+
 QString PageFixture::path() const
 {
     QString text;
@@ -72,12 +118,20 @@ QString PageFixture::path() const
 void PageFixture::init()
 {
     m_portal = TestPortal();
-    m_host.clear();
+    m_agrees = true;
+    m_host.setState(KGlobal::kInteractive);
+    m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
+    m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
+    m_host.answer("Tavrin_GetImportTranslatorFromFileExtension(\"obj\")", KCommandResult(KString("known")));
+    m_host.answer("Tavrin_GetExportTranslatorList", result({"OBJ"}));
+    m_host.answer("Tavrin_GetExportTranslatorExtensionList", result({"obj"}));
+    clearRecords();
     prepare();
 }
 
 void PageFixture::cleanup()
 {
+    m_answering.stop();
     m_portal.during.clear();
     stop();
     QVERIFY(!m_window || m_window->findChildren<Portal_CloudBrowserDockWidget *>().isEmpty());
@@ -87,6 +141,33 @@ void PageFixture::cleanup()
     QVERIFY(!Portal_CloudBrowser::IsBusy());
     QCOMPARE(m_host.commands().filter("waitCursor -state on;").size(),
              m_host.commands().filter("{ waitCursor -state off; }").size());
+}
+
+void PageFixture::timerEvent(QTimerEvent *)
+{
+    const QPointer<QDialog> dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+    if (!dialog)
+        return;
+    const auto *box = qobject_cast<QMessageBox *>(dialog);
+    m_questions << (box ? shownText(*box) : dialog->windowTitle() + ' ' + dialog->layout()->objectName());
+    m_portal.run("dialog");
+    if (dialog && box)
+        box->button(m_agrees ? QMessageBox::Yes : QMessageBox::No)->click();
+    else if (dialog)
+        m_agrees ? dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click() : dialog->reject();
+}
+
+SecondPortal::SecondPortal()
+{
+    Portal_CloudBrowser::RegisterPortal(&portal);
+    controller.reset(Portal_CloudBrowser::GetInstance(portal.GetPortalUID()));
+    controller->AddPortalTabPage();
+}
+
+SecondPortal::~SecondPortal()
+{
+    portal.during.clear();
+    Portal_CloudBrowser::UnRegisterPortal(&portal);
 }
 
 KCommandResult result(const QStringList &texts)

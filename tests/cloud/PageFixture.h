@@ -11,8 +11,8 @@
 #include <QtTest>
 #include <QtWidgets>
 
-/// Each test prepares and starts the portal, with its controller and page in a dock. cleanup() checks that no item, no
-/// dock, no running call and no wait cursor is left.
+/// Each test prepares and starts the portal, with its controller and page in a dock. The host knows the file type obj.
+/// cleanup() checks that no item, no dock, no running call and no wait cursor is left.
 class PageFixture : public QObject
 {
     Q_OBJECT
@@ -22,6 +22,10 @@ protected:
     void openWindow(int width, int height);
     void start();
     void stop();
+    /// Starts the portal, shows the page and its window, and sets the focus to the list.
+    void showPage();
+    /// From now on records and accepts or rejects each modal dialog, after the hook "dialog" of the portal has run.
+    void answerDialogs() { m_answering.start(5, this); }
 
     Portal_CloudBrowserWindows *page() const
     {
@@ -44,12 +48,20 @@ protected:
     QPushButton *button(const char *name) const { return find<QPushButton>(name); }
     QListWidget *list() const { return find<QListWidget>("ListOfFileFromCloud"); }
     QToolBar *folderBar() const { return find<QToolBar>("FolderBar"); }
+    /// The action of the folder bar with that text. A missing one ends the test program.
+    QAction *folderAction(const QString &text) const;
     /// The names in the file list, from the top.
     QStringList names() const;
     /// The row that shows \p name, or null.
     QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
     /// Sends the events of a double click on the row that shows \p name, and runs the event loop.
     void doubleClick(const QString &name) const;
+    /// Sends a key to \p widget and runs the event loop.
+    static void press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    /// The text of the tool tip at \p place.
+    static QString toolTip(QWidget *widget, QPoint place);
+    /// Clears the commands, messages, requests and questions.
+    void clearRecords();
     void clickRow(const QString &name) const;
     /// Sends a press and a release to \p widget, which the press may delete; to its centre unless \p at is given.
     static void click(QWidget *widget, QPoint at = QPoint());
@@ -60,10 +72,29 @@ protected:
     TestPortal m_portal;
     std::unique_ptr<QMainWindow> m_window;
     std::unique_ptr<Portal_CloudBrowser> m_controller;
+    bool m_agrees = true;
+    QStringList m_questions;
+    const QTemporaryDir m_dir; ///< the user's folder in the host
+
+    void timerEvent(QTimerEvent *) override;
 
 private slots:
     void init();
     void cleanup();
+
+private:
+    QBasicTimer m_answering;
+};
+
+/// A portal with a page behind the one of the fixture.
+class SecondPortal
+{
+public:
+    SecondPortal();
+    ~SecondPortal();
+
+    TestPortal portal{"Second"};
+    std::unique_ptr<Portal_CloudBrowser> controller;
 };
 
 /// A host command's result.

@@ -70,7 +70,7 @@ public:
     /// The address of the sign-in page, and a wrong length to return (0 for the true one). Signing in ends at "done".
     QByteArray address;
     long claimedLength = 0;
-    /// The hooks: "login check", "sign-in", "fetch", "download" and "upload".
+    /// The hooks: "login check", "sign-in", "fetch", "download", "upload" and "dialog".
     QMap<QString, std::function<void()>> during;
     /// The requests to the service.
     QStringList log;

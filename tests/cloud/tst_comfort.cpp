@@ -76,11 +76,8 @@ private slots:
     {
         QDialog question(m_window.get());
         question.setModal(true);
-        TestPortal other("Other");
-        QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
-        const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Other"));
-        second->AddPortalTabPage();
-        other.during["fetch"] = [this] {
+        SecondPortal second;
+        second.portal.during["fetch"] = [this] {
             const Transfer transfer(Transfer::Kind::Download, "another page's");
             QCOMPARE(bar()->text(), QString("inner  0 bytes"));
         };
@@ -98,74 +95,73 @@ private slots:
             QTRY_VERIFY(!bar()->isVisible());
             question.hide();
             const Transfer inner(Transfer::Kind::Upload, "inner");
-            second->LoginDoneCB(true);
+            second.controller->LoginDoneCB(true);
         };
         m_portal.log.clear();
         page()->RefreshFolderData();
         QVERIFY(!bar()->isVisible());
         QCOMPARE(m_portal.log.size(), 1);
-        QCOMPARE(other.count("list"), 2);
-        Portal_CloudBrowser::UnRegisterPortal(&other);
+        QCOMPARE(second.portal.count("list"), 2);
     }
 
     void keysOpenFoldersRefreshImportAndSearch()
     {
-        const auto press = [this](int key, int row = -1) {
-            if (row >= 0)
-                list()->setCurrentRow(row);
+        // Sends a key to the widget that has the focus. Returns the path and the requests.
+        const auto send = [this](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
             m_portal.log.clear();
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key(key & 0x1ffffff),
-                            Qt::KeyboardModifiers(key & 0x4000000));
-            settle();
+            press(QApplication::focusWidget(), key, modifiers);
             return path() + ' ' + m_portal.log.join(' ');
         };
-        QCOMPARE(press(Qt::Key_Return, 0), QString("Top/Deep search 1 64"));
+        list()->setCurrentRow(0);
+        QCOMPARE(send(Qt::Key_Return), QString("Top/Deep search 1 64"));
         page()->SwitchPage(2);
-        QCOMPARE(press(Qt::Key_F5, 1), QString("Top/Deep search 3 64"));
+        list()->setCurrentRow(1);
+        QCOMPARE(send(Qt::Key_F5), QString("Top/Deep search 3 64"));
         QVERIFY(!button("CloudImportButton")->isEnabled());
-        QCOMPARE(press(Qt::Key_Enter, 1), QString("Top/Deep download g"));
+        list()->setCurrentRow(1);
+        QCOMPARE(send(Qt::Key_Enter), QString("Top/Deep download g"));
 
-        press(int(Qt::CTRL) + Qt::Key_F);
+        send(Qt::Key_F, Qt::ControlModifier);
         QTest::keyClicks(QApplication::focusWidget(), "ab");
-        QCOMPARE(press(Qt::Key_Backspace), QString("Top/Deep "));
+        QCOMPARE(send(Qt::Key_Backspace), QString("Top/Deep "));
         QCOMPARE(find<QLineEdit>("SearchTextInput")->text(), QString("a"));
         auto *parent = find<QToolBar>("ParentFolderBar");
         parent->widgetForAction(parent->actions().first())->setFocus();
-        QCOMPARE(press(Qt::Key_Backspace), QString("Top search 1 64"));
+        QCOMPARE(send(Qt::Key_Backspace), QString("Top search 1 64"));
         QVERIFY(list()->hasFocus()); // the button that had it is disabled
 
         page()->ClearSelection();
-        QCOMPARE(press(Qt::Key_F5), QString("Top search 1 64"));
+        QCOMPARE(send(Qt::Key_F5), QString("Top search 1 64"));
         dock()->findChild<QTabWidget *>()->setFocus();
-        press(int(Qt::CTRL) + Qt::Key_F);
-        QCOMPARE(press(Qt::Key_F5), QString("Top "));
+        send(Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(send(Qt::Key_F5), QString("Top "));
     }
 
+    void tabMovesThroughNamedControlsInReadingOrder_data() { addRows({{"wide", "0", "480"}, {"narrow", "1", "250"}}); }
     void tabMovesThroughNamedControlsInReadingOrder()
     {
+        const auto [title, tab, width] = currentRow<3>();
         doubleClick("Deep");
         page()->SwitchPage(7);
-        for (const int tab : {0, 1}) {
-            find<QTabWidget>("ImportExportTabs")->setCurrentIndex(tab);
-            dock()->resize(tab == 0 ? 480 : 250, 400);
-            settle();
-            list()->setCurrentRow(1);
-            QSet<QWidget *> missing;
-            for (QWidget *widget : page()->findChildren<QWidget *>()) {
-                if (isControl(widget))
-                    missing << widget;
-            }
-            QPoint last(0, -100);
-            button("CloudPortalLoginButton")->setFocus();
-            for (QWidget *focus; missing.remove(focus = QApplication::focusWidget());) {
-                const QPoint place = focus->mapTo(page(), focus->rect().center());
-                QVERIFY2(place.y() > last.y() + 8 || place.x() > last.x(), qPrintable(focus->objectName()));
-                QVERIFY(!QAccessible::queryAccessibleInterface(focus)->text(QAccessible::Name).isEmpty());
-                last = place;
-                QTest::keyClick(focus, Qt::Key_Tab);
-            }
-            QVERIFY2(missing.isEmpty(), missing.isEmpty() ? "" : qPrintable((*missing.begin())->accessibleName()));
+        find<QTabWidget>("ImportExportTabs")->setCurrentIndex(tab.toInt());
+        dock()->resize(width.toInt(), 400);
+        settle();
+        list()->setCurrentRow(1);
+        QSet<QWidget *> missing;
+        for (QWidget *widget : page()->findChildren<QWidget *>()) {
+            if (isControl(widget))
+                missing << widget;
         }
+        QPoint last(0, -100);
+        button("CloudPortalLoginButton")->setFocus();
+        for (QWidget *focus; missing.remove(focus = QApplication::focusWidget());) {
+            const QPoint place = focus->mapTo(page(), focus->rect().center());
+            QVERIFY2(place.y() > last.y() + 8 || place.x() > last.x(), qPrintable(focus->objectName()));
+            QVERIFY(!QAccessible::queryAccessibleInterface(focus)->text(QAccessible::Name).isEmpty());
+            last = place;
+            QTest::keyClick(focus, Qt::Key_Tab);
+        }
+        QVERIFY2(missing.isEmpty(), missing.isEmpty() ? "" : qPrintable((*missing.begin())->accessibleName()));
     }
 
 private:
@@ -173,11 +169,7 @@ private:
     {
         m_portal.type = ICloudPortalApi::kPagedSearch;
         openWindow(500, 500);
-        start();
-        Portal_CloudBrowser::RaiseDockingWindow(true);
-        m_window->show();
-        QApplication::setActiveWindow(m_window.get());
-        list()->setFocus();
+        showPage();
         QTRY_VERIFY(list()->hasFocus());
         m_portal.log.clear();
     }

@@ -21,17 +21,13 @@ private slots:
         m_controller->AddPortalTabPage();
         QCOMPARE(tabs()->count(), 1);
 
-        TestPortal other("Second");
-        QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
-        const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Second"));
-        second->AddPortalTabPage();
+        SecondPortal second;
         QStringList checked;
         m_portal.during["login check"] = [&] { checked << "first"; };
-        other.during["login check"] = [&] { checked << "second"; };
+        second.portal.during["login check"] = [&] { checked << "second"; };
         tabs()->setCurrentIndex(1);
         dock()->ShowPortal(m_controller.get());
         QCOMPARE(checked, QStringList({"second", "first"}));
-        Portal_CloudBrowser::UnRegisterPortal(&other);
     }
 
     void dockOpensInTheStoredArea_data()
@@ -69,8 +65,7 @@ private slots:
         start();
         Portal_CloudBrowser::RaiseDockingWindow(true);
         QVERIFY(Settings(kSettings).getWindowActive());
-        dock()->resize(633, 577);
-        dock()->move(41, 52);
+        dock()->setGeometry(41, 52, 633, 577);
         settle();
         QSize size;
         QPoint place;
@@ -122,15 +117,11 @@ private slots:
     {
         m_portal.during["login check"] = [this] { m_window.reset(); };
         start();
-        TestPortal other("Second");
-        QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
-        const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Second"));
-        second->AddPortalTabPage();
+        const SecondPortal second;
         Portal_CloudBrowser::RaiseDockingWindow(true);
         settle();
         for (QWidget *window : QApplication::topLevelWidgets())
             QVERIFY(!qobject_cast<QDockWidget *>(window));
-        Portal_CloudBrowser::UnRegisterPortal(&other);
     }
 
 private:

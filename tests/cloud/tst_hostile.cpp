@@ -3,6 +3,8 @@
 
 #include "PageFixture.h"
 
+Q_DECLARE_METATYPE(std::function<void()>)
+
 class TestHostile : public PageFixture
 {
     Q_OBJECT
@@ -32,19 +34,14 @@ private slots:
             doubleClick(names().first());
         }
         const QString before = path();
-        QMenu *menu = nullptr;
-        for (QAction *action : folderBar()->actions()) {
-            if (action->text() == holder)
-                menu = action->menu();
-        }
         for (const Qt::KeyboardModifiers modifiers : {Qt::NoModifier, Qt::AltModifier}) {
+            QMenu *menu = folderAction(holder)->menu();
             menu->popup(QPoint());
             press(menu, Qt::Key_D, modifiers);
             QCOMPARE(path(), before);
         }
-        menu->popup(QPoint());
-        press(menu, Qt::Key_Down);
-        press(menu, Qt::Key_Return);
+        chooseInMenu(holder);
+        settle();
         QVERIFY(path() != before);
     }
 
@@ -55,38 +52,32 @@ private slots:
     void userNameDoesNotChangeThePageSize()
     {
         const auto [title, name] = currentRow<2>();
-        const QSize window = m_window->size();
-        const QSize smallest = page()->minimumSizeHint();
-        const QSize wanted = page()->sizeHint();
-        const QWidget *log = button("CloudPortalLoginButton");
-        const int height = log->height();
+        QPushButton *log = button("CloudPortalLoginButton");
+        const auto sizes = [&] {
+            return QList<QSize>{page()->minimumSizeHint(), page()->sizeHint(), m_window->size(), {0, log->height()}};
+        };
+        const QList<QSize> before = sizes();
         setUserName(name);
-        QCOMPARE(button("CloudPortalLoginButton")->text(), "Logout (" + name + ')');
-        QCOMPARE(page()->minimumSizeHint(), smallest);
-        QCOMPARE(page()->sizeHint(), wanted);
-        QCOMPARE(m_window->size(), window);
-        QCOMPARE(log->height(), height);
+        QCOMPARE(log->text(), "Logout (" + name + ')');
+        QCOMPARE(sizes(), before);
         QVERIFY(page()->rect().contains(log->geometry()));
         QCOMPARE(log->width(), std::min(page()->width(), log->sizeHint().width()));
         QCOMPARE(toolTip(log, log->rect().center()).contains(name), title == "long");
     }
 
-    void endOfALongNameIsShown_data() { addRows({{"first row", "0"}, {"below a short one", "1"}}); }
     void endOfALongNameIsShown()
     {
-        const int place = currentRow<2>()[1].toInt();
         QList<QImage> pictures;
         for (const QString extension : {".obj", ".fbx"}) {
-            m_portal.root() = {{"s", "cup.obj"}};
-            m_portal.root().insert(place, {"f", QString(80, 'n') + extension});
+            const QString name = QString(80, 'n') + extension;
+            m_portal.root() = {{"s", "cup.obj"}, {"f", name}};
             page()->RefreshFolderData();
             settle();
             QCOMPARE(list()->horizontalScrollBar()->maximum(), 0);
-            const QRect area = list()->visualItemRect(list()->item(place));
+            const QRect area = list()->visualItemRect(row(name));
             QCOMPARE(area.width(), list()->viewport()->width());
             pictures << list()->viewport()->grab(area).toImage();
-            const QString tip = toolTip(list()->viewport(), area.center());
-            QVERIFY(tip.contains(QString(80, 'n') + extension));
+            QVERIFY(toolTip(list()->viewport(), area.center()).contains(name));
         }
         QVERIFY(pictures[0] != pictures[1]);
     }
@@ -102,7 +93,7 @@ private slots:
         if (currentRow<1>()[0] == "list")
             openMenuOfTheList();
         else
-            click(folderBar()->widgetForAction(folderBar()->actions().at(1)));
+            click(folderBar()->widgetForAction(folderAction("Top")));
         settle();
         QVERIFY(wasOpen);
         QVERIFY(!m_window);
@@ -112,144 +103,124 @@ private slots:
     {
         m_portal.log.clear();
         openMenuOfTheList();
-        QPointer<QWidget> menu(QApplication::activePopupWidget());
+        const QPointer<QWidget> menu(QApplication::activePopupWidget());
         QVERIFY(menu);
-        press(menu, Qt::Key_Down);
-        press(menu, Qt::Key_Return);
-        QCOMPARE(m_portal.log, QStringList("search 1 64"));
+        chooseFirstEntry();
+        settle();
+        QCOMPARE(m_portal.log, QStringList("list root"));
         QVERIFY(!menu);
     }
 
-    void windowMayBeDeletedAfter_data()
-    {
-        // The user's action, and the portal call, host command or question that deletes the window.
-        addRows({{"double click on a folder", "fetch"},
-                 {"double click on a file", "download"},
-                 {"choice of a page size", "fetch"},
-                 {"Return in the search field", "fetch"},
-                 {"click on the search sign", "fetch"},
-                 {"click on a page", "fetch"},
-                 {"choice in a folder's menu", "fetch"},
-                 {"click on the upper folder", "fetch"},
-                 {"log-out", "login check"},
-                 {"click on a portal's tab", "login check"},
-                 {"click on the export tab", "Tavrin_GetExportTranslatorList"},
-                 {"click on a file", "Tavrin_GetImportTranslatorFromFileExtension"},
-                 {"arrow key in the list", "Tavrin_GetImportTranslatorFromFileExtension"},
-                 {"Return in the list", "fetch"},
-                 {"F5", "fetch"},
-                 {"import with options", "file "},
-                 {"export over a file", "question"},
-                 {"export", "file "},
-                 {"export", "upload"}});
-    }
-    void windowMayBeDeletedAfter()
-    {
-        const auto [action, call] = currentRow<2>();
-        TestPortal other("Other");
-        QVERIFY(Portal_CloudBrowser::RegisterPortal(&other));
-        const std::unique_ptr<Portal_CloudBrowser> second(Portal_CloudBrowser::GetInstance("Other"));
-        const auto unregister = qScopeGuard([&other] {
-            other.during.clear();
-            Portal_CloudBrowser::UnRegisterPortal(&other);
-        });
-        second->AddPortalTabPage();
-        if (call != "fetch" && call != "login check")
-            m_portal.type = ICloudPortalApi::kPlainListing;
-        doubleClick("Deep");
-        const auto destroy = [this] { m_window.reset(); };
-        m_portal.during[call] = destroy;
-        other.during[call] = destroy;
-        m_host.handle(call, [destroy](const QString &, KCommandResult &) {
-            destroy();
-            return KStatus();
-        });
-        perform(action);
-        settle();
-        QVERIFY(!m_window);
-        m_controller->LoginDoneCB(true);
-        m_controller->ShowCloudBrowserWindow();
-        m_controller->AddPortalTabPage();
-        QVERIFY(!m_controller->GetParentLoginWidget());
-    }
-
-    void eachCommandMayCloseTheDockOrDeleteTheWindow_data()
+    void eachCallMayCloseTheDockOrDeleteTheWindow_data()
     {
         QTest::addColumn<QStringList>("texts");
-        for (const QString action :
-             {"start", "refresh", "double click on a folder", "import with options", "export over a file", "options",
-              "log-out", "log-in", "click on the export tab", "click on a file"}) {
+        for (const auto &[action, perform] : actions()) {
             for (const QString event : {"the dock closes", "the window is deleted"})
                 QTest::newRow(qPrintable(action + ", " + event)) << QStringList{action, event};
         }
     }
-    void eachCommandMayCloseTheDockOrDeleteTheWindow()
+    void eachCallMayCloseTheDockOrDeleteTheWindow()
     {
         const auto [action, event] = currentRow<2>();
         const bool closes = event == "the dock closes";
-        m_portal.type = ICloudPortalApi::kPlainListing;
         int count = 0;
-        for (int number = -1; number < count; ++number) { // the first run only counts the commands
-            prepareWindow(action != "start");
-            int sent = 0;
-            m_host.watch([&] {
-                auto *panel = m_window ? m_window->findChild<Portal_CloudBrowserDockWidget *>() : nullptr;
-                if (sent++ != number || !panel)
-                    return;
-                if (closes)
-                    panel->close();
-                else
-                    m_window.reset();
-            });
-            perform(action);
-            settle();
-            m_host.watch({});
-            if (number < 0)
-                count = sent;
+        for (int number = -1; number < count; ++number) { // the first run only counts the calls
+            prepareFor(action);
+            const int begun = interrupt(number, closes, actions().at(action));
+            count = number < 0 ? begun : count;
             QVERIFY(count > 0);
-            QCOMPARE(m_window == nullptr, !closes && number >= 0);
-            if (closes) {
-                m_portal.loggedIn = true;
-                m_controller->LoginDoneCB(true);
-                QCOMPARE(names(), QStringList({"Deep", "cup.obj"}));
-            }
-            stop();
+            checkAfter(closes || number < 0);
         }
-        start();
+    }
+
+    void inputMayDeleteTheWindow_data()
+    {
+        QTest::addColumn<std::function<void()>>("input");
+        const auto add = [](const char *name, const std::function<void()> &input) { QTest::newRow(name) << input; };
+        add("choice of a page size", [this] { type(find<QComboBox>("ItemsPerPage"), Qt::Key_Up); });
+        add("click on a page", [this] { click(button("Next1")); });
+        add("Return in the search field", [this] { type(find<QLineEdit>("SearchTextInput"), Qt::Key_Return); });
+        add("click on the search sign", [this] { clickOn("SearchBar", 1); });
+        add("click on the upper folder", [this] { clickOn("ParentFolderBar", 0); });
+        add("choice in a folder's menu", [this] { chooseInMenu("Deep"); });
+        add("click on a portal's tab", [this] { clickTab(dock()->findChild<QTabWidget *>(), 0); });
+        add("arrow key in the list", [this] { list()->setCurrentRow(0), type(list(), Qt::Key_Down); });
+        add("Return in the list", [this] { list()->setCurrentRow(0), type(list(), Qt::Key_Return); });
+        add("F5", [this] { type(list(), Qt::Key_F5); });
+    }
+    void inputMayDeleteTheWindow()
+    {
+        QFETCH(std::function<void()>, input);
+        prepareFor(QTest::currentDataTag());
+        interrupt(0, false, input);
+        checkAfter(false);
     }
 
 private:
     void prepare() override
     {
-        m_answering.start(5, this);
-        m_host.setState(KGlobal::kInteractive);
-        m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
-        m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
-        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("known")));
-        m_host.answer("Tavrin_GetExportTranslatorList", result({"OBJ"}));
-        m_host.answer("Tavrin_GetExportTranslatorExtensionList", result({"obj"}));
-        m_portal.type = ICloudPortalApi::kPagedSearch;
-        prepareWindow(true);
+        answerDialogs();
+        prepareWindow();
+        showPage();
     }
-    void prepareWindow(bool withPage)
+    void prepareWindow()
     {
         stop();
         Tavrin::Settings(Portal_CloudBrowserDockWidget::kSettingsName).setWindowFloating(false);
         openWindow(600, 500);
         m_window->setCentralWidget(new QWidget);
-        if (withPage)
-            showPage();
     }
-    void showPage()
+    /// Shows the folder "Deep" of a portal that can be searched if \p action needs one.
+    void prepareFor(const QString &action)
     {
-        start();
-        if (!m_window)
+        const bool isPaged = action.contains("page") || action.contains("search");
+        m_portal.type = isPaged ? ICloudPortalApi::kPagedSearch : ICloudPortalApi::kPlainListing;
+        m_portal.loggedIn = true;
+        prepareWindow();
+        if (action == "start")
             return;
-        Portal_CloudBrowser::RaiseDockingWindow(true);
-        m_window->show();
-        QApplication::setActiveWindow(m_window.get());
-        list()->setFocus();
+        showPage();
+        doubleClick("Deep");
+        if (action == "click on a portal's tab") {
+            m_second.emplace();
+            dock()->ShowPortal(m_second->controller.get());
+        }
+        m_portal.loggedIn = action != "log-in";
+    }
+    /// Performs \p action, and closes the dock or deletes the window in the call with that \p number: a host command, a
+    /// call of the portal or a dialog. Returns the number of calls.
+    int interrupt(int number, bool closes, const std::function<void()> &action)
+    {
+        int begun = 0;
+        const auto watch = [&] {
+            auto *panel = m_window ? m_window->findChild<Portal_CloudBrowserDockWidget *>() : nullptr;
+            if (begun++ != number || !panel)
+                return;
+            if (closes)
+                panel->close();
+            else
+                m_window.reset();
+        };
+        m_host.watch(watch);
+        for (const QString call : {"login check", "fetch", "download", "upload", "dialog"})
+            m_portal.during[call] = watch;
+        action();
         settle();
+        m_host.watch({});
+        m_portal.during.clear();
+        m_second.reset();
+        return begun;
+    }
+    void checkAfter(bool windowExists)
+    {
+        QCOMPARE(m_window != nullptr, windowExists);
+        m_portal.loggedIn = true;
+        m_controller->LoginDoneCB(true);
+        m_controller->ShowCloudBrowserWindow();
+        m_controller->AddPortalTabPage();
+        QCOMPARE(m_controller->GetParentLoginWidget() != nullptr, windowExists);
+        if (windowExists)
+            QCOMPARE(names(), QStringList({"Deep", "cup.obj"}));
     }
     void setUserName(const QString &name)
     {
@@ -257,103 +228,60 @@ private:
         m_controller->LoginDoneCB(true);
         settle();
     }
-
-    static void press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-    {
-        QTest::keyClick(widget, key, modifiers);
-        settle();
-    }
     void openMenuOfTheList()
     {
         QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), list()->mapToGlobal(QPoint(5, 5)));
         QApplication::sendEvent(list()->viewport(), &event);
     }
-    static QString toolTip(const QWidget *widget, const QPoint &place)
+    static void chooseFirstEntry()
     {
-        QHelpEvent event(QEvent::ToolTip, place, widget->mapToGlobal(place));
-        QApplication::sendEvent(const_cast<QWidget *>(widget), &event);
-        const QString text = QToolTip::text();
-        QToolTip::hideText();
-        settle();
-        return text;
+        const QPointer<QWidget> menu(QApplication::activePopupWidget());
+        QTest::keyClick(menu, Qt::Key_Down);
+        QTest::keyClick(menu, Qt::Key_Return);
     }
-    /// Performs one user action, in the folder that the page shows.
-    void perform(const QString &action)
+    /// Clicks on a folder of the bar, which blocks until its menu closes, and chooses the first entry.
+    void chooseInMenu(const QString &folder)
     {
-        const bool isDeep = m_controller && page() && row("Deeper");
-        const QString folder = isDeep ? "Deeper" : "Deep";
-        const QString file = isDeep ? "b.obj" : "cup.obj";
-        const auto bar = [this](const char *name) { return find<QToolBar>(name); };
-        const auto clickOn = [&](const char *name, int index) {
-            click(bar(name)->widgetForAction(bar(name)->actions().at(index)));
+        QTimer::singleShot(0, this, chooseFirstEntry);
+        click(folderBar()->widgetForAction(folderAction(folder)));
+    }
+    static void type(QWidget *widget, Qt::Key key)
+    {
+        widget->setFocus();
+        QTest::keyClick(widget, key);
+    }
+    static void clickTab(QTabWidget *tabs, int index)
+    {
+        click(tabs->tabBar(), tabs->tabBar()->tabRect(index).center());
+    }
+    void clickOn(const char *bar, int index)
+    {
+        auto *widget = find<QToolBar>(bar);
+        click(widget->widgetForAction(widget->actions().at(index)));
+    }
+    void exportAs(const char *name)
+    {
+        find<QLineEdit>("CloudExportFileName")->setText(name);
+        button("CloudExportAllButton")->click();
+    }
+    /// Actions of a user, in the folder "Deep" except for the first one.
+    std::map<QString, std::function<void()>> actions()
+    {
+        return {
+            {"start", [this] { showPage(); }},
+            {"refresh", [this] { m_controller->LoginDoneCB(true); }},
+            {"double click on a folder", [this] { doubleClick("Deeper"); }},
+            {"import with options", [this] { find<QCheckBox>("CloudImportOptions")->click(), doubleClick("b.obj"); }},
+            {"export over a file", [this] { exportAs("b.obj"); }},
+            {"options", [this] { button("CloudExportOptionsButton")->click(); }},
+            {"log-out", [this] { click(button("CloudPortalLoginButton")); }},
+            {"log-in", [this] { click(button("CloudPortalLoginButton")); }},
+            {"click on the export tab", [this] { clickTab(find<QTabWidget>("ImportExportTabs"), 1); }},
+            {"click on a file", [this] { clickRow("b.obj"); }},
         };
-        const auto exportAs = [this](const QString &name) {
-            find<QLineEdit>("CloudExportFileName")->setText(name);
-            button("CloudExportAllButton")->click();
-        };
-        const std::map<QString, std::function<void()>> actions{
-            {"start", [&] { showPage(); }},
-            {"refresh", [&] { m_controller->LoginDoneCB(true); }},
-            {"double click on a folder", [&] { doubleClick(folder); }},
-            {"double click on a file", [&] { doubleClick(file); }},
-            {"import with options",
-             [&] {
-                 find<QCheckBox>("CloudImportOptions")->setChecked(true);
-                 doubleClick(file);
-             }},
-            {"export", [&] { exportAs("new"); }},
-            {"export over a file", [&] { exportAs(file); }},
-            {"options", [&] { button("CloudExportOptionsButton")->click(); }},
-            {"log-out", [&] { click(button("CloudPortalLoginButton")); }},
-            {"log-in", [&] { click(button("CloudPortalLoginButton")); }},
-            {"choice of a page size", [&] { QTest::keyClick(find<QComboBox>("ItemsPerPage"), Qt::Key_Up); }},
-            {"Return in the search field",
-             [&] {
-                 find<QLineEdit>("SearchTextInput")->setFocus();
-                 QTest::keyClick(find<QLineEdit>("SearchTextInput"), Qt::Key_Return);
-             }},
-            {"click on the search sign", [&] { clickOn("SearchBar", bar("SearchBar")->actions().size() - 1); }},
-            {"click on a page", [&] { click(button("Next1")); }},
-            {"choice in a folder's menu",
-             [&] { chooseInMenu(folderBar()->widgetForAction(folderBar()->actions().last())); }},
-            {"click on the upper folder", [&] { clickOn("ParentFolderBar", 0); }},
-            {"click on a portal's tab", [&] { clickTab(dock()->findChild<QTabWidget *>()); }},
-            {"click on the export tab", [&] { clickTab(find<QTabWidget>("ImportExportTabs")); }},
-            {"click on a file", [&] { clickRow(file); }},
-            {"arrow key in the list",
-             [&] { QTest::keyClick(list(), Qt::Key_Down), QTest::keyClick(list(), Qt::Key_Down); }},
-            {"Return in the list", [&] { list()->setCurrentRow(0), QTest::keyClick(list(), Qt::Key_Return); }},
-            {"F5", [&] { QTest::keyClick(list(), Qt::Key_F5); }}};
-        if (action.startsWith("log-"))
-            m_portal.loggedIn = action == "log-out";
-        actions.at(action)();
-    }
-    /// Opens the menu of \p button, which blocks until the menu closes, and chooses its first entry.
-    void chooseInMenu(QWidget *button)
-    {
-        QTimer::singleShot(0, this, [] {
-            QPointer<QWidget> menu(QApplication::activePopupWidget());
-            QTest::keyClick(menu, Qt::Key_Down);
-            QTest::keyClick(menu, Qt::Key_Return);
-        });
-        click(button);
-    }
-    static void clickTab(QTabWidget *tabs) { click(tabs->tabBar(), tabs->tabBar()->tabRect(1).center()); }
-
-    /// Agrees to a question or an options dialog, after the hook of a question has run.
-    void timerEvent(QTimerEvent *) override
-    {
-        const QPointer<QDialog> dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (dialog)
-            m_portal.run("question");
-        if (auto *box = qobject_cast<QMessageBox *>(dialog))
-            box->button(QMessageBox::Yes)->click();
-        else if (dialog)
-            dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
     }
 
-    QTemporaryDir m_dir;
-    QBasicTimer m_answering;
+    std::optional<SecondPortal> m_second;
 };
 
 QTEST_MAIN(TestHostile)

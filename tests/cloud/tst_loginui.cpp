@@ -9,10 +9,10 @@
 
 using ICloudPortalApi::LoginUi;
 
-static Reply html(const QByteArray &body)
+static Reply html(const QString &body)
 {
-    const QByteArray start = "<html><head><title>Sign in</title></head><body>";
-    return Reply().header("Content-Type", "text/html").body(start + body + "</body></html>");
+    const QString page = "<html><head><title>Sign in</title></head><body>" + body + "</body></html>";
+    return Reply().header("Content-Type", "text/html").body(page.toUtf8());
 }
 
 class TestLoginUi : public PageFixture
@@ -24,10 +24,10 @@ private slots:
         m_portal.loggedIn = true;
         QVERIFY(!m_ui->login(nullptr));
         m_portal.loggedIn = false;
-        for (const long length : {-1, 0x7fffffff}) {
-            m_portal.claimedLength = length;
-            QVERIFY(!m_ui->login(nullptr));
-        }
+        m_portal.claimedLength = -1;
+        QVERIFY(!m_ui->login(nullptr));
+        m_portal.claimedLength = 0x7fffffff;
+        QVERIFY(!m_ui->login(nullptr));
         QVERIFY(!dialog());
     }
 
@@ -40,18 +40,17 @@ private slots:
         QVERIFY(m_ui->login(&inner));
         QVERIFY(dialog());
         QVERIFY(dialog()->isWindow());
-        QTRY_COMPARE(m_results, QStringList({"signal 1", "callback 1"}));
+        QTRY_COMPARE(m_results, kSignedIn);
         QCOMPARE("http://" + m_server->authority() + m_server->lastRequest("/form").target, m_portal.address);
         QVERIFY(!dialog());
         QTest::qWait(100);
         m_ui->loginDone(); // as at the end of another sign-in
-        QCOMPARE(m_results.size(), 2);
+        QCOMPARE(m_results, kSignedIn);
     }
 
     void windowMayBeDeletedInTheCallback()
     {
-        m_server->answer("/done", html(QByteArray(300000, 'x')).hangAfter(100000));
-        openWindow(100, 100);
+        m_server->answer("/done", html(QString(300000, 'x')).hangAfter(100000));
         m_portal.during["sign-in"] = [this] {
             QTest::qWait(20); // the page is still loading
             m_window.reset();
@@ -59,32 +58,36 @@ private slots:
         QVERIFY(m_ui->login(m_window.get()));
         QTRY_VERIFY(!m_window);
         QTest::qWait(50);
-        QCOMPARE(m_results, QStringList({"signal 1", "callback 1"}));
+        QCOMPARE(m_results, kSignedIn);
         QVERIFY(!dialog());
     }
 
+    void dialogFitsThePageOrShowsTheError_data()
+    {
+        const QString page = "<div style='width:%1;height:%2'>the service's own &amp; only</div>";
+        addRows({{"error status", "", "Login", "Http code: 500", "343 x 368"},
+                 {"broken connection", "", "Login", "RemoteHostClosedError", "343 x 368"},
+                 {"empty", "", "Sign in", "", "343 x 368"},
+                 {"large", page.arg("480px", "420px"), "Sign in", "the service's own & only", "488 x 436"},
+                 {"larger than the screen", page.arg("48000px", "42000px"), "Sign in", "own", "screen"}});
+    }
     void dialogFitsThePageOrShowsTheError()
     {
-        const QSize first(343, 368);
-        const QSize screen = QGuiApplication::primaryScreen()->availableSize();
-        const QByteArray large = "<div style='width:480px;height:420px'>the service's own &amp; only</div>";
-        const std::tuple<Reply, QString, QString, QSize> pages[] = {
-            {Reply(500), "Login", "Http code: 500", first},
-            {html("form").cutAfter(30), "Login", "RemoteHostClosedError", first},
-            {html(""), "Sign in", "", first},
-            {html(large), "Sign in", "the service's own & only", QSize(488, 436)},
-            {html(QByteArray(large).replace("px", "00px")), "Sign in", "own", screen},
-        };
-        for (const auto &[reply, title, text, size] : pages) {
-            m_server->answer("/form", reply);
-            QVERIFY(m_ui->login(nullptr));
-            const QPoint centre = dialog()->geometry().center();
-            auto *view = dialog()->findChild<QWebView *>();
-            QVERIFY(QSignalSpy(view, &QWebView::loadFinished).wait());
-            QTRY_VERIFY2(view->page()->mainFrame()->toPlainText().contains(text), qPrintable(text));
-            QCOMPARE(dialog()->windowTitle(), title);
-            QCOMPARE(size == screen ? dialog()->frameSize() : dialog()->size(), size);
-            QVERIFY(size == screen || (dialog()->geometry().center() - centre).manhattanLength() <= 2);
+        const auto [row, body, title, text, size] = currentRow<5>();
+        m_server->answer("/form", row == "error status"        ? Reply(500)
+                                  : row == "broken connection" ? html("form").cutAfter(30)
+                                                               : html(body));
+        QVERIFY(m_ui->login(nullptr));
+        QVERIFY(m_ui->login(nullptr)); // replaces the first dialog
+        const QPoint centre = dialog()->geometry().center();
+        loadPage();
+        QTRY_VERIFY2(frame()->toPlainText().contains(text), qPrintable(frame()->toPlainText()));
+        QCOMPARE(dialog()->windowTitle(), title);
+        if (size == "screen") {
+            QCOMPARE(dialog()->frameSize(), QGuiApplication::primaryScreen()->availableSize());
+        } else {
+            QCOMPARE(QString("%1 x %2").arg(dialog()->width()).arg(dialog()->height()), size);
+            QVERIFY((dialog()->geometry().center() - centre).manhattanLength() <= 2);
         }
         m_ui.reset();
         QCOMPARE(m_results, QStringList());
@@ -93,22 +96,19 @@ private slots:
 
     void tallOrWidePageStaysOnTheScreenAndScrolls_data()
     {
-        QTest::addColumn<QByteArray>("size");
-        QTest::addColumn<bool>("isWide");
-        QTest::addColumn<bool>("isTall");
-        QTest::newRow("tall") << QByteArray("width:480px;height:5000px") << false << true;
-        QTest::newRow("wide") << QByteArray("width:5000px;height:420px") << true << false;
-        QTest::newRow("wide only with the other scroll bar") << QByteArray("width:790px;height:5000px") << true << true;
+        addRows({{"tall", "480px", "5000px"},
+                 {"wide", "5000px", "420px"},
+                 {"tall, and wide with the other scroll bar", "790px", "5000px"}});
     }
-
     void tallOrWidePageStaysOnTheScreenAndScrolls()
     {
-        QFETCH(QByteArray, size);
-        QFETCH(bool, isWide);
-        QFETCH(bool, isTall);
-        m_server->answer("/form", html("<input id='first'><div style='" + size + "'>text</div>" +
-                                       "<div style='text-align:right;" + size.split(';')[0] + "'><input></div>" +
-                                       "<script>onload=function(){first.focus()}</script>"));
+        const auto [title, width, height] = currentRow<3>();
+        const bool isWide = title.contains("wide");
+        const bool isTall = title.contains("tall");
+        const QString body = "<input id='first'><div style='width:%1;height:%2'>text</div>"
+                             "<div style='text-align:right;width:%1'><input></div>"
+                             "<script>onload=function(){first.focus()}</script>";
+        m_server->answer("/form", html(body.arg(width, height)));
         QVERIFY(m_ui->login(nullptr));
         const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
         dialog()->move(screen.bottomRight() - QPoint(100, 100));
@@ -152,78 +152,76 @@ private slots:
 
     void escapeCancelsFromEveryFocus_data()
     {
-        QTest::addColumn<QByteArray>("field");
-        QTest::addColumn<bool>("deletesWindow");
-        QTest::newRow("text field") << QByteArray("<input id='it'>") << false;
-        QTest::newRow("password") << QByteArray("<input type='password' id='it'>") << false;
-        QTest::newRow("page") << QByteArray("<p>text</p>") << false;
-        QTest::newRow("text field, and the callback deletes the window") << QByteArray("<input id='it'>") << true;
+        addRows({{"text field", "<input id='it'>", "it"},
+                 {"page", "<p>text</p>", ""},
+                 {"text field, and the callback deletes the window", "<input id='it'>", "it"}});
     }
-
     void escapeCancelsFromEveryFocus()
     {
-        QFETCH(QByteArray, field);
-        QFETCH(bool, deletesWindow);
-        m_server->answer("/form", html(field + "<script>onload=function(){it.focus()}</script>"));
-        openWindow(100, 100);
+        const auto [title, body, focused] = currentRow<3>();
+        const bool deletesWindow = title.endsWith("deletes the window");
+        m_server->answer("/form", html(body + "<script>onload=function(){it.focus()}</script>"));
         QVERIFY(m_ui->login(m_window.get()));
         if (deletesWindow)
             m_onResult = [this] { m_window.reset(); };
         loadPage();
         QVERIFY(QTest::qWaitForWindowActive(dialog()));
         QCOMPARE(QApplication::focusWidget(), view());
-        const QString focused = frame()->evaluateJavaScript("document.activeElement.id").toString();
-        QCOMPARE(focused, field.contains("id=") ? QString("it") : QString());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-        QTRY_COMPARE(m_results, QStringList({"callback 0", "signal 0"}));
+        QCOMPARE(frame()->evaluateJavaScript("document.activeElement.id").toString(), focused);
+        QTest::keyClick(view(), Qt::Key_Escape);
+        QTRY_COMPARE(m_results, kCancelled);
         QVERIFY(!dialog());
         QCOMPARE(!m_window, deletesWindow);
     }
 
     void scriptDialogsDoNotBlock_data()
     {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("alert") << QByteArray("alert('<b>Wrong\\npassword</b>')") << "<b>Wrong password</b>";
-        QTest::newRow("long alert") << QByteArray("alert(Array(9999).join('x\\n'))") << QString("x ").repeated(250);
-        QTest::newRow("endless alert") << QByteArray("for(;;)alert(1)") << "1";
-        QTest::newRow("endless confirm") << QByteArray("while(!confirm('Sure?'));") << "Sure?";
-        QTest::newRow("endless prompt") << QByteArray("while(prompt('Name')!='x');") << "Name";
-        QTest::newRow("frame") << QByteArray("var f=document.createElement('iframe');document.body.appendChild(f);"
-                                             "for(;;)f.contentWindow.alert('inside')")
-                               << "inside";
-        QTest::newRow("question on leaving") << QByteArray("onbeforeunload=function(){return 'Leave?'}") << "";
+        addRows({{"alert", "alert('<b>Wrong\\npassword</b>')", "<b>Wrong password</b>"},
+                 {"long alert", "alert(Array(9999).join('x\\n'))", QString("x ").repeated(250)},
+                 {"endless alert", "for(;;)alert(1)", "1"},
+                 {"endless confirm", "while(!confirm('Sure?'));", "Sure?"},
+                 {"endless prompt", "while(prompt('Name')!='x');", "Name"},
+                 {"frame",
+                  "var f=document.createElement('iframe');document.body.appendChild(f);"
+                  "for(;;)f.contentWindow.alert('inside')",
+                  "inside"}});
     }
-
     void scriptDialogsDoNotBlock()
     {
-        QFETCH(QByteArray, script);
-        QFETCH(QString, text);
+        const auto [title, script, text] = currentRow<3>();
         m_server->answer("/form", html("text<script>" + script + "</script>"));
         m_server->answer("/done", html("done"));
         QVERIFY(m_ui->login(nullptr));
-        QWidget *signIn = dialog();
+        QWebFrame *page = frame();
         loadPage();
-        QApplication::processEvents();
-        const QPointer<QMessageBox> box = signIn->findChild<QMessageBox *>();
-        QCOMPARE(box ? shownText(*box) : QString(), text);
-        QCOMPARE(dialog(), box ? static_cast<QWidget *>(box) : signIn);
-        QCOMPARE(box ? box->buttons().size() : 1, 1);
-        QCOMPARE(box && !box->informativeText().isEmpty(), script.startsWith("while"));
-        QVERIFY(!box || QGuiApplication::primaryScreen()->availableSize().boundedTo(box->size()) == box->size());
+        QTRY_VERIFY(box());
+        const QPointer<QMessageBox> shown = box();
+        QCOMPARE(shownText(*shown), text);
+        QCOMPARE(shown->buttons().size(), 1);
+        QCOMPARE(!shown->informativeText().isEmpty(), script.startsWith("while"));
+        QCOMPARE(shown->size().boundedTo(QGuiApplication::primaryScreen()->availableSize()), shown->size());
 
-        signIn->findChild<QWebView *>()->page()->mainFrame()->evaluateJavaScript("location='/done'");
-        QTRY_COMPARE(m_results, QStringList({"signal 1", "callback 1"}));
+        page->evaluateJavaScript("location='/done'");
+        QTRY_COMPARE(m_results, kSignedIn);
         QVERIFY(!dialog());
         settle();
-        QVERIFY(!box);
+        QVERIFY(!shown);
+    }
+
+    void pageIsLeftWithoutAQuestion()
+    {
+        m_server->answer("/form", html("text<script>onbeforeunload=function(){return 'Leave?'}</script>"));
+        m_server->answer("/done", html("done"));
+        QVERIFY(m_ui->login(nullptr));
+        loadPage();
+        frame()->evaluateJavaScript("location='/done'");
+        QTRY_COMPARE(m_results, kSignedIn);
     }
 
     void secondAlertOffersToCancel()
     {
         m_server->answer("/form", html("text<script>setInterval(function(){alert('again')},1)</script>"));
         QVERIFY(m_ui->login(nullptr));
-        const auto box = [] { return qobject_cast<QMessageBox *>(QApplication::activeModalWidget()); };
         QTRY_VERIFY(box());
         QCOMPARE(box()->buttons().size(), 1);
         QTest::keyClick(box(), Qt::Key_Escape);
@@ -236,16 +234,15 @@ private slots:
             if (button->text() == "Cancel the sign-in")
                 QTest::mouseClick(button, Qt::LeftButton);
         }
-        QTRY_COMPARE(m_results, QStringList({"callback 0", "signal 0"}));
+        QTRY_COMPARE(m_results, kCancelled);
         QVERIFY(!dialog());
     }
 
     void windowMayBeDeletedWhileAnAlertIsShown()
     {
         m_server->answer("/form", html("text<script>alert('hello')</script>"));
-        openWindow(100, 100);
         QVERIFY(m_ui->login(m_window.get()));
-        QTRY_VERIFY(qobject_cast<QMessageBox *>(dialog()));
+        QTRY_VERIFY(box());
         m_window.reset();
         settle();
         QVERIFY(!dialog());
@@ -256,13 +253,14 @@ private slots:
     {
         QVERIFY(m_ui->login(nullptr));
         dialog()->close();
-        QCOMPARE(m_results, QStringList({"callback 0", "signal 0"}));
+        QCOMPARE(m_results, kCancelled);
         QVERIFY(!dialog());
     }
 
 private:
     void prepare() override
     {
+        openWindow(100, 100);
         m_server = std::make_unique<LocalServer>();
         m_server->answer("/form", html("<script>window.location='/done'</script>wait"));
         m_portal.address = "http://" + m_server->authority() + "/form";
@@ -282,10 +280,13 @@ private:
         test.m_onResult();
     }
     QWidget *dialog() const { return QApplication::activeModalWidget(); }
+    QMessageBox *box() const { return qobject_cast<QMessageBox *>(dialog()); }
     QWebView *view() const { return dialog()->findChild<QWebView *>(); }
     QWebFrame *frame() const { return view()->page()->mainFrame(); }
     void loadPage() const { QVERIFY(QSignalSpy(view(), &QWebView::loadFinished).wait()); }
 
+    const QStringList kSignedIn{"signal 1", "callback 1"};
+    const QStringList kCancelled{"callback 0", "signal 0"};
     std::unique_ptr<LocalServer> m_server;
     std::unique_ptr<LoginUi> m_ui;
     QStringList m_results;

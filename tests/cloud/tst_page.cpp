@@ -16,10 +16,7 @@ private slots:
         QVERIFY(row("Fixed")->toolTip().isEmpty());
 
         const QPoint place = list()->visualItemRect(row("<b>Notes</b>")).center();
-        QHelpEvent event(QEvent::ToolTip, place, QPoint());
-        QApplication::sendEvent(list()->viewport(), &event);
-        QCOMPARE(QToolTip::text(), Qt::convertFromPlainText("id: n\nname: <b>Notes</b>"));
-        QToolTip::hideText();
+        QCOMPARE(toolTip(list()->viewport(), place), Qt::convertFromPlainText("id: n\nname: <b>Notes</b>"));
     }
 
     void folderBarShowsThePathAndLeadsUpwards()
@@ -42,34 +39,17 @@ private slots:
         QVERIFY(names().contains("Fixed"));
     }
 
-    void folderListAddsExtraItemsAndSkipsExcludedOnes()
+    void onlyModelsCanBeImported_data()
     {
-        TestItem grandchild("grandchild", "");
-        TestItem extra("extra", "");
-        TestItem hidden("hidden", "");
-        TestItem root("root", "/");
-        auto *known = new TestItem("known", "/");
-        root.AddChild(known);
-        known->AddChild(&grandchild);
-        std::vector<ICloudPortalApi::ICloudItem *> folders;
-        auto files = folders;
-        QVERIFY(!m_portal.BuildFoldersAndFileList(folders, files, &root, nullptr, {&extra}, {}));
-        QVERIFY(m_portal.BuildFoldersAndFileList(folders, files, &root, &root, {nullptr, &extra, &hidden}, {&hidden}));
-        QCOMPARE(folders, ICloudPortalApi::ItemVector{known});
-        QCOMPARE(files, ICloudPortalApi::ItemVector{&extra});
-        QCOMPARE(extra.GetParent(), &root);
-        QVERIFY(!hidden.GetParent());
-        QCOMPARE(known->GetChildNumber(), 0);
+        addRows({{"a & b.OBJ", "a & b.OBJ"}, {"<b>Notes</b>", ""}, {"odd.xyz", ""}, {"Fixed", ""}});
     }
-
     void onlyModelsCanBeImported()
     {
-        for (const QString name : {"a & b.OBJ", "<b>Notes</b>", "odd.xyz", "Fixed"}) {
-            row("a & b.OBJ")->setSelected(true);
-            QCOMPARE(chosen(), QString("a & b.OBJ"));
-            list()->setCurrentItem(row(name));
-            QCOMPARE(chosen(), name.contains('&') ? name : QString());
-        }
+        const auto [name, expected] = currentRow<2>();
+        row("a & b.OBJ")->setSelected(true);
+        QCOMPARE(chosen(), QString("a & b.OBJ"));
+        list()->setCurrentItem(row(name));
+        QCOMPARE(chosen(), expected);
     }
 
     void itemsOfOneNameAreDistinctAndAFetchClearsTheChoice()
@@ -88,7 +68,7 @@ private slots:
 
     void logoutClearsThePageAndLoginFillsIt()
     {
-        startPaged();
+        startWith(ICloudPortalApi::kPagedSearch);
         QPushButton *log = button("CloudPortalLoginButton");
         QCOMPARE(log->text() + ' ' + shownButtons(), QString("Logout (Ada & Co) [<] [1] 2 3 4 5 (Next >)"));
         row("a & b.OBJ")->setSelected(true);
@@ -107,19 +87,18 @@ private slots:
         QVERIFY(list()->isEnabled());
     }
 
+    void clicksLeaveNoObjectsBehind_data() { addRows({{"search", "0", "168"}, {"listing", "2", "140"}}); }
     void clicksLeaveNoObjectsBehind()
     {
-        for (const int type : {ICloudPortalApi::kPlainListing, ICloudPortalApi::kPagedSearch}) {
-            m_portal.type = type;
-            start();
-            settle();
-            clickThrough(3);
-            const QVector<int> before = objectCounts();
-            clickThrough(type == ICloudPortalApi::kPagedSearch ? 25 : 125);
-            QCOMPARE(objectCounts(), before);
-            QCOMPARE(page()->LiveItemCount(), TestItem::alive);
-        }
-        QCOMPARE(m_portal.count("search"), 28 * 6 + 1);
+        const auto [title, type, requests] = currentRow<3>();
+        startWith(type.toInt());
+        settle();
+        clickThrough(3);
+        const QVector<int> before = objectCounts();
+        clickThrough(25);
+        QCOMPARE(objectCounts(), before);
+        QCOMPARE(page()->LiveItemCount(), TestItem::alive);
+        QCOMPARE(m_portal.log.size(), requests.toInt());
     }
 
     void refreshesInAFetchRunOnceAfterwards()
@@ -160,30 +139,31 @@ private slots:
         QVERIFY(names().contains("Deeper"));
     }
 
+    void pagerShowsTheNeighbouringPages_data()
+    {
+        // The page, the index of its size, the number of all items, and the buttons.
+        addRows({{"first page", "1", "2", "130", "[<] [1] 2 (Next >)"},
+                 {"third page", "3", "0", "1000", "(< Previous) 1 2 [3] 4 5 6 7 (Next >)"},
+                 {"page in the middle", "9", "0", "1000", "(< Previous) 4 5 6 7 8 [9] 10 11 12 13 (Next >)"},
+                 {"the last counted item hides a page", "1", "0", "32", "[<] [1] [>]"},
+                 {"largest numbers", "2147483647", "2", "2147483647",
+                  "(< Previous) 2147483642 2147483643 2147483644 2147483645 2147483646 [2147483647] [>]"}});
+    }
     void pagerShowsTheNeighbouringPages()
     {
-        // The page, the index of its size, and the number of all items.
-        const std::tuple<int, int, int, QString> rows[] = {
-            {1, 2, 130, "[<] [1] 2 (Next >)"},
-            {3, 0, 1000, "(< Previous) 1 2 [3] 4 5 6 7 (Next >)"},
-            {9, 0, 1000, "(< Previous) 4 5 6 7 8 [9] 10 11 12 13 (Next >)"},
-            {1, 0, 32, "[<] [1] [>]"}, // the last counted item hides a page
-            {2147483647, 2, 2147483647,
-             "(< Previous) 2147483642 2147483643 2147483644 2147483645 2147483646 [2147483647] [>]"}};
-        startPaged();
-        for (const auto &[number, size, count, expected] : rows) {
-            m_portal.page = number;
-            m_portal.itemCount = count;
-            find<QComboBox>("ItemsPerPage")->setCurrentIndex(size);
-            settle();
-            page()->RefreshFolderData();
-            QCOMPARE(shownButtons(), expected);
-        }
+        const auto [title, number, size, count, expected] = currentRow<5>();
+        startWith(ICloudPortalApi::kPagedSearch);
+        m_portal.page = number.toInt();
+        m_portal.itemCount = count.toInt();
+        find<QComboBox>("ItemsPerPage")->setCurrentIndex(size.toInt());
+        settle();
+        page()->RefreshFolderData();
+        QCOMPARE(shownButtons(), expected);
     }
 
     void pagerButtonsStayWithinTheCountAndAnotherSizeKeepsThePage()
     {
-        startPaged();
+        startWith(ICloudPortalApi::kPagedSearch);
         for (const int pages : {15, 14, -15, -1, 2147483647, 7})
             page()->SwitchPage(pages);
         auto *box = find<QComboBox>("ItemsPerPage");
@@ -203,11 +183,10 @@ private slots:
 
     void searchTextIsACriterionAndAFailedSearchDisablesThePager()
     {
-        startPaged();
+        startWith(ICloudPortalApi::kPagedSearch);
         page()->SwitchPage(2);
         searchField()->setText("R&B #1 100% <b>");
-        QTest::keyClick(searchField(), Qt::Key_Return);
-        settle();
+        press(searchField(), Qt::Key_Return);
         QCOMPARE(m_portal.log.last(), QString("search 1 64"));
         QCOMPARE(m_portal.lastCriteria[L"SearchString"], std::wstring(L"R&B #1 100% <b>"));
         searchField()->clear();
@@ -228,12 +207,11 @@ private:
         m_portal.root() = {{"f", "a & b.OBJ"}, {"d", "Deep & far/"}, {"n", "<b>Notes</b>"}, {"x", "odd.xyz"}};
         m_portal.folders["d"] = {{"", "Deeper/"}, {"1", "same.obj"}, {"2", "same.obj"}};
         m_portal.folders[""] = {{"", "/"}, {"", "inner.obj"}};
-        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension(\"obj\")", KCommandResult(KString("OBJ")));
         start();
     }
-    void startPaged()
+    void startWith(int type)
     {
-        m_portal.type = ICloudPortalApi::kPagedSearch;
+        m_portal.type = type;
         start();
         m_portal.log.clear();
     }
@@ -259,18 +237,18 @@ private:
     /// Changes the folder four times a round (list, parent button, menu, bar), and the page.
     void clickThrough(int rounds)
     {
-        const auto top = [this] { return folderBar()->actions().at(1); };
-        const std::vector<std::function<void()>> clicks{[this] { doubleClick("Deep & far"); },
-                                                        [this] { page()->SwitchPage(1); },
-                                                        [this] { page()->SwitchPage(-1); },
-                                                        [this] { page()->PreviousFolderClick(); },
-                                                        [&] { top()->menu()->actions().first()->trigger(); },
-                                                        [&] { top()->trigger(); }};
         for (int i = 0; i < rounds; ++i) {
-            for (const std::function<void()> &click : clicks) {
-                click();
-                settle();
-            }
+            doubleClick("Deep & far");
+            page()->SwitchPage(1);
+            settle();
+            page()->SwitchPage(-1);
+            settle();
+            page()->PreviousFolderClick();
+            settle();
+            folderAction("Top")->menu()->actions().first()->trigger();
+            settle();
+            folderAction("Top")->trigger();
+            settle();
         }
     }
     /// The name of the file that can be imported, or empty.
@@ -278,11 +256,6 @@ private:
     {
         const QString name = find<QLineEdit>("CloudImportFileName")->text();
         return button("CloudImportButton")->isEnabled() != name.isEmpty() ? name : "half " + name;
-    }
-    QAction *folderAction(const QString &name)
-    {
-        const QList<QAction *> actions = folderBar()->actions();
-        return *std::find_if(actions.begin(), actions.end(), [&](QAction *action) { return action->text() == name; });
     }
 };
 

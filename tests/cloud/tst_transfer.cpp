@@ -1,23 +1,23 @@
 // Import and export: the commands to the host, the files of the host and the portal, and events between the steps.
 
 #include "PageFixture.h"
-#include "support/MessageBoxes.h"
 #include "TavrinStrings.h"
 
 class TestTransfer : public PageFixture
 {
     Q_OBJECT
 private slots:
+    void extensionIsTheTextAfterTheLastDotOfTheName_data()
+    {
+        addRows({{"a/Model.tar.GZ", "GZ"}, {"v1.2/model", "none"}, {"a/.obj", "none"}, {"..", ""}});
+    }
     void extensionIsTheTextAfterTheLastDotOfTheName()
     {
-        const std::map<QString, QString> rows{
-            {"a/Model.tar.GZ", "GZ"}, {"v1.2/model", "none"}, {"a/.obj", "none"}, {"模型.ply", "ply"}, {"..", ""}};
-        for (const auto &[name, extension] : rows) {
-            KString text = KQtUtil::toKString(name);
-            KString found("none");
-            getFileExtension(text, found);
-            QCOMPARE(KQtUtil::toQString(found), extension);
-        }
+        const auto [name, extension] = currentRow<2>();
+        KString text = KQtUtil::toKString(name);
+        KString found("none");
+        getFileExtension(text, found);
+        QCOMPARE(KQtUtil::toQString(found), extension);
     }
 
     void silentCommandsRunWithoutTheHostsEcho()
@@ -30,22 +30,23 @@ private slots:
                                                  "commandEcho -state false;", "print y", "commandEcho -state true;"}));
     }
 
+    void importsStayInTheDownloadFolder_data()
+    {
+        addRows({{"quotation mark", "a\"; quit.obj", "/Old", R"(Old/a\"; quit.obj)"},
+                 {"folder above", "x.obj", "/../../etc", "_/_/etc/x.obj"},
+                 {"name with a folder", "../x.obj", "", "_"}});
+    }
     void importsStayInTheDownloadFolder()
     {
-        const std::tuple<QString, QString, QString> rows[] = {{"a\"; quit.obj", "/Old", R"(Old/a\"; quit.obj)"},
-                                                              {"x.obj", "/../../etc", "_/_/etc/x.obj"},
-                                                              {"../x.obj", "", "_"}};
-        for (const auto &[name, folder, expected] : rows) {
-            m_portal.root() = {{"1", name}};
-            page()->RefreshFolderData();
-            auto *entry = static_cast<ICloudPortalApi::Portal_CloudBrowserListItem *>(row(name));
-            entry->GetItem()->SetProperty("folder", KQtUtil::toKString(folder));
-            list()->setCurrentItem(entry);
-            clearRecords();
-            page()->ImportClick();
-            QCOMPARE(fileCommands(), QStringList("file -force -pr -i \"" + download(expected) + '"'));
-            QCOMPARE(infos(), QStringList("Successful import: " + download(expected).remove('\\')));
-        }
+        const auto [title, name, folder, expected] = currentRow<4>();
+        m_portal.root() = {{"1", name}};
+        page()->RefreshFolderData();
+        auto *entry = static_cast<ICloudPortalApi::Portal_CloudBrowserListItem *>(row(name));
+        entry->GetItem()->SetProperty("folder", KQtUtil::toKString(folder));
+        list()->setCurrentItem(entry);
+        page()->ImportClick();
+        QCOMPARE(fileCommands(), QStringList("file -force -pr -i \"" + download(expected) + '"'));
+        QCOMPARE(infos(), QStringList("Successful import: " + download(expected).remove('\\')));
     }
 
     void failureEndsTheImportAndAClickDuringItIsIgnored()
@@ -62,43 +63,46 @@ private slots:
         QCOMPARE(infos(), QStringList());
     }
 
+    void exportCleansTheNameAndUploadsTheWrittenFile_data()
+    {
+        // The typed name, the index of the translator, the exported type and file, the file that the host wrote, and
+        // the uploaded name, which is empty if the written name is refused.
+        addRows({{"other case and blanks", " Ä |Cup.FBX ", "0", "FBX ä cup.fbx", "C:\\x\\ Ä| ", "ä"},
+                 {"other extension, folder written", "cup.fbx", "1", "OBJ cup.fbx.obj", "/x/", ""},
+                 {"translator without extension, dots written", "cup", "2", "O\\\"dd cup.", "/x/..", ""},
+                 {"extension only, no name written", ".fbx", "0", "FBX .fbx.fbx", "", ""},
+                 {"folder typed", "a/b:c", "0", "FBX bc.fbx", "/x/A \"b\" C.FBX", "a b c.fbx"}});
+    }
     void exportCleansTheNameAndUploadsTheWrittenFile()
     {
-        // The typed name, the index of the translator, the export command, the file that the host wrote, and the
-        // uploaded name.
-        const std::tuple<QString, int, QString, QString, QString> rows[] = {
-            {" Ä |Cup.FBX ", 0, "FBX ä cup.fbx", "C:\\x\\ Ä| ", "ä"},
-            {"cup.fbx", 1, "OBJ cup.fbx.obj", "/x/", ""},
-            {"cup", 2, "O\\\"dd cup.", "/x/..", ""},
-            {".fbx", 0, "FBX .fbx.fbx", "", ""},
-            {"a/b:c", 0, "FBX bc.fbx", "/x/A \"b\" C.FBX", "a b c.fbx"}};
-        for (const auto &[typed, index, sent, written, uploaded] : rows) {
-            m_host.answer("file ", KCommandResult(KQtUtil::toKString(written)));
-            filter()->setCurrentIndex(index);
-            clearRecords();
-            QPushButton *exportButton = button(index == 0 ? "CloudExportAllButton" : "CloudExportSelectionButton");
-            field()->clear();
-            QVERIFY(!exportButton->isEnabled());
-            field()->setText(typed);
-            exportButton->click();
-            const char *option = index == 0 ? "-ea" : "-es";
-            QCOMPARE(fileCommands(), exportCommand(sent.section(' ', 0, 0), option, sent.section(' ', 1)));
-            QVERIFY(QFileInfo(download("")).isDir());
-            if (uploaded.isEmpty()) {
-                checkFailed({"Export Error"});
-                continue;
-            }
-            QCOMPARE(m_portal.log, QStringList({upload(uploaded, "nothing"), "list root"}));
-            QCOMPARE(field()->text(), uploaded);
-            QCOMPARE(infos(), QStringList("Successful export: " + written));
+        const auto [title, typed, index, sent, written, uploaded] = currentRow<6>();
+        m_host.answer("file ", KCommandResult(KQtUtil::toKString(written)));
+        filter()->setCurrentIndex(index.toInt());
+        const bool exportsAll = index == "0";
+        QPushButton *exportButton = button(exportsAll ? "CloudExportAllButton" : "CloudExportSelectionButton");
+        QVERIFY(!exportButton->isEnabled());
+        field()->setText(typed);
+        exportButton->click();
+        const QString file = sent.section(' ', 1);
+        QCOMPARE(fileCommands(), exportCommand(sent.section(' ', 0, 0), exportsAll ? "-ea" : "-es", file));
+        QVERIFY(QFileInfo(download("")).isDir());
+        if (uploaded.isEmpty()) {
+            QCOMPARE(outcome(), QStringList("Export Error"));
+            return;
         }
+        QCOMPARE(outcome(), QStringList({upload(uploaded, "nothing"), "list root", "Successful export: " + written}));
+        QCOMPARE(field()->text(), uploaded);
+    }
+
+    void failedExportIsReportedOnce()
+    {
         m_portal.succeeds = false;
         exportAs("cup");
-        QCOMPARE(m_portal.log.size(), 1);
-        QCOMPARE(m_host.errors() + infos(), QStringList("Export Error"));
-        m_host.fail("file ", "disk full");
+        QCOMPARE(outcome(), QStringList({upload("written.fbx", "nothing"), "Export Error"}));
+        clearRecords();
+        m_host.fail("file ", "disk full"); // the host reports it
         exportAs("cup");
-        checkFailed({});
+        QCOMPARE(outcome(), QStringList());
     }
 
     void overwritingNeedsConsent_data()
@@ -115,8 +119,8 @@ private slots:
     {
         const auto [title, name, state, answer, over] = currentRow<5>();
         m_host.setState(static_cast<KGlobal::KeldaState>(state.toInt()));
-        m_agree = answer == "yes";
-        m_duringDialog = [this] {
+        m_agrees = answer == "yes";
+        m_portal.during["dialog"] = [this] {
             filter()->setCurrentIndex(1);
             page()->ExportSelectionClick();
             page()->ShowExportOptions();
@@ -130,28 +134,26 @@ private slots:
         QCOMPARE(m_portal.log.filter("upload").join(' '), isExported ? upload("written.fbx", over) : QString());
     }
 
-    void dockMayCloseDuringQuestionExportAndUpload()
+    void dockMayCloseDuring_data() { addRows({{"dialog"}, {"export"}, {"upload"}}); }
+    void dockMayCloseDuring()
     {
-        for (const QString moment : {"question", "export", "upload"}) {
-            m_portal.during = {{moment, [this] {
-                                    QVERIFY(Portal_CloudBrowser::IsBusy());
-                                    page()->ExportAllClick();
-                                    page()->ClearSelection();
-                                }}};
-            m_duringDialog = m_portal.during.value("question");
-            m_host.handle("file ", [&](const QString &, KCommandResult &written) {
-                m_portal.run("export");
-                written = KCommandResult(KString("/x/written.fbx"));
-                return KStatus();
-            });
-            m_controller->LoginDoneCB(true);
-            exportAs("scene");
-            QCOMPARE(fileCommands().size(), moment == "question" ? 0 : 1);
-            if (moment == "upload")
-                QCOMPARE(m_portal.log, QStringList(upload("written.fbx", "1")));
-            else
-                checkFailed({"Export Error", TavrinStrings::text(TavrinStrings::kCloudPortalExportFolderClosed)});
-        }
+        const QString moment = currentRow<1>()[0];
+        m_portal.during[moment] = [this] {
+            QVERIFY(Portal_CloudBrowser::IsBusy());
+            page()->ExportAllClick();
+            page()->ClearSelection();
+        };
+        m_host.handle("file ", [this](const QString &, KCommandResult &written) {
+            m_portal.run("export");
+            written = KCommandResult(KString("/x/written.fbx"));
+            return KStatus();
+        });
+        exportAs("scene");
+        QCOMPARE(fileCommands().size(), moment == "dialog" ? 0 : 1);
+        const QString closed = TavrinStrings::text(TavrinStrings::kCloudPortalExportFolderClosed);
+        QCOMPARE(outcome(), moment == "upload"
+                                ? QStringList({upload("written.fbx", "1"), "Successful export: /x/written.fbx"})
+                                : QStringList({"Export Error", closed}));
     }
 
     void filterOffersEveryTranslator()
@@ -183,6 +185,7 @@ private slots:
     void doubleClickExportsUnderThatName()
     {
         find<QTabWidget>("ImportExportTabs")->setCurrentIndex(1);
+        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension(\"xyz\")", KCommandResult(KString("known")));
         doubleClick("odd.xyz");
         QCOMPARE(m_questions + fileCommands(), QStringList());
         doubleClick("cup.obj");
@@ -192,48 +195,40 @@ private slots:
 
     void optionsDialogRunsTheCommandsOfTheTranslator_data()
     {
-        addRows({{"Import", "Import Options", "known", download("cup.obj")},
-                 {"ExportAll", "Export Options", "O\\\"dd", "."}});
+        addRows({{"import", "Import", "Import Options", "known", download("cup.obj"), "agreed"},
+                 {"import without options", "Import", "Import Options", "known", download("cup.obj"), ""},
+                 {"export", "ExportAll", "Export Options", "O\\\"dd", ".", "agreed"}});
     }
     void optionsDialogRunsTheCommandsOfTheTranslator()
     {
-        const auto row = currentRow<4>();
+        const auto [title, action, dialogTitle, translator, path, agreed] = currentRow<6>();
         const QString layout = "CloudPortalFileDialogOptionsGrpBoxLayout";
-        const bool isImport = row[0] == "Import";
+        const bool isImport = action == "Import";
         list()->setCurrentRow(3);
         find<QCheckBox>("CloudImportOptions")->setChecked(true);
         filter()->setCurrentIndex(2);
-        m_duringDialog = [this] { page()->ShowExportOptions(); };
-        for (const bool accepted : {false, true}) {
-            clearRecords();
-            m_agree = accepted;
-            button(isImport ? "CloudImportButton" : "CloudExportOptionsButton")->click();
-            settle();
-            QCOMPARE(m_questions, QStringList(row[1] + ' ' + layout));
-            QVERIFY(!dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
-            QString expected = "initCurrentFileTypeOption %1 \"\" \"\";fileOperationsOptionsUISetup %1 %2;"
-                               "fileOperationsOptionsUIInitValues %1 %2 \"%3\";setCurrentFileTypeOption %1 %2 \"%3\";"
-                               "fileOperationsSelectionChangedCallback %1 %2 \"%4\"";
-            expected += accepted ? ";fileOperationsOptionsUICallback %1 %2" : "";
-            expected += isImport ? ";file -force -pr -i \"%4\"" : "";
-            const QStringList sent =
-                m_host.commands().filter(QRegularExpression("FileTypeOption|fileOperations|file -"));
-            QCOMPARE(sent.join(';'), expected.arg(row[0], layout, row[2], row[3]));
-        }
+        m_portal.during["dialog"] = [this] { page()->ShowExportOptions(); };
+        clearRecords();
+        m_agrees = !agreed.isEmpty();
+        button(isImport ? "CloudImportButton" : "CloudExportOptionsButton")->click();
+        settle();
+        QCOMPARE(m_questions, QStringList(dialogTitle + ' ' + layout));
+        QVERIFY(!dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
+        QString expected = "initCurrentFileTypeOption %1 \"\" \"\";fileOperationsOptionsUISetup %1 %2;"
+                           "fileOperationsOptionsUIInitValues %1 %2 \"%3\";setCurrentFileTypeOption %1 %2 \"%3\";"
+                           "fileOperationsSelectionChangedCallback %1 %2 \"%4\"";
+        expected += m_agrees ? ";fileOperationsOptionsUICallback %1 %2" : "";
+        expected += isImport ? ";file -force -pr -i \"%4\"" : "";
+        const QStringList sent = m_host.commands().filter(QRegularExpression("FileTypeOption|fileOperations|file -"));
+        QCOMPARE(sent.join(';'), expected.arg(action, layout, translator, path));
     }
 
 private:
     void prepare() override
     {
-        m_answering.start(5, this);
-        m_agree = true;
-        m_duringDialog = nullptr;
+        answerDialogs();
         m_portal.root() = {
             {"1", "scene.fbx"}, {"2", "Model.fbx"}, {"3", "cup.obj"}, {"4", "odd.xyz"}, {"5", "dir.fbx/"}};
-        m_host.setState(KGlobal::kInteractive);
-        m_host.answer("internalVar -userAppDir", KCommandResult(KQtUtil::toKString(m_dir.path() + '/')));
-        m_host.answer("file ", KCommandResult(KString("/elsewhere/Written.FBX")));
-        m_host.answer("Tavrin_GetImportTranslatorFromFileExtension", KCommandResult(KString("known")));
         m_host.answer("Tavrin_GetExportTranslatorList", result({"FBX", "OBJ", "O\"dd"}));
         m_host.answer("Tavrin_GetExportTranslatorExtensionList", result({"fbx", "obj"}));
         start();
@@ -243,6 +238,8 @@ private:
     QComboBox *filter() const { return find<QComboBox>("CloudExportFilter"); }
     QString download(const QString &name) const { return m_dir.path() + "/temp_cloud/Test/" + name; }
     QStringList infos() const { return m_host.messages(KHost::MessageKind::kInfo); }
+    /// The requests to the portal, then the messages.
+    QStringList outcome() const { return m_portal.log + m_host.errors() + infos(); }
     QString upload(const QString &name, const QString &over) const
     {
         return "upload " + download(name) + " to root over " + over;
@@ -253,39 +250,11 @@ private:
         const QString command = "file -force -options \"\" -type \"%1\" -pr %2 \"%3\"";
         return {command.arg(type, option, download(name))};
     }
-    void clearRecords()
-    {
-        m_host.clear();
-        m_portal.log.clear();
-        m_questions.clear();
-    }
     void exportAs(const QString &name)
     {
         clearRecords();
         field()->setText(name);
         page()->ExportAllClick();
-    }
-    /// Answers a question or an options dialog, after it has run m_duringDialog once.
-    void timerEvent(QTimerEvent *) override
-    {
-        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!dialog)
-            return;
-        if (m_duringDialog) {
-            QTimer::singleShot(0, this, std::exchange(m_duringDialog, nullptr));
-            return;
-        }
-        auto *box = qobject_cast<QMessageBox *>(dialog);
-        m_questions << (box ? shownText(*box) : dialog->windowTitle() + ' ' + dialog->layout()->objectName());
-        if (box)
-            box->button(m_agree ? QMessageBox::Yes : QMessageBox::No)->click();
-        else
-            m_agree ? dialog->accept() : dialog->reject();
-    }
-    void checkFailed(const QStringList &errors)
-    {
-        QCOMPARE(m_host.errors(), errors);
-        QCOMPARE(m_portal.log + infos(), QStringList());
     }
     void checkTranslatorIsMissing()
     {
@@ -295,12 +264,6 @@ private:
         QCOMPARE(m_host.commands(), QStringList("confirmDialog -title \"Export Error\" -m \"" + text +
                                                 "\"  -messageAlign \"left\" -button \"Ok\""));
     }
-
-    QTemporaryDir m_dir;
-    QBasicTimer m_answering;
-    bool m_agree = true;
-    std::function<void()> m_duringDialog;
-    QStringList m_questions;
 };
 
 QTEST_MAIN(TestTransfer)
