@@ -273,7 +273,6 @@ private:
             {"double click on a folder", [this] { doubleClick("Deeper"); }},
             {"import with options", [this] { find<QCheckBox>("CloudImportOptions")->click(), doubleClick("b.obj"); }},
             {"export over a file", [this] { exportAs("b.obj"); }},
-            {"options", [this] { button("CloudExportOptionsButton")->click(); }},
             {"log-out", [this] { click(button("CloudPortalLoginButton")); }},
             {"log-in", [this] { click(button("CloudPortalLoginButton")); }},
             {"click on the export tab", [this] { clickTab(find<QTabWidget>("ImportExportTabs"), 1); }},

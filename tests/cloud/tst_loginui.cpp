@@ -140,16 +140,6 @@ private slots:
         QCOMPARE(scrolled(), atField);
     }
 
-    void reloadingPageLeavesTheSize()
-    {
-        m_server->answer("/form", html("text<script>location.reload()</script>"));
-        QVERIFY(m_ui->login(nullptr));
-        const QRect before = dialog()->geometry();
-        QSignalSpy loaded(view(), &QWebView::loadFinished);
-        QTRY_VERIFY(loaded.size() > 3);
-        QCOMPARE(dialog()->geometry(), before);
-    }
-
     void escapeCancelsFromEveryFocus_data()
     {
         addRows({{"text field", "<input id='it'>", "it"},

@@ -1,5 +1,3 @@
-// shell/tst_module.cpp
-//
 // The built plug-in module in the real host. The end of this process is part of the test: a module that leaves objects
 // in Qt crashes it.
 
@@ -9,12 +7,12 @@
 #include "scene/FileOptions.h"
 #include "scene/Scene.h"
 #include "scene/SceneCommands.h"
+#include "support/Table.h"
 #include "support/TestFiles.h"
 #include "TavrinHelper.h"
 #include "TavrinSettings.h"
 #include "TavrinStrings.h"
 
-#include <QtTest>
 #include <QtWidgets>
 
 static const char kDockSettings[] = "CloudBrowser_Dock_Widget";
@@ -172,17 +170,12 @@ private slots:
 
     void languageTableIsReadFromTheInstallationOnly_data()
     {
-        QTest::addColumn<QString>("location");
-        QTest::addColumn<QStringList>("tables");
         const QString start = "/opt/kelda/scripts/strings/Tavrin_";
-        QTest::newRow("known") << "/opt/kelda" << QStringList({start + "de_CH.ksc", start + "de.ksc"});
-        QTest::newRow("unknown") << "" << QStringList();
+        addRows({{"known", "/opt/kelda", start + "de_CH.ksc " + start + "de.ksc"}, {"unknown", "", ""}});
     }
-
     void languageTableIsReadFromTheInstallationOnly()
     {
-        QFETCH(QString, location);
-        QFETCH(QStringList, tables);
+        const auto [title, location, tables] = currentRow<3>();
         KeldaHost::Setup setup;
         setup.uiLanguage = "de_CH";
         setup.location = location;
@@ -194,7 +187,7 @@ private slots:
             return Value(0);
         });
         QVERIFY(run("source \"" SOURCE_FOLDER "/scripts/TavrinCreateUI.ksc\"; TavrinInitStrings;"));
-        QCOMPARE(tested, tables);
+        QCOMPARE(tested.join(' '), tables);
     }
 
 private:
