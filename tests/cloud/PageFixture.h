@@ -54,15 +54,14 @@ protected:
     QStringList names() const;
     /// The row that shows \p name, or null.
     QListWidgetItem *row(const QString &name) const { return list()->findItems(name, Qt::MatchExactly).value(0); }
+    void clickRow(const QString &name) const;
     /// Sends the events of a double click on the row that shows \p name, and runs the event loop.
     void doubleClick(const QString &name) const;
     /// Sends a key to \p widget and runs the event loop.
     static void press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    /// The text of the tool tip at \p place.
     static QString toolTip(QWidget *widget, QPoint place);
     /// Clears the commands, messages, requests and questions.
     void clearRecords();
-    void clickRow(const QString &name) const;
     /// Sends a press and a release to \p widget, which the press may delete; to its centre unless \p at is given.
     static void click(QWidget *widget, QPoint at = QPoint());
     /// The visible labels and buttons of the folder bar, as in "Top/Sub-folder".

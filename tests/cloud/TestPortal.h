@@ -1,7 +1,6 @@
 // TestPortal.h
 //
-// A portal whose service is a table in memory, listed or searched page by page. Hooks run inside each call in which a
-// real portal spins the event loop.
+// A portal whose service is a table in memory. Hooks run inside each call in which a real portal spins the event loop.
 
 #pragma once
 

@@ -196,7 +196,7 @@ private slots:
     void optionsDialogRunsTheCommandsOfTheTranslator_data()
     {
         addRows({{"import", "Import", "Import Options", "known", download("cup.obj"), "agreed"},
-                 {"import without options", "Import", "Import Options", "known", download("cup.obj"), ""},
+                 {"import, dialog closed", "Import", "Import Options", "known", download("cup.obj"), ""},
                  {"export", "ExportAll", "Export Options", "O\\\"dd", ".", "agreed"}});
     }
     void optionsDialogRunsTheCommandsOfTheTranslator()
@@ -204,12 +204,11 @@ private slots:
         const auto [title, action, dialogTitle, translator, path, agreed] = currentRow<6>();
         const QString layout = "CloudPortalFileDialogOptionsGrpBoxLayout";
         const bool isImport = action == "Import";
+        m_agrees = !agreed.isEmpty();
         list()->setCurrentRow(3);
         find<QCheckBox>("CloudImportOptions")->setChecked(true);
         filter()->setCurrentIndex(2);
         m_portal.during["dialog"] = [this] { page()->ShowExportOptions(); };
-        clearRecords();
-        m_agrees = !agreed.isEmpty();
         button(isImport ? "CloudImportButton" : "CloudExportOptionsButton")->click();
         settle();
         QCOMPARE(m_questions, QStringList(dialogTitle + ' ' + layout));
