@@ -29,7 +29,8 @@ bool othersMayRead()
     return QFileInfo(settingsPath()).permissions() & (QFile::ReadGroup | QFile::ReadOther);
 }
 
-/// Makes \p folder read-only, unless its name is empty. Root becomes another user meanwhile, who can enter the home.
+/// Makes \p folder read-only, unless its name is empty. Root becomes another user meanwhile, who can enter the folders
+/// above.
 class ReadOnly
 {
 public:
@@ -37,7 +38,8 @@ public:
     {
         if (folder.isEmpty())
             return;
-        for (QString above = folder; above.startsWith(QDir::homePath()); above = QFileInfo(above).path())
+        for (QString above = folder; above.startsWith(QDir::homePath()) || above.startsWith(QDir::tempPath());
+             above = QFileInfo(above).path())
             chmod(QFile::encodeName(above).constData(), above == folder ? 0555 : 0755);
         if (getuid() == 0 && seteuid(kNobody) != 0)
             qFatal("cannot change the user");
