@@ -21,60 +21,66 @@ private slots:
     void cleanup() { IsolatedReader::setTimeout(IsolatedReader::kDefaultTimeoutMs); }
 
     /// "file|flags": triangles, vertices, bounding box.
-    void fileIsReadByItsExtensionItsTypeOrItsContent();
+    void fileIsReadByItsExtensionItsTypeOrItsContent()
+    {
+        const auto imported = [this](const QString &step) {
+            const QString name = step.section('|', 0, 0);
+            init();
+            QFile::rename(path("box.obj"), path(name));
+            const QString result = m_host->import(name, step.section('|', 1));
+            return result == "FOLDER/" + name ? m_host->measured() : result;
+        };
+        playSteps(imported, R"(
+Täßchen 茶  "b" 100%1#.OBJ| => 12 8 0 0 0 1 2 3
+typed.txt|-type "OBJ" => 12 8 0 0 0 1 2 3
+first bytes decide| => 12 8 0 0 0 1 2 3
+)");
+    }
 
     void everyListedExtensionIsReadable()
     {
         Assimp::Importer importer;
+        QStringList unreadable;
         for (const Translator &translator : Translators::all()) {
             for (const QString &extension : translator.extensions) {
-                QVERIFY2(importer.IsExtensionSupported(extension.toStdString()), qPrintable(extension));
-                QCOMPARE(Translators::forExtension(extension), &translator);
+                if (!importer.IsExtensionSupported(extension.toStdString()) ||
+                    Translators::forExtension(extension) != &translator)
+                    unreadable << translator.name + ' ' + extension;
             }
         }
+        QCOMPARE(unreadable, QStringList());
     }
 
     /// "translator|flag": extension, triangles, bounding box, names or number of objects, two colours of the texture,
-    /// lost colours, warnings, and the wrong outcomes for the exported file cut off at three places.
+    /// lost colours, and warnings.
     void exportsComeBack()
     {
         const auto outcome = [this](const QString &step) {
             init();
-            m_host->import("placed.gltf");
-            m_host->import("box.obj");
-            m_host->import("square.obj");
+            for (const char *model : {"placed.gltf", "box.obj", "square.obj"})
+                m_host->import(model);
             const QStringList names = m_host->scene.names();
-            run("select \"square\" \"box\"");
-            QDir().mkpath(path("out"));
-            QStringList messages = run("file -force -options \"\" -type \"" + step.section('|', 0, 0) + "\" -pr " +
-                                       step.section('|', 1) + ' ' + quotedArgument(path("out/it's \"5\" \\ 茶%1;$")))
-                                       .split(" / ");
-            const QString written = messages.takeLast();
-            const QString file = "out/" + QFileInfo(written).fileName();
-            if (QDir(path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot) != QStringList(file.mid(4)))
-                return written;
+            QDir(m_host->folder.path()).mkdir("out");
+            const QString target = path("out/it's \"5\" \\ 茶%1;$");
+            QStringList messages =
+                run("select \"square\" \"box\"; file -force -options \"\" -type \"" + step.section('|', 0, 0) +
+                    "\" -pr " + step.section('|', 1) + ' ' + quotedArgument(target))
+                    .split(" / ");
+            const QString file = "out/" + QFileInfo(messages.takeLast()).fileName();
             run("file -new");
-            if (!m_host->import(file).endsWith(written))
-                return "not read: " + written;
+            if (m_host->import(file).section(" / ", -1) != "FOLDER/" + file)
+                return "not read: " + file;
             QStringList result{QFileInfo(file).suffix(), run("sceneInfo -q -triangles"),
                                run("sceneInfo -q -boundingBox")};
             const std::vector<SceneObject> &objects = m_host->scene.objects();
-            result.append(m_host->scene.names() == names ? "all names" : QString::number(objects.size()));
+            result << (m_host->scene.names() == names ? "all names" : QString::number(objects.size()));
             const QImage texture = objects.back().material->texture;
             if (!texture.isNull())
-                result.append(texture.pixelColor(1, 1).name() + texture.pixelColor(6, 1).name());
+                result << texture.pixelColor(1, 1).name() + texture.pixelColor(6, 1).name();
             if (objects.front().material->diffuse != QColor(Qt::red))
-                result.append("not red");
+                result << "not red";
             for (const QString &warning : messages)
-                result.append(warning.section(": ", 2));
-
-            const qint64 whole = QFileInfo(path(file)).size();
-            for (const int percent : {90, 60, 30}) {
-                const QString cut = QFile::resize(path(file), whole * percent / 100) ? m_host->import(file) : "not cut";
-                const bool refused = cut.contains("cannot import") && !cut.contains("takes too long");
-                if (!refused && !cut.endsWith(written))
-                    result.append(cut);
-            }
+                result << warning.section(": ", 2);
             return result.join(", ");
         };
         playSteps(outcome, R"(
@@ -99,30 +105,23 @@ OBJ|-es => obj, 14, -1 -1 0 1 2 3, 2, not red, colours and textures are left out
             return QDir(m_host->folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System);
         };
         const QStringList before = everything();
-        const auto outcome = [this](QString target) {
-            target.replace("LONG", QString(300, 'n'));
-            const QString message = run("file -force -type \"OBJ\" -ea " + quotedArgument(path(target)));
-            return message.startsWith("failed: line 1: cannot export \"FOLDER/" + target) ? message.section("\": ", -1)
-                                                                                          : message;
+        const auto outcome = [this](const QString &target) {
+            // A limit on the size of files acts like a full disk.
+            rlimit limit{};
+            getrlimit(RLIMIT_FSIZE, &limit);
+            const rlimit small{100, limit.rlim_max};
+            setrlimit(RLIMIT_FSIZE, &small);
+            const QString message = run("file -force -type \"OBJ\" -ea \"FOLDER/" + target + '"');
+            setrlimit(RLIMIT_FSIZE, &limit);
+            return message.section("cannot export \"FOLDER/" + target + ".obj\": ", -1);
         };
+        std::signal(SIGXFSZ, SIG_IGN);
         playSteps(outcome, R"(
 none/box => the folder does not exist
 taken => a folder has this name
 pipe => the name belongs to something other than a file
-.. => the file name is missing
-LONG => File name too long
+old => File too large
 )");
-
-        // A limit on the size of files acts like a full disk.
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        const rlimit small{100, limit.rlim_max};
-        std::signal(SIGXFSZ, SIG_IGN);
-        setrlimit(RLIMIT_FSIZE, &small);
-        const QString full = outcome("old");
-        setrlimit(RLIMIT_FSIZE, &limit);
-        QCOMPARE(full, QString("File too large"));
-
         QCOMPARE(everything(), before);
         QCOMPARE(readFile(path("old.obj")), QByteArray("as it was"));
     }
@@ -136,20 +135,6 @@ LONG => File name too long
         QFile::remove(path("square.mtl"));
         QCOMPARE(warned(),
                  QString("warning: square.obj: material file \"square.mtl\" was not found beside the model / 0"));
-    }
-
-    void damagedFileIsOneError()
-    {
-        const QDir hostile(QFINDTESTDATA("models/hostile"));
-        QCOMPARE(hostile.entryList(QDir::Files).size(), 12);
-        for (const QString &name : hostile.entryList(QDir::Files)) {
-            const QString file = hostile.filePath(name);
-            const QString message = run("file -i " + quotedArgument(file));
-            QVERIFY2(message.startsWith("failed: line 1: cannot import \"" + file + "\": "), qPrintable(message));
-            QVERIFY2(!message.contains('\n'), qPrintable(message));
-            QVERIFY2(!message.contains("takes too long"), qPrintable(message));
-            QVERIFY2(m_host->scene.objects().empty(), qPrintable(name));
-        }
     }
 
     void readingTimesOut()
@@ -169,12 +154,19 @@ LONG => File name too long
             m_host->write(name, "x");
         QCOMPARE(mkfifo(QFile::encodeName(path("model/pipe")).constData(), 0600), 0);
         const ModelFolder folder(path("model/cup.obj"), path("model/cup.obj"));
-        for (const char *skin : {"skin.png", "C:\\art\\skin.png", "/art/skin.png", "../skin.png", "Skin.PNG"})
-            QCOMPARE(folder.resolve(skin), path("model/skin.png"));
-        for (const char *wood : {"maps/wood.png", "maps\\wood.png"})
-            QCOMPARE(folder.resolve(wood), path("model/maps/wood.png"));
-        for (const char *refused : {"../secret.png", "maps/../../secret.png", "maps", "pipe", ""})
-            QCOMPARE(folder.resolve(refused), QString());
+        const auto found = [&](const QString &reference) { return folder.resolve(reference).remove(path("model/")); };
+        playSteps(found, R"(
+skin.png => skin.png
+C:\art\skin.png => skin.png
+/art/skin.png => skin.png
+Skin.PNG => skin.png
+maps/wood.png => maps/wood.png
+maps\wood.png => maps/wood.png
+../secret.png => nothing
+maps/../../secret.png => nothing
+maps => nothing
+pipe => nothing
+)");
     }
 
     void sceneCommandsReturnValuesOrFail()
@@ -186,15 +178,11 @@ LONG => File name too long
         };
         playSteps(answer, R"(
 select {"box1", "box2"}; select -add "box"; select -q => box box1 box2
-select -all; select -clear; select -q => nothing
 delete; $left = `ls`; delete "box1"; "" + $left + ", " + `ls` => box1 box2, box2
-file -force -new; sceneInfo -q -boundingBox => nothing
 "" + `fileTranslator -q -extension "COLLADA"` + `fileTranslator -q -writeSupport "FBX"` + `fileTranslator -q -writeSupport "3DS"` => dae10
 fileTranslator -q -extension "Clay" => failed: line 1: unknown file translator "Clay"
 Tavrin_GetImportTranslatorFromFileExtension("ZAE") + Tavrin_GetImportTranslatorFromFileExtension("") => COLLADA
 file -i "/nowhere/x.obj" => failed: line 1: cannot import "/nowhere/x.obj": the file does not exist
-file -i "/tmp" => failed: line 1: cannot import "/tmp": it is not a file
-file -i "a" -ea "b" => failed: line 1: file needs one of -i PATH, -ea PATH, -es PATH and -new
 file -type "3DS" -ea "x" => failed: line 1: the host does not write 3DS files
 file -new; file -type "OBJ" -ea "x" => failed: line 1: cannot export "x.obj": the scene is empty
 file -type "STL" -ea "FOLDER/cup.STL" => FOLDER/cup.STL
@@ -213,23 +201,6 @@ private:
 
     std::unique_ptr<TestHost> m_host;
 };
-
-void TestScene::fileIsReadByItsExtensionItsTypeOrItsContent()
-{
-    const auto imported = [this](const QString &step) {
-        const QString name = step.section('|', 0, 0);
-        init();
-        QFile::rename(path("box.obj"), path(name));
-        const QString result = m_host->import(name, step.section('|', 1));
-        return result == "FOLDER/" + name ? m_host->measured() : result;
-    };
-    playSteps(imported, R"(
-box.obj| => 12 8 0 0 0 1 2 3
-Täßchen 茶  "b' 100%1#".OBJ| => 12 8 0 0 0 1 2 3
-typed.txt|-type "OBJ" => 12 8 0 0 0 1 2 3
-first bytes decide| => 12 8 0 0 0 1 2 3
-)");
-}
 
 /// Runs all tests in a locale with a decimal comma.
 int main(int argc, char **argv)
