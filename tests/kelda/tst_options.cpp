@@ -49,38 +49,44 @@ private slots:
         QVERIFY(!next.option<QCheckBox>("triangulate")->isChecked());
     }
 
-    void storedOptionsChangeTheExportAndTheNextDialog()
+    void storedOptionsChangeTheExportAndTheNextDialog_data()
     {
+        QTest::addColumn<QString>("extension");
         for (const Translator &translator : Translators::all()) {
-            if (!translator.writes())
-                continue;
-            PluginDialog dialog;
-            setUp("ExportAll", translator.name, ".");
-            dialog.show();
-            QVERIFY(dialog.findChild<QLabel *>("KeldaOptionFile")->isHidden());
-            dialog.option<QDoubleSpinBox>("scale")->setValue(2);
-            dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
-            for (const QString box : {" 0 0 0 1 2 3", " 0 -6 0 2 0 4"}) {
-                m_host->run("file -new; file -i \"FOLDER/box.obj\"; file -force -type \"" + translator.name +
-                            "\" -ea \"FOLDER/out\"; file -new");
-                m_host->import("out." + translator.extension());
-                QVERIFY2(m_host->measured().endsWith(box), qPrintable(translator.name));
-                QCOMPARE(m_host->run("fileOperationsOptionsUICallback ExportAll PluginLayout"), QString());
-            }
-            // The first dialog still exists, but the second one gets the options. Both exports share them.
-            const PluginDialog next;
-            setUp("ExportActive", translator.name, ".");
-            QCOMPARE(next.option<QDoubleSpinBox>("scale")->value(), 2.0);
+            if (translator.writes())
+                QTest::newRow(qPrintable(translator.name)) << translator.extension();
         }
     }
+    void storedOptionsChangeTheExportAndTheNextDialog()
+    {
+        QFETCH(QString, extension);
+        const QString translator = QTest::currentDataTag();
+        PluginDialog dialog;
+        setUp("ExportAll", translator, ".");
+        dialog.show();
+        QVERIFY(dialog.findChild<QLabel *>("KeldaOptionFile")->isHidden());
+        dialog.option<QDoubleSpinBox>("scale")->setValue(2);
+        dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
+        for (const QString box : {"0 0 0 1 2 3", "0 -6 0 2 0 4"}) { // the second time, the options are stored
+            m_host->run("file -new; file -i \"FOLDER/box.obj\"; file -force -type \"" + translator +
+                        "\" -ea \"FOLDER/out\"; file -new");
+            m_host->import("out." + extension);
+            QCOMPARE(m_host->run("sceneInfo -q -boundingBox"), box);
+            QCOMPARE(m_host->run("fileOperationsOptionsUICallback ExportAll PluginLayout"), QString());
+        }
+        // The first dialog still exists, but the second one gets the options. Both exports share them.
+        const PluginDialog next;
+        setUp("ExportActive", translator, ".");
+        QCOMPARE(next.option<QDoubleSpinBox>("scale")->value(), 2.0);
+    }
 
-    void dialogShowsTheOptionsOfItsTranslator()
+    void dialogShowsTheOptionsOfTheChosenTranslator()
     {
         const PluginDialog dialog;
-        setUp("ExportAll", "FBX", ".");
-        QVERIFY(dialog.option<QCheckBox>("textures"));
-        setUp("ExportAll", "STL", ".");
-        QVERIFY(!dialog.option<QCheckBox>("textures"));
+        for (const QString translator : {"FBX", "STL"}) {
+            setUp("ExportAll", translator, ".");
+            QCOMPARE(dialog.option<QCheckBox>("textures") != nullptr, translator == "FBX");
+        }
         QCOMPARE(dialog.findChildren<QComboBox *>("KeldaOption_upAxis").size(), 1);
     }
 
@@ -90,12 +96,9 @@ private slots:
         m_host->run("fileOperationsOptionsUISetup Import PluginLayout");
         m_host->play(R"(
 initCurrentFileTypeOption Paint "" "" => failed: line 1: unknown file action "Paint"
-initCurrentFileTypeOption => failed: line 1: initCurrentFileTypeOption takes 3 arguments, not 0
 fileOperationsOptionsUISetup Import Nowhere => failed: line 1: the layout "Nowhere" does not exist
-fileOperationsOptionsUICallback Import Nowhere => failed: line 1: fileOperationsOptionsUISetup was not called for the layout "Nowhere"
 fileOperationsOptionsUICallback Import PluginLayout => failed: line 1: the translator of the options was not set
 fileOperationsOptionsUICallback ExportAll PluginLayout => failed: line 1: the options in the layout "PluginLayout" belong to another action
-fileOperationsOptionsUISetup ExportAll PluginLayout; setCurrentFileTypeOption ExportAll PluginLayout "3DS" => failed: line 1: the host does not write 3DS files
 )");
     }
 
@@ -103,12 +106,11 @@ private:
     /// The five commands with which a plug-in fills a dialog.
     void setUp(const QString &action, const QString &translator, const QString &path)
     {
-        QString commands("initCurrentFileTypeOption ACTION \"\" \"\"; fileOperationsOptionsUISetup ACTION LAYOUT;"
-                         "fileOperationsOptionsUIInitValues ACTION LAYOUT \"KIND\";"
-                         "setCurrentFileTypeOption ACTION LAYOUT \"KIND\";"
-                         "fileOperationsSelectionChangedCallback ACTION LAYOUT \"PATH\"");
-        commands.replace("ACTION", action).replace("LAYOUT", "PluginLayout").replace("KIND", translator);
-        QCOMPARE(m_host->run(commands.replace("PATH", path)), QString());
+        const QString commands("initCurrentFileTypeOption %1 \"\" \"\"; fileOperationsOptionsUISetup %1 PluginLayout;"
+                               "fileOperationsOptionsUIInitValues %1 PluginLayout \"%2\";"
+                               "setCurrentFileTypeOption %1 PluginLayout \"%2\";"
+                               "fileOperationsSelectionChangedCallback %1 PluginLayout \"%3\"");
+        QCOMPARE(m_host->run(commands.arg(action, translator, path)), QString());
     }
 
     std::unique_ptr<TestHost> m_host;

@@ -50,10 +50,9 @@ private slots:
     {
         for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
             qunsetenv(name);
-        QCOMPARE(
-            run({"--command", "1 + 1", "--quit"}),
-            QStringList({"kelda: error: the environment has no display; use --mode batch or --mode library", "1"}));
-        QCOMPARE(run({"--mode", "batch", "--command", "1 + 1"}), QStringList({"result: 2", "0"}));
+        QCOMPARE(run({"--quit"}),
+                 QString("kelda: error: the environment has no display; use --mode batch or --mode library|1"));
+        QCOMPARE(run({"--mode", "batch", "--command", "1 + 1"}), QString("result: 2|0"));
     }
 
 private:
@@ -64,17 +63,17 @@ private:
     }
 
     /// Runs the program to its end. Returns the lines of stdout, its own lines of stderr, and its exit status.
-    QStringList run(const QStringList &arguments)
+    QString run(const QStringList &arguments)
     {
         QProcess process;
         start(process, arguments);
         if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-            return {"killed or crashed", QString::fromUtf8(process.readAllStandardOutput())};
+            return "killed or crashed: " + process.readAllStandardOutput();
         QStringList lines = QString::fromUtf8(process.readAllStandardOutput()).split('\n');
         lines.removeLast();
         const QStringList errors = QString::fromUtf8(process.readAllStandardError()).split('\n');
         lines += errors.filter("error: ");
-        return lines << QString::number(process.exitCode());
+        return lines.join('|') + (lines.isEmpty() ? "" : "|") + QString::number(process.exitCode());
     }
 
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -82,38 +81,31 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
-/// "|" separates arguments and lines; the last line is the exit status. "..." matches anything.
+/// "|" separates arguments and lines; the last line is the exit status. "DIR" is the working directory.
 void TestProgram::argumentsDecideOutputAndExitStatus()
 {
-    const auto steps = R"(
+    const auto outcome = [this](const QString &given) {
+        const QStringList mode = given.contains("--mode") ? QStringList() : QStringList{"--mode", "batch"};
+        return run(mode + given.split('|', Qt::SkipEmptyParts)).replace(m_dir->path(), "DIR");
+    };
+    playSteps(outcome, R"(
  => 0
 --command|1 + 2|--command|"a text" => result: 3|result: a text|0
 --command|print "one\ntwo"; print "größer 茶" => info: one\ntwo|info: größer 茶|0
 --command|confirmDialog -m "Sure?" -button "Yes" => info: Sure?|result: dismiss|0
---command|quit|--command|print "never" => 0
---command|quit -exitCode 3 => 3
---script|place/scripts/there.ksc|--command|1|--script|bad.ksc|--command|2 => info: from the location|result: 1|error: ...bad.ksc:3: unknown command 'frobnicate'|result: 2|1
+--command|quit -exitCode 3|--command|print "never" => 3
+--script|place/scripts/there.ksc|--script|bad.ksc|--command|2 => info: from the location|error: DIR/bad.ksc:3: unknown command 'frobnicate'|result: 2|1
 --location|place|--command|source "there.ksc"; `getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` => info: from the location|result: DIR/place DIR/user/|0
---mode|library|--command|getenv "KELDA_LOCATION" => result: .../lib/kelda|0
---mode|interactive|--command|frobnicate|--command|2|--quit => error: ...frobnicate'|result: 2|1
---command|file -i "bad.ksc" => error: line 1: cannot import "bad.ksc": ...|1
+--mode|interactive|--command|frobnicate|--command|2|--quit => error: line 1: unknown command 'frobnicate'|result: 2|1
 --plug-in|gone.so => error: the plug-in file gone.so does not exist|1
 --fast => kelda: error: unknown option "--fast"; see kelda --help|1
 --command => kelda: error: option --command needs a value; see kelda --help|1
 --mode|turbo => kelda: error: unknown mode "turbo"; see kelda --help|1
---ca-file|gone.pem => kelda: error: cannot read the certificate file "gone.pem"...|1
---ca-file|empty.pem => kelda: error: ...has no certificate...|1
---mode|interactive|--plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: ...|info: loaded|0
+--ca-file|gone.pem => kelda: error: cannot read the certificate file "gone.pem": No such file or directory|1
+--ca-file|empty.pem => kelda: error: the file "empty.pem" has no certificate|1
+--mode|interactive|--plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: Hello |info: loaded|0
 --command|file -force -pr -i "box.obj"|--command|file -type "glTF binary" -pr -ea "out"|--command|sceneInfo -q -triangles => result: box.obj|result: out.glb|result: 12|0
-)";
-    for (const QString &step : QString::fromUtf8(steps).split('\n', Qt::SkipEmptyParts)) {
-        const QStringList given = step.section(" => ", 0, 0).split('|', Qt::SkipEmptyParts);
-        const QStringList mode = given.contains("--mode") ? QStringList() : QStringList{"--mode", "batch"};
-        const QString output = run(mode + given).join('\n').replace(m_dir->path(), "DIR");
-        const QString lines = step.section(" => ", 1).replace('|', '\n');
-        const QString pattern = QRegularExpression::escape(lines).replace("\\.\\.\\.", ".*");
-        QVERIFY2(QRegularExpression("^" + pattern + "\\z").match(output).hasMatch(), qPrintable(step + '\n' + output));
-    }
+)");
 }
 
 QTEST_GUILESS_MAIN(TestProgram)
