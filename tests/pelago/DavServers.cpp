@@ -78,7 +78,6 @@ private:
             return line.arg(folder, QString(port)).split(' ');
         }
         const bool isApache = name == "apache" || name == "digest";
-        forbidsAFolder = forbidsAFolder || isApache;
         const QString source = behind.isEmpty() ? (isApache ? QString("apache") : name) : QString("proxy");
         const QString settings = m_home.filePath(source + ".conf");
         const QByteArray host = name == "proxied-host" ? "proxy_set_header Host $http_host;" : "";

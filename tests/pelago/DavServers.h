@@ -30,6 +30,5 @@ public:
     QString folder;          ///< the served folder
     QString certificateFile; ///< of a self-signed certificate that this process trusts; empty without TLS
     bool listsDotFiles = true;
-    bool forbidsAFolder = false;   ///< whether it answers 401 for a folder named "forbidden"
     bool forgetsCutUploads = true; ///< whether it removes the file of a cut upload after a while
 };
