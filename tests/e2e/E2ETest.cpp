@@ -1,8 +1,6 @@
 #include "E2ETest.h"
 
 #include <QListWidget>
-#include <QMenu>
-#include <QToolButton>
 
 void E2ETest::initTestCase()
 {
@@ -50,46 +48,13 @@ const char *E2ETest::error() const
 bool E2ETest::logOut()
 {
     return m_page->isSignedIn() && m_page->clickLogin() &&
-           m_driver->waitFor([this] { return !m_page->isSignedIn(); }, QStringLiteral("the logout"));
+           m_driver->waitFor([this] { return !m_page->isSignedIn(); }, QString("the logout"));
 }
 
 bool E2ETest::closeDock()
 {
-    return m_driver->click(m_driver->find(QStringLiteral("qt_dockwidget_closebutton"), m_page->dock())) &&
-           m_driver->waitFor([this] { return !m_page->dock(); }, QStringLiteral("the dock to close"));
-}
-
-bool E2ETest::chooseFromPath(const QString &folder, const QString &child)
-{
-    QToolButton *button = nullptr;
-    const auto findButton = [&] {
-        for (auto *candidate : m_page->part("FolderBar")->findChildren<QToolButton *>()) {
-            if (candidate->isVisible() && candidate->text() == folder)
-                button = candidate;
-        }
-        return button != nullptr;
-    };
-    if (!m_driver->waitFor(findButton, folder + QStringLiteral(" in the folder bar")))
-        return false;
-    bool chosen = false;
-    QTimer poll; // the open menu runs its own event loop
-    connect(&poll, &QTimer::timeout, &poll, [&] {
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        if (!menu)
-            return;
-        poll.stop();
-        for (QAction *entry : menu->actions()) {
-            if (entry->text() == child) {
-                chosen = m_driver->click(menu, menu->actionGeometry(entry).center());
-                return;
-            }
-        }
-        menu->close();
-    });
-    poll.start(20);
-    const QStringList before = m_page->entries();
-    return m_driver->click(button) && (chosen || m_driver->fail(QStringLiteral("the menu has no entry ") + child)) &&
-           m_driver->waitFor([&] { return m_page->entries() != before; }, QStringLiteral("the folder ") + child);
+    return m_driver->click(m_driver->find(QString("qt_dockwidget_closebutton"), m_page->dock())) &&
+           m_driver->waitFor([this] { return !m_page->dock(); }, QString("the dock to close"));
 }
 
 bool E2ETest::isListEnabled() const
@@ -129,5 +94,5 @@ bool E2ETest::isOnDisk(const QString &text) const
 
 QStringList E2ETest::transferred() const
 {
-    return filesBelow(m_userDir->filePath(QStringLiteral("temp_cloud")));
+    return filesBelow(m_userDir->filePath(QString("temp_cloud")));
 }

@@ -36,8 +36,6 @@ protected:
     bool logOut();
     /// Clicks the close button of the docked panel. A floating one has the button of the window system.
     bool closeDock();
-    /// Clicks \p folder in the folder bar, chooses \p child from the menu, and waits until the list has changed.
-    bool chooseFromPath(const QString &folder, const QString &child);
     bool import(const QString &name) { return m_page->select(name) && m_page->import(); }
     bool isListEnabled() const;
     bool canImport() const;
