@@ -57,8 +57,8 @@ struct TestHost
     /// Triangles, vertices and the bounding box.
     QString measured()
     {
-        return run(
-            "`sceneInfo -q -triangles` + \" \" + `sceneInfo -q -vertices` + \" \" + `sceneInfo -q -boundingBox`");
+        return run("sceneInfo -q -triangles") + ' ' + run("sceneInfo -q -vertices") + ' ' +
+               run("sceneInfo -q -boundingBox");
     }
 
     QTemporaryDir folder;

@@ -62,14 +62,9 @@ commandEcho -q -state => echo: commandEcho -q -state=1 / 1
 commandEcho -state false; => echo: commandEcho -state false;=
 3 + 3 => 6
 )");
-    }
-
-    void waitCursorEndsWithTheHost()
-    {
-        auto test = std::make_unique<TestHost>();
-        test->run("waitCursor -state on");
+        test.run("waitCursor -state on");
         QVERIFY(QApplication::overrideCursor());
-        test.reset();
+        test.run("waitCursor -state off");
         QVERIFY(!QApplication::overrideCursor());
     }
 
