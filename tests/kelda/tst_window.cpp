@@ -2,6 +2,7 @@
 
 #include "host/KeldaHost.h"
 #include "kelda/Steps.h"
+#include "support/MessageBoxes.h"
 #include "ui/KeldaProgram.h"
 #include "ui/MainWindow.h"
 #include "ui/Viewport.h"
@@ -103,30 +104,28 @@ private slots:
         QCOMPARE(pressed(Qt::Key_Down), QString());
     }
 
-    /// "flags|button to press", or Escape without one.
+    /// "flags|button to press", or Escape without one: the plain text of the question, and the result.
     void confirmDialogReturnsTheButton()
     {
-        const auto answer = [this](const QString &step) {
+        const auto answer = [](const QString &step) {
             const QString press = step.section('|', 1);
-            QTimer::singleShot(0, this, [&] {
-                auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-                QCOMPARE(box->textFormat(), Qt::PlainText);
-                QCOMPARE(box->text(), QString("<b>x</b>"));
-                for (QAbstractButton *button : box->buttons()) {
+            MessageBoxes boxes([&press](QMessageBox &box) {
+                for (QAbstractButton *button : box.buttons()) {
                     if (button->text() == press)
                         button->click();
                 }
-                QTest::keyClick(box, Qt::Key_Escape);
+                QTest::keyClick(&box, Qt::Key_Escape);
             });
             const QString command = "confirmDialog -m \"<b>x</b>\" " + step.section('|', 0, 0);
-            return KQtUtil::toQString(KGlobal::executeCommandStringResult(KQtUtil::toKString(command)));
+            const KString result = KGlobal::executeCommandStringResult(KQtUtil::toKString(command));
+            return boxes.texts.join('|') + ": " + KQtUtil::toQString(result);
         };
         playSteps(answer, R"(
--messageAlign "left" -button "OK"|OK => OK
--button "Yes" -button "No & never"|No && never => No & never
--button "Yes" -button "No" -cancelButton "No"| => No
--button "Yes" -button "No"| => dismiss
-|Confirm => Confirm
+-messageAlign "left" -button "OK"|OK => <b>x</b>: OK
+-button "Yes" -button "No & never"|No && never => <b>x</b>: No & never
+-button "Yes" -button "No" -cancelButton "No"| => <b>x</b>: No
+-button "Yes" -button "No"| => <b>x</b>: dismiss
+|Confirm => <b>x</b>: Confirm
 )");
     }
 
