@@ -43,7 +43,7 @@ private slots:
         // The arguments, in which SERVER and TLS are servers of this test, the exit status, and the first line.
         addRows({{"wrong password", "http://SERVER/", "1", "refused the user name or the password (status 401)"},
                  {"certificate", "TLS", "1", "is not trusted (The certificate is self-signed, and untrusted). Start"},
-                 {"server down", "http://127.0.0.1:1", "1", "no server answers at http://127.0.0.1:1"},
+                 {"server down", "http://127.0.0.1:1", "1", "the server at http://127.0.0.1:1 does not respond"},
                  {"plain http", "http://files.example/", "1", "pelago.ini cannot be used (production/storage)"},
                  {"no address", "", "2", "Usage: pelago-setup ADDRESS"},
                  {"unknown section", "https://a/ --section x", "2", "Usage: pelago-setup ADDRESS"}});
