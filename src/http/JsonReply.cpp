@@ -6,7 +6,6 @@
 #include <openkelda/KQtUtil.h>
 
 #include <QJsonDocument>
-#include <QScriptValueIterator>
 
 #include <algorithm>
 #include <cmath>
@@ -115,10 +114,11 @@ std::vector<QScriptValue> JsonReply::elements(const QScriptValue &array)
     std::vector<QScriptValue> found;
     if (!array.isArray())
         return found;
-    for (QScriptValueIterator entry(array); entry.hasNext();) {
-        entry.next();
-        if (entry.name() != QLatin1String("length") && entry.value().isObject())
-            found.push_back(entry.value());
+    const quint32 length = member(array, "length").toUInt32();
+    for (quint32 index = 0; index < length; ++index) {
+        const QScriptValue element = array.property(index, QScriptValue::ResolveLocal);
+        if (element.isObject())
+            found.push_back(element);
     }
     return found;
 }
