@@ -3,12 +3,9 @@
 #include "http/JsonReply.h"
 #include "portals/Portal_DropBox_CloudItem.h"
 
-#include <openkelda/KQtUtil.h>
-
-#include <QRegularExpression>
-#include <QStringList>
-
+#include <cstring>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -19,13 +16,18 @@ void copyText(const QScriptValue &entry, const char *name, Portal_DropBox_ICloud
         item.SetProperty(name, text);
 }
 
-/// Copies "root" if it is safe as a part of request paths.
-void copyRoot(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
+/// Returns true if \p name consists of letters, digits, "_" and "-", so that it is safe as a part of request paths.
+bool isPlainName(const KString &name)
 {
-    static const QRegularExpression plainName(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
-    KString root;
-    if (JsonReply::text(entry, "root", root) && plainName.match(KQtUtil::toQString(root)).hasMatch())
-        item.SetProperty("root", root);
+    constexpr char kPlain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
+    const char *const text = name.utf8();
+    return *text != '\0' && text[std::strspn(text, kPlain)] == '\0';
+}
+
+/// Returns true if a component of \p path is "..".
+bool leavesFolder(const KString &path)
+{
+    return ('/' + std::string(path.utf8()) + '/').find("/../") != std::string::npos;
 }
 
 /// Fills \p item from one element of "contents". Returns false if the element must be ignored.
@@ -35,17 +37,20 @@ bool readEntry(const QScriptValue &entry, Portal_DropBox_ICloudItem &item)
     if (!JsonReply::text(entry, "rev", revision))
         return false;
     KString path;
-    if (JsonReply::text(entry, "path", path) &&
-        KQtUtil::toQString(path).split(QLatin1Char('/')).contains(QStringLiteral("..")))
+    const bool hasPath = JsonReply::text(entry, "path", path);
+    if (leavesFolder(path))
         return false;
 
     item.SetProperty("rev", revision);
-    copyText(entry, "path", item);
+    if (hasPath)
+        item.SetProperty("path", path);
     copyText(entry, "modified", item);
     int bytes = 0;
     if (JsonReply::integer(entry, "bytes", bytes))
         item.SetProperty("bytes", KString() + bytes);
-    copyRoot(entry, item);
+    KString root;
+    if (JsonReply::text(entry, "root", root) && isPlainName(root))
+        item.SetProperty("root", root);
     copyText(entry, "mime_type", item);
     bool isDirectory = false;
     if (JsonReply::boolean(entry, "is_dir", isDirectory) && isDirectory)
