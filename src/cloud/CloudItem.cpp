@@ -44,6 +44,14 @@ Portal_CloudBrowserListItem::~Portal_CloudBrowserListItem()
         item->SetListItem(nullptr);
 }
 
+QVariant Portal_CloudBrowserListItem::data(int role) const
+{
+    if (role != Qt::ToolTipRole)
+        return QListWidgetItem::data(role);
+    ICloudItem *item = GetItem();
+    return item && !item->IsFolder() ? KQtUtil::toQString(item->GetTooltip()) : QString();
+}
+
 ICloudItem *Portal_CloudBrowserListItem::GetItem() const
 {
     return static_cast<ICloudItem *>(m_item.data());

@@ -32,6 +32,8 @@ public:
     Portal_CloudBrowserListItem(ICloudItem *item, const QIcon &icon, const QString &text, QListWidget *parent);
     ~Portal_CloudBrowserListItem() override;
 
+    /// Builds the tool tip of a file on each call. Folders and deleted items have none.
+    QVariant data(int role) const override;
     /// Returns null if the item has been deleted. The row does not own the item.
     ICloudItem *GetItem() const;
 

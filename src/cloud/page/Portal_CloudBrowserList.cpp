@@ -68,8 +68,6 @@ void Portal_CloudBrowserWindows::addListEntry(ICloudItem *item, const QIcon &ico
 {
     // Filled before it is added, because an entry in a list searches for its row after each change.
     auto *entry = new Portal_CloudBrowserListItem(item, icon, KQtUtil::toQString(item->GetDisplayName()), nullptr);
-    if (!item->IsFolder())
-        entry->setToolTip(KQtUtil::toQString(item->GetTooltip()));
     m_fileList->addItem(entry);
     item->SetListItem(entry);
 }
