@@ -39,6 +39,10 @@ struct Target
     double value;
 };
 
+constexpr Target kNoTarget{Target::Kind::None, 0};
+/// For a rate against a bare QNetworkAccessManager.
+constexpr Target kLikeToolkit{Target::Kind::AtLeast, 1};
+
 class Report
 {
 public:

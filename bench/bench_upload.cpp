@@ -115,8 +115,6 @@ int main(int argc, char **argv)
     const QStringList trusted{QStringLiteral("--cacert"), options.caFile};
     const QString here = QStringLiteral("127.0.0.1");
     const QString target = QStringLiteral("/up/upload.bin");
-    const Target sameAsQt{Target::Kind::AtLeast, 1};
-    const Target none{Target::Kind::None, 0};
     struct Route
     {
         QString name;
@@ -132,21 +130,22 @@ int main(int argc, char **argv)
          {Target::Kind::AtMost, 48}},
         {QStringLiteral("the local cloud"),
          {folder.path(), size, kCloudHost, 0, QStringLiteral("/1/files_put/dropbox/upload.bin"), true, trusted, {}, {}},
-         none}};
+         kNoTarget}};
     Report report(QStringLiteral("upload"));
     for (Route &route : routes) {
         Uploads &uploads = route.uploads;
         const QString what = QStringLiteral("%1 MiB to %2: ").arg(size / kMebibyte).arg(route.name);
         const Rounds rates = alternate(
             rounds, [&] { return uploads.ours(); }, [&] { return uploads.qt(); });
-        report.addRatio(what + QStringLiteral("rate, against the toolkit"), rates, QStringLiteral("MB/s"), sameAsQt);
+        report.addRatio(what + QStringLiteral("rate, against the toolkit"), rates, QStringLiteral("MB/s"),
+                        kLikeToolkit);
         report.addValues(what + QStringLiteral("memory growth"), uploads.growth, largest, QStringLiteral("MiB"),
                          route.memory);
         report.addValues(what + QStringLiteral("largest gap"), uploads.largestGap, largest, QStringLiteral("ms"),
                          {Target::Kind::AtMost, 100});
         const Rounds overCurl = alternate(
             rounds, [&] { return uploads.ours(); }, [&] { return uploads.curl(); });
-        report.addRatio(what + QStringLiteral("rate, against curl"), overCurl, QStringLiteral("MB/s"), none);
+        report.addRatio(what + QStringLiteral("rate, against curl"), overCurl, QStringLiteral("MB/s"), kNoTarget);
     }
     return report.exitStatus();
 }

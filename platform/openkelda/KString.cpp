@@ -73,6 +73,7 @@ KString::KString(const std::string &utf8) : m_utf8(utf8) {}
 std::wstring KString::wide() const
 {
     std::wstring text;
+    text.reserve(m_utf8.size());
     for (std::size_t at = 0; at < m_utf8.size();)
         text.push_back(static_cast<wchar_t>(decode(m_utf8, at)));
     return text;
