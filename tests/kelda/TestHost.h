@@ -12,8 +12,8 @@
 
 struct TestHost
 {
-    explicit TestHost(KGlobal::KeldaState state = KGlobal::kInteractive, const QString &language = "en")
-        : host({state, folder.path(), path("user"), language})
+    explicit TestHost(KGlobal::KeldaState state = KGlobal::kInteractive)
+        : host({state, folder.path(), path("user"), "en"})
     {
         copyModels(folder.path());
         registerSceneCommands(host, scene, options);

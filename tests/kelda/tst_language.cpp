@@ -50,11 +50,7 @@ private slots:
         // The parts beside "|1|" are repeated.
         addRows({{"procedures", "proc g() { h; } proc h() { if (1) { g; } } g"},
                  {"commands", "$s = \"run $s\"; run $s"},
-                 {"parentheses", "(|1|)"},
-                 {"signs", "-|1|"},
                  {"blocks", "{|1;|}"},
-                 {"conditions", "if (0) 1; else |1;|"},
-                 {"indices", "$a[|0|]"},
                  {"calls", "f (`|f|`)"},
                  {"sums", "1 + |1|"}});
     }
@@ -76,38 +72,25 @@ void TestLanguage::programsReturnTheirLastValueOrAnError()
     playSteps([](const QString &source) { return Language().outcome(source); }, R"(
  // only a comment↵ ;; => nothing
 "" + (1 + 2 * 3 - 8 / 4) + (20 - 5 - 3) + -(1 + 2) * - -3 => 512-9
-"" + (1 < 2) + (2 <= 2) + (3 > 4) + (10 >= 9) + ("10" < "9") + ("a" != "a") + ("2" == 2) => 1101101
-"" + (0 && 1 / 0) + (1 || 1 / 0) + !0 + !"" + !{} + (1 || 0 && 0) => 011111
+"" + (1 < 2) + (10 >= 9) + ("10" < "9") + ("a" != "a") + (0 && 1 / 0) + (1 || 1 / 0) + !"" => 1110011
 $a[2] = "c"; $a[0] = $a[0] + "x"; size($a) + ":" + $a + $a[1] => 3:x  c
-string $n; string[] $a; string $s = 3; $s + $n + size($a) => 30
 if (0) $x = 1; else if (1) { $x = 2; } else { $x = 3; } if (1) if (0) $x = 1; else $x = $x + 7; $x => 9
 $s = ""; for ($x in tokenize("1,2,,3;4", ",;")) { if ($x == 2) continue; if ($x == 4) break; $s = $s + $x + "."; } $s => 1.3.
 proc string f() { for ($x in {"a", "b"}) for ($y in {"c"}) { return $x + $y; } return "no"; } f() => ac
-proc string f() { if (0) return "x"; } proc string[] g() { return {"p", "q"}; } $g = g(); f() + $g[1] => q
 global proc string f(string $a) { return $a + "!"; } `f a` + `f "`"` + `f (`f b`)` + `f("c")` => a!`!b!!c!
 $größe = tolower("BÄ") + size("üx"); $größe => bä2
 1↵; "x↵"; => line 2: unterminated string
-$a = "\q"; => line 1: unknown escape sequence '\q'
 if (1) {↵  1;↵ => line 3: '}' is missing at the end of the text
-1 # 2 => line 1: unexpected character '#'
-12cm => line 1: '12cm' is not a valid integer
 9223372036854775807 + 1 => line 1: the result is out of range
 1 + {"a"} => line 1: 'a' is not a number
-1 = 2 => line 1: only a variable can be assigned to
-break; => line 1: 'break' outside a loop
 1;↵1 / 0 => line 2: division by zero
 proc f() { $x; } $x = 1; f => line 1: the variable $x has no value
 $a = {"x"}; $a[1] => line 1: $a has 1 elements, the index is 1
-proc f(string $a) {}↵f({"x"}); => line 2: f: expected a single value, got an array
 proc f(string $a) {}↵f(); => line 2: f takes 1 arguments, not 0
-proc size() {} => line 1: a command is already named size
 ↵throws => line 2: throws: broken
 $n = 1; if (catch(`nope`)) $n = 2; $n => 2 | line 1: unknown command 'nope'
 catch ( `take x` ) + catch(1 + 1) => 0
-catch($x = 1 / 0); catch($x = 5); $x => 5 | line 1: division by zero
 proc f() {↵$x; } 1;↵catch(f()) => 1 | line 2: the variable $x has no value
-catch(`run "1 +"`) => 1 | line 1: unexpected end of the text
-$s = ""; for ($v in {"a", "b", "c"}) { if (catch(`$v == "b" && 1 / 0`)) continue; $s = $s + $v; } $s => ac | line 1: division by zero
 )");
 }
 
@@ -115,16 +98,14 @@ void TestLanguage::commandsReceiveTheirArguments()
 {
     const auto callsOf = [](const QString &source) {
         Language language;
-        language.evaluate("$HOME = \"set\"; $a = {\"first\"}; " + source);
+        language.evaluate("$a = {\"first\"}; " + source);
         return language.calls.join(" / ").replace('\n', "↵").replace('\r', "␍").replace('\t', "␉");
     };
     playSteps(callsOf, R"(
 eval ( "source \"TavrinCreateUI.ksc\"" ); => eval|source "TavrinCreateUI.ksc"
 if (`waitCursor -q -state`) { waitCursor -state off; } => waitCursor|-q|-state / waitCursor|-state|off
 file -force -options "" -type "T" -pr -ea "a b;c" => file|-force|-options||-type|T|-pr|-ea|a b;c
-file a/b.obj ../x*.* -1.5 $HOME; => file|a/b.obj|../x*.*|-1.5|set
 take("a\\\"\n\r\t`$;/*x*/ // 🍵"); take -f "\\" "\"" => take|a\"↵␍␉`$;/*x*/ // 🍵 / take|-f|\|"
-file \↵ // comment↵ -a -c "d""e"; => file|\|-a|-c|d|e
 file (1 + 2) $a[0] $a ("x" + "y", 4) {"p", "q"} `eval z`; => eval|z / file|3|first|first|xy|4|p q|z
 )");
 }
@@ -135,8 +116,6 @@ void TestLanguage::definitionsLastAndCanReplaceThemselves()
     playSteps([&](const QString &source) { return language.outcome(source); }, R"(
 $typed = "t"; proc string p() { $typed = 9; return $typed; } => t
 p() + $typed => 9t
-$typed = 99;↵proc f() {}↵if ( => line 3: unexpected end of the text
-$typed => t
 proc string f() { run "proc string f() { return \"new\"; }"; $x = "old"; return $x; } f() + f() => oldnew
 )");
 }

@@ -1,7 +1,6 @@
 // The option box procedures, with a dialog like that of a plug-in.
 
 #include "kelda/TestHost.h"
-#include "scene/Translators.h"
 #include "ui/DialogCommands.h"
 
 #include <QtWidgets>
@@ -50,47 +49,24 @@ private slots:
         QVERIFY(!next.option<QCheckBox>("triangulate")->isChecked());
     }
 
-    void storedOptionsChangeTheExportAndTheNextDialog_data()
-    {
-        QTest::addColumn<QString>("extension");
-        for (const Translator &translator : Translators::all()) {
-            if (translator.writes())
-                QTest::newRow(qPrintable(translator.name)) << translator.extension();
-        }
-    }
     void storedOptionsChangeTheExportAndTheNextDialog()
     {
-        QFETCH(QString, extension);
-        const QString translator = QTest::currentDataTag();
         PluginDialog dialog;
-        setUp("ExportAll", translator, ".");
+        setUp("ExportAll", "OBJ", ".");
         dialog.show();
         QVERIFY(dialog.findChild<QLabel *>("KeldaOptionFile")->isHidden());
         dialog.option<QDoubleSpinBox>("scale")->setValue(2);
         dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
         for (const QString box : {"0 0 0 1 2 3", "0 -6 0 2 0 4"}) { // the second time, the options are stored
-            m_host->run("file -new; file -i \"FOLDER/box.obj\"; file -force -type \"" + translator +
-                        "\" -ea \"FOLDER/out\"; file -new");
-            m_host->import("out." + extension);
+            m_host->run("file -new; file -i \"FOLDER/box.obj\"; file -force -type OBJ -ea \"FOLDER/out\"; file -new");
+            m_host->import("out.obj");
             QCOMPARE(m_host->run("sceneInfo -q -boundingBox"), box);
             QCOMPARE(m_host->run("fileOperationsOptionsUICallback ExportAll PluginLayout"), QString());
         }
         // The first dialog still exists, but the second one gets the options. Both exports share them.
         const PluginDialog next;
-        setUp("ExportActive", translator, ".");
+        setUp("ExportActive", "OBJ", ".");
         QCOMPARE(next.option<QDoubleSpinBox>("scale")->value(), 2.0);
-    }
-
-    void wrongCallsFail()
-    {
-        const PluginDialog dialog;
-        m_host->run("fileOperationsOptionsUISetup Import PluginLayout");
-        m_host->play(R"(
-initCurrentFileTypeOption Paint "" "" => failed: line 1: unknown file action "Paint"
-fileOperationsOptionsUISetup Import Nowhere => failed: line 1: the layout "Nowhere" does not exist
-fileOperationsOptionsUICallback Import PluginLayout => failed: line 1: the translator of the options was not set
-fileOperationsOptionsUICallback ExportAll PluginLayout => failed: line 1: the options in the layout "PluginLayout" belong to another action
-)");
     }
 
 private:

@@ -1,7 +1,6 @@
 // The kelda program: arguments in, lines on stdout and an exit status out.
 
 #include "kelda/Steps.h"
-#include "ui/KeldaOptions.h"
 
 #include <csignal>
 
@@ -34,25 +33,6 @@ private slots:
         QVERIFY(process.waitForFinished(30000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 0);
-    }
-
-    void locationIsTheFolderAboveWithScriptsAndIcons()
-    {
-        for (const char *folder : {"opt/kelda/bin", "opt/kelda/scripts"})
-            QVERIFY(QDir().mkpath(path(folder)));
-        QCOMPARE(KeldaOptions::findLocation(path("opt/kelda/bin")), path("opt/kelda/bin"));
-        QVERIFY(QDir().mkpath(path("opt/kelda/icons")));
-        QCOMPARE(KeldaOptions::findLocation(path("opt/kelda/bin")), path("opt/kelda"));
-    }
-
-    /// Runs last, because it removes the display of this process, too.
-    void windowWithoutADisplayIsAnError()
-    {
-        for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
-            qunsetenv(name);
-        QCOMPARE(run({"--quit"}),
-                 QString("kelda: error: the environment has no display; use --mode batch or --mode library|1"));
-        QCOMPARE(run({"--mode", "batch", "--command", "1 + 1"}), QString("result: 2|0"));
     }
 
 private:
@@ -91,17 +71,12 @@ void TestProgram::argumentsDecideOutputAndExitStatus()
     playSteps(outcome, R"(
  => 0
 --command|1 + 2|--command|"a text" => result: 3|result: a text|0
---command|print "one\ntwo"; print "größer 茶" => info: one\ntwo|info: größer 茶|0
---command|confirmDialog -m "Sure?" -button "Yes" => info: Sure?|result: dismiss|0
 --command|quit -exitCode 3|--command|print "never" => 3
 --script|place/scripts/there.ksc|--script|bad.ksc|--command|2 => info: from the location|error: DIR/bad.ksc:3: unknown command 'frobnicate'|result: 2|1
 --location|place|--command|source "there.ksc"; `getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` => info: from the location|result: DIR/place DIR/user/|0
 --mode|interactive|--command|frobnicate|--command|2|--quit => error: line 1: unknown command 'frobnicate'|result: 2|1
 --plug-in|gone.so => error: the plug-in file gone.so does not exist|1
---fast => kelda: error: unknown option "--fast"; see kelda --help|1
---command => kelda: error: option --command needs a value; see kelda --help|1
 --mode|turbo => kelda: error: unknown mode "turbo"; see kelda --help|1
---ca-file|gone.pem => kelda: error: cannot read the certificate file "gone.pem": No such file or directory|1
 --ca-file|empty.pem => kelda: error: the file "empty.pem" has no certificate|1
 --mode|interactive|--plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: Hello |info: loaded|0
 --command|file -force -pr -i "box.obj"|--command|file -type "glTF binary" -pr -ea "out"|--command|sceneInfo -q -triangles => result: box.obj|result: out.glb|result: 12|0

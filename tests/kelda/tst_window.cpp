@@ -58,22 +58,6 @@ private slots:
         QCOMPARE(hueAt(150, 140, 180), kRed);
     }
 
-    void mouseMovesTheCamera()
-    {
-        import("box.obj");
-        Viewport *view = m_program->window()->viewport();
-        const Camera framed = view->camera();
-        QTest::mousePress(view, Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
-        QMouseEvent move(QEvent::MouseMove, QPointF(150, 80), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(view, &move);
-        QVERIFY(view->camera().yaw < framed.yaw);
-        QWheelEvent wheel({50, 50}, {50, 50}, {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QCoreApplication::sendEvent(view, &wheel);
-        QVERIFY(view->camera().distance < framed.distance * 0.9F);
-        QTest::keyClick(view, Qt::Key_F);
-        QCOMPARE(view->camera().distance, framed.distance);
-    }
-
     void menuEntryRunsItsCommand()
     {
         m_program->runCommand("menuItem -parent FileMenu -label \"Say & wait\" -command \"print said\" say");
@@ -85,23 +69,13 @@ private slots:
         QVERIFY(!child<QMenu>("KeldaFileMenu")->actions().contains(entry));
     }
 
-    void commandLineHasAHistoryAndPostsResultsAndErrors()
+    void commandLinePostsResultsAndErrors()
     {
         auto *line = child<QLineEdit>("KeldaCommandLine");
-        const auto pressed = [line](Qt::Key key) {
-            QTest::keyClick(line, key);
-            return line->text();
-        };
-        for (const char *command : {"sceneInfo -q -objects", "<b>frob"}) {
+        for (const char *command : {"sceneInfo -q -objects\r", "<b>frob\r"})
             QTest::keyClicks(line, command);
-            QCOMPARE(pressed(Qt::Key_Return), QString());
-        }
         QCOMPARE(child<QPlainTextEdit>("KeldaMessages")->toPlainText(),
                  QString("sceneInfo -q -objects\nResult: 0\n<b>frob\nline 1: unexpected '<'"));
-        QCOMPARE(pressed(Qt::Key_Up), QString("<b>frob"));
-        QCOMPARE(pressed(Qt::Key_Up), QString("sceneInfo -q -objects"));
-        QCOMPARE(pressed(Qt::Key_Down), QString("<b>frob"));
-        QCOMPARE(pressed(Qt::Key_Down), QString());
     }
 
     /// "flags|button to press", or Escape without one: the plain text of the question, and the result.
@@ -121,25 +95,10 @@ private slots:
             return boxes.texts.join('|') + ": " + KQtUtil::toQString(result);
         };
         playSteps(answer, R"(
--messageAlign "left" -button "OK"|OK => <b>x</b>: OK
 -button "Yes" -button "No & never"|No && never => <b>x</b>: No & never
--button "Yes" -button "No" -cancelButton "No"| => <b>x</b>: No
 -button "Yes" -button "No"| => <b>x</b>: dismiss
 |Confirm => <b>x</b>: Confirm
 )");
-    }
-
-    void qtTextsAreInTheHostsLanguage()
-    {
-        QStringList buttons;
-        for (const char *language : {"de", "en"}) {
-            cleanup();
-            qputenv("KELDA_UI_LANGUAGE", language);
-            init();
-            buttons << QMessageBox(QMessageBox::Question, "T", "x", QMessageBox::No).button(QMessageBox::No)->text();
-        }
-        qunsetenv("KELDA_UI_LANGUAGE");
-        QCOMPARE(buttons, QStringList({"&Nein", "&No"}));
     }
 
     void windowMayBeDeletedFirst()
