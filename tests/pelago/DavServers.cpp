@@ -1,14 +1,6 @@
 #include "pelago/DavServers.h"
 
-#include <QCryptographicHash>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QSslConfiguration>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTemporaryDir>
+#include <QtNetwork>
 
 #include <unistd.h>
 #include <vector>
@@ -37,7 +29,7 @@ public:
                   "demo:{SHA}" + QCryptographicHash::hash("demo", QCryptographicHash::Sha1).toBase64() + '\n');
         writeFile(m_home.filePath("digests"),
                   "demo:x:" + QCryptographicHash::hash("demo:x:demo", QCryptographicHash::Md5).toHex() + '\n');
-        const bool isProxied = name.startsWith("proxied");
+        const bool isProxied = name == "proxied";
         quint16 port = start(isProxied ? QString("apache") : name, QByteArray());
         if (isProxied) {
             makeCertificate();
@@ -80,11 +72,8 @@ private:
         const bool isApache = name == "apache" || name == "digest";
         const QString source = behind.isEmpty() ? (isApache ? QString("apache") : name) : QString("proxy");
         const QString settings = m_home.filePath(source + ".conf");
-        const QByteArray host = name == "proxied-host" ? "proxy_set_header Host $http_host;" : "";
-        writeFile(settings, readFile(SERVER_SETTINGS "/" + source + ".conf")
-                                .replace("PORT", port)
-                                .replace("BEHIND", behind)
-                                .replace("PASS_HOST", host));
+        writeFile(settings,
+                  readFile(SERVER_SETTINGS "/" + source + ".conf").replace("PORT", port).replace("BEHIND", behind));
         if (isApache)
             return QStringList{"apache2", "-d", m_home.path(), "-f", settings, "-DFOREGROUND"} +
                    (name == "digest" ? QStringList{"-D", "Digest"} : QStringList());

@@ -14,8 +14,8 @@ public:
     virtual ~DavServer() = default;
 
     /// Starts a server; the object's destructor stops it. \p name is "apache", "digest" (Apache with Digest only),
-    /// "nginx", "rclone", "proxied" (nginx with TLS in front of Apache) or "proxied-host" (the same, with the original
-    /// header Host). The user name and the password are "demo". A server that cannot start ends the test program.
+    /// "nginx", "rclone" or "proxied" (nginx with TLS in front of Apache). The user name and the password are "demo". A
+    /// server that cannot start ends the test program.
     static std::unique_ptr<DavServer> start(const QString &name);
 
     QString path(const QString &id) const { return folder + '/' + id; }

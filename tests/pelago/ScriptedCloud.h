@@ -8,13 +8,6 @@
 #include "support/LocalServer.h"
 #include "support/Table.h"
 
-#include <QHash>
-#include <QMap>
-#include <QStringList>
-#include <QVector>
-
-#include <memory>
-
 /// An element of a multistatus.
 inline QByteArray response(const QByteArray &href, const QByteArray &properties)
 {
@@ -38,8 +31,8 @@ const Reply kFolder = entry("/dav/", kFolderProperty);
 const Reply kUnauthorized = Reply(401).header("WWW-Authenticate", "Basic realm=x");
 
 /// A reply and what the server does before it: "" performs the request if the status is a success, "all" performs it,
-/// "none" does not, "half" stores half of a PUT or deletes the target of a MOVE, "changed" performs it and then another
-/// client replaces cup.obj, "close" closes the user's end point.
+/// "half" stores half of a PUT or deletes the target of a MOVE, "changed" performs it and then another client replaces
+/// cup.obj, "close" closes the user's end point.
 using Answer = QPair<Reply, QString>;
 
 /// A folder of files at "/dav". Requests without credentials are refused. Names that contain "pelago-" are temporary

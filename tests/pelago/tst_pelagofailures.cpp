@@ -1,4 +1,4 @@
-// Sign-in, listings and downloads against a server that fails, and calls with wrong arguments.
+// Sign-in, listings and downloads against a server that fails, and paths outside of the folder.
 
 #include "pelago/DavServers.h"
 #include "pelago/ScriptedCloud.h"
@@ -18,27 +18,17 @@ private slots:
     {
         QTest::addColumn<Reply>("reply");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("empty folder") << kFolder << "0";
         QTest::newRow("401") << kUnauthorized << "NotSignedIn";
         QTest::newRow("500, endless") << Reply(500).body(QByteArray(3000000, 'x')).hangAfter(2000000) << "ServerError";
         QTest::newRow("200") << Reply(200).body("<html/>") << "BadReply";
-        QTest::newRow("half a document") << Reply(207).body("<multistatus xmlns='DAV:'>") << "BadReply";
-        QTest::newRow("another folder") << entry("/else/where/", kFolderProperty) << "BadReply";
-        QTest::newRow("a file") << entry("/dav/", "<resourcetype/>") << "NotFound";
         QTest::newRow("cut") << Reply(kFolder).cutAfter(150) << "Network";
-        QTest::newRow("silent") << Reply(kFolder).hangAfter(150) << "TimedOut";
-        QTest::newRow("redirect to a port") << Reply(307).location("http://localhost:9/dav//") << "Redirected";
-        QTest::newRow("redirect to a path") << Reply(307).location("/dav/x/") << "Redirected";
-        QTest::newRow("redirect with a query") << Reply(307).location("/dav//?x") << "Redirected";
+        QTest::newRow("redirect") << Reply(307).location("http://localhost:9/dav//") << "Redirected";
     }
     void listingFailsAsTheServerReplies()
     {
         QFETCH(Reply, reply);
         m_server->script["PROPFIND"] = {{reply, ""}};
-        if (QByteArray(QTest::currentDataTag()) == "silent")
-            m_cloud->configure("idleTimeoutMs=300");
         QTEST(nameOf(m_cloud->list("")), "expected");
-        QCOMPARE(m_cloud->entries.size(), 0);
         QCOMPARE(m_server->methods(), QString("PROPFIND"));
         QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), int(reply.status() != 401));
         QCOMPARE(QFile::exists(m_cloud->local("session.skein")), reply.status() != 401);
@@ -71,14 +61,6 @@ private slots:
         Skein_Auth_closeSession(other);
     }
 
-    void sessionStaysSignedInIfTheRootCannotBeChecked()
-    {
-        m_server->play("PROPFIND=401,503");
-        QCOMPARE(nameOf(m_cloud->list("folder")), QString("ServerError"));
-        QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), 1);
-        QVERIFY(QFile::exists(m_cloud->local("session.skein")));
-    }
-
     void certificateOfAnotherHostIsRefused()
     {
         const std::unique_ptr<DavServer> server = DavServer::start("proxied");
@@ -95,7 +77,6 @@ private slots:
         const Reply unsized = Reply(good).withoutLength();
         QTest::newRow("complete") << good << "1";
         QTest::newRow("cut") << Reply(good).cutAfter(1000000) << "Network";
-        QTest::newRow("partial content") << Reply(206).body("part") << "BadReply";
         QTest::newRow("without length") << unsized << "1";
         QTest::newRow("silent") << Reply(good).hangAfter(1000000) << "TimedOut";
         QTest::newRow("without length, cut") << Reply(unsized).cutAfter(1000000) << "Network";
@@ -124,33 +105,15 @@ private slots:
         m_cloud->configure("");
         m_server->onClose = [this] { Skein_Auth_closeSession(m_cloud->session); };
         QCOMPARE(nameOf(m_cloud->list("")), QString("Closed"));
-        QCOMPARE(nameOf(m_cloud->list("")), QString("Closed"));
     }
 
-    void onlyTheFinalAddressSignsIn_data()
-    {
-        addRows({{"sign-in page", kPage, "0"},
-                 {"another scheme", "http://cloud.example/in/signin" + kGranted, "0"},
-                 {"another port", "https://cloud.example:444/in/signin" + kGranted, "0"},
-                 {"another host", "https://x/in/signin" + kGranted, "0"},
-                 {"refused", kPage + "/done?error=no", "NotSignedIn"},
-                 {"colon in the user", kPage + "/done?user=a%3Ab&token=t", "NotSignedIn"},
-                 {"granted", kPage + kGranted, "1"}});
-    }
-    void onlyTheFinalAddressSignsIn()
-    {
-        const auto [name, address, expected] = currentRow<3>();
-        Cloud cloud("https://cloud.example/dav/", "signIn=" + kPage + '\n');
-        QCOMPARE(nameOf(Skein_Auth_completeLogin(cloud.session, address.toUtf8())), expected);
-        QCOMPARE(Skein_Auth_isUserLoggedIn(cloud.session), int(expected == "1"));
-    }
-
-    void signInIsStoredUntilTheLogout()
+    void finalAddressSignsInUntilTheLogout()
     {
         Cloud cloud("https://cloud.example/dav/", "signIn=" + kPage + '\n');
-        char page[9] = "12345678";
-        QCOMPARE(Skein_Auth_createLoginRequest(cloud.session, page, 6), long{kPage.size() + 1});
-        QCOMPARE(QByteArray(page, 8), QByteArray("https\00078", 8));
+        for (const char *server : {"http://cloud.example", "https://cloud.example:444", "https://x"})
+            QCOMPARE(Skein_Auth_completeLogin(cloud.session, server + ("/in/signin" + kGranted)), 0);
+        QCOMPARE(nameOf(Skein_Auth_completeLogin(cloud.session, kPage + "/done?error=no")), QString("NotSignedIn"));
+        QCOMPARE(Skein_Auth_isUserLoggedIn(cloud.session), 0);
         QCOMPARE(Skein_Auth_completeLogin(cloud.session, kPage + kGranted), 1);
         const QByteArray file = cloud.local("session.skein");
         const int64_t again = Skein_Auth_openSession(nullptr, nullptr, file, kPage);
@@ -160,19 +123,6 @@ private slots:
         QCOMPARE(Skein_Auth_logout(again), 1);
         QCOMPARE(Skein_Auth_isUserLoggedIn(again), 0);
         QVERIFY(!QFile::exists(file));
-    }
-
-    void wrongArgumentsSendNoRequest()
-    {
-        const int64_t at = m_cloud->endPoint;
-        constexpr int kBad = Skein_Result_BadArgument;
-        QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session & 0xffffffff), int{Skein_Result_UnknownHandle});
-        QCOMPARE(Skein_Auth_login(m_cloud->session, nullptr, nullptr), kBad);
-        QCOMPARE(Skein_Storage_downloadFile(at, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), kBad);
-        QCOMPARE(Skein_Storage_uploadFiles(at, nullptr, nullptr, nullptr, 1, nullptr, nullptr), kBad);
-        QCOMPARE(Skein_Storage_updateFile(at, "y", "x", 2, "/etc/passwd", nullptr, nullptr), kBad);
-        QCOMPARE(nameOf(m_cloud->replace("", "x")), QString("LocalFile"));
-        QCOMPARE(m_server->methods(), QString());
     }
 
     void pathsOutsideTheFolderSendNoRequest_data() { addRows({{".."}, {"a/../b"}, {"/etc/x"}, {"a//b"}}); }

@@ -20,31 +20,24 @@ private slots:
             {"new: signed out", "PUT=401 PROPFIND=401", "NotSignedIn", "", "OPTIONS PUT* PROPFIND"},
             {"new: 401 for this folder", "PUT=401", "Forbidden", "", "OPTIONS PUT* PROPFIND DELETE*"},
             {"new: no MOVE", "OPTIONS=noMove", "1", done, "OPTIONS PROPFIND PUT PROPFIND"},
-            {"new: OPTIONS refused", "OPTIONS=403", "1", done, "OPTIONS PROPFIND PUT PROPFIND"},
             {"new: 504 after PUT", "PUT=504+all", "1", done, "OPTIONS PUT* PROPFIND* MOVE*"},
             {"new: PUT truncated", "PUT=201+half", "BadReply", "", "OPTIONS PUT* PROPFIND* DELETE*"},
             {"new: no reply to PUT", "PUT=hang+half", "TimedOut", "", "OPTIONS PUT* PROPFIND* DELETE*"},
             {"new: closed during PUT", "PUT=hang+close", "Closed", "", "OPTIONS PUT* DELETE*"},
             {"new: closed during MOVE", "MOVE=hang+close", "Closed", "*=new content", "OPTIONS PUT* PROPFIND* MOVE*"},
-            {"new: locked for a moment", "PUT=507 DELETE=423,204", "NoSpace", "", "OPTIONS PUT* DELETE* DELETE*"},
             {"new: PUT in place truncated", "OPTIONS=noMove PUT=201+half", "BadReply", "cup.obj=new c",
              "OPTIONS PROPFIND PUT PROPFIND"},
             {"replace", "", "1", done, put + "MOVE*"},
             {"replace: PUT truncated", "PUT=201+half", "BadReply", "cup.obj=old", put + "DELETE*"},
             {"replace: MOVE not allowed", "MOVE=405", "1", done,
              moved + " MOVE* PROPFIND* PROPFIND PUT PROPFIND DELETE*"},
-            {"replace: full address refused", "MOVE=502,201+all", "1", done, moved + " MOVE*"},
-            {"replace: refused, target deleted", "MOVE=502+half,201+all", "1", done, moved + " MOVE*"},
-            {"replace: locked", "MOVE=423", "Forbidden", "cup.obj=old", moved + " DELETE*"},
             {"replace: no conditions", "MOVE=412,204+all", "1", done, moved + " MOVE*"},
             {"replace: changed, 412", "PUT=201+changed MOVE=412", "Conflict", "cup.obj=theirs", moved + " DELETE*"},
-            {"replace: groupware server", "OPTIONS=groupware", "1", done, "PROPFIND OPTIONS PUT PROPFIND"},
             {"replace: changed, groupware server", "OPTIONS=groupware+changed", "Conflict", "cup.obj=theirs",
              "PROPFIND OPTIONS PUT"},
             {"replace: MOVE cut", "MOVE=cut+all", "1", done, moved},
             {"replace: target deleted, then 504", "MOVE=504+half", "ServerError", "*=new content", moved},
             {"replace: 504 instead of MOVE", "MOVE=504", "ServerError", "cup.obj=old *=new content", moved},
-            {"replace: partly moved", "MOVE=207+none", "BadReply", "cup.obj=old *=new content", moved},
         });
     }
     void uploadEndsAsTheServerReplies()
@@ -66,28 +59,10 @@ private slots:
         QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), int(expected != "NotSignedIn"));
     }
 
-    void replacingCanBeConfigured_data()
-    {
-        addRows({{"replace=move", "OPTIONS=groupware", "PROPFIND OPTIONS PUT* PROPFIND* MOVE*"},
-                 {"replace=put", "", "PROPFIND OPTIONS PUT PROPFIND"}});
-    }
-    void replacingCanBeConfigured()
-    {
-        const auto [line, script, methods] = currentRow<3>();
-        m_cloud->configure(line.toLatin1());
-        m_server->play(script);
-        m_server->store("cup.obj", "old");
-        QCOMPARE(m_cloud->replace("", "cup.obj", "new content"), 1);
-        QCOMPARE(m_server->methods(), methods);
-    }
-
     void renameIsBoundToAStrongTag_data()
     {
         // The tag of the file on the server, and the condition of the renaming.
-        addRows({{"strong", "\"a\"", "<TARGET> ([\"a\"])"},
-                 {"weak", "W/\"a\"", ""},
-                 {"with a line break", "\"a&#10;b\"", ""},
-                 {"without quotes", "a", ""}});
+        addRows({{"strong", "\"a\"", "<TARGET> ([\"a\"])"}, {"weak", "W/\"a\"", ""}, {"without quotes", "a", ""}});
     }
     void renameIsBoundToAStrongTag()
     {
@@ -101,17 +76,6 @@ private slots:
         QCOMPARE(QString(move.header("If")), condition.replace("TARGET", target));
         QCOMPARE(move.header("Overwrite"), QByteArray("T"));
         QCOMPARE(move.header("Destination"), target);
-    }
-
-    void refusedRenamingIsNotTriedAgain()
-    {
-        m_server->store("cup.obj", "old");
-        m_server->play("MOVE=501");
-        for (const char *value : {"1", "2"})
-            QCOMPARE(m_cloud->replace("", "cup.obj", value), 1);
-        QCOMPARE(m_server->stored(), QString("cup.obj=2"));
-        const QString end = "PUT PROPFIND DELETE* PROPFIND PUT PROPFIND";
-        QCOMPARE(m_server->methods().right(end.size()), end);
     }
 
     void redirectToTheSlashFormIsFollowedOnce()
