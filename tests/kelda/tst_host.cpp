@@ -126,27 +126,6 @@ SampleLeft => failed: line 1: unknown command 'SampleLeft'
         QCOMPARE(QString::fromUtf8(KString(wide.toStdWString().c_str()).utf8()), wide);
     }
 
-    void argumentsAreReadBySyntax()
-    {
-        const auto parsed = [](const QString &arguments) {
-            KSyntax syntax;
-            syntax.addFlag("-spr", "-showportal");
-            syntax.enableQuery(true);
-            KArgList list;
-            for (const QString &argument : arguments.split(' '))
-                list.append(KQtUtil::toKString(argument));
-            KStatus status;
-            const KArgParser parser(syntax, list, &status);
-            return QString::number(parser.isFlagSet("-showportal")) + ' ' + (status ? "" : status.errorString().utf8());
-        };
-        playSteps(parsed, R"(
--query -showportal => 1
--e => 0 unknown flag -e
--spr -x -y => 1 unknown flag -x
-spr -spr => 1 unexpected argument spr
-)");
-    }
-
     void callsFailWithoutAHost()
     {
         KStatus status;

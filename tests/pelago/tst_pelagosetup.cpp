@@ -1,31 +1,21 @@
-// The program pelago-setup against real servers and wrong addresses.
+// The program pelago-setup against a real server, and one that refuses the sign-in.
 
 #include "pelago/DavServers.h"
 #include "support/LocalServer.h"
-#include "support/Table.h"
 
-#include <QProcess>
+#include <QtTest>
 
 class TestPelagoSetup : public QObject
 {
     Q_OBJECT
 private slots:
-    void testedServerIsWrittenToTheFile_data()
-    {
-        // The server, and one of the printed lines.
-        addRows({{"apache", "WebDAV       class 1,2"}, {"proxied", "Certificate  trusted, of dav.example"}});
-    }
     void testedServerIsWrittenToTheFile()
     {
-        const auto [name, line] = currentRow<2>();
-        const std::unique_ptr<DavServer> server = DavServer::start(name);
+        const std::unique_ptr<DavServer> server = DavServer::start("proxied");
         const QString config = m_home.filePath("new/pelago.ini");
         writeFile(config, "# mine\n[staging]\nstorage=https://a/\n[production]\nstorage=x\n[development]\nkind=web\n");
-        QStringList words{server->storage};
-        if (!server->certificateFile.isEmpty())
-            words << "--ca-file" << server->certificateFile;
-        QCOMPARE(run(words, config), 0);
-        QVERIFY2(m_output.contains(line), qPrintable(m_output));
+        QCOMPARE(run({server->storage, "--ca-file", server->certificateFile}, config), 0);
+        QVERIFY2(m_output.contains("Certificate  trusted, of dav.example"), qPrintable(m_output));
         QVERIFY2(m_output.contains("New files    stored under a temporary name, then renamed"), qPrintable(m_output));
         QCOMPARE(m_errors, QByteArray());
         QCOMPARE(
