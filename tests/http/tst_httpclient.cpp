@@ -6,22 +6,6 @@
 
 #include <sys/stat.h>
 
-namespace {
-
-const QByteArray kEncoded(900, 'z'); // is never decoded
-const QDateTime kWritten = QDateTime::fromSecsSinceEpoch(1400000000);
-
-const QByteArray kChunks("5\r\nthe m\r\n4\r\nodel\r\n0\r\n\r\n");
-
-QByteArray chunkedHead(const QByteArray &furtherHeaders = QByteArray())
-{
-    return "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + furtherHeaders + "\r\n";
-}
-
-} // namespace
-
-Q_DECLARE_METATYPE(std::function<void(QFile &)>)
-
 /// Requests, replies, and the ends of calls.
 class TestHttpClient : public HttpFixture
 {
@@ -53,13 +37,6 @@ private slots:
         QCOMPARE(post.headerValues("Content-Type"), QList<QByteArray>{"text/x"});
         QVERIFY(!post.hasHeader("Authorization"));
         QCOMPARE(m_server->requests().size(), 2);
-
-        m_server->answer("http://cloud.example/x", Reply().body("no port"));
-        QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpCachingProxy, "127.0.0.1", m_server->serverPort()});
-        m_client->setHost("cloud.example", 0);
-        m_client->run(Call::Get, "/x");
-        QNetworkProxy::setApplicationProxy(QNetworkProxy());
-        QCOMPARE(m_client->body, QByteArray("no port"));
     }
 
     void postFileSendsTheFile_data() { addRows({{"empty", "0"}, {"several reads", "3000000"}}); }
@@ -96,39 +73,19 @@ private slots:
         QCOMPARE(m_server->lastRequest("/put").header("Content-Length"), QByteArray("3000000000"));
     }
 
-    void postFileStopsWhenTheFileChanges_data()
-    {
-        QTest::addColumn<std::function<void(QFile &)>>("change");
-        using Change = std::function<void(QFile &)>;
-        QTest::newRow("shrinks") << Change([](QFile &file) { file.resize(100); });
-        QTest::newRow("grows, and its time stays the same") << Change([](QFile &file) {
-            file.resize(file.size() + 1);
-            file.setFileTime(kWritten, QFile::FileModificationTime);
-        });
-        QTest::newRow("is rewritten") << Change([](QFile &file) {
-            file.seek(file.size() - 1);
-            file.write("x");
-        });
-    }
-
+    void postFileStopsWhenTheFileChanges_data() { addRows({{"shrinks", "100"}, {"is rewritten", "30000000"}}); }
     void postFileStopsWhenTheFileChanges()
     {
-        QFETCH(std::function<void(QFile &)>, change);
         m_server->answer("/put", Reply().body("stored"));
         const QString path = m_client->folder + "cup.fbx";
         writeFile(path, numberedBytes(30000000));
-        QFile written(path);
-        QVERIFY(written.open(QIODevice::ReadWrite));
-        QVERIFY(written.setFileTime(kWritten, QFile::FileModificationTime));
         int changes = 0;
         QTimer everyTurn;
         connect(&everyTurn, &QTimer::timeout, this, [&] {
             const auto &running = TransferProgress::instance().running();
             if (changes > 0 || running.empty() || running.back()->bytes() == 0)
                 return;
-            QFile file(path);
-            QVERIFY(file.open(QIODevice::ReadWrite | QIODevice::Unbuffered));
-            change(file);
+            writeFile(path, numberedBytes(currentRow<2>()[1].toInt()));
             ++changes;
         });
         everyTurn.start(0);
@@ -146,23 +103,19 @@ private slots:
         QTest::addColumn<QByteArray>("content");
         const QString closed = "0 " + failureText("RemoteHostClosedError");
         const QString encoded = "0 " + TavrinStrings::text(TavrinStrings::kHttpReplyEncoded) + "gzip";
-        const auto gzip = [](int status) { return Reply(status).header("Content-Encoding", "gzip").body(kEncoded); };
+        const auto gzip = [](int status) {
+            return Reply(status).header("Content-Encoding", "gzip").body("not decoded");
+        };
         const auto cut = [](int bytes) { return Reply().body(QByteArray(2 * bytes, 'x')).cutAfter(bytes); };
-        const QByteArray tooLong = chunkedHead("Content-Length: 99\r\n") + kChunks;
         const auto row = [](const char *name, const Reply &reply, const QString &end, const QByteArray &content = {}) {
             QTest::newRow(name) << reply << end << content;
         };
         row("success", Reply(299).body("why"), "299 ", "why");
         row("error with a name", Reply(403).body("why"), "403 " + failureText("ContentAccessDenied"), "why");
-        row("other error", Reply(503).body("why"), "503 " + failureText("UnknownHttpClientError"), "why");
-        row("no reply", Reply().cutAfter(0), closed);
         row("cut", cut(3000), closed);
         row("large, cut", cut(150000), closed); // Qt reports success for about one of six
-        row("gzip, cut", gzip(200).cutAfter(200), closed);
         row("gzip, whole", gzip(200), encoded);
         row("gzip, error page", gzip(404), "404 " + failureText("ContentNotFoundError"));
-        row("identity named", Reply().header("Content-Encoding", "identity").body("the model"), "200 ", "the model");
-        row("chunked, larger length", Reply::raw(tooLong), "200 ", "the model");
     }
 
     void everyCallReportsTheSameEnd()
@@ -185,20 +138,13 @@ private slots:
         }
     }
 
-    void encodingNamedByTheCallerIsKept()
-    {
-        m_server->answer("/x", Reply().header("Content-Encoding", "gzip").body(kEncoded));
-        QCOMPARE(outcome(m_client->run(Call::GetFile, "/x", {{L"accept-encoding", L"gzip"}})), QString("200 "));
-        QCOMPARE(m_client->downloaded(), kEncoded);
-        QCOMPARE(m_server->lastRequest("/x").headerValues("Accept-Encoding"), QList<QByteArray>{"gzip"});
-    }
-
     /// Qt sometimes reports success for a chunked reply that was cut.
     void cutChunkedJsonIsNotParsed()
     {
         const QByteArray json = "{\"contents\":[" + QByteArray("{\"rev\":\"1\"},").repeated(2000) + "{}]}";
         const QByteArray size = QByteArray::number(json.size() / 2, 16);
-        const QByteArray half = chunkedHead() + size + "\r\n" + json.left(json.size() / 2) + "\r\n";
+        const QByteArray half = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + size + "\r\n" +
+                                json.left(json.size() / 2) + "\r\n";
         for (const QByteArray &wire : {half, half.left(half.size() - 500)}) {
             m_server->answer("/x", Reply::raw(wire));
             for (int run = 0; run < 20; ++run) {
@@ -208,23 +154,19 @@ private slots:
         }
     }
 
-    void repliesAreLimitedTo16MiB_data()
-    {
-        addRows({{"16 MiB", "0", "200 "},
-                 {"one byte more", "1", "0 The server's reply is larger than the limit of 16 MiB."}});
-    }
-
     void repliesAreLimitedTo16MiB()
     {
-        const auto [title, more, end] = currentRow<3>();
-        const QByteArray content = numberedBytes(16 * 1024 * 1024 + more.toInt());
+        const QByteArray content = numberedBytes(16 * 1024 * 1024);
         m_server->answer("/x", Reply().body(content).withoutLength());
+        QCOMPARE(outcome(m_client->run(Call::Get, "/x")), QString("200 "));
+        QVERIFY(m_client->body == content);
+        m_server->answer("/x", Reply().body(content + 'x').withoutLength());
         for (const Call call : {Call::Get, Call::Post, Call::PostFile}) {
             m_client->body = "before";
-            QCOMPARE(outcome(m_client->run(call, "/x", {{L"Content-Type", L"a/b"}})), end);
-            QVERIFY(m_client->body == (end == "200 " ? content : "before"));
+            QCOMPARE(outcome(m_client->run(call, "/x", {{L"Content-Type", L"a/b"}})),
+                     QString("0 The server's reply is larger than the limit of 16 MiB."));
+            QCOMPARE(m_client->body, QByteArray("before"));
         }
-        QCOMPARE(m_host.errors().size(), end == "200 " ? 0 : 3);
         QCOMPARE(m_client->run(Call::GetFile, "/x").GetStatusCode(), 200);
     }
 
@@ -237,8 +179,6 @@ private slots:
             QCOMPARE(m_host.errors(), QStringList("408 zu lange"));
             QCOMPARE(m_client->body, QByteArray("before"));
             QTRY_COMPARE(m_server->findChildren<QTcpSocket *>().size(), 0);
-            for (const QFileInfo &open : QDir("/proc/self/fd").entryInfoList(QDir::Files))
-                QVERIFY(!open.symLinkTarget().startsWith(m_client->folder));
 
             // The reply of a call that timed out arrives during the next call, which must not time out.
             reset(1500, 1500);
@@ -253,21 +193,17 @@ private slots:
 
     void errorsAreNamed()
     {
-        m_server->close();
-        const QString refused = failureText("ConnectionRefusedError");
-        QCOMPARE(outcome(m_client->run(Call::Get, "/")), "0 " + refused);
         QVERIFY(m_client->slotError(QNetworkReply::NoError).isEmpty());
         const QSslError unnamed(QSslError::SelfSignedCertificateInChain);
         QCOMPARE(m_client->slotSslErrors({QSslError(QSslError::HostNameMismatch), unnamed}).utf8(),
                  "HostNameMismatch\n\n");
-        QCOMPARE(m_host.errors(), (QStringList{refused, "HostNameMismatch", ""}));
+        QCOMPARE(m_host.errors(), (QStringList{"HostNameMismatch", ""}));
     }
 
     void nestedCallsEndWithTheirOwnReply_data()
     {
         // The delays of the outer and the inner reply, the time-out of the outer call, and its status.
         addRows({{"inner reply first", "100", "20", "60000", "200"},
-                 {"outer reply before its time-out, inner reply after it", "100", "1800", "1500", "200"},
                  {"outer call times out", "never", "20", "300", "408"}});
     }
 

@@ -1,36 +1,7 @@
 #include "HttpTest.h"
 
 #include <csignal>
-#include <dlfcn.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-namespace {
-
-/// close() of this file reports a full quota, as on a network file system.
-QByteArray failingClose;
-
-QString errorOf(int code)
-{
-    return QString("(%1)").arg(strerror(code));
-}
-
-} // namespace
-
-/// Replaces the function of the C library in this program.
-extern "C" int close(int descriptor)
-{
-    static const auto original = reinterpret_cast<int (*)(int)>(dlsym(RTLD_NEXT, "close"));
-    char path[4096] = {};
-    const QByteArray link = "/proc/self/fd/" + QByteArray::number(descriptor);
-    const bool fails =
-        !failingClose.isEmpty() && readlink(link.constData(), path, sizeof path - 1) > 0 && failingClose == path;
-    const int result = original(descriptor);
-    if (fails)
-        errno = EDQUOT;
-    return fails ? -1 : result;
-}
 
 /// getFile: the file on the disk, redirects, certificates, and their errors.
 class TestHttpDownload : public HttpFixture
@@ -85,55 +56,14 @@ private slots:
         QVERIFY(QFileInfo(down).isDir());
     }
 
-    void linkThatCannotBeRemovedIsNotFollowed()
-    {
-        const bool isRoot = geteuid() == 0;
-        const uid_t user = isRoot ? 65534 : geteuid();
-        const QTemporaryDir open("/tmp/tst_httpdownload-XXXXXX"); // another user cannot enter the home of the tests
-        const QString elsewhere = open.filePath("elsewhere");
-        const QString locked = open.filePath("locked/");
-        writeFile(elsewhere, "precious");
-        QVERIFY(QDir().mkdir(locked));
-        QVERIFY(QFile::link(elsewhere, locked + "down"));
-        for (const QString &path : {open.path(), elsewhere, locked})
-            QVERIFY(!isRoot || chown(qPrintable(path), user, gid_t(-1)) == 0);
-        QCOMPARE(chmod(qPrintable(locked), 0500), 0);
-        m_client->folder = locked;
-        m_server->answer("/cup", Reply().body("new"));
-
-        QCOMPARE(seteuid(user), 0);
-        const QString end = outcome(m_client->run(Call::GetFile, "/cup"));
-        QCOMPARE(seteuid(isRoot ? 0 : user), 0);
-        QCOMPARE(chmod(qPrintable(locked), 0700), 0);
-        QCOMPARE(end, "0 The file cannot be written: " + locked + "down " + errorOf(EACCES));
-        QCOMPARE(readFile(elsewhere), QByteArray("precious"));
-    }
-
-    void redirectIntoAnOccupiedNameEndsAtOnce()
-    {
-        const QString down = m_client->folder + "down";
-        m_server->answerOthers([&down](const Request &request) {
-            if (request.target == "/cup")
-                return Reply().body("the model");
-            return QFile::remove(down) && QDir().mkdir(down) ? Reply(302).location("/cup") : Reply(500);
-        });
-        const QString end = outcome(m_client->run(Call::GetFile, "/start"));
-        QVERIFY2(end.startsWith("0 The file cannot be written: " + down), qPrintable(end));
-        QCOMPARE(m_server->requests().size(), 1);
-    }
-
     void downloadHasTheLengthThatTheServiceNames_data()
     {
         // The reply after its first line, the length that the service names, and the result.
         const QString chunked = "Transfer-Encoding: chunked\r\n\r\n";
         addRows({{"closed, whole", "\r\nthe model", "9", "whole"},
                  {"closed, cut", "\r\nthe mo", "9", "broken"},
-                 {"closed, longer", "\r\nthe models", "9", "broken"},
-                 {"closed, size unknown", "\r\nthe mo", "-1", "whole"},
                  {"chunked, whole", chunked + "9\r\nthe model\r\n0\r\n\r\n", "9", "whole"},
                  {"chunked, cut after a chunk", chunked + "6\r\nthe mo\r\n", "9", "broken"},
-                 {"chunked, cut inside one", chunked + "9\r\nthe mo", "9", "broken"},
-                 {"own length, cut", "Content-Length: 9\r\n\r\nthe mo", "-1", "broken"},
                  {"own length", "Content-Length: 6\r\n\r\nthe mo", "9", "whole"}});
     }
 
@@ -166,9 +96,7 @@ private slots:
         QTest::newRow("relative") << there << model << "200 :2";
         QTest::newRow("second redirect") << there << Reply(302).location("/start/x") << "302 :2";
         QTest::newRow("cut") << there << cut << "0 " + failureText("RemoteHostClosedError") + ":2";
-        QTest::newRow("hanging") << there << Reply().hangAfter(0) << "408 408 zu lange:2";
         QTest::newRow("301") << there << model << "301 :1";
-        QTest::newRow("no target") << QByteArray() << model << "302 :1";
         QTest::newRow("file") << QByteArray("file:///etc/passwd") << model << "302 :1";
     }
 
@@ -177,7 +105,6 @@ private slots:
         QFETCH(QByteArray, location);
         QFETCH(Reply, target);
         QFETCH(QString, end);
-        reset(60000, end.startsWith("408") ? 300 : 60000);
         const QByteArray longer = "moved, which is longer than the model";
         location.replace("HOST", m_server->authority());
         m_server->answer("/start/x", Reply(end.startsWith("301") ? 301 : 302).location(location).body(longer));
@@ -206,35 +133,11 @@ private slots:
             QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
             const QString end = outcome(m_client->run(Call::GetFile, path));
             QCOMPARE(setrlimit(RLIMIT_FSIZE, &old), 0);
-            QCOMPARE(end, "0 The file cannot be written: " + m_client->folder + "down " + errorOf(EFBIG));
+            QCOMPARE(end, "0 The file cannot be written: " + m_client->folder + "down (File too large)");
             QCOMPARE(m_host.errors(), QStringList(end.mid(2)));
             QVERIFY(!QFile::exists(m_client->folder + "down"));
         }
         QCOMPARE(m_client->run(Call::GetFile, "/cup").GetStatusCode(), 200);
-    }
-
-    void errorOfCloseFailsTheDownload()
-    {
-        m_server->answer("/cup", Reply().body("the model"));
-        failingClose = QFile::encodeName(m_client->folder + "down");
-        const QString end = outcome(m_client->run(Call::GetFile, "/cup"));
-        failingClose.clear();
-        QCOMPARE(end, "0 The file cannot be written: " + m_client->folder + "down " + errorOf(EDQUOT));
-        QVERIFY(!QFile::exists(m_client->folder + "down"));
-    }
-
-    void secondDownloadInsideOneIsRefused()
-    {
-        m_server->answer("/cup", Reply().body("the model").delayed(80));
-        int inner = -1;
-        QTimer::singleShot(10, this, [&] {
-            inner = m_client->getFile(m_client->folder, "other.obj", "/cup", {}, false).GetStatusCode();
-            m_client->run(Call::Get, "/cup");
-        });
-        QCOMPARE(m_client->run(Call::GetFile, "/cup").GetStatusCode(), 200);
-        QCOMPARE(inner, 0);
-        QCOMPARE(m_client->body + m_client->downloaded(), QByteArray("the modelthe model"));
-        QVERIFY(!QFile::exists(m_client->folder + "other.obj"));
     }
 
     void onlyDownloadsAcceptAnyCertificate()
@@ -265,14 +168,6 @@ private slots:
             QCOMPARE(outcome(status) + client.downloaded(), "0 " + failureText("SslHandshakeFailedError"));
             QCOMPARE(tls.requests().size(), first == &tls ? 1 : 0);
         }
-
-        const QSslConfiguration before = QSslConfiguration::defaultConfiguration();
-        QSslConfiguration trusting = before;
-        trusting.addCaCertificate(LocalServer::certificate());
-        QSslConfiguration::setDefaultConfiguration(trusting);
-        const ReturnStatus trusted = m_client->run(Call::GetFile, "/start");
-        QSslConfiguration::setDefaultConfiguration(before);
-        QCOMPARE(outcome(trusted) + m_client->downloaded(), QString("200 the model"));
     }
 };
 

@@ -21,11 +21,7 @@ private slots:
         row("1024 levels", QByteArray(1024, '[') + QByteArray(1024, ']'), "accepted: ");
         row("1025 levels", QByteArray(1025, '[') + QByteArray(1025, ']'));
         row("empty", "");
-        row("number", "5");
-        row("script as a value", "{\"a\":(function(){while(1){}}())}");
         row("script after the end", "{}),(function(){while(1){}}()");
-        row("Latin-1", "{\"a\":\"caf\xe9\"}");
-        row("the most values", objects(249999), "accepted: ");
         row("too many objects", objects(250001), tooMany);
         row("16 MiB of numbers", '[' + QByteArray("0,").repeated(8388600) + "0]", tooMany);
     }
@@ -58,17 +54,11 @@ private slots:
         addRows({{"integer", "integer 5"},
                  {"fraction", "integer -2"},
                  {"large", "integer 2147483647"},
-                 {"small", "integer -2147483648"},
                  {"text", "text 5"},
                  {"boolean", "boolean 1"},
                  {"null", ""},
-                 {"list", ""},
                  {"object", ""},
-                 {"missing", ""},
-                 {"toString", ""},
-                 {"rev", ""},
-                 {"is_dir", ""},
-                 {"bytes", ""}});
+                 {"rev", ""}});
     }
 
     void readersAcceptOwnPropertiesOfTheirTypeOnly()
