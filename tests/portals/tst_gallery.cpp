@@ -32,7 +32,6 @@ private slots:
         showPage();
         page()->window()->resize(500, 700);
         QTRY_COMPARE(list()->count(), 5);
-        m_rowHeightOfFolders = rowHeight(0);
     }
 
     void cleanup()
@@ -57,31 +56,6 @@ private slots:
         QCOMPARE(row->childCount(), 0);
     }
 
-    void picturesAreSharp() // also run with a scale factor of 1.5
-    {
-        const int side = qRound(48 * list()->devicePixelRatioF());
-        QImage stripes(side, side, QImage::Format_RGB32);
-        for (int x = 0; x < side; ++x) {
-            for (int y = 0; y < side; ++y)
-                stripes.setPixelColor(x, y, x % 2 == 0 ? Qt::black : Qt::red);
-        }
-        QVERIFY(stripes.save(m_folder.filePath("cloud/plyx/thumbnails/" + pictureName(0))));
-        openGallery();
-        QVERIFY(waitFor([&] { return stripesIn(0) > 0; }));
-        QCOMPARE(stripesIn(0), side / 2);
-    }
-
-    void allRowsOfAGalleryHaveTheSameHeight()
-    {
-        QVERIFY(m_rowHeightOfFolders < 48);
-        openGallery();
-        QVERIFY(rowHeight(0) >= 48);
-        QCOMPARE(rowHeight(kPerPage - 1), rowHeight(0));
-        page()->PreviousFolderClick();
-        QTRY_COMPARE(list()->count(), 5);
-        QTRY_COMPARE(rowHeight(0), m_rowHeightOfFolders);
-    }
-
     void rowsThatCanBeSeenAreRequestedInOrder()
     {
         openGallery();
@@ -99,7 +73,7 @@ private slots:
         QVERIFY(!pictures().contains(pictureName(kPerPage / 2)));
     }
 
-    void leavingTheListCancelsItsRequests_data() { addRows({{"next page"}, {"folder above"}, {"hidden page"}}); }
+    void leavingTheListCancelsItsRequests_data() { addRows({{"next page"}, {"hidden page"}}); }
 
     void leavingTheListCancelsItsRequests()
     {
@@ -109,9 +83,6 @@ private slots:
             page()->NextPageClick();
             QVERIFY(waitFor([&] { return pictures().size() == 8; })); // at most four run
             QVERIFY(pictures().contains(pictureName(kPerPage)));
-        } else if (action == "folder above") {
-            page()->PreviousFolderClick();
-            QVERIFY(waitFor([&] { return connections() < 4; }));
         } else {
             page()->hide();
             QVERIFY(waitFor([&] { return connections() < 4; }));
@@ -175,23 +146,11 @@ private:
         return static_cast<Portal_CloudBrowserWindows *>(m_controller->GetParentLoginWidget());
     }
     QListWidget *list() const { return page()->findChild<QListWidget *>(); }
-    int rowHeight(int row) const { return list()->visualItemRect(list()->item(row)).height(); }
     /// The colour in the middle of the place of the picture of \p row.
     QColor colourOf(int row) const
     {
         const QRect place = list()->visualItemRect(list()->item(row));
         return list()->viewport()->grab().toImage().pixelColor(place.left() + 26, place.center().y());
-    }
-
-    /// The red pixels next to a black one in the middle line of \p row.
-    int stripesIn(int row) const
-    {
-        const QImage image = list()->viewport()->grab().toImage();
-        const int y = qRound(list()->visualItemRect(list()->item(row)).center().y() * image.devicePixelRatio());
-        int stripes = 0;
-        for (int x = 1; x < image.width(); ++x)
-            stripes += image.pixelColor(x - 1, y) == QColor(Qt::black) && image.pixelColor(x, y) == QColor(Qt::red);
-        return stripes;
     }
 
     /// The names of the pictures that were requested, in order.
@@ -206,8 +165,6 @@ private:
     }
     /// The open connections: each request that is held keeps one.
     int connections() const { return m_fixture->cloud.findChildren<localcloud::HttpConnection *>().size(); }
-
-    int m_rowHeightOfFolders = 0;
 };
 
 QTEST_MAIN(TestGallery)
