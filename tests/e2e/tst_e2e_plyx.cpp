@@ -33,18 +33,6 @@ private slots:
         QVERIFY(!m_page->signInPage());
     }
 
-    void closedSignInCanBeStartedAgain()
-    {
-        QVERIFY2(m_page->open(), error());
-        QVERIFY2(m_guide->openSignInPage(*m_page), error());
-        QVERIFY2(m_driver->clickInPage(m_page->signInPage(), "#user"), error());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-        QTRY_VERIFY(!m_page->signInPage());
-        QCOMPARE(m_page->loginText(), QString("Login"));
-        QVERIFY(!isListEnabled());
-        QVERIFY2(signIn(), error());
-    }
-
     void thirdPageIsTheLast()
     {
         QVERIFY2(openSignedIn(), error());
@@ -87,19 +75,6 @@ private slots:
         QCOMPARE(sent.filter(QRegularExpression("^https files. v1/Download\\?id=102_\\d+ secret$")).size(), 3);
         QCOMPARE(sent.filter(QRegularExpression("^https files. v1/File/\\S+ open$")).size(), 3);
         QCOMPARE(sent.size(), 10);
-    }
-
-    void modelIsImportedWithoutAFailedTexture()
-    {
-        CloudProcess cloud;
-        QVERIFY(replaceCloud(cloud, "files*.plyx.example /v1/File/*.png cut=300"));
-        QVERIFY2(openSignedIn(), error());
-        QVERIFY2(m_page->openFolder("Lumo"), error());
-        QVERIFY2(m_page->importByDoubleClick("Wooden barrel"), error());
-        QCOMPARE(triangles(), 384);
-        QCOMPARE(m_driver->sceneInfo("textures"), 0);
-        QCOMPARE(m_driver->takeMessages().size(), 1);
-        QCOMPARE(isWaitCursorShown(), false);
     }
 
 private:
