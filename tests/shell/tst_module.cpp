@@ -7,12 +7,12 @@
 #include "scene/FileOptions.h"
 #include "scene/Scene.h"
 #include "scene/SceneCommands.h"
-#include "support/Table.h"
 #include "support/TestFiles.h"
 #include "TavrinHelper.h"
 #include "TavrinSettings.h"
 #include "TavrinStrings.h"
 
+#include <QtTest>
 #include <QtWidgets>
 
 static const char kDockSettings[] = "CloudBrowser_Dock_Widget";
@@ -166,28 +166,6 @@ private slots:
         for (const QPushButton *button : dock()->findChildren<QPushButton *>())
             labels << button->text();
         QVERIFY(labels.contains("Anmelden"));
-    }
-
-    void languageTableIsReadFromTheInstallationOnly_data()
-    {
-        const QString start = "/opt/kelda/scripts/strings/Tavrin_";
-        addRows({{"known", "/opt/kelda", start + "de_CH.ksc " + start + "de.ksc"}, {"unknown", "", ""}});
-    }
-    void languageTableIsReadFromTheInstallationOnly()
-    {
-        const auto [title, location, tables] = currentRow<3>();
-        KeldaHost::Setup setup;
-        setup.uiLanguage = "de_CH";
-        setup.location = location;
-        KeldaHost host(setup);
-        QStringList tested;
-        QVERIFY(host.interpreter().removeCommand("sysFile"));
-        host.interpreter().addCommand("sysFile", [&tested](const CommandCall &call) {
-            tested << call.arguments.back().toString();
-            return Value(0);
-        });
-        QVERIFY(run("source \"" SOURCE_FOLDER "/scripts/TavrinCreateUI.ksc\"; TavrinInitStrings;"));
-        QCOMPARE(tested.join(' '), tables);
     }
 
 private:
