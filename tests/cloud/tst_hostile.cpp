@@ -19,32 +19,6 @@ private slots:
             QVERIFY2(one->shortcut().isEmpty(), qPrintable(one->text()));
     }
 
-    void folderNameDefinesNoShortcutInAMenu_data()
-    {
-        addRows({{"sub-folders", "Top"}, {"hidden part of the path", "\u00ab"}});
-    }
-    void folderNameDefinesNoShortcutInAMenu()
-    {
-        const auto [title, holder] = currentRow<2>();
-        m_portal.fixedFolders = QStringList{"R&D"};
-        m_portal.folders["R&D"] = {{"x", QString("Another folder with a name that leaves no room").repeated(3) + '/'}};
-        m_controller->LoginDoneCB(true);
-        if (holder != "Top") {
-            doubleClick("R&D");
-            doubleClick(names().first());
-        }
-        const QString before = path();
-        for (const Qt::KeyboardModifiers modifiers : {Qt::NoModifier, Qt::AltModifier}) {
-            QMenu *menu = folderAction(holder)->menu();
-            menu->popup(QPoint());
-            press(menu, Qt::Key_D, modifiers);
-            QCOMPARE(path(), before);
-        }
-        chooseInMenu(holder);
-        settle();
-        QVERIFY(path() != before);
-    }
-
     void userNameDoesNotChangeThePageSize_data()
     {
         addRows({{"long", QString(250, 'W')}, {"of several lines", QString("Ada\n").repeated(9)}, {"short", "Li"}});
@@ -63,23 +37,6 @@ private slots:
         QVERIFY(page()->rect().contains(log->geometry()));
         QCOMPARE(log->width(), std::min(page()->width(), log->sizeHint().width()));
         QCOMPARE(toolTip(log, log->rect().center()).contains(name), title == "long");
-    }
-
-    void endOfALongNameIsShown()
-    {
-        QList<QImage> pictures;
-        for (const QString extension : {".obj", ".fbx"}) {
-            const QString name = QString(80, 'n') + extension;
-            m_portal.root() = {{"s", "cup.obj"}, {"f", name}};
-            page()->RefreshFolderData();
-            settle();
-            QCOMPARE(list()->horizontalScrollBar()->maximum(), 0);
-            const QRect area = list()->visualItemRect(row(name));
-            QCOMPARE(area.width(), list()->viewport()->width());
-            pictures << list()->viewport()->grab(area).toImage();
-            QVERIFY(toolTip(list()->viewport(), area.center()).contains(name));
-        }
-        QVERIFY(pictures[0] != pictures[1]);
     }
 
     void windowMayBeDeletedWhileAMenuIsOpen_data() { addRows({{"list"}, {"folder"}}); }
@@ -137,16 +94,12 @@ private slots:
     {
         QTest::addColumn<std::function<void()>>("input");
         const auto add = [](const char *name, const std::function<void()> &input) { QTest::newRow(name) << input; };
-        add("choice of a page size", [this] { type(find<QComboBox>("ItemsPerPage"), Qt::Key_Up); });
-        add("click on a page", [this] { click(button("Next1")); });
         add("Return in the search field", [this] { type(find<QLineEdit>("SearchTextInput"), Qt::Key_Return); });
         add("click on the search sign", [this] { clickOn("SearchBar", 1); });
         add("click on the upper folder", [this] { clickOn("ParentFolderBar", 0); });
         add("choice in a folder's menu", [this] { chooseInMenu("Deep"); });
         add("click on a portal's tab", [this] { clickTab(dock()->findChild<QTabWidget *>(), 0); });
         add("arrow key in the list", [this] { list()->setCurrentRow(0), type(list(), Qt::Key_Down); });
-        add("Return in the list", [this] { list()->setCurrentRow(0), type(list(), Qt::Key_Return); });
-        add("F5", [this] { type(list(), Qt::Key_F5); });
     }
     void inputMayDeleteTheWindow()
     {

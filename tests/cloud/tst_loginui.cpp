@@ -24,8 +24,6 @@ private slots:
         m_portal.loggedIn = true;
         QVERIFY(!m_ui->login(nullptr));
         m_portal.loggedIn = false;
-        m_portal.claimedLength = -1;
-        QVERIFY(!m_ui->login(nullptr));
         m_portal.claimedLength = 0x7fffffff;
         QVERIFY(!m_ui->login(nullptr));
         QVERIFY(!dialog());
@@ -67,7 +65,6 @@ private slots:
         const QString page = "<div style='width:%1;height:%2'>the service's own &amp; only</div>";
         addRows({{"error status", "", "Login", "Http code: 500", "343 x 368"},
                  {"broken connection", "", "Login", "RemoteHostClosedError", "343 x 368"},
-                 {"empty", "", "Sign in", "", "343 x 368"},
                  {"large", page.arg("480px", "420px"), "Sign in", "the service's own & only", "488 x 436"},
                  {"larger than the screen", page.arg("48000px", "42000px"), "Sign in", "own", "screen"}});
     }
@@ -96,19 +93,14 @@ private slots:
 
     void tallOrWidePageStaysOnTheScreenAndScrolls_data()
     {
-        addRows({{"tall", "480px", "5000px"},
-                 {"wide", "5000px", "420px"},
-                 {"tall, and wide with the other scroll bar", "790px", "5000px"}});
+        addRows({{"tall", "480px", "5000px"}, {"wide", "5000px", "420px"}});
     }
     void tallOrWidePageStaysOnTheScreenAndScrolls()
     {
         const auto [title, width, height] = currentRow<3>();
         const bool isWide = title.contains("wide");
         const bool isTall = title.contains("tall");
-        const QString body = "<input id='first'><div style='width:%1;height:%2'>text</div>"
-                             "<div style='text-align:right;width:%1'><input></div>"
-                             "<script>onload=function(){first.focus()}</script>";
-        m_server->answer("/form", html(body.arg(width, height)));
+        m_server->answer("/form", html("<div style='width:" + width + ";height:" + height + "'>text</div>"));
         QVERIFY(m_ui->login(nullptr));
         const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
         dialog()->move(screen.bottomRight() - QPoint(100, 100));
@@ -131,13 +123,6 @@ private slots:
                           Qt::NoScrollPhase, false);
         QApplication::sendEvent(view(), &wheel);
         QVERIFY(!scrolled().isNull());
-        const QPoint before = scrolled();
-        QTest::keyClick(view(), Qt::Key_Tab);
-        QTRY_VERIFY(scrolled().manhattanLength() > before.manhattanLength() + 200);
-        const QPoint atField = scrolled();
-        QTest::mouseClick(view(), Qt::LeftButton, Qt::NoModifier, atField + QPoint(30, 30)); // beside the field
-        QTest::qWait(20);
-        QCOMPARE(scrolled(), atField);
     }
 
     void escapeCancelsFromEveryFocus_data()
@@ -167,10 +152,8 @@ private slots:
     void scriptDialogsDoNotBlock_data()
     {
         addRows({{"alert", "alert('<b>Wrong\\npassword</b>')", "<b>Wrong password</b>"},
-                 {"long alert", "alert(Array(9999).join('x\\n'))", QString("x ").repeated(250)},
                  {"endless alert", "for(;;)alert(1)", "1"},
                  {"endless confirm", "while(!confirm('Sure?'));", "Sure?"},
-                 {"endless prompt", "while(prompt('Name')!='x');", "Name"},
                  {"frame",
                   "var f=document.createElement('iframe');document.body.appendChild(f);"
                   "for(;;)f.contentWindow.alert('inside')",
@@ -196,16 +179,6 @@ private slots:
         QVERIFY(!dialog());
         settle();
         QVERIFY(!shown);
-    }
-
-    void pageIsLeftWithoutAQuestion()
-    {
-        m_server->answer("/form", html("text<script>onbeforeunload=function(){return 'Leave?'}</script>"));
-        m_server->answer("/done", html("done"));
-        QVERIFY(m_ui->login(nullptr));
-        loadPage();
-        frame()->evaluateJavaScript("location='/done'");
-        QTRY_COMPARE(m_results, kSignedIn);
     }
 
     void secondAlertOffersToCancel()
@@ -237,14 +210,6 @@ private slots:
         settle();
         QVERIFY(!dialog());
         QCOMPARE(m_results, QStringList());
-    }
-
-    void closingCancels()
-    {
-        QVERIFY(m_ui->login(nullptr));
-        dialog()->close();
-        QCOMPARE(m_results, kCancelled);
-        QVERIFY(!dialog());
     }
 
 private:

@@ -87,18 +87,16 @@ private slots:
         QVERIFY(list()->isEnabled());
     }
 
-    void clicksLeaveNoObjectsBehind_data() { addRows({{"search", "0", "168"}, {"listing", "2", "140"}}); }
     void clicksLeaveNoObjectsBehind()
     {
-        const auto [title, type, requests] = currentRow<3>();
-        startWith(type.toInt());
+        startWith(ICloudPortalApi::kPagedSearch);
         settle();
         clickThrough(3);
         const QVector<int> before = objectCounts();
         clickThrough(25);
         QCOMPARE(objectCounts(), before);
         QCOMPARE(page()->LiveItemCount(), TestItem::alive);
-        QCOMPARE(m_portal.log.size(), requests.toInt());
+        QCOMPARE(m_portal.log.size(), 168);
     }
 
     void refreshesInAFetchRunOnceAfterwards()

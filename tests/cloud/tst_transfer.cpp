@@ -7,19 +7,6 @@ class TestTransfer : public PageFixture
 {
     Q_OBJECT
 private slots:
-    void extensionIsTheTextAfterTheLastDotOfTheName_data()
-    {
-        addRows({{"a/Model.tar.GZ", "GZ"}, {"v1.2/model", "none"}, {"a/.obj", "none"}, {"..", ""}});
-    }
-    void extensionIsTheTextAfterTheLastDotOfTheName()
-    {
-        const auto [name, extension] = currentRow<2>();
-        KString text = KQtUtil::toKString(name);
-        KString found("none");
-        getFileExtension(text, found);
-        QCOMPARE(KQtUtil::toQString(found), extension);
-    }
-
     void silentCommandsRunWithoutTheHostsEcho()
     {
         clearRecords();
@@ -70,7 +57,6 @@ private slots:
         addRows({{"other case and blanks", " Ä |Cup.FBX ", "0", "FBX ä cup.fbx", "C:\\x\\ Ä| ", "ä"},
                  {"other extension, folder written", "cup.fbx", "1", "OBJ cup.fbx.obj", "/x/", ""},
                  {"translator without extension, dots written", "cup", "2", "O\\\"dd cup.", "/x/..", ""},
-                 {"extension only, no name written", ".fbx", "0", "FBX .fbx.fbx", "", ""},
                  {"folder typed", "a/b:c", "0", "FBX bc.fbx", "/x/A \"b\" C.FBX", "a b c.fbx"}});
     }
     void exportCleansTheNameAndUploadsTheWrittenFile()
@@ -110,9 +96,7 @@ private slots:
         addRows({{"agreed", "Scene", "0", "yes", "1"},
                  {"refused", "Scene", "0", "no", ""},
                  {"batch", "Scene", "1", "", ""},
-                 {"library", "Scene", "2", "", ""},
                  {"batch, new name", "new", "1", "", "nothing"},
-                 {"another case", "model", "0", "", "nothing"},
                  {"a folder", "dir", "0", "", "nothing"}});
     }
     void overwritingNeedsConsent()
@@ -168,14 +152,6 @@ private slots:
         QCOMPARE(filter()->currentIndex(), 1);
         checkTranslatorIsMissing();
 
-        m_host.handle("Tavrin_GetExportTranslatorList", [&](const QString &, KCommandResult &names) {
-            names = result({"B"});
-            m_host.answer("Tavrin_GetExportTranslatorList", names);
-            page()->RefreshExporterFilterList();
-            return KStatus();
-        });
-        page()->RefreshExporterFilterList();
-        QCOMPARE(filter()->count(), 1);
         m_host.fail("Tavrin_GetExportTranslatorList", "no such procedure");
         page()->RefreshExporterFilterList();
         QCOMPARE(filter()->count(), 0);
@@ -195,16 +171,14 @@ private slots:
 
     void optionsDialogRunsTheCommandsOfTheTranslator_data()
     {
-        addRows({{"import", "Import", "Import Options", "known", download("cup.obj"), "agreed"},
-                 {"import, dialog closed", "Import", "Import Options", "known", download("cup.obj"), ""},
-                 {"export", "ExportAll", "Export Options", "O\\\"dd", ".", "agreed"}});
+        addRows({{"import", "Import", "Import Options", "known", download("cup.obj")},
+                 {"export", "ExportAll", "Export Options", "O\\\"dd", "."}});
     }
     void optionsDialogRunsTheCommandsOfTheTranslator()
     {
-        const auto [title, action, dialogTitle, translator, path, agreed] = currentRow<6>();
+        const auto [title, action, dialogTitle, translator, path] = currentRow<5>();
         const QString layout = "CloudPortalFileDialogOptionsGrpBoxLayout";
         const bool isImport = action == "Import";
-        m_agrees = !agreed.isEmpty();
         list()->setCurrentRow(3);
         find<QCheckBox>("CloudImportOptions")->setChecked(true);
         filter()->setCurrentIndex(2);
@@ -215,8 +189,7 @@ private slots:
         QVERIFY(!dock()->findChild<QDialog *>("CloudPortalOptionsDialog"));
         QString expected = "initCurrentFileTypeOption %1 \"\" \"\";fileOperationsOptionsUISetup %1 %2;"
                            "fileOperationsOptionsUIInitValues %1 %2 \"%3\";setCurrentFileTypeOption %1 %2 \"%3\";"
-                           "fileOperationsSelectionChangedCallback %1 %2 \"%4\"";
-        expected += m_agrees ? ";fileOperationsOptionsUICallback %1 %2" : "";
+                           "fileOperationsSelectionChangedCallback %1 %2 \"%4\";fileOperationsOptionsUICallback %1 %2";
         expected += isImport ? ";file -force -pr -i \"%4\"" : "";
         const QStringList sent = m_host.commands().filter(QRegularExpression("FileTypeOption|fileOperations|file -"));
         QCOMPARE(sent.join(';'), expected.arg(action, layout, translator, path));
