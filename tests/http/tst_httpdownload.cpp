@@ -1,7 +1,36 @@
 #include "HttpTest.h"
 
 #include <csignal>
+#include <dlfcn.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// close() of this file reports a full quota, as on a network file system.
+QByteArray failingClose;
+
+QString errorOf(int code)
+{
+    return QString("(%1)").arg(strerror(code));
+}
+
+} // namespace
+
+/// Replaces the function of the C library in this program.
+extern "C" int close(int descriptor)
+{
+    static const auto original = reinterpret_cast<int (*)(int)>(dlsym(RTLD_NEXT, "close"));
+    char path[4096] = {};
+    const QByteArray link = "/proc/self/fd/" + QByteArray::number(descriptor);
+    const bool fails =
+        !failingClose.isEmpty() && readlink(link.constData(), path, sizeof path - 1) > 0 && failingClose == path;
+    const int result = original(descriptor);
+    if (fails)
+        errno = EDQUOT;
+    return fails ? -1 : result;
+}
 
 /// getFile: the file on the disk, redirects, certificates, and their errors.
 class TestHttpDownload : public HttpFixture
@@ -31,6 +60,40 @@ private slots:
         QVERIFY2(largest <= 1024 * 1024, qPrintable(QString::number(largest)));
         QCOMPARE(largest > 0, !content.isEmpty());
         QCOMPARE(m_host.errors(), QStringList());
+    }
+
+    void linkThatCannotBeRemovedIsNotFollowed()
+    {
+        const bool isRoot = geteuid() == 0;
+        const uid_t user = isRoot ? 65534 : geteuid();
+        const QTemporaryDir open("/tmp/tst_httpdownload-XXXXXX"); // another user cannot enter the home of the tests
+        const QString elsewhere = open.filePath("elsewhere");
+        const QString locked = open.filePath("locked/");
+        writeFile(elsewhere, "precious");
+        QVERIFY(QDir().mkdir(locked));
+        QVERIFY(QFile::link(elsewhere, locked + "down"));
+        for (const QString &path : {open.path(), elsewhere, locked})
+            QVERIFY(!isRoot || chown(qPrintable(path), user, gid_t(-1)) == 0);
+        QCOMPARE(chmod(qPrintable(locked), 0500), 0);
+        m_client->folder = locked;
+        m_server->answer("/cup", Reply().body("new"));
+
+        QCOMPARE(seteuid(user), 0);
+        const QString end = outcome(m_client->run(Call::GetFile, "/cup"));
+        QCOMPARE(seteuid(isRoot ? 0 : user), 0);
+        QCOMPARE(chmod(qPrintable(locked), 0700), 0);
+        QCOMPARE(end, "0 The file cannot be written: " + locked + "down " + errorOf(EACCES));
+        QCOMPARE(readFile(elsewhere), QByteArray("precious"));
+    }
+
+    void errorOfCloseFailsTheDownload()
+    {
+        m_server->answer("/cup", Reply().body("the model"));
+        failingClose = QFile::encodeName(m_client->folder + "down");
+        const QString end = outcome(m_client->run(Call::GetFile, "/cup"));
+        failingClose.clear();
+        QCOMPARE(end, "0 The file cannot be written: " + m_client->folder + "down " + errorOf(EDQUOT));
+        QVERIFY(!QFile::exists(m_client->folder + "down"));
     }
 
     void fileReplacesALinkButNotAFolder()
@@ -64,6 +127,7 @@ private slots:
                  {"closed, cut", "\r\nthe mo", "9", "broken"},
                  {"chunked, whole", chunked + "9\r\nthe model\r\n0\r\n\r\n", "9", "whole"},
                  {"chunked, cut after a chunk", chunked + "6\r\nthe mo\r\n", "9", "broken"},
+                 {"own length, cut", "Content-Length: 9\r\n\r\nthe mo", "-1", "broken"},
                  {"own length", "Content-Length: 6\r\n\r\nthe mo", "9", "whole"}});
     }
 
@@ -133,7 +197,7 @@ private slots:
             QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
             const QString end = outcome(m_client->run(Call::GetFile, path));
             QCOMPARE(setrlimit(RLIMIT_FSIZE, &old), 0);
-            QCOMPARE(end, "0 The file cannot be written: " + m_client->folder + "down (File too large)");
+            QCOMPARE(end, "0 The file cannot be written: " + m_client->folder + "down " + errorOf(EFBIG));
             QCOMPARE(m_host.errors(), QStringList(end.mid(2)));
             QVERIFY(!QFile::exists(m_client->folder + "down"));
         }
