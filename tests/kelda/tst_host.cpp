@@ -30,28 +30,6 @@ class TestHostProgram : public QObject
 {
     Q_OBJECT
 private slots:
-    void commandsReturnValuesOrFail()
-    {
-        PluginHost test;
-        test.write("moved", "text");
-        test.write("scripts/first.ksc", "\xEF\xBB\xBF$where = \"location ü\";");
-        test.write("scripts/broken.ksc", "proc f()\n{\n    frob;\n}\n");
-        test.play(R"(
-`getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` + " " + `internalVar -userPrefDir` => FOLDER FOLDER/user/ FOLDER/user/prefs/
-"" + `sysFile -delete "FOLDER/moved"` + `sysFile -exists "FOLDER/moved"` + `sysFile -delete "FOLDER/moved"` => 100
-menuItem -frob x => failed: line 1: menuItem: unknown flag -frob
-print "a\n"; print b => info: a / info: b
-source "first.ksc"; $where => location ü
-source "broken.ksc"; f => failed: FOLDER/scripts/broken.ksc:3: unknown command 'frob'
-commandEcho -state true; => nothing
-commandEcho -q -state => echo: commandEcho -q -state=1 / 1
-)");
-        test.run("waitCursor -state on; waitCursor -state on; waitCursor -state off");
-        QVERIFY(QApplication::overrideCursor());
-        test.run("waitCursor -state off");
-        QVERIFY(!QApplication::overrideCursor());
-    }
-
     void callbacksFillTheFileMenu()
     {
         PluginHost test;

@@ -49,26 +49,6 @@ private slots:
         QVERIFY(!next.option<QCheckBox>("triangulate")->isChecked());
     }
 
-    void storedOptionsChangeTheExportAndTheNextDialog()
-    {
-        PluginDialog dialog;
-        setUp("ExportAll", "OBJ", ".");
-        dialog.show();
-        QVERIFY(dialog.findChild<QLabel *>("KeldaOptionFile")->isHidden());
-        dialog.option<QDoubleSpinBox>("scale")->setValue(2);
-        dialog.option<QComboBox>("upAxis")->setCurrentText("Z");
-        for (const QString box : {"0 0 0 1 2 3", "0 -6 0 2 0 4"}) { // the second time, the options are stored
-            m_host->run("file -new; file -i \"FOLDER/box.obj\"; file -force -type OBJ -ea \"FOLDER/out\"; file -new");
-            m_host->import("out.obj");
-            QCOMPARE(m_host->run("sceneInfo -q -boundingBox"), box);
-            QCOMPARE(m_host->run("fileOperationsOptionsUICallback ExportAll PluginLayout"), QString());
-        }
-        // The first dialog still exists, but the second one gets the options. Both exports share them.
-        const PluginDialog next;
-        setUp("ExportActive", "OBJ", ".");
-        QCOMPARE(next.option<QDoubleSpinBox>("scale")->value(), 2.0);
-    }
-
 private:
     /// The five commands with which a plug-in fills a dialog.
     void setUp(const QString &action, const QString &translator, const QString &path)

@@ -179,27 +179,6 @@ pipe => nothing
 )");
     }
 
-    void sceneCommandsReturnValuesOrFail()
-    {
-        const auto answer = [this](const QString &command) {
-            init();
-            run("source \"TAVRIN\"; for ($i in {1, 2, 3}) file -i \"FOLDER/box.obj\"; select box");
-            return run(command);
-        };
-        playSteps(answer, R"(
-select {"box1", "box2"}; select -add "box"; select -q => box box1 box2
-delete; $left = `ls`; delete "box1"; "" + $left + ", " + `ls` => box1 box2, box2
-"" + `fileTranslator -q -extension "COLLADA"` + `fileTranslator -q -writeSupport "FBX"` + `fileTranslator -q -writeSupport "3DS"` => dae10
-Tavrin_GetImportTranslatorFromFileExtension("ZAE") + Tavrin_GetImportTranslatorFromFileExtension("") => COLLADA
-file -i "/nowhere/x.obj" => failed: line 1: cannot import "/nowhere/x.obj": the file does not exist
-file -new; file -type "OBJ" -ea "x" => failed: line 1: cannot export "x.obj": the scene is empty
-file -type "STL" -ea "FOLDER/cup.STL" => FOLDER/cup.STL
-file -force -type "FBX" -ea "FOLDER/.fbx"; file -new; file -i "FOLDER/.fbx"; sceneInfo -q -triangles => 36
-file -type "OBJ" -ea "FOLDER/box" => failed: line 1: cannot export "FOLDER/box.obj": the file exists and -force is not given
-select -clear; file -es "x.obj" => failed: line 1: cannot export "x.obj": the selection is empty
-)");
-    }
-
 private:
     QString run(const QString &command) { return m_host->run(command); }
     /// The reason why a file of models/hostile/ cannot be imported; empty if it can.

@@ -78,29 +78,6 @@ private slots:
                  QString("sceneInfo -q -objects\nResult: 0\n<b>frob\nline 1: unexpected '<'"));
     }
 
-    /// "flags|button to press", or Escape without one: the plain text of the question, and the result.
-    void confirmDialogReturnsTheButton()
-    {
-        const auto answer = [](const QString &step) {
-            const QString press = step.section('|', 1);
-            MessageBoxes boxes([&press](QMessageBox &box) {
-                for (QAbstractButton *button : box.buttons()) {
-                    if (button->text() == press)
-                        button->click();
-                }
-                QTest::keyClick(&box, Qt::Key_Escape);
-            });
-            const QString command = "confirmDialog -m \"<b>x</b>\" " + step.section('|', 0, 0);
-            const KString result = KGlobal::executeCommandStringResult(KQtUtil::toKString(command));
-            return boxes.texts.join('|') + ": " + KQtUtil::toQString(result);
-        };
-        playSteps(answer, R"(
--button "Yes" -button "No & never"|No && never => <b>x</b>: No & never
--button "Yes" -button "No"| => <b>x</b>: dismiss
-|Confirm => <b>x</b>: Confirm
-)");
-    }
-
     void windowMayBeDeletedFirst()
     {
         import("box.obj");

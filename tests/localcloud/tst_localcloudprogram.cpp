@@ -92,28 +92,6 @@ private slots:
         QVERIFY(!QFile::exists(marker));
     }
 
-    void demoDataIsComplete()
-    {
-        QCOMPARE(filled("dropbox") + filled("plyx") + filled("zephal"), QString());
-        QCOMPARE(QDir(m_dir.filePath("dropbox/Ten Thousand")).entryList(QDir::Files).size(), 10000);
-        for (QDirIterator file(m_dir.path(), QDir::Files, QDirIterator::Subdirectories); file.hasNext();) {
-            const QString path = file.next();
-            QVERIFY2(file.fileInfo().size() > 0, qPrintable(path));
-        }
-        const QString folder = m_dir.filePath("plyx/");
-        const QJsonArray assets = QJsonDocument::fromJson(readFile(folder + "catalogue.json"))["assets"].toArray();
-        QCOMPARE(assets.size(), 304);
-        for (const QJsonValue &asset : assets) {
-            QStringList files{"thumbnails/" + asset["thumbnail"].toString()};
-            for (const char *list : {"formats", "textures"}) {
-                for (const QJsonValue &file : asset[list].toArray())
-                    files << "files/" + file["file"].toString();
-            }
-            for (const QString &file : files)
-                QVERIFY2(QFile::exists(folder + file), qPrintable(file));
-        }
-    }
-
 private:
     /// Fills the folder of a service with its demo data, unless it was filled before. Returns the error.
     QString filled(const QString &service) const
