@@ -1,7 +1,7 @@
 // http/tst_thumbnails.cpp
 //
 // Which addresses are requested, which replies are accepted as pictures, the cache, and the end of the loader. The
-// service has certificates and names of its own.
+// service has its own certificates and host names.
 
 #include "http/ThumbnailLoader.h"
 #include "localcloud/LocalCloud.h"
