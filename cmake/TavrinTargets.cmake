@@ -37,6 +37,9 @@ function(tavrin_common target)
   target_link_libraries(${target} PUBLIC Qt5::Widgets Qt5::Network)
   set_target_properties(${target} PROPERTIES DEFINE_SYMBOL "")
   target_precompile_headers(${target} REUSE_FROM tavrin_pch)
+  # Empty, because each source includes its own moc file; reading the precompiled header would take a second.
+  set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${target}_autogen/mocs_compilation.cpp" PROPERTIES
+    SKIP_PRECOMPILE_HEADERS ON)
 endfunction()
 
 # tavrin_library(name [SHARED] SOURCES file... [LIBS target...]): a static (or shared) library.

@@ -210,3 +210,5 @@ void LocalCloud::serve(HttpRequest &request, HttpResponse &response)
         m_requests.append(record);
     emit requestServed(record);
 }
+
+#include "moc_LocalCloud.cpp"

@@ -354,3 +354,5 @@ QNetworkReply *DavClient::start(const DavCall &call)
 }
 
 } // namespace pelago
+
+#include "moc_DavClient.cpp"

@@ -61,3 +61,5 @@ void ReplyLoop::wake()
 }
 
 } // namespace pelago
+
+#include "moc_ReplyLoop.cpp"

@@ -128,3 +128,5 @@ void Session::signIn(const Credentials &credentials)
 }
 
 } // namespace pelago
+
+#include "moc_Session.cpp"

@@ -212,3 +212,5 @@ void ICloudItem::RemoveAllChild(bool deleteChildren)
 }
 
 } // namespace ICloudPortalApi
+
+#include "moc_CloudItem.cpp"

@@ -242,3 +242,5 @@ void Portal_CloudBrowserDockWidget::closeEvent(QCloseEvent *event)
     emit aboutToClose();
     QDockWidget::closeEvent(event);
 }
+
+#include "moc_Portal_CloudBrowserDockWidget.cpp"

@@ -188,3 +188,5 @@ void ThumbnailLoader::finish(const QUrl &address, int side, const QImage &pictur
     if (isWanted && !picture.isNull())
         emit loaded(address);
 }
+
+#include "moc_ThumbnailLoader.cpp"

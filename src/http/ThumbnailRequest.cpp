@@ -111,3 +111,5 @@ void ThumbnailRequest::releaseReply()
     m_reply->deleteLater();
     m_reply = nullptr;
 }
+
+#include "moc_ThumbnailRequest.cpp"

@@ -47,3 +47,5 @@ double Transfer::bytesPerSecond() const
     const qint64 spent = now - start.ms;
     return spent < kShortestMs ? -1 : static_cast<double>(m_bytes - start.bytes) * 1000 / static_cast<double>(spent);
 }
+
+#include "moc_Transfer.cpp"

@@ -19,3 +19,5 @@ void TransferProgress::end(Transfer *transfer)
     m_running.erase(std::remove(m_running.begin(), m_running.end(), transfer), m_running.end());
     emit changed();
 }
+
+#include "moc_TransferProgress.cpp"

@@ -321,3 +321,5 @@ void httpClient::releaseDownloadReply()
         reply->abort();
     reply->deleteLater();
 }
+
+#include "moc_httpClient.cpp"

@@ -205,3 +205,5 @@ void SimpleHttpServer::passCode()
         browser->limit.start();
     }
 }
+
+#include "moc_simpleHttpServer.cpp"

@@ -209,3 +209,5 @@ void LoginUi::end(bool success)
 }
 
 } // namespace Skein
+
+#include "moc_SkeinLoginUi.cpp"

@@ -185,3 +185,5 @@ void settle()
         QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 }
+
+#include "moc_PageFixture.cpp"

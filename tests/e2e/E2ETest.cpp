@@ -96,3 +96,5 @@ QStringList E2ETest::transferred() const
 {
     return filesBelow(m_userDir->filePath(QString("temp_cloud")));
 }
+
+#include "moc_E2ETest.cpp"

@@ -210,3 +210,5 @@ KStatus KeldaHost::deregisterCommand(KObject plugin, const KString &name)
 {
     return m_plugins->deregisterCommand(plugin, name);
 }
+
+#include "moc_KeldaHost.cpp"

@@ -60,3 +60,5 @@ void MenuModel::notify()
     if (!m_building)
         emit changed();
 }
+
+#include "moc_MenuModel.cpp"

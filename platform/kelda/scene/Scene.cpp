@@ -148,3 +148,5 @@ void Scene::rebuildIndex()
     for (std::size_t at = 0; at < m_objects.size(); ++at)
         m_index.insert(m_objects[at].name, static_cast<int>(at));
 }
+
+#include "moc_Scene.cpp"

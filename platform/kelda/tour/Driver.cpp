@@ -323,3 +323,5 @@ QImage Driver::picture() const
     }
     return image;
 }
+
+#include "moc_Driver.cpp"

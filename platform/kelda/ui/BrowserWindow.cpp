@@ -97,3 +97,5 @@ void InternalBrowser::open(const QUrl &url)
     m_window->raise();
     m_window->activateWindow();
 }
+
+#include "moc_BrowserWindow.cpp"

@@ -198,3 +198,5 @@ void KeldaProgram::print(const char *prefix, const QString &text) const
     std::fputs((prefix + line.toUtf8() + '\n').constData(), stdout);
     std::fflush(stdout);
 }
+
+#include "moc_KeldaProgram.cpp"

@@ -312,3 +312,5 @@ void MainWindow::applyDarkStyle()
         palette.setColor(QPalette::Disabled, role, QColor(120, 124, 130));
     QApplication::setPalette(palette);
 }
+
+#include "moc_MainWindow.cpp"

@@ -128,3 +128,5 @@ void Viewport::invalidate()
     m_stale = true;
     update();
 }
+
+#include "moc_Viewport.cpp"

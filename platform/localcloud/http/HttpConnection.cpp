@@ -212,3 +212,5 @@ void HttpConnection::endResponse()
 }
 
 } // namespace localcloud
+
+#include "moc_HttpConnection.cpp"

@@ -40,3 +40,5 @@ bool AfterInput::eventFilter(QObject *watched, QEvent *event)
     }
     return QObject::eventFilter(watched, event);
 }
+
+#include "moc_AfterInput.cpp"

@@ -58,3 +58,5 @@ void FileListDelegate::initStyleOption(QStyleOptionViewItem *option, const QMode
     if (!m_thumbnails->picture(index.row()).isNull())
         option->icon = QIcon();
 }
+
+#include "moc_FileListDelegate.cpp"

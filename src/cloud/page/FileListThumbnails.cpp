@@ -96,3 +96,5 @@ void FileListThumbnails::load()
         sources.push_back(sourceOf(row));
     m_loader->load(sources);
 }
+
+#include "moc_FileListThumbnails.cpp"

@@ -56,3 +56,5 @@ void FocusRing::paintEvent(QPaintEvent *)
     const qreal inset = kWidth / 2.0;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kWidth, kWidth);
 }
+
+#include "moc_FocusRing.cpp"

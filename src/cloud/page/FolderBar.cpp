@@ -192,3 +192,5 @@ int FolderBar::textWidth(QAction *folder, const QString &text) const
 {
     return widgetForAction(folder)->fontMetrics().size(Qt::TextShowMnemonic, text).width();
 }
+
+#include "moc_FolderBar.cpp"

@@ -183,3 +183,5 @@ void ExportPanel::enableControls(bool enable)
     m_options->setEnabled(enable);
     m_nameLabel->setEnabled(enable);
 }
+
+#include "moc_ImportExportPanels.cpp"

@@ -124,3 +124,5 @@ void LiteralTextButton::paintEvent(QPaintEvent *)
     option.text = literalText(line);
     painter.drawControl(QStyle::CE_PushButton, option);
 }
+
+#include "moc_LiteralText.cpp"

@@ -113,3 +113,5 @@ std::vector<const Transfer *> PageCalls::transfersOf(const QWidget *page)
     }
     return shown;
 }
+
+#include "moc_PageCalls.cpp"

@@ -147,3 +147,5 @@ void Pager::enablePageSizes(bool enable)
 {
     m_pageSizes->setEnabled(enable);
 }
+
+#include "moc_Pager.cpp"

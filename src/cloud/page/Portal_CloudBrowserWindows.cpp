@@ -133,3 +133,5 @@ void Portal_CloudBrowserWindows::releaseUnusedItems()
 {
     m_items.releaseUnused({m_root, m_currentFolder, m_selectedItem});
 }
+
+#include "moc_Portal_CloudBrowserWindows.cpp"

@@ -158,3 +158,5 @@ void TransferBar::paintEvent(QPaintEvent *)
     draw(QRegion(rect()) - filledPart(), QPalette::Base, QPalette::Text);
     draw(filledPart(), QPalette::Highlight, QPalette::HighlightedText);
 }
+
+#include "moc_TransferBar.cpp"

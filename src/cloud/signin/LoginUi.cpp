@@ -85,3 +85,5 @@ void LoginUi::contentsSizeChanged(const QSize &size)
 }
 
 } // namespace ICloudPortalApi
+
+#include "moc_LoginUi.cpp"

@@ -288,3 +288,5 @@ void WebPageDialog::showMessage(const QString &text, bool isQuestion)
 }
 
 } // namespace ICloudPortalApi
+
+#include "moc_WebPageDialog.cpp"
