@@ -33,16 +33,17 @@ QByteArray bytes(const std::uint8_t *data, std::size_t size)
     return QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size));
 }
 
-void feedInPieces(const QByteArray &bytes, const std::function<void(const QByteArray &)> &feed)
+QList<QByteArray> pieces(const QByteArray &bytes)
 {
+    QList<QByteArray> pieces;
     std::minstd_rand random(static_cast<unsigned>(qHash(bytes, 1)));
-    // Half of the texts are fed byte by byte, the others in pieces of up to 16 bytes.
+    // Half of the texts are cut into single bytes, the others into pieces of up to 16 bytes.
     const int longest = random() % 2 == 0 ? 1 : 16;
     for (int at = 0; at < bytes.size();) {
-        const int length = 1 + static_cast<int>(random()) % longest;
-        feed(bytes.mid(at, length));
-        at += length;
+        pieces.append(bytes.mid(at, 1 + static_cast<int>(random()) % longest));
+        at += pieces.last().size();
     }
+    return pieces;
 }
 
 bool staysInside(const QString &subFolder, const QString &name)

@@ -5,13 +5,11 @@
 
 namespace {
 
-RedirectRequest read(const QByteArray &request, bool inPieces)
+RedirectRequest read(const QList<QByteArray> &request)
 {
     RedirectRequest reader;
-    if (inPieces)
-        Fuzz::feedInPieces(request, [&](const QByteArray &piece) { reader.read(piece); });
-    else
-        reader.read(request);
+    for (const QByteArray &piece : request)
+        reader.read(piece);
     return reader;
 }
 
@@ -20,8 +18,8 @@ RedirectRequest read(const QByteArray &request, bool inPieces)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const QByteArray request = Fuzz::bytes(data, size);
-    const RedirectRequest whole = read(request, false);
-    const RedirectRequest pieces = read(request, true);
+    const RedirectRequest whole = read({request});
+    const RedirectRequest pieces = read(Fuzz::pieces(request));
     Fuzz::require(whole.state() == pieces.state(), "pieces and the whole have the same state");
     const QString code = whole.code();
     Fuzz::require(code == pieces.code(), "pieces and the whole have the same code");
