@@ -73,12 +73,12 @@ public:
 class HttpFixture : public QObject
 {
 protected:
-    void reset(int requestMs = 60000, int transferMs = 60000)
+    void reset(int timeoutMs = 60000)
     {
         m_host.clear();
         m_host.setText("kHttpRequestTimeout", "408 zu lange");
         m_host.setText("KHttpServerErrorGeneric", "Pech");
-        httpClient::setDefaultTimeouts(requestMs, transferMs);
+        httpClient::setDefaultTimeouts(timeoutMs, timeoutMs);
         m_server = std::make_unique<LocalServer>();
         m_client = std::make_unique<TestClient>(*m_server);
     }

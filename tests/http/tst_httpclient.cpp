@@ -1,4 +1,3 @@
-#include "http/JsonReply.h"
 #include "http/Transfer.h"
 #include "http/TransferProgress.h"
 #include "HttpTest.h"
@@ -73,19 +72,26 @@ private slots:
         QCOMPARE(m_server->lastRequest("/put").header("Content-Length"), QByteArray("3000000000"));
     }
 
-    void postFileStopsWhenTheFileChanges_data() { addRows({{"shrinks", "100"}, {"is rewritten", "30000000"}}); }
+    void postFileStopsWhenTheFileChanges_data()
+    {
+        addRows({{"grows, and its time stays the same", "30000001"}, {"is rewritten", "30000000"}});
+    }
     void postFileStopsWhenTheFileChanges()
     {
         m_server->answer("/put", Reply().body("stored"));
         const QString path = m_client->folder + "cup.fbx";
         writeFile(path, numberedBytes(30000000));
+        const auto setTime = [&path] { return QProcess::execute("touch", {"-d", "2020-01-01", path}); };
+        QCOMPARE(setTime(), 0);
+        const int newSize = currentRow<2>()[1].toInt();
         int changes = 0;
         QTimer everyTurn;
         connect(&everyTurn, &QTimer::timeout, this, [&] {
             const auto &running = TransferProgress::instance().running();
             if (changes > 0 || running.empty() || running.back()->bytes() == 0)
                 return;
-            writeFile(path, numberedBytes(currentRow<2>()[1].toInt()));
+            writeFile(path, numberedBytes(newSize));
+            QVERIFY(newSize == 30000000 || setTime() == 0);
             ++changes;
         });
         everyTurn.start(0);
@@ -100,29 +106,18 @@ private slots:
     {
         QTest::addColumn<Reply>("reply");
         QTest::addColumn<QString>("end");
-        QTest::addColumn<QByteArray>("content");
-        const QString closed = "0 " + failureText("RemoteHostClosedError");
-        const QString encoded = "0 " + TavrinStrings::text(TavrinStrings::kHttpReplyEncoded) + "gzip";
-        const auto gzip = [](int status) {
-            return Reply(status).header("Content-Encoding", "gzip").body("not decoded");
-        };
-        const auto cut = [](int bytes) { return Reply().body(QByteArray(2 * bytes, 'x')).cutAfter(bytes); };
-        const auto row = [](const char *name, const Reply &reply, const QString &end, const QByteArray &content = {}) {
-            QTest::newRow(name) << reply << end << content;
-        };
-        row("success", Reply(299).body("why"), "299 ", "why");
-        row("error with a name", Reply(403).body("why"), "403 " + failureText("ContentAccessDenied"), "why");
-        row("cut", cut(3000), closed);
-        row("large, cut", cut(150000), closed); // Qt reports success for about one of six
-        row("gzip, whole", gzip(200), encoded);
-        row("gzip, error page", gzip(404), "404 " + failureText("ContentNotFoundError"));
+        const Reply gzip = Reply().header("Content-Encoding", "gzip").body("not decoded");
+        const Reply cut = Reply().body(QByteArray(300000, 'x')).cutAfter(150000);
+        QTest::newRow("success") << Reply(299).body("why") << "299 ";
+        QTest::newRow("error with a name") << Reply(403).body("why") << "403 " + failureText("ContentAccessDenied");
+        QTest::newRow("large, cut") << cut << "0 " + failureText("RemoteHostClosedError"); // Qt reports some as success
+        QTest::newRow("gzip") << gzip << "0 " + TavrinStrings::text(TavrinStrings::kHttpReplyEncoded) + "gzip";
     }
 
     void everyCallReportsTheSameEnd()
     {
         QFETCH(Reply, reply);
         QFETCH(QString, end);
-        QFETCH(QByteArray, content);
         const int runs = QByteArray(QTest::currentDataTag()) == "large, cut" ? 10 : 1;
         for (int run = 0; run < runs; ++run) {
             for (const Call call : {Call::Get, Call::Post, Call::PostFile, Call::GetFile}) {
@@ -132,24 +127,8 @@ private slots:
                 QCOMPARE(m_host.errors().value(0), end.section(' ', 1));
                 if (call != Call::GetFile)
                     QVERIFY(m_host.errors().size() <= 1);
-                if (!content.isEmpty() && (call != Call::GetFile || end.startsWith('2')))
-                    QCOMPARE(call == Call::GetFile ? m_client->downloaded() : m_client->body, content);
-            }
-        }
-    }
-
-    /// Qt sometimes reports success for a chunked reply that was cut.
-    void cutChunkedJsonIsNotParsed()
-    {
-        const QByteArray json = "{\"contents\":[" + QByteArray("{\"rev\":\"1\"},").repeated(2000) + "{}]}";
-        const QByteArray size = QByteArray::number(json.size() / 2, 16);
-        const QByteArray half = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + size + "\r\n" +
-                                json.left(json.size() / 2) + "\r\n";
-        for (const QByteArray &wire : {half, half.left(half.size() - 500)}) {
-            m_server->answer("/x", Reply::raw(wire));
-            for (int run = 0; run < 20; ++run) {
-                const ReturnStatus status = m_client->run(Call::Get, "/x");
-                QVERIFY(!status.IsSuccess() || !JsonReply(m_client->body).isValid());
+                if (call != Call::GetFile && !end.startsWith('0'))
+                    QCOMPARE(m_client->body, QByteArray("why"));
             }
         }
     }
@@ -161,19 +140,17 @@ private slots:
         QCOMPARE(outcome(m_client->run(Call::Get, "/x")), QString("200 "));
         QVERIFY(m_client->body == content);
         m_server->answer("/x", Reply().body(content + 'x').withoutLength());
-        for (const Call call : {Call::Get, Call::Post, Call::PostFile}) {
-            m_client->body = "before";
-            QCOMPARE(outcome(m_client->run(call, "/x", {{L"Content-Type", L"a/b"}})),
-                     QString("0 The server's reply is larger than the limit of 16 MiB."));
-            QCOMPARE(m_client->body, QByteArray("before"));
-        }
+        m_client->body = "before";
+        QCOMPARE(outcome(m_client->run(Call::Get, "/x")),
+                 QString("0 The server's reply is larger than the limit of 16 MiB."));
+        QCOMPARE(m_client->body, QByteArray("before"));
         QCOMPARE(m_client->run(Call::GetFile, "/x").GetStatusCode(), 200);
     }
 
     void timeoutClosesTheConnectionAndTheClientStaysUsable()
     {
         for (const Call call : {Call::Get, Call::GetFile}) {
-            reset(200, 200);
+            reset(200);
             m_server->answer("/half", Reply().body("0123456789").hangAfter(50));
             QCOMPARE(outcome(m_client->run(call, "/half")), QString("408 408 zu lange"));
             QCOMPARE(m_host.errors(), QStringList("408 zu lange"));
@@ -181,7 +158,7 @@ private slots:
             QTRY_COMPARE(m_server->findChildren<QTcpSocket *>().size(), 0);
 
             // The reply of a call that timed out arrives during the next call, which must not time out.
-            reset(1500, 1500);
+            reset(1500);
             m_server->answer("/late", Reply().body("late").delayed(1600));
             m_server->answer("/next", Reply().body("next").delayed(200));
             QCOMPARE(m_client->run(call, "/late").GetStatusCode(), 408);
@@ -191,39 +168,21 @@ private slots:
         }
     }
 
-    void errorsAreNamed()
-    {
-        QVERIFY(m_client->slotError(QNetworkReply::NoError).isEmpty());
-        const QSslError unnamed(QSslError::SelfSignedCertificateInChain);
-        QCOMPARE(m_client->slotSslErrors({QSslError(QSslError::HostNameMismatch), unnamed}).utf8(),
-                 "HostNameMismatch\n\n");
-        QCOMPARE(m_host.errors(), (QStringList{"HostNameMismatch", ""}));
-    }
-
-    void nestedCallsEndWithTheirOwnReply_data()
-    {
-        // The delays of the outer and the inner reply, the time-out of the outer call, and its status.
-        addRows({{"inner reply first", "100", "20", "60000", "200"},
-                 {"outer call times out", "never", "20", "300", "408"}});
-    }
-
     void nestedCallsEndWithTheirOwnReply()
     {
-        const auto [title, outerMs, innerMs, timeout, code] = currentRow<5>();
-        const int timeoutMs = timeout.toInt();
-        const int outerCode = code.toInt();
-        reset(timeoutMs, timeoutMs);
-        httpClient::setDefaultTimeouts(60000, 60000);
-        TestClient inner(*m_server);
-        m_server->answer("/outer",
-                         outerCode == 408 ? Reply().hangAfter(0) : Reply().body("outer").delayed(outerMs.toInt()));
-        m_server->answer("/inner", Reply().body("inner").delayed(innerMs.toInt()));
-        int innerCode = -1;
-        QTimer::singleShot(5, this, [&] { innerCode = inner.run(Call::Get, "/inner").GetStatusCode(); });
-        QCOMPARE(m_client->run(Call::Get, "/outer").GetStatusCode(), outerCode);
-        QCOMPARE(m_client->body, outerCode == 200 ? QByteArray("outer") : QByteArray("before"));
-        QCOMPARE(innerCode, 200);
-        QCOMPARE(inner.body, QByteArray("inner"));
+        for (const int outerCode : {200, 408}) {
+            reset(outerCode == 200 ? 60000 : 300);
+            httpClient::setDefaultTimeouts(60000, 60000);
+            TestClient inner(*m_server);
+            m_server->answer("/outer", outerCode == 200 ? Reply().body("outer").delayed(100) : Reply().hangAfter(0));
+            m_server->answer("/inner", Reply().body("inner").delayed(20));
+            int innerCode = -1;
+            QTimer::singleShot(5, this, [&] { innerCode = inner.run(Call::Get, "/inner").GetStatusCode(); });
+            QCOMPARE(m_client->run(Call::Get, "/outer").GetStatusCode(), outerCode);
+            QCOMPARE(m_client->body, outerCode == 200 ? QByteArray("outer") : QByteArray("before"));
+            QCOMPARE(innerCode, 200);
+            QCOMPARE(inner.body, QByteArray("inner"));
+        }
     }
 
     void clientMayBeDeletedDuringItsCall()

@@ -15,14 +15,13 @@ private slots:
         const auto row = [](const char *name, const QByteArray &body, const QString &result = "refused: ") {
             QTest::newRow(name) << body << result;
         };
-        const auto objects = [](int count) { return '[' + QByteArray("{\"a\":0},").repeated(count - 1) + "{}]"; };
         row("byte order mark", "\xef\xbb\xbf{\"a\":1}", "accepted: ");
         row("text after a zero byte", QByteArray("{\"a\":1}\0);while(1){}//", 21), "accepted: ");
         row("1024 levels", QByteArray(1024, '[') + QByteArray(1024, ']'), "accepted: ");
         row("1025 levels", QByteArray(1025, '[') + QByteArray(1025, ']'));
         row("empty", "");
         row("script after the end", "{}),(function(){while(1){}}()");
-        row("too many objects", objects(250001), tooMany);
+        row("cut", "{\"contents\":[{\"rev\":\"1\"}");
         row("16 MiB of numbers", '[' + QByteArray("0,").repeated(8388600) + "0]", tooMany);
     }
 
@@ -63,8 +62,8 @@ private slots:
 
     void readersAcceptOwnPropertiesOfTheirTypeOnly()
     {
-        const JsonReply reply("{\"integer\":5,\"fraction\":-2.9,\"large\":4294967297,\"small\":-1e300,\"text\":\"5\","
-                              "\"boolean\":true,\"null\":null,\"list\":[1],\"object\":{},"
+        const JsonReply reply("{\"integer\":5,\"fraction\":-2.9,\"large\":4294967297,\"text\":\"5\","
+                              "\"boolean\":true,\"null\":null,\"object\":{},"
                               "\"__proto__\":{\"rev\":\"evil\",\"is_dir\":true,\"bytes\":1}}");
         const auto [name, expected] = currentRow<2>();
         const QByteArray key = name.toLatin1();

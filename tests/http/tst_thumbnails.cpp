@@ -54,13 +54,6 @@ HttpResponse redirect(const QByteArray &target, int status = 302)
     return response;
 }
 
-HttpResponse hanging()
-{
-    HttpResponse response;
-    response.hang = true;
-    return response;
-}
-
 QByteArray encoded(const QImage &image, const char *format)
 {
     QBuffer buffer;
@@ -78,24 +71,6 @@ QByteArray picture(int width, int height, const char *format = "png")
 ThumbnailSource source(const QString &address)
 {
     return {QUrl(address), kHost};
-}
-
-/// A body of 1 GiB without a length.
-HttpResponse endless()
-{
-    static QTemporaryFile file;
-    HttpResponse response;
-    if (file.open() && file.resize(1024 * 1024 * 1024))
-        response.setFile(file.fileName());
-    response.noLength = true;
-    return response;
-}
-
-HttpResponse cut(const QByteArray &body, qint64 bytes)
-{
-    HttpResponse response = reply(body);
-    response.cutAfter = bytes;
-    return response;
 }
 
 } // namespace
@@ -130,12 +105,8 @@ private slots:
     {
         // The address in the reply of the service, and the address of the request, which is empty for none.
         const QString host = "https://gallery.example/";
-        addRows({{"host", host + "a.png", host + "a.png"},
-                 {"upper case", "HTTPS://Gallery.EXAMPLE/A.png", host + "A.png"},
-                 {"port", "https://gallery.example:8443/a.png", "https://gallery.example:8443/a.png"},
-                 {"subdomain", "https://a.b.gallery.example/a.png", "https://a.b.gallery.example/a.png"},
+        addRows({{"subdomain", "https://a.b.gallery.example/a.png", "https://a.b.gallery.example/a.png"},
                  {"relative path", "a b.png", host + "a%20b.png"},
-                 {"without scheme", "//cdn.gallery.example/a.png", "https://cdn.gallery.example/a.png"},
                  {"user and password", "https://u:p@gallery.example/a.png#x", host + "a.png"},
                  {"http", "http://gallery.example/a.png", ""},
                  {"host as a prefix", "https://gallery.example.elsewhere.example/a.png", ""},
@@ -151,29 +122,17 @@ private slots:
         QCOMPARE((ThumbnailSource{QUrl(address), QString()}).httpsAddress(), QUrl());
     }
 
-    void picturesAreScaledToTheSide_data()
-    {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<int>("side");
-        QTest::addColumn<QSize>("expected");
-        QTest::newRow("at scale 1.5") << picture(128, 128) << 72 << QSize(72, 72);
-        QTest::newRow("wide JPEG") << picture(128, 64, "jpeg") << 48 << QSize(48, 24);
-        QTest::newRow("largest") << picture(4096, 4096) << 48 << QSize(48, 48);
-    }
-
     void picturesAreScaledToTheSide()
     {
-        QFETCH(QByteArray, file);
-        QFETCH(int, side);
-        m_answers->insert("/a", reply(file, "text/html")); // the type does not count
-        m_loader->setSide(side);
-        m_loader->load({source("/a")});
-        QVERIFY(waitForLoaded(1));
-        const QImage loaded = m_loader->find(source("/a"));
-        QTEST(loaded.size(), "expected");
-        const QColor centre = loaded.pixelColor(loaded.rect().center());
-        QCOMPARE(centre.blue(), 0);
-        QVERIFY2(centre.red() > 250, qPrintable(centre.name()));
+        m_answers->insert("/wide", reply(picture(128, 64, "jpeg"), "text/html")); // the type does not count
+        m_answers->insert("/largest", reply(picture(4096, 4096)));
+        m_loader->setSide(72);
+        m_loader->load({source("/wide"), source("/largest")});
+        QVERIFY(waitForLoaded(2));
+        QCOMPARE(m_loader->find(source("/wide")).size(), QSize(72, 36));
+        const QImage largest = m_loader->find(source("/largest"));
+        QCOMPARE(largest.size(), QSize(72, 72));
+        QCOMPARE(largest.pixelColor(36, 36), QColor(Qt::red));
     }
 
     void unusableRepliesAreRefused_data()
@@ -187,19 +146,18 @@ private slots:
         deep.fill(Qt::red);
         HttpResponse missing = reply(png);
         missing.status = 404;
+        HttpResponse cutOff = reply(jpeg);
+        cutOff.cutAfter = jpeg.size() - 1;
 
         QTest::newRow("404") << missing;
         QTest::newRow("SVG") << reply("<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>");
         QTest::newRow("PNG without its end") << reply(png.left(png.size() / 2));
-        QTest::newRow("too wide") << reply(picture(4097, 1));
         QTest::newRow("PNG of 69 MiB") << reply(encoded(deep, "png"));
         QTest::newRow("GIF of 3.6 gigapixels") << reply("GIF89a" + QByteArray::fromHex("60ea60ea800000ff00000000ff2c"
                                                                                        "0000000060ea60ea000202440100"));
         QTest::newRow("JPEG with 65 scans") << reply(jpeg.left(2) + scansInComment + jpeg.mid(2));
         QTest::newRow("larger than 512 KiB") << reply(png + QByteArray(512 * 1024, 'x'));
-        QTest::newRow("endless") << endless();
-        QTest::newRow("cut off") << cut(jpeg, jpeg.size() - 1);
-        QTest::newRow("redirect to http") << redirect("http://gallery.example/good");
+        QTest::newRow("cut off") << cutOff;
         QTest::newRow("redirect to another host") << redirect("https://elsewhere.example/good");
         QTest::newRow("fourth redirect") << redirect("/step1");
     }
@@ -263,10 +221,12 @@ private slots:
     void requestsEndAfterTheirTimeout()
     {
         useLoader(400);
+        HttpResponse hanging;
+        hanging.hang = true;
         m_answers->insert("/a0", redirect("/a1"));
         for (const char *path : {"/a1", "/a2", "/a3"})
-            m_answers->insert(path, hanging());
-        m_loader->load({source("/a0"), source("/a1"), source("/a2"), source("/a3"), source("/b"), source("/c")});
+            m_answers->insert(path, hanging);
+        m_loader->load({source("/a0"), source("/a1"), source("/a2"), source("/a3"), source("/b")});
         QVERIFY(waitForLoaded(1));
     }
 
@@ -280,18 +240,15 @@ private slots:
         QCOMPARE(requests(), QStringList({"/a", "/b"}));
     }
 
-    void theCacheDropsWhatWasNotUsedForLongest()
+    void theCacheHolds16MiB()
     {
-        m_loader->setSide(1024); // 4 MiB, a quarter of the cache
-        for (int at = 0; at < 4; ++at) {
-            m_loader->load({source("/a" + QString::number(at))});
-            QVERIFY(waitForLoaded(at + 1));
-        }
-        QVERIFY(!m_loader->find(source("/a0")).isNull());
-        m_loader->load({source("/b")});
+        const std::vector<ThumbnailSource> sources = {source("/a"), source("/b"), source("/c"), source("/d"),
+                                                      source("/e")};
+        m_loader->setSide(1024); // 4 MiB each
+        m_loader->load(sources);
         QVERIFY(waitForLoaded(5));
-        QVERIFY(!m_loader->find(source("/a0")).isNull());
-        QVERIFY(m_loader->find(source("/a1")).isNull());
+        const auto isCached = [this](const ThumbnailSource &each) { return !m_loader->find(each).isNull(); };
+        QCOMPARE(std::count_if(sources.begin(), sources.end(), isCached), 4);
     }
 
     void destructionDuringDecodingEmitsNothing()
