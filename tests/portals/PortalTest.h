@@ -37,22 +37,9 @@ public:
         SimpleHttpServer::setDefaultTimeouts(60000);
         QDesktopServices::setUrlHandler("https", this, "open");
         for (const char *settingsName : {Portal_DropBox_Login::kSettingsName, Portal_Plyx_Login::kSettingsName})
-            store(settingsName, {});
+            Tavrin::Settings(settingsName).clear();
     }
     ~CloudFixture() override { QDesktopServices::unsetUrlHandler("https"); }
-
-    static void store(const char *settingsName, const localcloud::PlyxSession &session)
-    {
-        Tavrin::Settings settings(settingsName);
-        settings.setSessionID(KQtUtil::toKString(session.id));
-        settings.setSecureSessionID(KQtUtil::toKString(session.secureId));
-    }
-    /// Both identifiers in a settings file as "session|secure".
-    static QString stored(const char *settingsName)
-    {
-        const Tavrin::Settings settings(settingsName);
-        return KQtUtil::toQString(settings.getSessionID() + "|" + settings.getSecureSessionID());
-    }
 
     /// The requests that the cloud served, in order, as "METHOD target".
     QStringList requests() const
@@ -164,11 +151,18 @@ protected:
         m_controller.reset();
     }
 
-    void store(const localcloud::PlyxSession &session)
+    void store(const localcloud::PlyxSession &session) const
     {
-        CloudFixture::store(m_portal->GetSettingsName().utf8(), session);
+        Tavrin::Settings settings(m_portal->GetSettingsName().utf8());
+        settings.setSessionID(KQtUtil::toKString(session.id));
+        settings.setSecureSessionID(KQtUtil::toKString(session.secureId));
     }
-    QString stored() const { return CloudFixture::stored(m_portal->GetSettingsName().utf8()); }
+    /// Both identifiers in the settings file as "session|secure".
+    QString stored() const
+    {
+        const Tavrin::Settings settings(m_portal->GetSettingsName().utf8());
+        return KQtUtil::toQString(settings.getSessionID() + "|" + settings.getSecureSessionID());
+    }
     QStringList boxes() const { return m_fixture->boxes.texts; }
 
     /// The visible sign-in dialog, or null.
