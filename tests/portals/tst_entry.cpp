@@ -28,20 +28,6 @@ private slots:
         m_fixture.reset();
     }
 
-    void stepsRunInOrder()
-    {
-        RecordingHost &host = m_fixture->host;
-        host.setState(KGlobal::kBatch);
-        QVERIFY(initializePlugin(m_plugin));
-        QVERIFY(uninitializePlugin(m_plugin));
-        const QString hook = "\"TavrinCreateUI\" -hook \"addItemToFileMenu\" -owner \"TavrinPlugin\";";
-        QCOMPARE(host.commands(), (QStringList{"TavrinInitStrings", "eval ( \"source \\\"TavrinCreateUI.ksc\\\"\" );",
-                                               "callbacks -addCallback " + hook, "callbacks -removeCallback  " + hook,
-                                               "TavrinDeleteUI;"}));
-        QCOMPARE(host.registeredCommands(), QStringList());
-        QCOMPARE(host.errors(), QStringList());
-    }
-
     void failuresNameTheirStep()
     {
         RecordingHost &host = m_fixture->host;

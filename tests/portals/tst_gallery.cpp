@@ -51,9 +51,6 @@ private slots:
 
         QCOMPARE(list()->item(0)->text(), QString("Model 0"));
         QVERIFY(list()->item(0)->toolTip().startsWith("ArtistName: Ann\n"));
-        const QAccessibleInterface *row = QAccessible::queryAccessibleInterface(list())->child(0);
-        QCOMPARE(row->text(QAccessible::Name), QString("Model 0"));
-        QCOMPARE(row->childCount(), 0);
     }
 
     void rowsThatCanBeSeenAreRequestedInOrder()
@@ -73,23 +70,12 @@ private slots:
         QVERIFY(!pictures().contains(pictureName(kPerPage / 2)));
     }
 
-    void leavingTheListCancelsItsRequests_data() { addRows({{"next page"}, {"hidden page"}}); }
-
-    void leavingTheListCancelsItsRequests()
+    void nextPageCancelsTheRequestsOfTheList()
     {
-        const QString action = currentRow<1>()[0];
         openGalleryWithSlowPictures();
-        if (action == "next page") {
-            page()->NextPageClick();
-            QVERIFY(waitFor([&] { return pictures().size() == 8; })); // at most four run
-            QVERIFY(pictures().contains(pictureName(kPerPage)));
-        } else {
-            page()->hide();
-            QVERIFY(waitFor([&] { return connections() < 4; }));
-            m_fixture->cloud.clearRules();
-            page()->show();
-            QVERIFY(waitFor([&] { return colourOf(0) == QColor(Qt::red); }));
-        }
+        page()->NextPageClick();
+        QVERIFY(waitFor([&] { return pictures().size() == 8; })); // at most four run
+        QVERIFY(pictures().contains(pictureName(kPerPage)));
     }
 
     void slowPicturesDoNotRefuseUnloading()

@@ -59,11 +59,6 @@ private slots:
         QVERIFY(m_login->LoginUIDoneCB(QUrl("https://a.b/?Session=abc")));
         QCOMPARE(stored(), QString("abc|"));
         QCOMPARE(m_owner.results, QList<bool>{true});
-
-        const QByteArray address = "https://www.plyx.example/TokenAPI/login.cfm?afc=QK4ZT8&secure=1&display=iframe";
-        QByteArray buffer(9, 'x');
-        QCOMPARE(m_login->CreateLoginRequest(buffer.data(), 9), address.size() + 1);
-        QCOMPARE(buffer, address.left(8) + '\0');
     }
 
     void storedSessionNeedsNoPageUnlessStale()
