@@ -97,25 +97,18 @@ private slots:
     void slowCallbackOutlastsTheTimeLimits()
     {
         listen(300000, 180);
-        m_inside = [this] {
-            QTest::qWait(200);
-            if (m_codes.size() == 2)
-                QMetaObject::invokeMethod(m_server.get(), "serverTimeout");
-        };
-        for (const char *query : {"code=abc", "code=def"}) {
-            QVERIFY(m_server->isListening() || m_server->StartListenPort(0));
-            Browser first(*m_server, redirect(query));
-            Browser second(*m_server, redirect("code=second"));
-            QVERIFY(first.answer().contains("</h1>"));
-            QCOMPARE(second.readAll(), QByteArray());
-        }
-        QCOMPARE(m_codes, (QStringList{"abc", "def"}));
+        m_inside = [] { QTest::qWait(200); };
+        Browser first(*m_server, redirect("code=abc"));
+        Browser second(*m_server, redirect("code=second"));
+        QVERIFY(first.answer().contains("</h1>"));
+        QCOMPARE(second.readAll(), QByteArray());
+        QCOMPARE(m_codes, QStringList("abc"));
     }
 
     void openConnectionsEndWithTheWait_data()
     {
         // What ends the wait, and the code that the callback receives.
-        addRows({{"code", "first"}, {"time-out", "timeout"}, {"stop", ""}, {"stop before the code is passed on", ""}});
+        addRows({{"code", "first"}, {"time-out", "timeout"}, {"stop", ""}});
     }
 
     void openConnectionsEndWithTheWait()
@@ -126,10 +119,6 @@ private slots:
         Browser halfway(*m_server, request.left(50));
         Browser first(*m_server);
         QTRY_COMPARE(m_server->findChildren<QTcpSocket *>().size(), 3);
-        if (end.startsWith("stop before")) {
-            for (auto *client : m_server->findChildren<QTcpSocket *>())
-                connect(client, &QTcpSocket::readyRead, m_server.get(), &SimpleHttpServer::stop);
-        }
         if (end == "stop")
             m_server->stop();
         else if (end == "time-out")

@@ -240,17 +240,6 @@ private slots:
         QCOMPARE(requests(), QStringList({"/a", "/b"}));
     }
 
-    void theCacheHolds16MiB()
-    {
-        const std::vector<ThumbnailSource> sources = {source("/a"), source("/b"), source("/c"), source("/d"),
-                                                      source("/e")};
-        m_loader->setSide(1024); // 4 MiB each
-        m_loader->load(sources);
-        QVERIFY(waitForLoaded(5));
-        const auto isCached = [this](const ThumbnailSource &each) { return !m_loader->find(each).isNull(); };
-        QCOMPARE(std::count_if(sources.begin(), sources.end(), isCached), 4);
-    }
-
     void destructionDuringDecodingEmitsNothing()
     {
         m_answers->insert("*", reply(picture(4096, 4096)));
