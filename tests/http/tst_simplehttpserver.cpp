@@ -108,7 +108,7 @@ private slots:
     void openConnectionsEndWithTheWait_data()
     {
         // What ends the wait, and the code that the callback receives.
-        addRows({{"code", "first"}, {"time-out", "timeout"}, {"stop", ""}});
+        addRows({{"code", "first"}, {"time-out", "timeout"}, {"stop", ""}, {"stop before the code is passed on", ""}});
     }
 
     void openConnectionsEndWithTheWait()
@@ -119,6 +119,10 @@ private slots:
         Browser halfway(*m_server, request.left(50));
         Browser first(*m_server);
         QTRY_COMPARE(m_server->findChildren<QTcpSocket *>().size(), 3);
+        if (end.startsWith("stop before")) {
+            for (auto *client : m_server->findChildren<QTcpSocket *>())
+                connect(client, &QTcpSocket::readyRead, m_server.get(), &SimpleHttpServer::stop);
+        }
         if (end == "stop")
             m_server->stop();
         else if (end == "time-out")
