@@ -1,33 +1,19 @@
 #include "support/LocalServer.h"
 
-#include <QProcess>
-#include <QSslSocket>
-#include <QTcpSocket>
-#include <QTimer>
-
-#include <algorithm>
-
 namespace {
 
-struct Identity
+/// A self-signed certificate for localhost, and its key.
+const QByteArray &identity()
 {
-    QSslCertificate certificate;
-    QSslKey key;
-};
-
-const Identity &identity()
-{
-    static const Identity made = []() -> Identity {
+    static const QByteArray pem = [] {
         QProcess openssl;
         openssl.start("openssl", {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-                                  "-keyout", "/dev/stdout", "-subj", "/CN=localhost", "-addext",
-                                  "subjectAltName=IP:127.0.0.1,DNS:localhost"});
+                                  "-keyout", "/dev/stdout", "-subj", "/CN=localhost"});
         if (!openssl.waitForFinished() || openssl.exitCode() != 0)
             qFatal("no test certificate: %s", openssl.readAllStandardError().constData());
-        const QByteArray pem = openssl.readAllStandardOutput();
-        return {QSslCertificate(pem), QSslKey(pem, QSsl::Ec)};
+        return openssl.readAllStandardOutput();
     }();
-    return made;
+    return pem;
 }
 
 /// Moves one request from the front of \p received to \p request. Returns false if it is not complete.
@@ -81,67 +67,43 @@ LocalServer::LocalServer(Transport transport) : m_transport(transport)
         qFatal("the test server cannot listen: %s", qPrintable(errorString()));
 }
 
-LocalServer::~LocalServer()
-{
-    for (QTcpSocket *socket : m_exchanges.keys())
-        socket->abort();
-}
-
-QSslCertificate LocalServer::certificate()
-{
-    return identity().certificate;
-}
-
 Request LocalServer::lastRequest(const QByteArray &path) const
 {
-    const auto fits = [&path](const Request &request) { return request.path() == path; };
-    const auto found = std::find_if(m_requests.crbegin(), m_requests.crend(), fits);
-    return found == m_requests.crend() ? Request() : *found;
+    Request last;
+    for (const Request &request : m_requests) {
+        if (request.path() == path)
+            last = request;
+    }
+    return last;
 }
 
 void LocalServer::incomingConnection(qintptr descriptor)
 {
     auto *socket = new QSslSocket(this);
-    m_exchanges.insert(socket, Exchange());
-    connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readFrom(socket); });
-    connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-        m_exchanges.remove(socket);
-        socket->deleteLater();
+    connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket, received = QByteArray()]() mutable {
+        received += socket->readAll();
+        Request request;
+        if (takeRequest(received, request))
+            answerTo(request, socket);
     });
     socket->setSocketDescriptor(descriptor);
     if (m_transport == Transport::Tls) {
-        socket->setLocalCertificate(identity().certificate);
-        socket->setPrivateKey(identity().key);
+        socket->setLocalCertificate(QSslCertificate(identity()));
+        socket->setPrivateKey(QSslKey(identity(), QSsl::Ec));
         socket->setPeerVerifyMode(QSslSocket::VerifyNone);
         socket->startServerEncryption();
     }
 }
 
-void LocalServer::readFrom(QTcpSocket *socket)
+void LocalServer::answerTo(const Request &request, QTcpSocket *socket)
 {
-    const auto exchange = m_exchanges.find(socket);
-    if (exchange == m_exchanges.end())
-        return;
-    exchange->received += socket->readAll();
-    Request request;
-    if (exchange->busy || !takeRequest(exchange->received, request))
-        return;
-    exchange->busy = true;
     m_requests.append(request);
     const QByteArray key = m_answers.contains(request.target) ? request.target : request.path();
     const Reply reply = m_answers.contains(key) ? m_answers[key] : m_others(request);
-    QTimer::singleShot(reply.m_delayMs, socket, [=] { send(socket, reply); });
-}
-
-void LocalServer::send(QTcpSocket *socket, const Reply &reply)
-{
-    if (!m_exchanges.contains(socket))
-        return;
-    socket->write(reply.wire());
-    if (reply.m_ending == Reply::Ending::Close)
-        socket->disconnectFromHost();
-    if (reply.m_ending != Reply::Ending::KeepOpen)
-        return;
-    m_exchanges[socket].busy = false;
-    readFrom(socket);
+    QTimer::singleShot(reply.m_delayMs, socket, [=] {
+        socket->write(reply.wire());
+        if (reply.m_isLast)
+            socket->disconnectFromHost();
+    });
 }

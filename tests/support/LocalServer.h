@@ -5,19 +5,9 @@
 
 #pragma once
 
-#include <QByteArray>
-#include <QHash>
-#include <QList>
-#include <QMetaType>
-#include <QPair>
-#include <QSslCertificate>
-#include <QSslKey>
-#include <QTcpServer>
-#include <QVector>
+#include <QtNetwork>
 
 #include <functional>
-
-class QTcpSocket;
 
 /// A request that the server received.
 struct Request
@@ -58,17 +48,16 @@ public:
     Reply &location(const QByteArray &target) { return header("Location", target); }
     Reply &body(const QByteArray &bytes) { return set(m_body, bytes); }
     /// Sends no Content-Length: the body ends when the connection does.
-    Reply &withoutLength() { return set(m_hasLength, false).set(m_ending, Ending::Close); }
+    Reply &withoutLength() { return set(m_hasLength, false).set(m_isLast, true); }
     /// Delays the first byte by \p ms milliseconds.
     Reply &delayed(int ms) { return set(m_delayMs, ms); }
     /// Sends the first \p bytes of the reply, head included, and keeps the connection open.
-    Reply &hangAfter(int bytes) { return set(m_limit, bytes).set(m_ending, Ending::Hang); }
+    Reply &hangAfter(int bytes) { return set(m_limit, bytes); }
     /// Sends the first \p bytes of the reply, head included, and closes the connection.
-    Reply &cutAfter(int bytes) { return set(m_limit, bytes).set(m_ending, Ending::Close); }
+    Reply &cutAfter(int bytes) { return set(m_limit, bytes).set(m_isLast, true); }
 
 private:
     friend class LocalServer;
-    enum class Ending { KeepOpen, Hang, Close };
 
     template <class Value>
     Reply &set(Value &member, const Value &value)
@@ -85,7 +74,7 @@ private:
     int m_delayMs = 0;
     int m_limit = -1;
     bool m_hasLength = true;
-    Ending m_ending = Ending::KeepOpen;
+    bool m_isLast = false; ///< closes the connection
 };
 
 Q_DECLARE_METATYPE(Reply)
@@ -97,12 +86,9 @@ public:
 
     /// Listens on a free port. A server that cannot start ends the test program.
     explicit LocalServer(Transport transport = Transport::Plain);
-    ~LocalServer() override;
 
     /// Host and port, as in a URL.
     QByteArray authority() const { return "127.0.0.1:" + QByteArray::number(serverPort()); }
-    /// The certificate of the TLS servers of this process: self-signed, for 127.0.0.1 and localhost.
-    static QSslCertificate certificate();
 
     /// Sends \p reply for \p target (with or without its query) and any method. Other targets get 404.
     void answer(const QByteArray &target, const Reply &reply) { m_answers[target] = reply; }
@@ -117,17 +103,9 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
-    struct Exchange
-    {
-        QByteArray received;
-        bool busy = false;
-    };
-
-    void readFrom(QTcpSocket *socket);
-    void send(QTcpSocket *socket, const Reply &reply);
+    void answerTo(const Request &request, QTcpSocket *socket);
 
     Transport m_transport;
-    QHash<QTcpSocket *, Exchange> m_exchanges;
     QHash<QByteArray, Reply> m_answers;
     std::function<Reply(const Request &)> m_others = [](const Request &) { return Reply(404).body("unexpected"); };
     QVector<Request> m_requests;

@@ -6,20 +6,6 @@ RecordingHost::~RecordingHost()
         KHost::install(nullptr);
 }
 
-void RecordingHost::clear()
-{
-    m_commands.clear();
-    m_messages.clear();
-}
-
-void RecordingHost::answer(const QString &prefix, const KCommandResult &result)
-{
-    handle(prefix, [result](const QString &, KCommandResult &out) {
-        out = result;
-        return KStatus();
-    });
-}
-
 KStatus RecordingHost::execute(const KString &command, KCommandResult &result, bool, bool)
 {
     const QString text = KQtUtil::toQString(command);

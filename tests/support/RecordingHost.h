@@ -6,11 +6,7 @@
 
 #include <openkelda/host.h>
 
-#include <QMap>
-#include <QPointer>
-#include <QString>
-#include <QStringList>
-#include <QWidget>
+#include <QtWidgets>
 
 #include <functional>
 #include <map>
@@ -31,11 +27,21 @@ public:
     QStringList messages(MessageKind kind) const { return m_messages.value(kind); }
     QStringList errors() const { return messages(MessageKind::kError); }
     /// Clears commands and messages; results and texts are kept.
-    void clear();
+    void clear()
+    {
+        m_commands.clear();
+        m_messages.clear();
+    }
 
     /// Commands that begin with \p prefix return \p result; the longest prefix decides. Other commands succeed without
     /// a result.
-    void answer(const QString &prefix, const KCommandResult &result);
+    void answer(const QString &prefix, const KCommandResult &result)
+    {
+        handle(prefix, [result](const QString &, KCommandResult &out) {
+            out = result;
+            return KStatus();
+        });
+    }
     void fail(const QString &prefix, const QString &reason)
     {
         handle(prefix, [=](const QString &, KCommandResult &) { return KStatus::failure(KQtUtil::toKString(reason)); });
