@@ -87,16 +87,6 @@ void PageFixture::press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modi
     settle();
 }
 
-QString PageFixture::toolTip(QWidget *widget, QPoint place)
-{
-    QHelpEvent event(QEvent::ToolTip, place, widget->mapToGlobal(place));
-    QApplication::sendEvent(widget, &event);
-    const QString text = QToolTip::text();
-    QToolTip::hideText();
-    settle();
-    return text;
-}
-
 void PageFixture::clearRecords()
 {
     m_host.clear();
@@ -155,19 +145,6 @@ void PageFixture::timerEvent(QTimerEvent *)
         box->button(m_agrees ? QMessageBox::Yes : QMessageBox::No)->click();
     else if (dialog)
         m_agrees ? dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click() : dialog->reject();
-}
-
-SecondPortal::SecondPortal()
-{
-    Portal_CloudBrowser::RegisterPortal(&portal);
-    controller.reset(Portal_CloudBrowser::GetInstance(portal.GetPortalUID()));
-    controller->AddPortalTabPage();
-}
-
-SecondPortal::~SecondPortal()
-{
-    portal.during.clear();
-    Portal_CloudBrowser::UnRegisterPortal(&portal);
 }
 
 KCommandResult result(const QStringList &texts)

@@ -59,7 +59,6 @@ protected:
     void doubleClick(const QString &name) const;
     /// Sends a key to \p widget and runs the event loop.
     static void press(QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    static QString toolTip(QWidget *widget, QPoint place);
     /// Clears the commands, messages, requests and questions.
     void clearRecords();
     /// Sends a press and a release to \p widget, which the press may delete; to its centre unless \p at is given.
@@ -86,11 +85,15 @@ private:
 };
 
 /// A portal with a page behind the one of the fixture.
-class SecondPortal
+struct SecondPortal
 {
-public:
-    SecondPortal();
-    ~SecondPortal();
+    SecondPortal()
+    {
+        Portal_CloudBrowser::RegisterPortal(&portal);
+        controller.reset(Portal_CloudBrowser::GetInstance("Second"));
+        controller->AddPortalTabPage();
+    }
+    ~SecondPortal() { Portal_CloudBrowser::UnRegisterPortal(&portal); }
 
     TestPortal portal{"Second"};
     std::unique_ptr<Portal_CloudBrowser> controller;

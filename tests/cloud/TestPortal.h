@@ -66,9 +66,8 @@ public:
     /// The result of a search. Page 0 means the requested page.
     int page = 0;
     int itemCount = 1000;
-    /// The address of the sign-in page, and a wrong length to return (0 for the true one). Signing in ends at "done".
+    /// The address of the sign-in page. Signing in ends at "done".
     QByteArray address;
-    long claimedLength = 0;
     /// The hooks: "login check", "sign-in", "fetch", "download", "upload" and "dialog".
     QMap<QString, std::function<void()>> during;
     /// The requests to the service.
@@ -76,8 +75,6 @@ public:
     HeaderMap lastCriteria;
 
     QList<Entry> &root() { return folders["root"]; }
-    /// The number of lines in the log that begin with \p start.
-    int count(const QString &start) const { return log.filter(QRegularExpression('^' + start)).size(); }
     /// Logs \p line unless it is empty, and runs the hook of \p call.
     bool run(const QString &call, const QString &line = QString())
     {
@@ -140,7 +137,7 @@ public:
     }
     long CreateLoginRequest(char *buffer, unsigned long size) override
     {
-        return claimedLength != 0 ? claimedLength : writeAddress(address.constData(), buffer, size);
+        return writeAddress(address.constData(), buffer, size);
     }
 
     int GetPortalType() override { return type; }

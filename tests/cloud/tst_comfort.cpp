@@ -48,7 +48,7 @@ private slots:
         };
         list()->setCurrentRow(1);
         button("CloudImportButton")->click();
-        QCOMPARE(m_portal.count("download"), 1);
+        QCOMPARE(m_portal.log, QStringList("download f"));
         QCOMPARE(shown.isNull(), deletesPage);
         if (!deletesPage) {
             QVERIFY(!shown->isVisible());

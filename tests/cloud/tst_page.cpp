@@ -16,7 +16,9 @@ private slots:
         QVERIFY(row("Fixed")->toolTip().isEmpty());
 
         const QPoint place = list()->visualItemRect(row("<b>Notes</b>")).center();
-        QCOMPARE(toolTip(list()->viewport(), place), Qt::convertFromPlainText("id: n\nname: <b>Notes</b>"));
+        QHelpEvent event(QEvent::ToolTip, place, list()->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(list()->viewport(), &event);
+        QCOMPARE(QToolTip::text(), Qt::convertFromPlainText("id: n\nname: <b>Notes</b>"));
     }
 
     void folderBarShowsThePathAndLeadsUpwards()
@@ -39,17 +41,14 @@ private slots:
         QVERIFY(names().contains("Fixed"));
     }
 
-    void onlyModelsCanBeImported_data()
-    {
-        addRows({{"a & b.OBJ", "a & b.OBJ"}, {"<b>Notes</b>", ""}, {"odd.xyz", ""}, {"Fixed", ""}});
-    }
     void onlyModelsCanBeImported()
     {
-        const auto [name, expected] = currentRow<2>();
-        row("a & b.OBJ")->setSelected(true);
-        QCOMPARE(chosen(), QString("a & b.OBJ"));
-        list()->setCurrentItem(row(name));
-        QCOMPARE(chosen(), expected);
+        for (const char *name : {"<b>Notes</b>", "odd.xyz", "Fixed"}) {
+            list()->setCurrentItem(row("a & b.OBJ"));
+            QCOMPARE(chosen(), QString("a & b.OBJ"));
+            list()->setCurrentItem(row(name));
+            QCOMPARE(chosen(), QString());
+        }
     }
 
     void itemsOfOneNameAreDistinctAndAFetchClearsTheChoice()
@@ -59,11 +58,10 @@ private slots:
         QCOMPARE(names().size(), 3);
         list()->setCurrentRow(2);
         page()->ImportClick();
-        QCOMPARE(m_portal.log.last(), QString("download 2"));
         page()->RefreshFolderData();
         QCOMPARE(chosen(), QString());
         page()->ImportClick();
-        QCOMPARE(m_portal.count("download"), 1);
+        QCOMPARE(m_portal.log.filter("download"), QStringList("download 2"));
     }
 
     void logoutClearsThePageAndLoginFillsIt()
@@ -90,13 +88,23 @@ private slots:
     void clicksLeaveNoObjectsBehind()
     {
         startWith(ICloudPortalApi::kPagedSearch);
-        settle();
-        clickThrough(3);
-        const QVector<int> before = objectCounts();
-        clickThrough(25);
+        QVector<int> before;
+        for (int round = 0; round < 12; ++round) {
+            doubleClick("Deep & far");
+            page()->SwitchPage(1);
+            settle();
+            page()->PreviousFolderClick();
+            settle();
+            folderAction("Top")->menu()->actions().first()->trigger();
+            settle();
+            folderAction("Top")->trigger();
+            settle();
+            if (round == 2)
+                before = objectCounts();
+        }
         QCOMPARE(objectCounts(), before);
         QCOMPARE(page()->LiveItemCount(), TestItem::alive);
-        QCOMPARE(m_portal.log.size(), 168);
+        QCOMPARE(m_portal.log.size(), 60);
     }
 
     void refreshesInAFetchRunOnceAfterwards()
@@ -110,31 +118,12 @@ private slots:
                 m_controller->LoginDoneCB(true);
                 page()->SwitchPage(1);
             }
-            QCOMPARE(m_portal.count("list"), 1);
+            QCOMPARE(m_portal.log.size(), 1);
         };
         doubleClick("Deep & far");
         QCOMPARE(m_portal.log, QStringList({"list d", "list root"}));
         QCOMPARE(path(), QString("Top"));
         QVERIFY(names().contains("Deep & far"));
-    }
-
-    void closingTheDockInAFetchClosesTheFolderButKeepsTheList()
-    {
-        row("a & b.OBJ")->setSelected(true);
-        Portal_CloudBrowser::RaiseDockingWindow(true);
-        m_portal.during["fetch"] = [this] { dock()->close(); };
-        page()->RefreshFolderData();
-        QVERIFY(list()->selectedItems().isEmpty());
-        m_portal.log.clear();
-        page()->PreviousFolderClick();
-        page()->SearchUpdate();
-        page()->RefreshFolderData();
-        QCOMPARE(m_portal.log, QStringList());
-        QCOMPARE(names().size(), 5);
-        settle();
-        m_portal.during.clear();
-        doubleClick("Deep & far");
-        QVERIFY(names().contains("Deeper"));
     }
 
     void pagerShowsTheNeighbouringPages_data()
@@ -231,23 +220,6 @@ private:
     QVector<int> objectCounts() const
     {
         return {dock()->findChildren<QAction *>().size(), dock()->findChildren<QWidget *>().size(), TestItem::alive};
-    }
-    /// Changes the folder four times a round (list, parent button, menu, bar), and the page.
-    void clickThrough(int rounds)
-    {
-        for (int i = 0; i < rounds; ++i) {
-            doubleClick("Deep & far");
-            page()->SwitchPage(1);
-            settle();
-            page()->SwitchPage(-1);
-            settle();
-            page()->PreviousFolderClick();
-            settle();
-            folderAction("Top")->menu()->actions().first()->trigger();
-            settle();
-            folderAction("Top")->trigger();
-            settle();
-        }
     }
     /// The name of the file that can be imported, or empty.
     QString chosen() const

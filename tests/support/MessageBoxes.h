@@ -4,9 +4,7 @@
 
 #pragma once
 
-#include <QApplication>
-#include <QMessageBox>
-#include <QTimerEvent>
+#include <QtWidgets>
 
 #include <functional>
 
