@@ -54,7 +54,7 @@ private slots:
         // the uploaded name, which is empty if the written name is refused.
         addRows({{"other case and blanks", " Ä |Cup.FBX ", "0", "FBX ä cup.fbx", "C:\\x\\ Ä| ", "ä"},
                  {"other extension, folder written", "cup.fbx", "1", "OBJ cup.fbx.obj", "/x/", ""},
-                 {"translator without extension, dots written", "cup", "2", "O\\\"dd cup.", "/x/..", ""},
+                 {"translator without extension, dots written", "cup", "2", "O\\\"\\\\d cup.", "/x/..", ""},
                  {"folder typed", "a/b:c", "0", "FBX bc.fbx", "/x/A \"b\" C.FBX", "a b c.fbx"}});
     }
     void exportCleansTheNameAndUploadsTheWrittenFile()
@@ -156,7 +156,7 @@ private slots:
     void optionsDialogRunsTheCommandsOfTheTranslator_data()
     {
         addRows({{"import", "Import", "Import Options", "known", download("cup.obj")},
-                 {"export", "ExportAll", "Export Options", "O\\\"dd", "."}});
+                 {"export", "ExportAll", "Export Options", "O\\\"\\\\d", "."}});
     }
     void optionsDialogRunsTheCommandsOfTheTranslator()
     {
@@ -185,7 +185,7 @@ private:
         answerDialogs();
         m_portal.root() = {
             {"1", "scene.fbx"}, {"2", "Model.fbx"}, {"3", "cup.obj"}, {"4", "odd.xyz"}, {"5", "dir.fbx/"}};
-        m_host.answer("Tavrin_GetExportTranslatorList", result({"FBX", "OBJ", "O\"dd"}));
+        m_host.answer("Tavrin_GetExportTranslatorList", result({"FBX", "OBJ", "O\"\\d"}));
         m_host.answer("Tavrin_GetExportTranslatorExtensionList", result({"fbx", "obj"}));
         start();
         clearRecords();

@@ -43,6 +43,14 @@ private slots:
             writeFile(m_cache + file, "x");
     }
 
+    void status2xxIsASuccess()
+    {
+        QString successes;
+        for (const int code : {199, 200, 299, 300, 0, INT_MIN})
+            successes += ReturnStatus(code).IsSuccess() ? QString::number(code) + ' ' : QString();
+        QCOMPARE(successes, QString("200 299 "));
+    }
+
     void existingSettingsAreKeptAndOthersCannotReadASession_data()
     {
         addRows({{"width", "[General]\nversion=3\npreview_window_size_width=7\n", "7"},
