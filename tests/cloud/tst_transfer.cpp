@@ -112,7 +112,7 @@ private slots:
         m_portal.during[moment] = [this] {
             QVERIFY(Portal_CloudBrowser::IsBusy());
             page()->ExportAllClick();
-            page()->ClearSelection();
+            dock()->close();
         };
         m_host.handle("file ", [this](const QString &, KCommandResult &written) {
             m_portal.run("export");
