@@ -74,7 +74,7 @@ int runChild()
         std::fprintf(stderr, "bench_memory: %s %s\n", qPrintable(cloud.error()), qPrintable(driver.error()));
         return 1;
     };
-    if (!cloud.start({folder.filePath(QStringLiteral("cloud")), {}, 0}))
+    if (!cloud.start(folder.filePath(QStringLiteral("cloud"))))
         return fail();
     const std::unique_ptr<PortalGuide> guide = portalGuide(portal, driver, cloud);
     if (!fillShelf(cloud.dropboxFolder() + '/' + kFolderName) ||

@@ -104,7 +104,7 @@ int main(int argc, char **argv)
     QString error;
     options.caFile = folder.filePath(QStringLiteral("authorities.pem"));
     const QStringList rules{kCloudHost + QStringLiteral(" /1/files_put/* status=200")};
-    if (!server.start() || !cloud.start({folder.filePath(QStringLiteral("cloud")), rules, 0}) ||
+    if (!server.start() || !cloud.start(folder.filePath(QStringLiteral("cloud")), rules) ||
         !join(options.caFile, {server.certificate(), cloud.caFile()}) ||
         !KeldaProgram::prepareNetwork(options, error) ||
         !writeNoise(folder.filePath(QStringLiteral("upload.bin")), size)) {

@@ -7,6 +7,7 @@
 #include "tour/LocalFiles.h"
 #include "tour/PortalGuide.h"
 
+#include <QListWidget>
 #include <QMessageBox>
 #include <QtTest>
 
@@ -28,27 +29,22 @@ protected:
     bool startHost();
     void stopHost();
     /// Starts \p cloud with \p rule and the files of m_cloud, and uses it instead of m_cloud.
-    bool replaceCloud(CloudProcess &cloud, const QString &rule);
+    bool replaceCloud(CloudProcess &cloud, const QString &rule)
+    {
+        return cloud.start(m_folder.filePath("cloud"), {rule});
+    }
     const char *error() const;
 
     bool openSignedIn() { return m_page->open() && signIn(); }
     bool signIn() { return m_guide->openSignInPage(*m_page) && m_guide->signIn(*m_page); }
-    bool logOut();
-    /// Clicks the close button of the docked panel. A floating one has the button of the window system.
-    bool closeDock();
     bool import(const QString &name) { return m_page->select(name) && m_page->import(); }
-    bool isListEnabled() const;
-    bool canImport() const;
     /// Answers each question box with \p answer and counts the boxes in m_questions.
     void answerQuestions(QMessageBox::StandardButton answer);
 
     QString storedSession() const { return m_guide->storedSession(m_userDir->path()); }
-    /// Whether a file of the user's folder or the plug-in's settings contains \p text.
-    bool isOnDisk(const QString &text) const;
     /// The file that the Dropbox service serves as \p path.
     QString remote(const QString &path) const { return m_cloud.dropboxFolder() + QLatin1Char('/') + path; }
     qint64 triangles() const { return m_driver->sceneInfo("triangles"); }
-    bool isWaitCursorShown() const { return m_driver->ask("waitCursor -q -state") != QLatin1String("0"); }
     /// All downloaded and exported files.
     QStringList transferred() const;
 

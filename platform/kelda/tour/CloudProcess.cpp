@@ -15,21 +15,22 @@ void DependentProcess::setupChildProcess()
 
 CloudProcess::~CloudProcess()
 {
-    kill();
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.kill();
+    m_process.waitForFinished(5000);
 }
 
-bool CloudProcess::start(const Setup &setup)
+bool CloudProcess::start(const QString &folder, const QStringList &rules)
 {
-    m_setup = setup;
+    m_folder = folder;
     QDir().mkpath(dataFolder());
     static int processes = 0;
-    m_log = QStringLiteral("%1/requests-%2.log").arg(setup.folder).arg(++processes);
+    m_log = QStringLiteral("%1/requests-%2.log").arg(folder).arg(++processes);
     QFile::remove(m_log);
-    QStringList arguments{QStringLiteral("--port"),   QString::number(setup.port),
-                          QStringLiteral("--data"),   dataFolder(),
-                          QStringLiteral("--ca-out"), caFile(),
-                          QStringLiteral("--log"),    m_log};
-    for (const QString &rule : setup.rules)
+    QStringList arguments{QStringLiteral("--data"), dataFolder(), QStringLiteral("--ca-out"), caFile(),
+                          QStringLiteral("--log"),  m_log};
+    for (const QString &rule : rules)
         arguments << QStringLiteral("--rule") << rule;
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.start(QStringLiteral(TAVRIN_LOCALCLOUD), arguments);
@@ -41,7 +42,6 @@ bool CloudProcess::start(const Setup &setup)
     const QByteArray line = m_process.readLine().trimmed();
     if (!line.startsWith(ready)) {
         m_error = QStringLiteral("the local cloud did not start: %1 %2").arg(m_process.errorString(), QString(line));
-        kill();
         return false;
     }
     m_address = QUrl(QString::fromUtf8(line.mid(ready.size())));
@@ -57,14 +57,6 @@ void CloudProcess::use() const
     qputenv("no_proxy", "localhost,127.0.0.1");
 }
 
-void CloudProcess::kill()
-{
-    if (m_process.state() == QProcess::NotRunning)
-        return;
-    m_process.kill();
-    m_process.waitForFinished(5000);
-}
-
 std::vector<CloudProcess::Request> CloudProcess::requests(const QString &targetStart) const
 {
     std::vector<Request> found;
@@ -73,9 +65,9 @@ std::vector<CloudProcess::Request> CloudProcess::requests(const QString &targetS
         return found;
     while (!file.atEnd()) {
         const QJsonObject entry = QJsonDocument::fromJson(file.readLine()).object();
-        const Request request{entry[QLatin1String("host")].toString(),   entry[QLatin1String("method")].toString(),
-                              entry[QLatin1String("target")].toString(), entry[QLatin1String("headers")].toObject(),
-                              entry[QLatin1String("tls")].toBool(),      entry[QLatin1String("status")].toInt()};
+        const Request request{entry[QLatin1String("host")].toString(), entry[QLatin1String("method")].toString(),
+                              entry[QLatin1String("target")].toString(), entry[QLatin1String("tls")].toBool(),
+                              entry[QLatin1String("status")].toInt()};
         if (!entry.isEmpty() && request.target.startsWith(targetStart))
             found.push_back(request);
     }

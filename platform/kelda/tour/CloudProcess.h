@@ -4,7 +4,6 @@
 
 #pragma once
 
-#include <QJsonObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -22,18 +21,11 @@ protected:
 class CloudProcess
 {
 public:
-    struct Setup
-    {
-        QString folder;    ///< for the data, the certificate and the log; created if it is missing
-        QStringList rules; ///< "HOST PATH-GLOB ACTION"
-        quint16 port = 0;  ///< 0: any free port
-    };
     struct Request
     {
         QString host;
         QString method;
         QString target;
-        QJsonObject headers;
         bool tls = false;
         int status = 0;
     };
@@ -41,17 +33,15 @@ public:
     CloudProcess() = default;
     ~CloudProcess();
 
-    /// Starts the process, blocks until it is ready (60 s at most), and calls use(). Returns false on failure; see
-    /// error().
-    bool start(const Setup &setup);
+    /// Starts the process on a free port, blocks until it is ready (60 s at most), and calls use(). Data, certificate
+    /// and log are in \p folder, which is created if it is missing. A rule is "HOST PATH-GLOB ACTION". Returns false on
+    /// failure; see error().
+    bool start(const QString &folder, const QStringList &rules = {});
     /// Makes it the proxy of this process and its children.
     void use() const;
-    /// Kills the process.
-    void kill();
     QString error() const { return m_error; }
 
-    QUrl address() const { return m_address; }
-    QString caFile() const { return m_setup.folder + QStringLiteral("/ca.pem"); }
+    QString caFile() const { return m_folder + QStringLiteral("/ca.pem"); }
     // The folders with the data of the services.
     QString dropboxFolder() const { return dataFolder() + QStringLiteral("/dropbox"); }
     QString plyxFolder() const { return dataFolder() + QStringLiteral("/plyx"); }
@@ -60,10 +50,10 @@ public:
     std::vector<Request> requests(const QString &targetStart = QString()) const;
 
 private:
-    QString dataFolder() const { return m_setup.folder + QStringLiteral("/data"); }
+    QString dataFolder() const { return m_folder + QStringLiteral("/data"); }
 
     DependentProcess m_process;
-    Setup m_setup;
+    QString m_folder;
     QString m_log;
     QUrl m_address;
     QString m_error;

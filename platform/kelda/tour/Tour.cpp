@@ -78,7 +78,7 @@ bool Tour::begin()
     QDir folder(m_folder);
     for (const QString &old : folder.entryList({QStringLiteral("[0-9][0-9]-*.png"), QStringLiteral("tour.json")}))
         folder.remove(old);
-    if (!m_cloud.start({m_scratch.filePath(QStringLiteral("cloud")), {}, 0}))
+    if (!m_cloud.start(m_scratch.filePath(QStringLiteral("cloud"))))
         return m_driver.fail(m_cloud.error());
     storeDockedAtTheRight();
     return m_driver.start({userDir(), m_cloud.caFile()});
