@@ -12,16 +12,12 @@
 
 struct TestHost
 {
-    explicit TestHost(KGlobal::KeldaState state = KGlobal::kInteractive)
-        : host({state, folder.path(), path("user"), "en"})
+    TestHost() : host({KGlobal::kInteractive, folder.path(), path("user"), "en"})
     {
         copyModels(folder.path());
         registerSceneCommands(host, scene, options);
         QObject::connect(&host, &KeldaHost::messagePosted, [this](KHost::MessageKind kind, const QString &text) {
             messages.append(QStringList{"info: ", "warning: ", "error: "}.at(static_cast<int>(kind)) + text);
-        });
-        QObject::connect(&host, &KeldaHost::commandEchoed, [this](const QString &command, const QString &result) {
-            messages.append("echo: " + command + '=' + result);
         });
     }
 

@@ -16,7 +16,6 @@ private slots:
         writeFile(path("bad.ksc"), "string $a = 1;\n\nfrobnicate $a;\n");
         writeFile(path("Sample.ksc"), "print \"its script\";");
         writeFile(path("place/scripts/there.ksc"), "print \"from the location\"");
-        copyModels(m_dir->path());
         QFile::copy(QCoreApplication::applicationDirPath() + "/../plug-ins/kelda_sample.so", path("sample.so"));
     }
 
@@ -74,12 +73,9 @@ void TestProgram::argumentsDecideOutputAndExitStatus()
 --command|quit -exitCode 3|--command|print "never" => 3
 --script|place/scripts/there.ksc|--script|bad.ksc|--command|2 => info: from the location|error: DIR/bad.ksc:3: unknown command 'frobnicate'|result: 2|1
 --location|place|--command|source "there.ksc"; `getenv "KELDA_LOCATION"` + " " + `internalVar -userAppDir` => info: from the location|result: DIR/place DIR/user/|0
---mode|interactive|--command|frobnicate|--command|2|--quit => error: line 1: unknown command 'frobnicate'|result: 2|1
---plug-in|gone.so => error: the plug-in file gone.so does not exist|1
 --mode|turbo => kelda: error: unknown mode "turbo"; see kelda --help|1
 --ca-file|empty.pem => kelda: error: the file "empty.pem" has no certificate|1
 --mode|interactive|--plug-in|sample.so|--command|print "loaded"|--quit => info: its script|info: initialised: Hello |info: loaded|0
---command|file -force -pr -i "box.obj"|--command|file -type "glTF binary" -pr -ea "out"|--command|sceneInfo -q -triangles => result: box.obj|result: out.glb|result: 12|0
 )");
 }
 

@@ -2,7 +2,6 @@
 
 #include "host/KeldaHost.h"
 #include "kelda/Steps.h"
-#include "support/MessageBoxes.h"
 #include "ui/KeldaProgram.h"
 #include "ui/MainWindow.h"
 #include "ui/Viewport.h"
@@ -56,26 +55,6 @@ private slots:
         import("two.obj");
         QCOMPARE(hueAt(150, 140), kGreen);
         QCOMPARE(hueAt(150, 140, 180), kRed);
-    }
-
-    void menuEntryRunsItsCommand()
-    {
-        m_program->runCommand("menuItem -parent FileMenu -label \"Say & wait\" -command \"print said\" say");
-        QAction *entry = child<QMenu>("KeldaFileMenu")->findChild<QAction *>("say");
-        QCOMPARE(entry->text(), QString("Say && wait"));
-        entry->trigger();
-        QVERIFY(child<QPlainTextEdit>("KeldaMessages")->toPlainText().endsWith("\nsaid\nprint said"));
-        m_program->runCommand("deleteUI \"say\"");
-        QVERIFY(!child<QMenu>("KeldaFileMenu")->actions().contains(entry));
-    }
-
-    void commandLinePostsResultsAndErrors()
-    {
-        auto *line = child<QLineEdit>("KeldaCommandLine");
-        for (const char *command : {"sceneInfo -q -objects\r", "<b>frob\r"})
-            QTest::keyClicks(line, command);
-        QCOMPARE(child<QPlainTextEdit>("KeldaMessages")->toPlainText(),
-                 QString("sceneInfo -q -objects\nResult: 0\n<b>frob\nline 1: unexpected '<'"));
     }
 
     void windowMayBeDeletedFirst()

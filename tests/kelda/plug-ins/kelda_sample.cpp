@@ -3,7 +3,6 @@
 #include <openkelda/openkelda.h>
 
 #include <cstdlib>
-#include <stdexcept>
 
 namespace {
 
@@ -25,12 +24,8 @@ struct SampleCommand : KPxCommand
         const KString what = arguments.length() > 0 ? arguments[0] : KString();
         if (what == "fail")
             return KStatus::failure("as asked");
-        if (what == "throw")
-            throw std::runtime_error("thrown as asked");
         if (what == "execute") // returns the failure
             return KGlobal::executeCommand(arguments[1]);
-        if (what == "ignore") // ignores the same failure twice
-            return KGlobal::executeCommand(arguments[1]), KGlobal::executeCommand(arguments[1]), KStatus();
         KGlobal::displayInfo(currentGreeting() + alive + " " + what);
         return KStatus();
     }
