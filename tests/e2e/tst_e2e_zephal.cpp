@@ -56,10 +56,10 @@ private slots:
 
     void importAndExportWorkOnTheUsersServer()
     {
-        const std::unique_ptr<DavServer> own = DavServer::start("digest");
-        QVERIFY(writeQuads(own->path("plain.obj"), 3));
+        DavServer own("digest");
+        QVERIFY(writeQuads(own.path("plain.obj"), 3));
         const QString settings = m_userDir->filePath("pelago.ini");
-        writeFile(settings, "[production]\nkind=password\nstorage=" + own->storage.toUtf8() + '\n');
+        writeFile(settings, "[production]\nkind=password\nstorage=" + own.storage.toUtf8() + '\n');
         qputenv("PELAGO_CONFIG", QFile::encodeName(settings));
         QVERIFY2(m_page->open(), error());
         QVERIFY2(m_page->clickLogin(), error());
@@ -78,10 +78,10 @@ private slots:
         QVERIFY2(import("plain.obj"), error());
         QCOMPARE(triangles(), 6);
         for (int round = 0; round < 2; ++round) // the second one replaces
-            QVERIFY2(exportAs("mine", own->path("mine.obj")), error());
-        QCOMPARE(own->entries(""), QStringList({"mine.obj", "plain.obj"}));
+            QVERIFY2(exportAs("mine", own.path("mine.obj")), error());
+        QCOMPARE(own.entries(""), QStringList({"mine.obj", "plain.obj"}));
         QCOMPARE(m_driver->takeHostMessages().filter(QRegularExpression("^(warning|error): ")),
-                 QStringList("warning: Sign-in to " + own->storage +
+                 QStringList("warning: Sign-in to " + own.storage +
                              " failed: the server refused the user name or the password (status 401). Sign in again."));
     }
 

@@ -109,17 +109,10 @@ private:
     static void progress(void *context, int64_t done, int64_t total)
     {
         auto *cloud = static_cast<Cloud *>(context);
-        if (done < std::exchange(cloud->m_reported, done))
-            qFatal("progress went back");
         cloud->done = done;
         cloud->total = total;
     }
-    static void finished(void *context, int result)
-    {
-        static_cast<Cloud *>(context)->results.append(result);
-        static_cast<Cloud *>(context)->m_reported = -1;
-    }
+    static void finished(void *context, int result) { static_cast<Cloud *>(context)->results.append(result); }
 
-    qint64 m_reported = -1; ///< of the running transfer
     QTemporaryDir m_home;
 };

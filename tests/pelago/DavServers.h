@@ -7,16 +7,16 @@
 #include "support/TestFiles.h"
 
 #include <memory>
+#include <vector>
 
 class DavServer
 {
 public:
-    virtual ~DavServer() = default;
-
-    /// Starts a server; the object's destructor stops it. \p name is "apache", "digest" (Apache with Digest only),
-    /// "nginx", "rclone" or "proxied" (nginx with TLS in front of Apache). The user name and the password are "demo". A
-    /// server that cannot start ends the test program.
-    static std::unique_ptr<DavServer> start(const QString &name);
+    /// Starts a server from the system's packages: "apache", "digest" (Apache with Digest only), "nginx", "rclone",
+    /// "cached rclone" (with its usual cache) or "proxied" (nginx with TLS in front of Apache). The user name and the
+    /// password are "demo". A server that cannot start ends the test program.
+    explicit DavServer(const QString &name);
+    ~DavServer();
 
     QString path(const QString &id) const { return folder + '/' + id; }
     /// Creates a folder, or a file with \p content, that the server can change.
@@ -29,6 +29,13 @@ public:
     QString storage;         ///< the address, ending in "/"
     QString folder;          ///< the served folder
     QString certificateFile; ///< of a self-signed certificate that this process trusts; empty without TLS
-    bool listsDotFiles = true;
-    bool forgetsCutUploads = true; ///< whether it removes the file of a cut upload after a while
+
+private:
+    quint16 start(const QString &name, const QByteArray &behind = {});
+    QStringList command(const QString &name, const QByteArray &port, const QByteArray &behind);
+    bool run(const QStringList &command, quint16 port);
+    void makeCertificate();
+
+    QTemporaryDir m_home{"/tmp/tavrin-dav-XXXXXX"}; // not below TMPDIR, which other users cannot enter
+    std::vector<std::unique_ptr<QProcess>> m_processes;
 };

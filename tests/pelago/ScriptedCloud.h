@@ -31,8 +31,8 @@ const Reply kFolder = entry("/dav/", kFolderProperty);
 const Reply kUnauthorized = Reply(401).header("WWW-Authenticate", "Basic realm=x");
 
 /// A reply and what the server does before it: "" performs the request if the status is a success, "all" performs it,
-/// "half" stores half of a PUT or deletes the target of a MOVE, "changed" performs it and then another client replaces
-/// cup.obj, "close" closes the user's end point.
+/// "half" stores half of a PUT, "changed" performs it and then another client replaces cup.obj, "close" closes the
+/// user's end point.
 using Answer = QPair<Reply, QString>;
 
 /// A folder of files at "/dav". Requests without credentials are refused. Names that contain "pelago-" are temporary
@@ -109,7 +109,7 @@ private:
     static QByteArray destinationOf(const Request &request)
     {
         const QByteArray to = request.header("Destination");
-        return to.startsWith('/') ? to : to.mid(to.indexOf('/', 8));
+        return to.mid(to.indexOf('/', 8));
     }
     bool refusesCondition(const Request &request, const QByteArray &target)
     {
@@ -122,10 +122,8 @@ private:
     {
         if (effect == "close")
             onClose();
-        else if (effect == "half" && request.method == "PUT")
-            store(request.path().mid(5), request.body.left(request.body.size() / 2));
         else if (effect == "half")
-            files.remove(destinationOf(request));
+            store(request.path().mid(5), request.body.left(request.body.size() / 2));
         else if (effect == "all" || effect == "changed" || (effect.isEmpty() && status >= 200 && status < 300))
             serve(request);
         if (effect == "changed")

@@ -44,7 +44,6 @@ private slots:
         const QString folder("<resourcetype><collection/></resourcetype>");
         const QString size("<getcontentlength>%1</getcontentlength>");
         addRows({{"excessive size", propstat.arg("200", size.arg("99999999999999999999")), "/dav/& file -1"},
-                 {"another namespace", propstat.arg("200", QString(folder).replace("<c", "<x:c")), "/dav/& file -1"},
                  {"several propstats",
                   propstat.arg("404", folder + size.arg(1)) + propstat.arg("200", size.arg(2)) +
                       propstat.arg("204", "<getcontenttype>a/b</getcontenttype>") + propstat.arg("403", size.arg(3)),
@@ -53,7 +52,6 @@ private slots:
                   "<propstat><prop>" + folder + "</prop>" + status.arg(404) + "</propstat>" +
                       propstat.arg("200", size.arg(4)),
                   "/dav/& file 4"},
-                 {"deep nesting", QString("<x:y>").repeated(100) + QString("</x:y>").repeated(100), "refused"},
                  {"huge element", "<href>" + QString(3000000, 'a') + "</href>", "refused"}});
     }
     void multiStatusIsReadInAnyPieces()
@@ -78,8 +76,6 @@ private slots:
         // that one is.
         addRows(
             {{"empty file", "", "web https://cloud.zephal.example/signin"},
-             {"password", "kind=Password\nstorage=https://b", "password https://b/"},
-             {"this machine", "signIn=http://localhost/in\nstorage=http://[::1]/", "web http://localhost/in"},
              {"allowed plain http", "signIn=http://a/\nstorage=http://b/\nallowPlainHttp=true", "web http://a/"},
              {"user name in the address", "kind=password\nstorage=https://u:p@b/", "password "},
              {"comments", "# a\n; b\nkind = password\nstorage = https://b/a;b,c\\d", "password https://b/a;b,c%5Cd/"}});

@@ -19,7 +19,7 @@ private slots:
     void init()
     {
         QFETCH_GLOBAL(QString, name);
-        m_server = DavServer::start(name);
+        m_server = std::make_unique<DavServer>(name);
         m_cloud = std::make_unique<Cloud>(m_server->storage);
         QCOMPARE(m_cloud->signIn("wrong"), int{Skein_Result_NotSignedIn});
         QCOMPARE(Skein_Auth_isUserLoggedIn(m_cloud->session), 0);
@@ -55,7 +55,8 @@ private slots:
         }
         QCOMPARE(m_server->entries("names"), QStringList(sizes.keys()));
 
-        const int unlisted = m_server->listsDotFiles ? 0 : sizes.remove("...") + sizes.remove(".hidden.obj");
+        QFETCH_GLOBAL(QString, name); // nginx lists no names that begin with a dot
+        const int unlisted = name == "nginx" ? sizes.remove("...") + sizes.remove(".hidden.obj") : 0;
         QCOMPARE(m_cloud->list("names"), 14 - unlisted);
         for (const Entry &entry : qAsConst(m_cloud->entries)) {
             QCOMPARE(entry.id, "names/" + entry.name);
@@ -95,7 +96,8 @@ private slots:
         }
         QCOMPARE(m_server->content("cut/cup.obj"), QByteArray("old"));
         QVERIFY(!m_server->entries("cut").contains("new.obj"));
-        if (m_server->forgetsCutUploads)
+        QFETCH_GLOBAL(QString, name);
+        if (name != "rclone") // which keeps the file of a cut upload
             QTRY_COMPARE_WITH_TIMEOUT(m_server->entries("cut").size(), 1, 60000);
     }
 

@@ -11,19 +11,19 @@ class TestPelagoSetup : public QObject
 private slots:
     void testedServerIsWrittenToTheFile()
     {
-        const std::unique_ptr<DavServer> server = DavServer::start("proxied");
+        DavServer server("proxied");
         const QString config = m_home.filePath("new/pelago.ini");
         writeFile(config, "# mine\n[staging]\nstorage=https://a/\n[production]\nstorage=x\n[development]\nkind=web\n");
-        QCOMPARE(run({server->storage, "--ca-file", server->certificateFile}, config), 0);
+        QCOMPARE(run({server.storage, "--ca-file", server.certificateFile}, config), 0);
         QVERIFY2(m_output.contains("Certificate  trusted, of dav.example"), qPrintable(m_output));
         QVERIFY2(m_output.contains("New files    stored under a temporary name, then renamed"), qPrintable(m_output));
         QCOMPARE(m_errors, QByteArray());
         QCOMPARE(
             readFile(config),
             "# mine\n[staging]\nstorage=https://a/\n[development]\nkind=web\n\n[production]\nkind=password\nstorage=" +
-                server->storage.toUtf8() + '\n');
+                server.storage.toUtf8() + '\n');
         QCOMPARE(QFile::permissions(config) & 0x0077, QFile::Permissions());
-        QCOMPARE(server->entries(""), QStringList()); // the test file is deleted
+        QCOMPARE(server.entries(""), QStringList()); // the test file is deleted
     }
 
     void refusedSignInPrintsTheReasonAndWritesNoFile()
