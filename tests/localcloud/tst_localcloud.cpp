@@ -1,8 +1,11 @@
-// What the local cloud refuses: requests without a sign-in, paths outside of its folders, and conditions that are not
-// met. The tests of the portals cover what it serves, and its rules.
+// What the local cloud refuses and what it keeps on the disk, and its program. The tests of the portals cover what it
+// serves, and its rules.
 
 #include "CloudClient.h"
+#include "localcloud/DemoData.h"
 #include "support/Table.h"
+
+#include <csignal>
 
 namespace {
 
@@ -25,18 +28,19 @@ private slots:
         m_data = std::make_unique<QTemporaryDir>();
         writeFile(m_data->filePath("plyx/catalogue.json"), kCatalogue);
         writeFile(m_data->filePath("plyx/files/cup.obj"), "cup");
-        LocalCloudOptions options;
-        options.dataDir = m_data->path();
-        m_cloud = std::make_unique<LocalCloud>(options);
+        m_options.dataDir = m_data->path();
+        m_options.ownAuthority = true;
+        m_cloud = std::make_unique<LocalCloud>(m_options);
         QVERIFY(m_cloud->start());
         m_client = std::make_unique<CloudClient>(*m_cloud);
     }
 
     void unknownHostsAndClientsWithoutTheAuthorityAreRefused()
     {
-        QCOMPARE(m_client->get("http://unknown.test/").status, 502);
+        QCOMPARE(m_client->get("http://unknown.test/"), 502);
         CloudClient stranger(m_cloud->port(), QSslCertificate());
-        QCOMPARE(stranger.get(kDav).error, QNetworkReply::SslHandshakeFailedError);
+        stranger.get(kDav);
+        QCOMPARE(stranger.reply().error(), QNetworkReply::SslHandshakeFailedError);
     }
 
     void callRequiresASignIn_data()
@@ -53,21 +57,24 @@ private slots:
     void callRequiresASignIn()
     {
         const auto [url, status] = currentRow<2>();
-        QCOMPARE(m_client->get(url).status, 401);
+        QCOMPARE(m_client->get(url), 401);
         signIn(url, "x");
-        QCOMPARE(m_client->get(url).status, 401);
+        QCOMPARE(m_client->get(url), 401);
         signIn(url);
-        QCOMPARE(m_client->get(url).status, status.toInt());
+        QCOMPARE(m_client->get(url), status.toInt());
         const QString otherTransport = url.startsWith("https") ? "http" + url.mid(5) : "https" + url.mid(4);
-        QCOMPARE(m_client->get(otherTransport).status, 403);
+        QCOMPARE(m_client->get(otherTransport), 403);
     }
 
     void plyxSessionMustNotBeSentToTheSecondServer()
     {
         signIn(kPlyx);
-        const QByteArray location = m_client->get(kPlyxDownload).headers["Location"];
-        QCOMPARE(m_client->get(location).status, 400);
-        QCOMPARE(CloudClient(*m_cloud).get(location).body, QByteArray("cup"));
+        QCOMPARE(m_client->get(kPlyxDownload), 302);
+        const QByteArray location = m_client->reply().rawHeader("Location");
+        QCOMPARE(m_client->get(location), 400);
+        CloudClient other(*m_cloud);
+        QCOMPARE(other.get(location), 200);
+        QCOMPARE(other.reply().readAll(), QByteArray("cup"));
     }
 
     void pathOutsideIsNeitherReadNorWritten_data()
@@ -77,58 +84,71 @@ private slots:
     void pathOutsideIsNeitherReadNorWritten()
     {
         const QString path = currentRow<1>()[0];
-        QTemporaryDir outside;
+        const QTemporaryDir outside;
         writeFile(outside.filePath("secret"), "secret");
-        for (const QString &folder : {m_cloud->dropboxDir(), m_cloud->zephalDir()}) {
-            writeFile(folder + "/sub/cup.obj", "cup");
-            QVERIFY(QFile::link(outside.path(), folder + "/outside"));
-            QVERIFY(QFile::link(outside.filePath("secret"), folder + "/link"));
-        }
         writeFile(m_data->filePath("secret"), "secret");
-        const QString metadata = "https://api.dropbox.com/1/metadata/dropbox";
-        for (const QString &base : {metadata, kDropboxFiles, kDav}) {
-            signIn(base);
-            const int status = m_client->get(base + path).status;
-            QVERIFY2(status == 400 || status == 404, qPrintable(base));
-        }
+        writeFile(m_cloud->zephalDir() + "/sub/cup.obj", "cup");
+        QVERIFY(QFile::link(outside.path(), m_cloud->zephalDir() + "/outside"));
+        QVERIFY(QFile::link(outside.filePath("secret"), m_cloud->zephalDir() + "/link"));
+        signIn(kDav);
+        const int status = m_client->get(kDav + path);
+        QVERIFY2(status == 400 || status == 404, qPrintable(QString::number(status)));
         QCOMPARE(m_cloud->requests().last().target, "/dav" + path.toLatin1());
         m_client->send("DELETE", kDav + path);
         m_client->setHeader("Destination", "/dav" + path.toLatin1());
         m_client->send("MOVE", kDav + "/sub/cup.obj");
         m_client->send("PUT", kDav + path, "new");
-        signIn(kDropboxFiles);
-        m_client->send("PUT", "https://api-content.dropbox.com/1/files_put/dropbox" + path, "new");
         QCOMPARE(readFile(m_data->filePath("secret")), QByteArray("secret"));
         QCOMPARE(readFile(outside.filePath("secret")), QByteArray("secret"));
         QCOMPARE(QDir(outside.path()).entryList(QDir::Files), QStringList("secret"));
         QCOMPARE(QDir(m_data->path()).entryList(QDir::Files), QStringList("secret"));
     }
 
-    void zephalChecksConditions_data()
+    void servesUntilASignal()
     {
-        // The request and a header, in which TAG is the entity tag of /old.obj; then the status, and the content of
-        // /old.obj afterwards.
-        addRows({{"name taken", "PUT /old.obj", "If-None-Match: *", "412 old"},
-                 {"known state", "PUT /old.obj", "If-Match: TAG", "204 new"},
-                 {"changed meanwhile", "PUT /old.obj", "If-Match: \"x\"", "412 old"},
-                 {"moved to a taken name", "MOVE /part", "Overwrite: F", "412 old"},
-                 {"moved over a known state", "MOVE /part", "If: </dav/old.obj> ([TAG])", "204 new"},
-                 {"moved over a changed file", "MOVE /part", "If: </dav/old.obj> ([\"x\"])", "412 old"}});
+        const QTemporaryDir dir;
+        for (const char *name : {"dropbox", "plyx", "zephal"}) // no demo data
+            writeFile(dir.filePath(QString(".localcloud/seeded-") + name), "");
+        QProcess program;
+        program.start(QCoreApplication::applicationDirPath() + "/../bin/localcloud",
+                      {"--data", dir.path(), "--log", dir.filePath("log")});
+        while (!program.canReadLine())
+            QVERIFY(program.waitForReadyRead(10000));
+        const QString ready = program.readLine();
+        QVERIFY2(ready.contains(QRegularExpression("^ready http://127\\.0\\.0\\.1:\\d+\n$")), qPrintable(ready));
+        QCOMPARE(::kill(static_cast<pid_t>(program.processId()), SIGTERM), 0);
+        QVERIFY(program.waitForFinished(10000));
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        QVERIFY(isPrivate(dir.filePath("log")));
+        QVERIFY(isPrivate(dir.filePath(".localcloud/certificates/ca.key")));
     }
-    void zephalChecksConditions()
+
+    void authorityAndTokensOutliveTheProgram()
     {
-        const auto [title, request, header, expected] = currentRow<4>();
-        const QString old = m_cloud->zephalDir() + "/old.obj";
-        writeFile(old, "old");
-        writeFile(m_cloud->zephalDir() + "/part", "new");
-        signIn(kDav);
-        const QByteArray value = header.section(": ", 1).toLatin1();
-        const QByteArray tag = m_client->get(kDav + "/old.obj").headers["ETag"];
-        m_client->setHeader(header.section(": ", 0, 0).toLatin1(), QByteArray(value).replace("TAG", tag));
-        m_client->setHeader("Destination", "/dav/old.obj");
-        const QStringList words = request.split(' ');
-        const int status = m_client->send(words[0].toLatin1(), kDav + words[1], "new").status;
-        QCOMPARE(QString::number(status) + ' ' + readFile(old), expected);
+        const QByteArray token = m_cloud->issueZephalToken().toUtf8();
+        LocalCloud next(m_options);
+        QVERIFY(next.start());
+        QCOMPARE(next.caCertificate(), m_cloud->caCertificate());
+        CloudClient client(next);
+        client.setHeader("Authorization", "Basic " + ("demo:" + token).toBase64());
+        QCOMPARE(client.send("OPTIONS", kDav + '/'), 200);
+        QVERIFY(isPrivate(m_data->filePath(".localcloud/zephal-tokens.json")));
+    }
+
+    void demoDataIsWrittenOnceAndReplacesNothing()
+    {
+        QString error;
+        const auto fill = [&] {
+            return localcloud::fillOnce("zephal", m_data->filePath("demo"), m_data->filePath("marker"), &error);
+        };
+        const QString file = m_data->filePath("demo/Read me.txt");
+        writeFile(file, "mine");
+        QVERIFY2(fill(), qPrintable(error));
+        QCOMPARE(readFile(file), QByteArray("mine"));
+        QVERIFY(QFile::remove(file));
+        QVERIFY2(fill(), qPrintable(error));
+        QVERIFY(!QFile::exists(file));
     }
 
 private:
@@ -145,7 +165,14 @@ private:
                                                  : "Basic " + basic.toLatin1().toBase64());
     }
 
+    /// Returns whether the file exists and only its owner can read it.
+    static bool isPrivate(const QString &path)
+    {
+        return QFile::exists(path) && !(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther));
+    }
+
     std::unique_ptr<QTemporaryDir> m_data;
+    LocalCloudOptions m_options;
     std::unique_ptr<LocalCloud> m_cloud;
     std::unique_ptr<CloudClient> m_client;
 };
