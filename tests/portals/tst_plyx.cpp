@@ -122,6 +122,8 @@ private slots:
         QVERIFY(download("512"));
         QCOMPARE(boxes().size(), 2);
         QCOMPARE(downloaded(), QString("coat.png: the coat, model: the obj, skin.jpg: the skin, "));
+        for (const RequestRecord &request : m_fixture->cloud.requests())
+            QVERIFY(request.tls || request.header("X-Secure-Session").isEmpty());
         m_fixture->cloud.clearRequests();
         QVERIFY(download("513")); // offered in another format only
         QCOMPARE(m_fixture->requests(), QStringList("GET /API/v1/Asset/513"));
