@@ -104,6 +104,19 @@ private slots:
         QCOMPARE(QDir(m_data->path()).entryList(QDir::Files), QStringList("secret"));
     }
 
+    void changedFileIsNotOverwritten()
+    {
+        writeFile(m_cloud->zephalDir() + "/old.obj", "old");
+        writeFile(m_cloud->zephalDir() + "/part", "new");
+        signIn(kDav);
+        m_client->setHeader("Destination", "/dav/old.obj");
+        m_client->setHeader("If", "</dav/old.obj> ([\"x\"])");
+        m_client->setHeader("If-Match", "\"x\"");
+        QCOMPARE(m_client->send("MOVE", kDav + "/part"), 412);
+        QCOMPARE(m_client->send("PUT", kDav + "/old.obj", "new"), 412);
+        QCOMPARE(readFile(m_cloud->zephalDir() + "/old.obj"), QByteArray("old"));
+    }
+
     void servesUntilASignal()
     {
         const QTemporaryDir dir;

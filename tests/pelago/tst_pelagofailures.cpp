@@ -21,7 +21,9 @@ private slots:
         QTest::newRow("401") << kUnauthorized << "NotSignedIn";
         QTest::newRow("500, endless") << Reply(500).body(QByteArray(3000000, 'x')).hangAfter(2000000) << "ServerError";
         QTest::newRow("200") << Reply(200).body("<html/>") << "BadReply";
-        QTest::newRow("half a document") << Reply(207).body("<multistatus xmlns='DAV:'>") << "BadReply";
+        QTest::newRow("half a document") << Reply(207).body("<multistatus xmlns='DAV:'>" +
+                                                            response("/dav/", kFolderProperty))
+                                         << "BadReply";
         QTest::newRow("cut") << Reply(kFolder).cutAfter(150) << "Network";
         QTest::newRow("redirect") << Reply(307).location("http://localhost:9/dav//") << "Redirected";
     }
