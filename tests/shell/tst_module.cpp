@@ -8,6 +8,7 @@
 #include "scene/Scene.h"
 #include "scene/SceneCommands.h"
 #include "support/TestFiles.h"
+#include "TavrinHelper.h"
 #include "TavrinSettings.h"
 #include "TavrinStrings.h"
 
@@ -48,6 +49,31 @@ private slots:
         QVERIFY2(m_errors.isEmpty(), qPrintable(m_errors.join('\n')));
         QVERIFY(!dock());
         m_window.reset();
+    }
+
+    void quotedTextIsOneArgument()
+    {
+        Interpreter interpreter;
+        QStringList received;
+        interpreter.addCommand("take", [&](const CommandCall &call) {
+            for (const Value &argument : call.arguments)
+                received << argument.toString();
+            return Value();
+        });
+        const QString alphabet = QString::fromUtf8("\\\"\n\r\t'`$;{}()[] /%#abnrt0x\u00e4\u732b\u2028\x1b");
+        QStringList texts{"a\"; print \"x", "ends with \\", "C:\\new\\table", "", "plain 'text' $HOME `x`"};
+        for (const QChar first : alphabet)
+            for (const QChar second : alphabet)
+                texts << QString(first) + second;
+        for (const QString &text : qAsConst(texts)) {
+            try {
+                interpreter.evaluate("take \"" + KQtUtil::toQString(TavrinHelper::quoted(KQtUtil::toKString(text))) +
+                                     '"');
+            } catch (const ScriptError &error) {
+                QFAIL(qPrintable(text + ": " + error.message()));
+            }
+        }
+        QCOMPARE(received, texts);
     }
 
     void batchHostHasNoPortals()
