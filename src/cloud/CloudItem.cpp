@@ -106,30 +106,30 @@ Portal_CloudBrowserListItem *ICloudItem::GetListItem()
 
 bool ICloudItem::GetProperty(const KString &name, KString &value)
 {
-    const auto found = m_properties.find(name.wide());
+    const auto found = m_properties.find(name.utf8());
     if (found == m_properties.end())
         return false;
-    value = KString(found->second.c_str());
+    value = found->second;
     return true;
 }
 
 bool ICloudItem::SetProperty(const KString &name, const KString &value)
 {
-    m_properties[name.wide()] = value.wide();
+    m_properties[name.utf8()] = value;
     return true;
 }
 
 KString ICloudItem::GetTooltip()
 {
-    std::wstring text;
+    KString text;
     for (const auto &[name, value] : m_properties) {
-        if (!text.empty())
-            text += L'\n';
-        text += name;
-        text += L": ";
+        if (!text.isEmpty())
+            text += "\n";
+        text += name.c_str();
+        text += ": ";
         text += value;
     }
-    return KString(text.c_str());
+    return text;
 }
 
 int ICloudItem::GetPropertiesCount()
@@ -154,7 +154,7 @@ KString ICloudItem::GetPropertyName(int index)
 KString ICloudItem::GetPropertyValue(int index)
 {
     const auto property = propertyAt(index);
-    return property == m_properties.end() ? KString() : KString(property->second.c_str());
+    return property == m_properties.end() ? KString() : property->second;
 }
 
 int ICloudItem::GetChildNumber()

@@ -102,7 +102,7 @@ public slots:
     virtual void FolderArrowClick() = 0;
 
 private:
-    using Properties = std::map<std::wstring, std::wstring>;
+    using Properties = std::map<std::string, KString, std::less<>>; // the names in UTF-8
     Properties::const_iterator propertyAt(int index) const;
 
     Properties m_properties;

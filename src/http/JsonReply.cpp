@@ -11,29 +11,34 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <numeric>
 
 namespace {
 
-constexpr std::ptrdiff_t kMaxValues = 500000;
+constexpr int kMaxValues = 500000;
 
-/// Returns an upper bound of the number of values in \p json: every value but the first follows one of these
-/// characters.
-std::ptrdiff_t countValues(const QByteArray &json)
+/// Returns an upper bound of the number of values in \p json: every value but the first follows one of the characters
+/// ",", "[" and "{". Without branches, because a large reply has thousands of them.
+int countValues(const QByteArray &json)
 {
-    return std::count_if(json.begin(), json.end(), [](char c) { return c == ',' || c == '[' || c == '{'; });
+    return std::accumulate(json.begin(), json.end(), 0,
+                           [](int count, char c) { return count + (c == ',') + ((c | 0x20) == '{'); });
 }
 
 /// Converts \p json to a script. Escapes U+2028 and U+2029, which are valid in a JSON string, but not in a script
 /// string.
 QString scriptText(const QByteArray &json)
 {
-    QString text = QString::fromUtf8(json);
+    QByteArray script;
+    script.reserve(json.size() + 2);
+    script.append('(').append(json).append(')');
+    QString text = QString::fromUtf8(script);
     // contains() is much faster than replace() on a large reply.
     if (text.contains(QChar(QChar::LineSeparator)))
         text.replace(QChar(QChar::LineSeparator), QLatin1String("\\u2028"));
     if (text.contains(QChar(QChar::ParagraphSeparator)))
         text.replace(QChar(QChar::ParagraphSeparator), QLatin1String("\\u2029"));
-    return QLatin1Char('(') + text + QLatin1Char(')');
+    return text;
 }
 
 } // namespace
@@ -115,6 +120,7 @@ std::vector<QScriptValue> JsonReply::elements(const QScriptValue &array)
     if (!array.isArray())
         return found;
     const quint32 length = member(array, "length").toUInt32();
+    found.reserve(length);
     for (quint32 index = 0; index < length; ++index) {
         const QScriptValue element = array.property(index, QScriptValue::ResolveLocal);
         if (element.isObject())

@@ -2,10 +2,13 @@
 
 #include "TavrinHelper.h"
 
+#include <cstring>
+
 KString Portal_DropBox_ICloudItem::GetDisplayName()
 {
-    const QString path = KQtUtil::toQString(propertyText("path"));
-    return KQtUtil::toKString(path.mid(path.lastIndexOf(QLatin1Char('/')) + 1));
+    const KString path = propertyText("path");
+    const char *const slash = std::strrchr(path.utf8(), '/');
+    return slash ? KString(slash + 1) : path;
 }
 
 KString Portal_DropBox_ICloudItem::GetUniqueID()
