@@ -150,4 +150,5 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestPelagoFailures)
+#include "moc_ScriptedCloud.cpp"
 #include "tst_pelagofailures.moc"

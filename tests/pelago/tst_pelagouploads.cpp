@@ -88,4 +88,5 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestPelagoUploads)
+#include "moc_ScriptedCloud.cpp"
 #include "tst_pelagouploads.moc"

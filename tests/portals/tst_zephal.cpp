@@ -67,19 +67,29 @@ private slots:
 
     void formNamesTheReason_data()
     {
-        // The address of the storage, in which TLS is a server with an unknown certificate. Then the beginning of the
-        // error, a star, and its end.
-        addRows({{"certificate", "https://TLS/",
-                  "The server's certificate is not trusted.*: The certificate is self-signed, and untrusted"},
-                 {"server down", "http://127.0.0.1:1/", "The server does not respond.*: http://127.0.0.1:1"}});
+        // The address of the storage, in which TLS is a server with an unknown certificate and PLAIN one without TLS.
+        // Then the beginning of the error, a star, and its end.
+        addRows(
+            {{"certificate", "https://TLS/",
+              "The server's certificate is not trusted.*: The certificate is self-signed, and untrusted"},
+             {"server down", "http://127.0.0.1:1/", "The server does not respond.*: http://127.0.0.1:1"},
+             {"missing folder", "http://PLAIN/gone/", "The server has no folder at the address in pelago.ini.*"},
+             {"web page", "http://PLAIN/page/", "The server at the address in pelago.ini is not a WebDAV server.*"},
+             {"redirect", "http://PLAIN/old/", "The server redirects to another address.*: http://files.example/new/"},
+             {"method", "http://PLAIN/tickets/", "The server must support Basic authentication*: Negotiate"}});
     }
 
     void formNamesTheReason()
     {
         const auto [title, address, expected] = currentRow<3>();
         LocalServer tls(LocalServer::Transport::Tls);
+        LocalServer plain;
+        plain.answer("/page/", Reply(200).body("<html>"));
+        plain.answer("/old/", Reply(301).location("http://files.example/new/"));
+        plain.answer("/tickets/", Reply(401).header("WWW-Authenticate", "Negotiate"));
         QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-        configure("kind=password\nstorage=" + address.toUtf8().replace("TLS", tls.authority()));
+        configure("kind=password\nstorage=" +
+                  address.toUtf8().replace("TLS", tls.authority()).replace("PLAIN", plain.authority()));
         QVERIFY(m_login->Login(&m_owner));
         enter("demo");
         QTRY_VERIFY(!error().isEmpty());
