@@ -67,11 +67,14 @@ private slots:
 
     void formNamesTheReason_data()
     {
-        // The address of the storage, in which TLS is a server with an unknown certificate and PLAIN one without TLS.
-        // Then the beginning of the error, a star, and its end.
+        // The address of the storage, in which TLS is a server with a certificate for localhost, PLAIN one without
+        // TLS, and REFUSING one that answers everything with 400. Then the beginning of the error, a star, and its end.
         addRows(
             {{"certificate", "https://TLS/",
               "The server's certificate is not trusted.*: The certificate is self-signed, and untrusted"},
+             {"other host name", "https://TLS/", "The server's certificate is for another host name.*: localhost"},
+             {"colon in the user name", "http://PLAIN/", "A user name cannot contain a colon.*"},
+             {"no TLS", "https://REFUSING/", "The server does not support TLS at this address.*"},
              {"server down", "http://127.0.0.1:1/", "The server does not respond.*: http://127.0.0.1:1"},
              {"missing folder", "http://PLAIN/gone/", "The server has no folder at the address in pelago.ini.*"},
              {"web page", "http://PLAIN/page/", "The server at the address in pelago.ini is not a WebDAV server.*"},
@@ -83,15 +86,27 @@ private slots:
     {
         const auto [title, address, expected] = currentRow<3>();
         LocalServer tls(LocalServer::Transport::Tls);
+        QTcpServer refusing;
+        connect(&refusing, &QTcpServer::newConnection,
+                [&] { refusing.nextPendingConnection()->write("HTTP/1.1 400 Bad Request\r\n\r\n"); });
+        refusing.listen(QHostAddress::LocalHost);
+        const QByteArray refusingAuthority = "127.0.0.1:" + QByteArray::number(refusing.serverPort());
         LocalServer plain;
         plain.answer("/page/", Reply(200).body("<html>"));
         plain.answer("/old/", Reply(301).location("http://files.example/new/"));
         plain.answer("/tickets/", Reply(401).header("WWW-Authenticate", "Negotiate"));
         QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-        configure("kind=password\nstorage=" +
-                  address.toUtf8().replace("TLS", tls.authority()).replace("PLAIN", plain.authority()));
+        if (title == "other host name") {
+            QSslConfiguration trust = QSslConfiguration::defaultConfiguration();
+            trust.setCaCertificates({tls.certificate()});
+            QSslConfiguration::setDefaultConfiguration(trust); // the next fixture sets its own
+        }
+        configure("kind=password\nstorage=" + address.toUtf8()
+                                                  .replace("TLS", tls.authority())
+                                                  .replace("PLAIN", plain.authority())
+                                                  .replace("REFUSING", refusingAuthority));
         QVERIFY(m_login->Login(&m_owner));
-        enter("demo");
+        enter("demo", title == "colon in the user name" ? "files:demo" : "demo");
         QTRY_VERIFY(!error().isEmpty());
         QVERIFY2(error().startsWith(expected.section('*', 0, 0)), qPrintable(error()));
         QVERIFY2(error().endsWith(expected.section('*', 1)), qPrintable(error()));
@@ -284,9 +299,9 @@ private:
     }
     QWebFrame *page() const { return dialog()->findChild<QWebView *>()->page()->mainFrame(); }
     QLineEdit *field(const char *name) const { return dialog()->findChild<QLineEdit *>(name); }
-    void enter(const char *password)
+    void enter(const char *password, const char *user = "demo")
     {
-        field("user")->setText("demo");
+        field("user")->setText(user);
         field("password")->setText(password);
         QTest::keyClick(dialog(), Qt::Key_Return);
     }

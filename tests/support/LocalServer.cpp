@@ -59,6 +59,11 @@ QByteArray Reply::wire() const
     return (head + length + "\r\n" + m_body).mid(0, m_limit);
 }
 
+QSslCertificate LocalServer::certificate()
+{
+    return QSslCertificate(identity());
+}
+
 LocalServer::LocalServer(Transport transport) : m_transport(transport)
 {
     if (m_transport == Transport::Tls)
@@ -89,7 +94,7 @@ void LocalServer::incomingConnection(qintptr descriptor)
     });
     socket->setSocketDescriptor(descriptor);
     if (m_transport == Transport::Tls) {
-        socket->setLocalCertificate(QSslCertificate(identity()));
+        socket->setLocalCertificate(certificate());
         socket->setPrivateKey(QSslKey(identity(), QSsl::Ec));
         socket->setPeerVerifyMode(QSslSocket::VerifyNone);
         socket->startServerEncryption();

@@ -87,6 +87,8 @@ public:
     /// Listens on a free port. A server that cannot start ends the test program.
     explicit LocalServer(Transport transport = Transport::Plain);
 
+    /// Returns the certificate of all servers with TLS, which is self-signed and for localhost.
+    static QSslCertificate certificate();
     /// Host and port, as in a URL.
     QByteArray authority() const { return "127.0.0.1:" + QByteArray::number(serverPort()); }
 
