@@ -51,7 +51,6 @@ OptionPanel::OptionPanel(FileAction action) : m_action(action), m_box(new QGroup
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(m_box);
     auto *inner = new QVBoxLayout(m_box);
-    m_file->setObjectName(QStringLiteral("KeldaOptionFile"));
     m_file->setTextFormat(Qt::PlainText);
     m_file->hide();
     inner->addWidget(m_file);
