@@ -125,17 +125,18 @@ private slots:
 
     void scriptDialogsDoNotBlock_data()
     {
-        addRows({{"alert", "alert('<b>Wrong\\npassword</b>')", "<b>Wrong password</b>"},
-                 {"endless confirm", "while(!confirm('Sure?'));", "Sure?"},
-                 {"frame",
+        // The script, the text of the box, and the dialogs after which the script ended with an error.
+        addRows({{"alert", "alert('<b>Wrong\\npassword</b>')", "<b>Wrong password</b>", "0"},
+                 {"many confirmations", "while(dialogs<1000&&!confirm('Sure?'))++dialogs", "Sure?", "100"},
+                 {"many alerts of a frame",
                   "var f=document.createElement('iframe');document.body.appendChild(f);"
-                  "for(;;)f.contentWindow.alert('inside')",
-                  "inside"}});
+                  "for(;dialogs<1000;++dialogs)f.contentWindow.alert('inside')",
+                  "inside", "100"}});
     }
     void scriptDialogsDoNotBlock()
     {
-        const auto [title, script, text] = currentRow<3>();
-        m_server->answer("/form", html("text<script>" + script + "</script>"));
+        const auto [title, script, text, dialogs] = currentRow<4>();
+        m_server->answer("/form", html("text<script>var dialogs=0;" + script + "</script>"));
         m_server->answer("/done", html("done"));
         QVERIFY(m_ui->login(nullptr));
         QWebFrame *page = frame();
@@ -145,6 +146,7 @@ private slots:
         QCOMPARE(shownText(*shown), text);
         QCOMPARE(shown->buttons().size(), 1);
         QCOMPARE(!shown->informativeText().isEmpty(), script.startsWith("while"));
+        QCOMPARE(page->evaluateJavaScript("dialogs").toString(), dialogs);
         QCOMPARE(shown->size().boundedTo(QGuiApplication::primaryScreen()->availableSize()), shown->size());
 
         page->evaluateJavaScript("location='/done'");
