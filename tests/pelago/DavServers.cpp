@@ -61,7 +61,7 @@ QStringList DavServer::command(const QString &name, const QByteArray &port, cons
     if (name.endsWith("rclone")) {
         const QString line = "rclone serve webdav %1 --addr 127.0.0.1:%2 --baseurl /dav --config= --user demo "
                              "--pass demo --dir-cache-time %3 --poll-interval 0";
-        return line.arg(folder, QString(port), name == "rclone" ? "1ms" : "5m").split(' ');
+        return line.arg(folder, QString(port), name == "rclone" ? "0s" : "5m").split(' ');
     }
     const QString source = name == "digest" ? "apache" : name;
     const QString settings = m_home.filePath(source + ".conf");
